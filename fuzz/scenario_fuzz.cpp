@@ -1,0 +1,20 @@
+// Any text as a scenario file. What is refused has to be refused with its place.
+
+#include <QRegularExpression>
+#include <cstdio>
+#include <cstdlib>
+
+#include "scenario_parser.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+    static const QRegularExpression place(QStringLiteral("\\Afuzz\\.scn:[1-9]\\d*:[1-9]\\d*: ."));
+    const QByteArray text(reinterpret_cast<const char*>(data), static_cast<int>(size));
+    Scenario scenario;
+    QString error;
+    if (!parseScenario(QStringLiteral("fuzz.scn"), text, &scenario, &error) &&
+        !place.match(error).hasMatch()) {
+        std::fprintf(stderr, "scenario_fuzz: refused without a place: %s\n", qPrintable(error));
+        std::abort();
+    }
+    return 0;
+}

@@ -1,0 +1,44 @@
+#include "price_samples.h"
+#include "server_call.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/velmar_msg_type.h"
+
+namespace {
+
+ServerAnswer answerRows(const QList<QVariantMap>& rows) {
+    ServerAnswer answer;
+    answer.rows = rows;
+    return answer;
+}
+
+/// An item that there is none of is no failure: the answer has no row.
+ServerAnswer systemItem(const ServerCall& call) {
+    const QString name = call.text(System::itemName);
+    const QString value = PriceSamples::systemItem(name);
+    if (value.isEmpty()) {
+        return {};
+    }
+    return answerRows({{{System::itemName, name}, {System::itemValue, value}}});
+}
+
+ServerAnswer hongKongRates(const ServerCall&) {
+    return answerRows(PriceSamples::hongKongRates());
+}
+
+ServerAnswer hongKongPriceUnits(const ServerCall& call) {
+    const auto rows =
+        PriceSamples::hongKongPriceUnits(call.value(HKSExchgRate::HKPriceUnitType).toInt());
+    if (rows.isEmpty()) {
+        return ServerAnswer::refused(
+            QStringLiteral("不支持的价差类别：%1").arg(call.text(HKSExchgRate::HKPriceUnitType)));
+    }
+    return answerRows(rows);
+}
+
+}  // namespace
+
+void addCageHandlers(ServerHandlers& handlers) {
+    handlers.insert(Velmar_MsgType::getSysConfigRequest, systemItem);
+    handlers.insert(Velmar_MsgType::HKStockExchangeRateRequest, hongKongRates);
+    handlers.insert(Velmar_MsgType::HKPriceUnitRequest, hongKongPriceUnits);
+}

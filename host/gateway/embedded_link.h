@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "gateway_link.h"
+#include "server_engine.h"
+
+/// A link to a server engine in this process, on two threads of its own. Answers come in no
+/// particular order, pushes and gate states in theirs. Several links may share an engine.
+class EmbeddedLink : public GatewayLink {
+public:
+    explicit EmbeddedLink(std::shared_ptr<ServerEngine> engine);
+    /// Stops.
+    ~EmbeddedLink() override;
+    Q_DISABLE_COPY(EmbeddedLink)
+
+    /// Reports every gate as connected, from a thread of the link's own.
+    bool start(GatewayLinkListener* listener, QString* error) override;
+    /// Fails the requests that no thread has begun, waits for the others and ends the threads.
+    /// Never from inside a call of the listener.
+    void stop() override;
+    bool send(const GatewayRequest& request) override;
+
+private:
+    class Worker;
+
+    const std::shared_ptr<ServerEngine> m_engine;
+    std::shared_ptr<Worker> m_worker;
+    mutable std::mutex m_mutex;  // guards m_worker, which is null while the link is stopped
+};

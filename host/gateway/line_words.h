@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QString>
+#include <QVector>
+
+/// A word of a line of a scenario or of a fault: bare, in double quotes, or a JSON object or list
+/// as it stands. A bare or quoted word may follow a name and one of = *= ~= #= at once.
+struct LineWord {
+    enum class Kind { Bare, Quoted, Json };
+
+    Kind kind = Kind::Bare;
+    QString key;  ///< empty for a word without a name
+    QString op;   ///< with a key: "=", "*=", "~=" or "#="
+    QString text;
+    int column = 1;       ///< of the word, from 1
+    int valueColumn = 1;  ///< of its text
+};
+
+/// What is wrong with a line, and where.
+struct LineError {
+    int column = 1;
+    QString text;
+
+    /// "column 7: ...".
+    QString told() const { return QStringLiteral("column %1: %2").arg(column).arg(text); }
+};
+
+/// The words of a line; "#" before a word begins a comment. Inside quotes \" \\ \n \t and \uXXXX
+/// are understood. False with the place of the error. Any thread; any text.
+bool readLineWords(const QString& line, QVector<LineWord>* words, LineError* error);
+
+/// A whole decimal number from `least` to `most`; false for everything else.
+bool readWholeNumber(const QString& text, int least, int most, int* number);
+
+/// The text in double quotes, so that readLineWords() reads it back; as it stands when it is a bare
+/// word of its own.
+QString quotedWord(const QString& text);

@@ -1,0 +1,230 @@
+#include "paged_query.h"
+
+#include <QSet>
+#include <QSqlQuery>
+#include <QStringList>
+#include <algorithm>
+
+#include "vocabulary/fields.h"
+
+namespace {
+
+constexpr int kPositionWidth = 16;
+constexpr int kMaxValues = 1000;
+inline const QString kRefusedRow = QStringLiteral("1");
+
+bool isPositive(const QVariant& value, int* number) {
+    bool isNumber = false;
+    *number = value.toInt(&isNumber);
+    return isNumber && *number > 0;
+}
+
+/// What the filters of a request come to.
+struct Conditions {
+    QStringList clauses;
+    QVariantList values;
+
+    QString where() const {
+        return clauses.isEmpty()
+                   ? QString()
+                   : QStringLiteral(" WHERE ") + clauses.join(QStringLiteral(" AND "));
+    }
+    void add(const QString& clause, const QVariant& value) {
+        clauses.append(clause);
+        values.append(value);
+    }
+};
+
+/// False with a text when the values make no sense.
+bool addOneOf(const PagedFilter& filter, const QString& text, Conditions* conditions,
+              QString* refusal) {
+    const QStringList values = text.split(QLatin1Char(','), Qt::SkipEmptyParts);
+    if (values.size() > kMaxValues) {
+        *refusal = QStringLiteral("%1一次最多%2个，请求了%3个")
+                       .arg(filter.field)
+                       .arg(kMaxValues)
+                       .arg(values.size());
+        return false;
+    }
+    conditions->clauses.append(
+        QStringLiteral("%1 IN (%2)").arg(filter.column, placeholders(values.size())));
+    for (const QString& value : values) {
+        conditions->values.append(value);
+    }
+    return true;
+}
+
+bool addDate(const PagedFilter& filter, const QVariant& value, Conditions* conditions,
+             QString* refusal) {
+    const QDate date = dateOf(value);
+    if (!date.isValid()) {
+        *refusal = QStringLiteral("日期无效：%1").arg(value.toString());
+        return false;
+    }
+    const QString sign = filter.kind == PagedFilter::Kind::NotLess   ? QStringLiteral(">=")
+                         : filter.kind == PagedFilter::Kind::NotMore ? QStringLiteral("<=")
+                                                                     : QStringLiteral("=");
+    conditions->add(QStringLiteral("%1 %2 ?").arg(filter.column, sign),
+                    date.toString(QStringLiteral("yyyyMMdd")).toInt());
+    return true;
+}
+
+bool addFilter(const PagedFilter& filter, const ServerCall& call, Conditions* conditions,
+               QString* refusal) {
+    const QVariant value = call.value(filter.field);
+    if (value.toString().isEmpty()) {
+        if (filter.required) {
+            *refusal = QStringLiteral("请求缺少%1").arg(filter.field);
+        }
+        return !filter.required;
+    }
+    switch (filter.kind) {
+        case PagedFilter::Kind::OneOf:
+            return addOneOf(filter, value.toString(), conditions, refusal);
+        case PagedFilter::Kind::Equal:
+            conditions->add(QStringLiteral("%1 = ?").arg(filter.column), value);
+            return true;
+        case PagedFilter::Kind::NotLess:
+        case PagedFilter::Kind::NotMore:
+        case PagedFilter::Kind::SameDate:
+            break;
+    }
+    return addDate(filter, value, conditions, refusal);
+}
+
+/// Reads the rows and the position of the last one.
+bool readRows(const ServerCall& call, const PagedSource& source, const QVariantList& fromValues,
+              Conditions conditions, const PageRequest& page, ServerAnswer* answer,
+              qint64* lastPosition) {
+    if (page.mode == PageRequest::Mode::Position) {
+        conditions.add(QStringLiteral("%1 > ?").arg(source.position), page.after);
+    }
+    QString sql =
+        QStringLiteral("SELECT %1, %2 FROM %3%4 ORDER BY %2")
+            .arg(columnList(source.columns), source.position, source.from, conditions.where());
+    QVariantList values = fromValues + conditions.values;
+    if (page.mode != PageRequest::Mode::All) {
+        sql += QStringLiteral(" LIMIT ? OFFSET ?");
+        values << page.count << page.offset;
+    }
+    return call.store.select(sql, values, [&](const QSqlQuery& query) {
+        QVariantMap row = recordOf(query, source.columns);
+        *lastPosition = query.value(source.columns.size()).toLongLong();
+        if (source.positionInRows) {
+            row.insert(System::positionStr, positionText(*lastPosition));
+        }
+        answer->rows.append(row);
+    });
+}
+
+/// A row of its own for each account that was asked for and has none, and a status for all.
+void addStatuses(const ServerCall& call, const QString& field, bool isWhole, ServerAnswer* answer) {
+    QSet<QString> answered;
+    for (QVariantMap& row : answer->rows) {
+        row.insert(System::requestExeStatus, RequestExeStatus::success);
+        answered.insert(row.value(field).toString());
+    }
+    const QStringList asked = call.text(field).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (const QString& account : asked) {
+        if (isWhole && !answered.contains(account)) {
+            answered.insert(account);
+            answer->rows.append(
+                {{field, account},
+                 {System::requestExeStatus, kRefusedRow},
+                 {System::textDescription, QStringLiteral("账号%1不存在或无权限").arg(account)}});
+        }
+    }
+}
+
+void tellPage(const PageRequest& page, qint64 lastPosition, ServerAnswer* answer) {
+    if (page.mode == PageRequest::Mode::Page) {
+        answer->header.insert(System::pageNo, page.pageNo);
+        answer->header.insert(System::pageSize, page.count);
+    } else if (page.mode == PageRequest::Mode::Position) {
+        answer->header.insert(System::positionStr,
+                              answer->rows.isEmpty() ? page.asked : positionText(lastPosition));
+    }
+}
+
+}  // namespace
+
+std::optional<PageRequest> PageRequest::of(const ServerCall& call, int maxCount, QString* refusal) {
+    PageRequest page;
+    const QVariant position = call.value(System::positionStr);
+    const QVariant pageNo = call.value(System::pageNo);
+    const QVariant count =
+        call.value(position.isValid() ? System::requestNumber : System::pageSize);
+    if (!position.isValid() && !pageNo.isValid() && !count.isValid()) {
+        return page;
+    }
+    if (!isPositive(count, &page.count) || page.count > maxCount) {
+        *refusal =
+            QStringLiteral("每页条数无效：%1，应为1到%2").arg(count.toString()).arg(maxCount);
+        return std::nullopt;
+    }
+    if (!position.isValid()) {
+        page.mode = Mode::Page;
+        if (!isPositive(pageNo, &page.pageNo)) {
+            *refusal = QStringLiteral("页码无效：%1").arg(pageNo.toString());
+            return std::nullopt;
+        }
+        page.offset = qint64(page.pageNo - 1) * page.count;
+        return page;
+    }
+    page.mode = Mode::Position;
+    page.asked = position.toString();
+    const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
+    if (page.asked.size() > kPositionWidth ||
+        !std::all_of(page.asked.cbegin(), page.asked.cend(), isDigit)) {
+        *refusal = QStringLiteral("查询位置无效：%1").arg(page.asked);
+        return std::nullopt;
+    }
+    page.after = page.asked.toLongLong();
+    return page;
+}
+
+QString positionText(qint64 position) {
+    constexpr int kDecimal = 10;
+    return QStringLiteral("%1").arg(position, kPositionWidth, kDecimal, QLatin1Char('0'));
+}
+
+QDate dateOf(const QVariant& value) {
+    if (value.userType() == QMetaType::QDate || value.userType() == QMetaType::QDateTime) {
+        return value.toDate();
+    }
+    const QString text = value.toString();
+    const QDate date = QDate::fromString(text, QStringLiteral("yyyyMMdd"));
+    return date.isValid() ? date : QDate::fromString(text, QStringLiteral("yyyy-MM-dd"));
+}
+
+ServerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
+                         const QVariantList& fromValues) {
+    QString refusal;
+    const auto page = PageRequest::of(call, source.maxPageSize, &refusal);
+    Conditions conditions;
+    const bool isClear =
+        page &&
+        std::all_of(source.filters.cbegin(), source.filters.cend(), [&](const PagedFilter& filter) {
+            return addFilter(filter, call, &conditions, &refusal);
+        });
+    if (!isClear) {
+        return ServerAnswer::refused(refusal);
+    }
+    ServerAnswer answer;
+    const QString counting =
+        QStringLiteral("SELECT count(*) FROM %1%2").arg(source.from, conditions.where());
+    qint64 last = 0;
+    const bool read = call.store.select(counting, fromValues + conditions.values,
+                                        [&answer](const QSqlQuery& query) {
+                                            answer.totalSize = query.value(0).toInt();
+                                        }) &&
+                      readRows(call, source, fromValues, conditions, *page, &answer, &last);
+    if (!read) {
+        return ServerAnswer::storeFailed();
+    }
+    if (!source.statusField.isEmpty()) {
+        addStatuses(call, source.statusField, page->mode == PageRequest::Mode::All, &answer);
+    }
+    tellPage(*page, last, &answer);
+    return answer;
+}

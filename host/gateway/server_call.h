@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <QVariantMap>
+#include <functional>
+
+#include "market_store.h"
+#include "server_state.h"
+#include "subscriptions.h"
+#include "vocabulary/values.h"
+
+/// A request as a handler sees it.
+struct ServerCall {
+    Session session;
+    QString msgType;
+    QVariantMap header;
+    QList<QVariantMap> rows;  ///< data rows
+    const MarketStore& store;
+    Subscriptions& subscriptions;
+    ServerState& state;
+
+    /// A field of the request: of its header, or of its first data row.
+    QVariant value(const QString& key) const {
+        const auto it = header.constFind(key);
+        if (it != header.cend()) {
+            return *it;
+        }
+        return rows.isEmpty() ? QVariant() : rows.first().value(key);
+    }
+    QString text(const QString& key) const { return value(key).toString(); }
+};
+
+/// What a handler answers.
+struct ServerAnswer {
+    QString refusal;  ///< why nothing was done; empty for a success
+    QList<QVariantMap> rows;
+    int totalSize = -1;  ///< rows that the server has; negative: those of this answer
+    QVariantMap header;  ///< further fields of the header
+    /// The older messages tell it as a number.
+    QVariant successStatus = RequestExeStatus::success;
+
+    static ServerAnswer refused(const QString& text) {
+        ServerAnswer answer;
+        answer.refusal = text;
+        return answer;
+    }
+    static ServerAnswer storeFailed() { return refused(QStringLiteral("服务端数据读取失败")); }
+};
+
+using ServerHandler = std::function<ServerAnswer(const ServerCall&)>;
+/// Message type to its handler. Handlers run on the threads of any link, several at a time.
+using ServerHandlers = QHash<QString, ServerHandler>;
+
+// One function per family of messages.
+void addSessionHandlers(ServerHandlers& handlers);
+void addAccountHandlers(ServerHandlers& handlers);
+void addAuthorityHandlers(ServerHandlers& handlers);
+void addSubscriptionHandlers(ServerHandlers& handlers);
+void addProfileHandlers(ServerHandlers& handlers);
+void addCageHandlers(ServerHandlers& handlers);

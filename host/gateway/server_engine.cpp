@@ -1,0 +1,115 @@
+#include "server_engine.h"
+
+#include <algorithm>
+
+#include "gateway_log.h"
+#include "message_type.h"
+#include "packed_body.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/values.h"
+#include "znmsg/c_pack_message_common.h"
+
+namespace {
+
+// Where the older messages look for the text of a failure.
+inline const QString kFailureText = QStringLiteral("58");
+inline const QString kRefused = QStringLiteral("1");
+
+QVariant pack(const QString& msgType, const QVariant& clientMsgId, const ServerAnswer& answer) {
+    CPackMessageCommon packer;
+    packer.AddVaule(System::msgType, msgType);
+    if (clientMsgId.isValid()) {
+        packer.AddVaule(System::clientMsgID, clientMsgId);
+    }
+    const bool refused = !answer.refusal.isEmpty();
+    const int count = refused ? 0 : answer.rows.size();
+    packer.AddVaule(System::subGroupNumber, count);
+    packer.AddVaule(System::totalSize, answer.totalSize < 0 || refused ? count : answer.totalSize);
+    packer.AddVaule(System::textDescription, answer.refusal);
+    if (refused) {
+        packer.AddVaule(System::requestExeStatus, kRefused);
+        packer.AddVaule(kFailureText, answer.refusal);
+        return packer.GetPackedMsg(false);
+    }
+    packer.AddVaule(System::requestExeStatus, answer.successStatus);
+    packer.AddRowVaule(answer.header);
+    for (const QVariantMap& row : answer.rows) {
+        packer.AddRow();
+        packer.AddRowVaule(row);
+    }
+    return packer.GetPackedMsg(false);
+}
+
+}  // namespace
+
+ServerEngine::ServerEngine(std::shared_ptr<const MarketStore> store,
+                           std::shared_ptr<ServerState> state)
+    : m_store(std::move(store)), m_state(state ? std::move(state) : ServerState::inMemory()) {
+    addSessionHandlers(m_handlers);
+    addAccountHandlers(m_handlers);
+    addAuthorityHandlers(m_handlers);
+    addSubscriptionHandlers(m_handlers);
+    addProfileHandlers(m_handlers);
+    addCageHandlers(m_handlers);
+}
+
+std::shared_ptr<ServerEngine> ServerEngine::open(const QString& storeFile, QString* error,
+                                                 std::shared_ptr<ServerState> state) {
+    auto store = MarketStore::open(storeFile, error);
+    return store ? std::make_shared<ServerEngine>(std::move(store), std::move(state)) : nullptr;
+}
+
+Session ServerEngine::openSession(std::weak_ptr<PushTarget> target) {
+    return m_subscriptions.open(std::move(target));
+}
+
+void ServerEngine::closeSession(const Session& session) {
+    m_subscriptions.close(session);
+}
+
+QVariant ServerEngine::handle(const Session& session, const QString& envelopeType,
+                              const QVariant& body) {
+    QList<QVariantMap> rows = rowsOfPackedBody(body);
+    const QVariantMap header = rows.takeFirst();
+    const QString msgType = messageTypeOf(envelopeType, header);
+    const ServerCall call{session, msgType, header, rows, *m_store, m_subscriptions, *m_state};
+    const ServerAnswer answer = dispatch(call);
+    if (!answer.refusal.isEmpty()) {
+        qCInfo(lcGateway).noquote() << "ServerEngine refused" << msgType << "under" << envelopeType
+                                    << ":" << answer.refusal;
+    }
+    return pack(msgType, call.header.value(System::clientMsgID), answer);
+}
+
+ServerAnswer ServerEngine::dispatch(const ServerCall& call) const {
+    // Every request has at least its type in the header; garbage reads as an empty one.
+    if (call.header.isEmpty()) {
+        return ServerAnswer::refused(QStringLiteral("消息%1的内容无法解析").arg(call.msgType));
+    }
+    const int told = call.header.value(System::subGroupNumber).toInt();
+    if (told > call.rows.size()) {
+        return ServerAnswer::refused(QStringLiteral("消息%1应有%2行数据，实有%3行")
+                                         .arg(call.msgType)
+                                         .arg(told)
+                                         .arg(call.rows.size()));
+    }
+    const auto handler = m_handlers.constFind(call.msgType);
+    if (handler == m_handlers.cend()) {
+        return ServerAnswer::refused(QStringLiteral("不支持的消息类型：%1").arg(call.msgType));
+    }
+    return (*handler)(call);
+}
+
+int ServerEngine::push(const QString& topic, const QVariant& body, const QString& userId) {
+    const auto targets = m_subscriptions.targets(topic, userId);
+    for (const auto& target : targets) {
+        target->pushed(topic, body);
+    }
+    return targets.size();
+}
+
+QStringList ServerEngine::messageTypes() const {
+    QStringList types = m_handlers.keys();
+    std::sort(types.begin(), types.end());
+    return types;
+}

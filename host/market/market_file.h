@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QHash>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+#include <QVariantList>
+
+/// Writes one SQLite file, the same bytes for the same calls. One thread. After a failure every
+/// further call fails, with the first error kept.
+class MarketFile {
+public:
+    explicit MarketFile(const QString& path);
+    /// Closes; what was not finished has no mark of completeness.
+    ~MarketFile();
+    Q_DISABLE_COPY(MarketFile)
+
+    /// Makes the file anew and runs the statements of a schema's resource.
+    bool create(const QString& schema);
+    /// Runs the statements of another resource in the file that stands open.
+    bool runSchema(const QString& schema);
+    /// One row, its values in the order of the table's columns. A null text becomes an empty one.
+    bool insert(const QString& table, const QVariantList& values);
+    /// Any other statement, kept prepared for the next call with the same text; `rows`, where
+    /// wanted, is how many it wrote.
+    bool execute(const QString& statement, const QVariantList& values = {}, int* rows = nullptr);
+    /// Writes the marks, the one of completeness last, and commits.
+    bool finish(const QList<QPair<QString, QString>>& marks);
+
+    const QString& error() const { return m_error; }
+
+private:
+    bool run(const QString& statement);
+    QSqlQuery* prepared(QHash<QString, QSqlQuery>& cache, const QString& key,
+                        const QString& statement);
+    bool fail(const QString& reason);
+    bool commit();
+    /// Commits what there is and opens the transaction of the last marks, the seal among them.
+    bool seal();
+    void close();
+
+    const QString m_path;
+    const QString m_connection;
+    QString m_error;
+    QHash<QString, QSqlQuery> m_inserts;     // by table
+    QHash<QString, QSqlQuery> m_statements;  // by text
+};

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <QLoggingCategory>
+
+// Never destroyed, as with every category of the host.
+inline const QLoggingCategory& lcMarket() {
+    static const auto* category = new QLoggingCategory("velmar.market");
+    return *category;
+}

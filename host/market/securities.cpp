@@ -1,0 +1,164 @@
+#include "securities.h"
+
+#include <QDate>
+#include <algorithm>
+#include <array>
+
+#include "market_random.h"
+#include "quote_fields.h"
+#include "security_boards.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/names.h"
+#include "vocabulary/values.h"
+
+namespace {
+
+using Boards = QVector<SecurityBoard>;
+
+/// Takes what is too much away, down to the boards' least; where that is not enough, from the last
+/// board backwards.
+void takeAway(const Boards& boards, int excess, QVector<int>& counts) {
+    for (int i = 0; i < boards.size() && excess > 0; ++i) {
+        const int less = std::clamp(counts.at(i) - boards.at(i).least, 0, excess);
+        counts[i] -= less;
+        excess -= less;
+    }
+    for (int i = boards.size() - 1; i >= 0 && excess > 0; --i) {
+        const int less = std::min(counts.at(i), excess);
+        counts[i] -= less;
+        excess -= less;
+    }
+}
+
+/// How many of each board: its share of the count, at least its least, at most what its numbering
+/// gives. What is left over goes where there is room, from the first board on.
+QVector<int> countsOf(const Boards& boards, int count) {
+    QVector<int> counts;
+    int left = count;
+    for (const SecurityBoard& one : boards) {
+        const auto share = static_cast<int>(qint64(count) * one.share / kStandardSymbols);
+        counts.append(std::min(std::max(one.least, share), one.limit));
+        left -= counts.last();
+    }
+    takeAway(boards, -left, counts);
+    for (int i = 0; i < boards.size() && left > 0; ++i) {
+        const int more = std::min(left, boards.at(i).limit - counts.at(i));
+        counts[i] += more;
+        left -= more;
+    }
+    return counts;
+}
+
+/// Risk warnings and delistings among the shares of the mainland.
+void addRiskMarks(int index, QVariantMap& record) {
+    const QString name = record.value(Security::chineseName).toString();
+    record.insert(Security::STFlag, StFlag::Normal);
+    if (index % 37 == 11) {
+        record.insert(Security::STFlag, StFlag::IsST);
+        record.insert(Security::chineseName, QStringLiteral("ST") + name);
+    } else if (index % 37 == 23) {
+        record.insert(Security::STFlag, StFlag::IsStarST);
+        record.insert(Security::chineseName, QStringLiteral("*ST") + name);
+        record.insert(Security::delistFlag, true);
+        record.insert(Security::delistDate, QStringLiteral("20261230"));
+    }
+}
+
+/// Companies of the science board without a profit yet: listed before the growth tier's first day
+/// or since, one in two of the latter with the server's own word on it.
+void addGrowthMark(int index, QVariantMap& record) {
+    if (index % 8 != 3) {
+        return;
+    }
+    record.insert(Security::chineseName,
+                  record.value(Security::chineseName).toString() + QStringLiteral("-U"));
+    const bool late = index / 8 % 2 == 1;
+    record.insert(Security::ListingDate,
+                  late ? QStringLiteral("20250801") : QStringLiteral("20240710"));
+    if (late && index / 16 % 2 == 1) {
+        record.insert(Security::ScienTechGrowFlag, true);
+    }
+}
+
+/// Only where the lot is the security's own; the others follow the rules of their board.
+void addUnits(const SecurityBoard& of, int index, MarketRandom& random, QVariantMap& record) {
+    static const std::array<int, 5> hongKongLots{100, 200, 500, 1000, 2000};
+    if (of.post == SymbolPost::hk) {
+        record.insert(Security::LotSize,
+                      hongKongLots[static_cast<size_t>(random.below(hongKongLots.size()))]);
+    } else if (of.type == MdcSecurityType::OptionType) {
+        record.insert(Security::LotSize, 1);
+        record.insert(Security::contractMultiplier, 10000);
+    } else if (of.type == MdcSecurityType::FuturesType) {
+        record.insert(Security::LotSize, 1);
+        record.insert(Security::contractMultiplier, of.exchange == Exchange::cffex ? 300 : 5);
+    } else if (of.type == MdcSecurityType::SpotType) {
+        record.insert(Security::LotSize, index % 2 ? 1 : 10);
+    }
+}
+
+/// The previous close, by chance between the board's ends, and what follows from it.
+void addQuote(const SecurityBoard& of, const MarketRules& rules, MarketRandom& random,
+              QVariantMap& record) {
+    constexpr int kSteps = 10000;
+    const double raw =
+        of.lowPrice + (of.highPrice - of.lowPrice) * random.below(kSteps) / double(kSteps);
+    const PriceLadder& ladder =
+        of.type == MdcSecurityType::FundType ? rules.hongKongFunds : rules.hongKongShares;
+    const double tick = of.tick > 0 ? of.tick : ladder.spreadAt(raw);
+    // In ten-thousandths, so that the price is the decimal number nearest to it.
+    const qint64 tickUnits = qRound64(tick * 10000);
+    const qint64 closeUnits = std::max<qint64>(1, qRound64(raw * 10000) / tickUnits) * tickUnits;
+    const double close = static_cast<double>(closeUnits) / 10000;
+    const DayLimits limits =
+        dayLimits(close,
+                  rules.priceLimits.percentOf(of.exchange, of.subType,
+                                              record.value(Security::STFlag).toString()),
+                  tick);
+    record.insert(QuoteField::preClosePx, close);
+    record.insert(QuoteField::maxPx, limits.max);
+    record.insert(QuoteField::minPx, limits.min);
+    record.insert(QuoteField::priceTick, tick);
+}
+
+QVariantMap securityOf(const SecurityBoard& of, int index, const MarketRules& rules,
+                       MarketRandom& random) {
+    const QString id = of.securityId(index);
+    const QDate listed = QDate(1995, 1, 1).addDays(random.below(31 * 365 - 20));
+    QVariantMap record{
+        {Security::symbol, id + QLatin1Char('.') + of.post},
+        {Security::securityID, id},
+        {Security::securityIDSource, SecurityIDSource::securityID},
+        {Security::chineseName, of.name(index)},
+        {Security::ListingDate, listed.toString(DateTimeFormatString::TRANS_DATE_FROMAT)},
+        {UserAccount::securityExchange, of.exchange},
+        {MDCFieldDefine::mdcSecurityType, of.type},
+        {MDCFieldDefine::mdcSubSecurityType, of.subType},
+        {System::deleteFlag, of.subType == BoardKind::mainBoard && index == 50},
+    };
+    addUnits(of, index, random, record);
+    if (of.type == MdcSecurityType::StockType && of.post != SymbolPost::hk) {
+        addRiskMarks(index, record);
+    }
+    if (of.subType == MdcSubSecurityType::ScienTechInnovateBoard) {
+        addGrowthMark(index, record);
+    }
+    addQuote(of, rules, random, record);
+    return record;
+}
+
+}  // namespace
+
+QList<QVariantMap> makeSecurities(quint32 seed, int count, const MarketRules& rules) {
+    const Boards boards = securityBoards();
+    const QVector<int> counts = countsOf(boards, count);
+    MarketRandom random(seed + 1);
+    QList<QVariantMap> records;
+    records.reserve(count);
+    for (int i = 0; i < boards.size(); ++i) {
+        for (int index = 0; index < counts.at(i); ++index) {
+            records.append(securityOf(boards.at(i), index, rules, random));
+        }
+    }
+    return records;
+}

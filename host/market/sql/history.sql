@@ -1,0 +1,29 @@
+-- The past of one account, order n of so many. Everything follows from n: its day, its time of day,
+-- what becomes of it (ten kinds in turn: one cancelled, one rejected, one partly cancelled, the
+-- others dealt in one to four parts in turn), and through h, n scrambled, what is ordered.
+-- Prices are counted in ten-thousandths of a yuan, so that all arithmetic is in whole numbers.
+CREATE TEMP TABLE part(k INTEGER PRIMARY KEY);
+INSERT INTO part VALUES(0), (1), (2), (3), (4);
+
+CREATE TEMP TABLE trade_day(i INTEGER PRIMARY KEY, trade_date INTEGER, midnight INTEGER);
+
+CREATE TEMP TABLE pool(
+    i INTEGER PRIMARY KEY, exchange TEXT, security_id TEXT, close INTEGER, tick INTEGER);
+
+CREATE TEMP TABLE draft(
+    n INTEGER PRIMARY KEY,
+    trade_date INTEGER,
+    order_no TEXT,
+    kind INTEGER,
+    deals INTEGER,
+    cancelled INTEGER,
+    exchange TEXT,
+    security_id TEXT,
+    security_account TEXT,
+    side TEXT,
+    is_market INTEGER,
+    qty INTEGER,
+    cum INTEGER,
+    price INTEGER,
+    deal_price INTEGER,
+    time INTEGER);

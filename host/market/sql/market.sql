@@ -1,0 +1,196 @@
+-- What the server keeps of a market. Rows of `meta`: see market_store.h.
+CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT) WITHOUT ROWID;
+
+CREATE TABLE login(
+    user_id TEXT PRIMARY KEY,
+    user_name TEXT NOT NULL,
+    user_type TEXT NOT NULL,
+    user_status TEXT NOT NULL,
+    organ_code TEXT NOT NULL,
+    salt TEXT NOT NULL,
+    password_hash TEXT NOT NULL) WITHOUT ROWID;
+
+CREATE TABLE investor(
+    investor_account TEXT PRIMARY KEY,
+    name TEXT NOT NULL) WITHOUT ROWID;
+
+CREATE TABLE product(
+    product_account TEXT PRIMARY KEY,
+    investor_account TEXT NOT NULL REFERENCES investor,
+    name TEXT NOT NULL) WITHOUT ROWID;
+
+CREATE TABLE asset_account(
+    asset_account TEXT PRIMARY KEY,
+    product_account TEXT NOT NULL REFERENCES product,
+    name TEXT NOT NULL) WITHOUT ROWID;
+
+-- An account of the tree, seq being its place there, and its binding at the counter.
+CREATE TABLE trading_account(
+    seq INTEGER PRIMARY KEY,
+    trading_account TEXT NOT NULL UNIQUE,
+    asset_account TEXT NOT NULL REFERENCES asset_account,
+    name TEXT NOT NULL,
+    seat_no TEXT NOT NULL,
+    invest_type TEXT NOT NULL,
+    asset_account_list TEXT NOT NULL,
+    user_type TEXT NOT NULL,
+    organ_code TEXT NOT NULL,
+    fund_account TEXT NOT NULL,
+    fund_account_type TEXT NOT NULL,
+    counter_account_name TEXT NOT NULL,
+    ext_counter_code TEXT NOT NULL,
+    client_no TEXT NOT NULL,
+    ext_node_no TEXT NOT NULL,
+    branch_no INTEGER NOT NULL,
+    ext_org_code TEXT NOT NULL,
+    pass_status TEXT NOT NULL,
+    otc_fund_account TEXT NOT NULL,
+    counter_site_type INTEGER NOT NULL,
+    account_status TEXT NOT NULL);
+
+-- Which accounts a login sees, and what it may do there; the types are joined with ",".
+CREATE TABLE account_authority(
+    user_id TEXT NOT NULL REFERENCES login,
+    trading_account TEXT NOT NULL REFERENCES trading_account(trading_account),
+    authority_types TEXT NOT NULL,
+    PRIMARY KEY(user_id, trading_account)) WITHOUT ROWID;
+
+-- Position 0 is the one that the account's record names.
+CREATE TABLE security_account(
+    trading_account TEXT NOT NULL REFERENCES trading_account(trading_account),
+    position INTEGER NOT NULL,
+    exchange TEXT NOT NULL,
+    security_account TEXT NOT NULL,
+    is_main TEXT NOT NULL,
+    PRIMARY KEY(trading_account, position)) WITHOUT ROWID;
+
+-- Dates below are whole numbers yyyymmdd, times milliseconds since 1970-01-01 00:00 UTC. Tables of
+-- an account's past are kept in the order in which they are paged: account, day, order.
+
+-- Orders and, with entrust_type 'F', requests to cancel one (order_id is the request's own then,
+-- orig_order_id that of the order). order_type is '1' at market, '2' with a limit; the codes of
+-- order_status are those of order_status.h.
+CREATE TABLE history_order(
+    trading_account TEXT NOT NULL,
+    trade_date INTEGER NOT NULL,
+    order_id TEXT NOT NULL,
+    orig_order_id TEXT NOT NULL,
+    cl_ord_id TEXT NOT NULL,
+    entrust_type TEXT NOT NULL,
+    security_account TEXT NOT NULL,
+    security_exchange TEXT NOT NULL,
+    security_id TEXT NOT NULL,
+    side TEXT NOT NULL,
+    order_type TEXT NOT NULL,
+    price_type TEXT NOT NULL,
+    order_status TEXT NOT NULL,
+    order_qty INTEGER NOT NULL,
+    order_price REAL NOT NULL,
+    cum_qty INTEGER NOT NULL,
+    avg_px REAL NOT NULL,
+    cancelled_qty INTEGER NOT NULL,
+    transact_time INTEGER NOT NULL,
+    text_description TEXT NOT NULL,
+    PRIMARY KEY(trading_account, trade_date, order_id)) WITHOUT ROWID;
+
+-- Deals ('0') and, with exchange_exec_type '4', reports that a rest was cancelled.
+CREATE TABLE history_deal(
+    trading_account TEXT NOT NULL,
+    trade_date INTEGER NOT NULL,
+    order_id TEXT NOT NULL,
+    exec_id TEXT NOT NULL,
+    security_account TEXT NOT NULL,
+    security_exchange TEXT NOT NULL,
+    security_id TEXT NOT NULL,
+    side TEXT NOT NULL,
+    exchange_exec_type TEXT NOT NULL,
+    exchange_exec_stat TEXT NOT NULL,
+    last_qty INTEGER NOT NULL,
+    last_px REAL NOT NULL,
+    last_amount REAL NOT NULL,
+    execution_commission REAL NOT NULL,
+    transact_time INTEGER NOT NULL,
+    PRIMARY KEY(trading_account, trade_date, order_id, exec_id)) WITHOUT ROWID;
+
+-- Rows of both tables by account and day, so that totals and pages need no walk over the rows.
+CREATE TABLE history_day(
+    trading_account TEXT NOT NULL,
+    trade_date INTEGER NOT NULL,
+    orders INTEGER NOT NULL,
+    deals INTEGER NOT NULL,
+    PRIMARY KEY(trading_account, trade_date)) WITHOUT ROWID;
+
+-- As they stand at the end of the last day of the history.
+CREATE TABLE position(
+    trading_account TEXT NOT NULL REFERENCES trading_account(trading_account),
+    security_exchange TEXT NOT NULL,
+    security_id TEXT NOT NULL,
+    security_account TEXT NOT NULL,
+    nominal_qty INTEGER NOT NULL,
+    oms_average_cost REAL NOT NULL,
+    PRIMARY KEY(trading_account, security_exchange, security_id)) WITHOUT ROWID;
+
+-- Messages of a login; position is the cursor, of one width, so that texts compare like numbers.
+CREATE TABLE busi_message(
+    user_id TEXT NOT NULL REFERENCES login,
+    position TEXT NOT NULL,
+    server_msg_id TEXT NOT NULL UNIQUE,
+    msg_level TEXT NOT NULL,
+    msg_type TEXT NOT NULL,
+    msg_sub_type TEXT NOT NULL,
+    trading_account TEXT NOT NULL,
+    product_account TEXT NOT NULL,
+    item_name TEXT NOT NULL,
+    item_value TEXT NOT NULL,
+    create_time INTEGER NOT NULL,
+    text_description TEXT NOT NULL,
+    PRIMARY KEY(user_id, position)) WITHOUT ROWID;
+
+-- All menus, seq being their order; menu_position is JSON, a plug-in or a list of them.
+CREATE TABLE menu(
+    menu_id TEXT PRIMARY KEY,
+    seq INTEGER NOT NULL,
+    menu_type TEXT NOT NULL,
+    menu_caption TEXT NOT NULL,
+    menu_position TEXT NOT NULL) WITHOUT ROWID;
+
+CREATE TABLE user_menu(
+    user_id TEXT NOT NULL REFERENCES login,
+    menu_id TEXT NOT NULL REFERENCES menu,
+    PRIMARY KEY(user_id, menu_id)) WITHOUT ROWID;
+
+-- Trade days by kind of calendar; half_day is 1 for a morning session only.
+CREATE TABLE trade_calendar(
+    trade_day_type INTEGER NOT NULL,
+    trade_date INTEGER NOT NULL,
+    half_day INTEGER NOT NULL,
+    PRIMARY KEY(trade_day_type, trade_date)) WITHOUT ROWID;
+-- The authority types that there are, and the kind of account that each applies to.
+CREATE TABLE authority_type(
+    auth_type TEXT PRIMARY KEY,
+    account_type TEXT NOT NULL) WITHOUT ROWID;
+
+-- The values as they were delivered; what clients alter is kept in the server's state.
+CREATE TABLE authority_value(
+    user_id TEXT NOT NULL REFERENCES login,
+    auth_type TEXT NOT NULL REFERENCES authority_type,
+    account TEXT NOT NULL,
+    auth_value TEXT NOT NULL,
+    PRIMARY KEY(user_id, auth_type, account)) WITHOUT ROWID;
+
+-- The people of the organisations, of whom the logins are a few; a list of them is in the order of
+-- the rows.
+CREATE TABLE organ_user(
+    user_id TEXT PRIMARY KEY,
+    user_name TEXT NOT NULL,
+    user_type TEXT NOT NULL,
+    user_status TEXT NOT NULL,
+    organ_code TEXT NOT NULL);
+
+-- Who may trade on a product, trading or investor account; somebody may be bound twice.
+CREATE TABLE trader_binding(
+    account_type TEXT NOT NULL,
+    account TEXT NOT NULL,
+    position INTEGER NOT NULL,
+    user_id TEXT NOT NULL REFERENCES organ_user,
+    PRIMARY KEY(account_type, account, position)) WITHOUT ROWID;

@@ -1,0 +1,181 @@
+#include "business_data_store.h"
+
+#include <algorithm>
+
+#include "data_log.h"
+#include "host_msg_type.h"
+#include "vocabulary/constants.h"
+#include "vocabulary/fields.h"
+
+namespace {
+
+/// Takes the security accounts out of a row of the tree. A server that lists none has the one that
+/// the account's record names.
+QList<QVariantMap> takeSecurityAccounts(QVariantMap& row) {
+    QVariantList listed;
+    if (row.contains(HostField::securityAccounts)) {
+        listed = row.take(HostField::securityAccounts).toList();
+    } else {
+        QVariantMap own;
+        for (const QString& key : {UserAccount::securityAccount, UserAccount::securityExchange,
+                                   UserAccount::isMainAccount}) {
+            own.insert(key, row.value(key));
+        }
+        listed.append(own);
+    }
+    QList<QVariantMap> accounts;
+    for (const QVariant& entry : qAsConst(listed)) {
+        const QVariantMap account = entry.toMap();
+        if (!account.value(UserAccount::securityAccount).toString().isEmpty()) {
+            accounts.append(account);
+        }
+    }
+    return accounts;
+}
+
+}  // namespace
+
+void BusinessDataStore::clear() {
+    {
+        const std::unique_lock<std::shared_mutex> guard(m_loginLock);
+        m_login.clear();
+        m_tree = Tree();
+    }
+    m_cache.clear();
+    setClock(nullptr);
+}
+
+void BusinessDataStore::setLogin(const QVariantMap& record) {
+    bool otherLogin = false;
+    {
+        const std::unique_lock<std::shared_mutex> guard(m_loginLock);
+        otherLogin = m_login.value(UserAccount::userID) != record.value(UserAccount::userID);
+        m_login = record;
+        if (otherLogin) {
+            m_tree = Tree();
+        }
+    }
+    if (otherLogin) {
+        m_cache.clear();
+    }
+}
+
+QString BusinessDataStore::loginAccount() const {
+    const std::shared_lock<std::shared_mutex> guard(m_loginLock);
+    return m_login.value(UserAccount::userID).toString();
+}
+
+QVariantMap BusinessDataStore::loginRecord() const {
+    const std::shared_lock<std::shared_mutex> guard(m_loginLock);
+    return m_login;
+}
+
+BusinessDataStore::Tree BusinessDataStore::buildTree(const QList<QVariantMap>& rows) {
+    Tree tree;
+    for (QVariantMap row : rows) {
+        const QString tradingAccount = row.value(UserAccount::tradingAccount).toString();
+        if (tradingAccount.isEmpty()) {
+            qCWarning(lcPlatformData) << "a row of the account tree has no trading account:" << row;
+            continue;
+        }
+        // Authorities and security accounts have questions of their own; the record holds the
+        // account's fields only.
+        const QString joined = row.take(HostField::authorityTypes).toString();
+        const QList<QVariantMap> securityAccounts = takeSecurityAccounts(row);
+        if (!tree.accounts.contains(tradingAccount)) {
+            tree.order.append(tradingAccount);
+        }
+        Account& account = tree.accounts[tradingAccount];
+        for (auto it = row.cbegin(); it != row.cend(); ++it) {
+            account.record.insert(it.key(), it.value());
+        }
+        account.authorityTypes.append(joined.split(QLatin1Char(','), Qt::SkipEmptyParts));
+        account.authorityTypes.removeDuplicates();
+        for (const QVariantMap& securityAccount : securityAccounts) {
+            if (!account.securityAccounts.contains(securityAccount)) {
+                account.securityAccounts.append(securityAccount);
+            }
+        }
+    }
+    return tree;
+}
+
+void BusinessDataStore::setAccountTree(const QList<QVariantMap>& rows) {
+    const Tree tree = buildTree(rows);
+    {
+        const std::unique_lock<std::shared_mutex> guard(m_loginLock);
+        m_tree = tree;
+    }
+    // Last, since whoever waits for the mark reads the tree next.
+    m_cache.set(Constants::USER_ACCOUNTLIST_INITED, true);
+}
+
+QStringList BusinessDataStore::tradeAccounts(const QStringList& authorityTypes) const {
+    const std::shared_lock<std::shared_mutex> guard(m_loginLock);
+    QStringList accounts;
+    for (const QString& tradingAccount : m_tree.order) {
+        const QStringList held = m_tree.accounts.value(tradingAccount).authorityTypes;
+        if (std::any_of(held.cbegin(), held.cend(), [&authorityTypes](const QString& type) {
+                return authorityTypes.contains(type);
+            })) {
+            accounts.append(tradingAccount);
+        }
+    }
+    return accounts;
+}
+
+QStringList BusinessDataStore::authorityTypes(const QString& tradingAccount) const {
+    const std::shared_lock<std::shared_mutex> guard(m_loginLock);
+    return m_tree.accounts.value(tradingAccount).authorityTypes;
+}
+
+QVariantMap BusinessDataStore::accountRecord(const QString& tradingAccount) const {
+    const std::shared_lock<std::shared_mutex> guard(m_loginLock);
+    return m_tree.accounts.value(tradingAccount).record;
+}
+
+QList<QVariantMap> BusinessDataStore::securityAccounts(const QString& tradingAccount,
+                                                       const QString& exchange) const {
+    const std::shared_lock<std::shared_mutex> guard(m_loginLock);
+    const auto account = m_tree.accounts.constFind(tradingAccount);
+    if (account == m_tree.accounts.cend()) {
+        return {};
+    }
+    if (exchange.isEmpty()) {
+        return account->securityAccounts;
+    }
+    QList<QVariantMap> there;
+    for (const QVariantMap& securityAccount : account->securityAccounts) {
+        if (securityAccount.value(UserAccount::securityExchange).toString() == exchange) {
+            there.append(securityAccount);
+        }
+    }
+    return there;
+}
+
+void BusinessDataStore::setClock(std::function<QDateTime()> clock) {
+    const std::lock_guard<std::mutex> guard(m_clockLock);
+    m_clock = std::move(clock);
+}
+
+QDateTime BusinessDataStore::now() const {
+    std::function<QDateTime()> clock;
+    {
+        const std::lock_guard<std::mutex> guard(m_clockLock);
+        clock = m_clock;
+    }
+    // Outside the lock: the function is somebody else's.
+    return clock ? clock() : QDateTime::currentDateTime();
+}
+
+QStringList BusinessDataStore::valuesOf(const QString& field) const {
+    const std::shared_lock<std::shared_mutex> guard(m_loginLock);
+    QStringList values;
+    for (const QString& tradingAccount : m_tree.order) {
+        const auto account = m_tree.accounts.constFind(tradingAccount);
+        values.append(account->record.value(field).toString());
+    }
+    values.removeDuplicates();
+    values.removeAll(QString());
+    return values;
+}

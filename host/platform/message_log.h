@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QLoggingCategory>
+
+// The log categories of the platform's messaging half. Never destroyed: objects that live to the
+// end of the process log from their destructors.
+const QLoggingCategory& lcMessage();     // bodies
+const QLoggingCategory& lcEventBus();    // events and pushes
+const QLoggingCategory& lcChannel();     // presenters and their threads
+const QLoggingCategory& lcRequest();     // requests and answers
+const QLoggingCategory& lcPluginHost();  // plug-ins and their objects
+const QLoggingCategory& lcHost();        // start, log-in, shut-down

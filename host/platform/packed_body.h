@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QVariant>
+#include <QVariantMap>
+
+#include "platform_export.h"
+
+// A packed body is a list of rows, each a map of key to value, kept as Qt values so that every type
+// survives. The first row is the header, which every body has.
+
+/// False for everything else, an empty list included.
+PLATFORM_API bool isPackedBody(const QVariant& value);
+/// The rows, the header first; one empty row when the value is no packed body.
+PLATFORM_API QList<QVariantMap> rowsOfPackedBody(const QVariant& value);
+/// A body of a header alone that tells a failure: System::requestExeStatus "1", and the text under
+/// System::textDescription and under "58", where readers of the older messages look.
+PLATFORM_API QVariant makeErrorBody(const QString& text);

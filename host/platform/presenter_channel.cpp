@@ -1,0 +1,200 @@
+#include "presenter_channel.h"
+
+#include <QThread>
+#include <chrono>
+#include <utility>
+
+#include "message_log.h"
+#include "znwidget/zn_presenter_class.h"
+
+namespace {
+
+/// The channel whose message thread this is.
+thread_local const PresenterChannel* t_messageChannel = nullptr;
+
+}  // namespace
+
+/// Runs the event loop and deletes the presenter after it, so that whatever is still queued to the
+/// presenter is dropped and the deletion stands at one visible place.
+class PresenterChannel::ObjectThread : public QThread {
+public:
+    explicit ObjectThread(PresenterChannel* channel) : m_channel(channel) {
+        setObjectName(channel->pid());
+    }
+
+    void end() {
+        m_ending = true;
+        quit();
+    }
+
+protected:
+    void run() override {
+        // Only the disposal ends it, whoever else asks this thread to quit.
+        while (!m_ending) {
+            exec();
+        }
+        m_channel->deletePresenter();
+    }
+
+private:
+    PresenterChannel* const m_channel;
+    std::atomic<bool> m_ending{false};
+};
+
+PresenterChannel::PresenterChannel(ZnPresenterClass* presenter, const QString& instanceId,
+                                   const QString& pid)
+    : m_instanceId(instanceId),
+      m_pid(pid),
+      m_presenter(presenter),
+      m_objectThread(std::make_unique<ObjectThread>(this)) {}
+
+PresenterChannel::~PresenterChannel() = default;
+
+QThread* PresenterChannel::objectThread() const {
+    return m_objectThread.get();
+}
+
+void PresenterChannel::start() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_started || m_closing) {
+        return;
+    }
+    m_started = true;
+    m_objectThread->start();
+    m_messageThread = std::thread([this] { runMessageThread(); });
+}
+
+void PresenterChannel::markBuilt() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_built = true;
+    m_changed.notify_all();
+}
+
+void PresenterChannel::waitUntilBuilt() {
+    // A thread that is here is in no constructor. The limit is for a presenter whose maker never
+    // starts it; making one takes milliseconds.
+    constexpr std::chrono::seconds kLimit(2);
+    if (m_builder == std::this_thread::get_id()) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_for(lock, kLimit, [this] { return m_built || m_closing; });
+}
+
+void PresenterChannel::enqueue(const IncomingMessage& message) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_closing) {
+        return;
+    }
+    m_queue.push_back(message);
+    m_changed.notify_all();
+}
+
+bool PresenterChannel::isOwnThread() const {
+    return t_messageChannel == this || QThread::currentThread() == m_objectThread.get();
+}
+
+bool PresenterChannel::beginCall() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_closing) {
+        return false;
+    }
+    ++m_openCalls;
+    return true;
+}
+
+void PresenterChannel::endCall() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    --m_openCalls;
+    m_changed.notify_all();
+}
+
+bool PresenterChannel::claimDisposal() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return !m_closing.exchange(true);
+}
+
+void PresenterChannel::dispose() {
+    bool started = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_changed.notify_all();
+        started = m_started;
+    }
+    if (started) {
+        m_messageThread.join();
+    }
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_queue.clear();
+        m_changed.wait(lock, [this] { return m_openCalls == 0; });
+    }
+    m_objectThread->end();
+    if (!started) {
+        m_objectThread->start();
+    }
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_deleted; });
+    }
+    m_objectThread->wait();
+}
+
+void PresenterChannel::deletePresenter() {
+    ZnPresenterClass* presenter = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        presenter = std::exchange(m_presenter, nullptr);
+    }
+    delete presenter;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_deleted = true;
+    m_changed.notify_all();
+}
+
+void PresenterChannel::presenterDestroyed() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_presenter) {
+        qCCritical(lcChannel) << "presenter" << m_pid << "was not disposed of by deleteLater()";
+        m_presenter = nullptr;
+    }
+}
+
+void PresenterChannel::runMessageThread() {
+    t_messageChannel = this;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_closing || !m_queue.empty(); });
+        if (m_closing) {
+            return;
+        }
+        const IncomingMessage message = std::move(m_queue.front());
+        m_queue.pop_front();
+        lock.unlock();
+        deliver(message);
+        lock.lock();
+    }
+}
+
+void PresenterChannel::deliver(const IncomingMessage& message) {
+    // Stays valid: the disposal joins this thread before it deletes.
+    ZnPresenterClass* presenter = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        presenter = m_presenter;
+    }
+    if (!presenter) {
+        return;
+    }
+    switch (message.kind) {
+        case IncomingMessage::Kind::Push:
+            presenter->ProcSubMsg(m_pid, message.type, message.body);
+            break;
+        case IncomingMessage::Kind::Event:
+            presenter->ProcEventMsg(message.sourceId, message.type, message.body);
+            break;
+        case IncomingMessage::Kind::Response:
+            presenter->ProcResponseMsg(m_pid, message.clientMsgId, message.type, message.body);
+            break;
+    }
+}

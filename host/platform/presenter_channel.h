@@ -1,0 +1,94 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+class QThread;
+class ZnPresenterClass;
+
+/// What a presenter's message thread delivers.
+struct IncomingMessage {
+    enum class Kind { Push, Event, Response };
+
+    Kind kind = Kind::Event;
+    QString sourceId;     ///< of an event: the publisher
+    QString clientMsgId;  ///< of a response
+    QVariant type;        ///< message type, or the event's id
+    QVariant body;
+};
+
+/// What belongs to a presenter and outlives it: its ids, its two threads, its queue, its standing
+/// time-out. Whoever talks to the message layer for a presenter holds the channel, so that the
+/// presenter itself may go meanwhile.
+class PresenterChannel {
+public:
+    PresenterChannel(ZnPresenterClass* presenter, const QString& instanceId, const QString& pid);
+    ~PresenterChannel();
+    PresenterChannel(const PresenterChannel&) = delete;
+    PresenterChannel& operator=(const PresenterChannel&) = delete;
+
+    const QString& instanceId() const { return m_instanceId; }
+    const QString& pid() const { return m_pid; }
+    QThread* objectThread() const;
+
+    /// Starts both threads. A second call, or one after the disposal began, does nothing.
+    void start();
+    /// Queues for the message thread; dropped once the disposal began.
+    void enqueue(const IncomingMessage& message);
+
+    bool isClosing() const { return m_closing; }
+    /// True when the calling thread is one of this presenter's two.
+    bool isOwnThread() const;
+
+    /// Whoever makes the presenter is done with it: its initPresenter() ran, or it is disposed of.
+    void markBuilt();
+    /// Waits, for a moment at most, while another thread is still making the presenter, which must
+    /// not be deleted under its constructor.
+    void waitUntilBuilt();
+
+    /// Opens a synchronous call; false once the disposal began. Each open call keeps the presenter
+    /// alive until endCall().
+    bool beginCall();
+    void endCall();
+
+    /// The first caller gets true and has to see to dispose().
+    bool claimDisposal();
+    /// Stops and joins the message thread, waits for open calls, deletes the presenter on its
+    /// object thread, ends and joins that. On no thread of the presenter's own.
+    void dispose();
+    /// The presenter's destructor has run.
+    void presenterDestroyed();
+
+    /// Seconds.
+    std::atomic<int> timeOut{10};
+
+private:
+    class ObjectThread;
+
+    void runMessageThread();
+    void deliver(const IncomingMessage& message);
+    void deletePresenter();
+
+    const QString m_instanceId;
+    const QString m_pid;
+    const std::thread::id m_builder = std::this_thread::get_id();
+    std::atomic<bool> m_closing{false};
+
+    mutable std::mutex m_mutex;  // guards everything below but the threads
+    std::condition_variable m_changed;
+    std::deque<IncomingMessage> m_queue;
+    ZnPresenterClass* m_presenter;
+    bool m_started = false;
+    bool m_built = false;
+    bool m_deleted = false;
+    int m_openCalls = 0;
+
+    std::thread m_messageThread;
+    const std::unique_ptr<ObjectThread> m_objectThread;
+};

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QHash>
+#include <QSet>
+#include <QString>
+#include <QVariantMap>
+#include <shared_mutex>
+
+#include "platform_export.h"
+
+/// The kinds of reference rows in the static database.
+enum class ReferenceKind { Etf, Bond, Gold, NewStock, Quota, Rqt, Setting, Security };
+
+/// The reference rows of one kind by symbol. Empty until loaded. Any thread.
+class PLATFORM_API ReferenceTable {
+public:
+    /// The one table of a kind in the process, never destroyed.
+    static ReferenceTable& of(ReferenceKind kind);
+    static void clearAll();
+
+    /// Reads the rows anew. A row that is no record is passed over with a log line. False with a
+    /// log line, the table then being empty, when the database cannot be read.
+    bool load();
+    /// Reads only the rows that belong to one of these trading accounts.
+    bool loadOfAccounts(const QSet<QString>& tradingAccounts);
+    void clear();
+
+    int count() const;
+    bool contains(const QString& symbol) const;
+    /// An empty record for an unknown symbol.
+    QVariantMap record(const QString& symbol) const;
+    /// The record whose field has this text, the one with the smallest symbol where several have;
+    /// walks all rows. Empty when none has.
+    QVariantMap recordWith(const QString& field, const QString& text) const;
+    QHash<QString, QVariantMap> records() const;
+
+private:
+    explicit ReferenceTable(const QString& kind);
+    bool loadRows(const QSet<QString>* tradingAccounts);
+
+    const QString m_kind;
+    mutable std::shared_mutex m_lock;  // guards m_rows
+    QHash<QString, QVariantMap> m_rows;
+};

@@ -1,0 +1,69 @@
+#include "security_book.h"
+
+#include "reference_table.h"
+#include "vocabulary/fields.h"
+
+SecurityBook& SecurityBook::instance() {
+    static auto* const book = new SecurityBook;
+    return *book;
+}
+
+void SecurityBook::clear() {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_rows.reset();
+}
+
+std::shared_ptr<const SecurityBook::Rows> SecurityBook::rows() const {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    if (!m_rows) {
+        m_rows = readRows();
+    }
+    return m_rows;
+}
+
+std::shared_ptr<const SecurityBook::Rows> SecurityBook::readRows() {
+    ReferenceTable& table = ReferenceTable::of(ReferenceKind::Security);
+    // What cannot be read is told by the table; the book is empty then and not tried again.
+    table.load();
+    auto rows = std::make_shared<Rows>();
+    rows->bySymbol = table.records();
+    QStringList symbols = rows->bySymbol.keys();
+    // Where two securities claim an id, the one with the smaller symbol has it.
+    symbols.sort();
+    for (const QString& symbol : symbols) {
+        const QVariantMap record = rows->bySymbol.value(symbol);
+        const QString id = record.value(Security::securityID).toString();
+        if (id.isEmpty()) {
+            continue;
+        }
+        QStringList exchanges = exchangesOf(record);
+        exchanges.append(QString());
+        for (const QString& exchange : qAsConst(exchanges)) {
+            const QPair<QString, QString> key(id, exchange);
+            if (!rows->byId.contains(key)) {
+                rows->byId.insert(key, symbol);
+            }
+        }
+    }
+    return rows;
+}
+
+QVariantMap SecurityBook::record(const QString& symbol) const {
+    return rows()->bySymbol.value(symbol);
+}
+
+QStringList SecurityBook::exchangesOf(const QVariantMap& record) {
+    QStringList exchanges = record.value(UserAccount::securityExchange)
+                                .toString()
+                                .split(QLatin1Char(','), Qt::SkipEmptyParts);
+    exchanges.removeDuplicates();
+    return exchanges;
+}
+
+QString SecurityBook::symbolOf(const QString& securityID, const QString& exchange) const {
+    return rows()->byId.value(qMakePair(securityID, exchange));
+}
+
+QHash<QString, QVariantMap> SecurityBook::records() const {
+    return rows()->bySymbol;
+}

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "server_answer.h"
+
+class ZnPresenterClass;
+
+/// Sends one record as a synchronous request and judges what comes back. Blocks for the request. A
+/// null presenter gives an error.
+ServerAnswer queryServer(ZnPresenterClass* presenter, const QString& msgType,
+                         const QVariantMap& request);

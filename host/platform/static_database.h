@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QHash>
+#include <QMap>
+#include <QString>
+#include <shared_mutex>
+
+/// The static database: a SQLite file that is only ever read. The configuration is taken into
+/// memory when it is opened; reference rows are read from the file on demand. Any thread.
+class StaticDatabase {
+public:
+    /// Checks the file and reads its configuration, in place of the one before; an empty name means
+    /// that there is no static data. Never makes a file. False with a text that names the file and
+    /// says how to rebuild it; then nothing is open.
+    bool open(const QString& file, QString* error);
+    void close();
+
+    QString value(const QString& section, const QString& key) const;
+    QMap<QString, QString> section(const QString& section) const;
+
+    /// The texts of one kind of reference rows by symbol; empty without static data. False with a
+    /// text when the file cannot be read any more.
+    bool readReference(const QString& kind, QMap<QString, QString>* rows, QString* error) const;
+
+private:
+    using Sections = QHash<QString, QMap<QString, QString>>;
+
+    mutable std::shared_mutex m_lock;  // guards the members below
+    QString m_file;
+    Sections m_sections;
+};

@@ -1,0 +1,64 @@
+#include <QHash>
+
+#include "data_log.h"
+#include "velmarutils/velmar_utils.h"
+#include "vocabulary/names.h"
+#include "vocabulary/velmar_event_msg_id.h"
+#include "znevent/c_event_message_common.h"
+#include "znwidget/zn_presenter_class.h"
+
+namespace {
+
+/// Names to ids. An id is the name's place here, so a new name goes to the end.
+QHash<QString, int> numberedEvents() {
+    const QString* const names[] = {
+        &EventMsgName::BUSI_HEART_BEAT_STATISTIC,
+        &EventMsgName::BUSI_MSG_ADD,
+        &EventMsgName::BUSI_MSG_LOADED,
+        &EventMsgName::BUSI_MSG_UPDATED,
+        &EventMsgName::CalcRealizedProfitInitEvent,
+        &EventMsgName::ClientPatchUpdateEvent,
+        &EventMsgName::ETFTRADESETTING_TRADEFEECHANGE,
+        &EventMsgName::LogUploadEvent,
+        &EventMsgName::PRICE_CAGE_INFO_FINISH_INIT,
+        &EventMsgName::RealizedProfitInitedEvent,
+        &EventMsgName::RealizedProfitUpdateEvent,
+        &EventMsgName::SECURITY_ACCOUNT_SETTING_CHANGED,
+        &EventMsgName::Velmar_Fundaccount_Inited,
+    };
+    QHash<QString, int> ids;
+    int next = VelmarEventMsgID::TORVI_BASE_TYPE;
+    for (const QString* name : names) {
+        ids.insert(*name, ++next);
+    }
+    return ids;
+}
+
+}  // namespace
+
+int VelmarUtils::GetTorviEventMsgIdByStr(const QString& name) {
+    static const auto* const ids = new QHash<QString, int>(numberedEvents());
+    const int id = ids->value(name, 0);
+    if (id == 0) {
+        qCWarning(lcPlatformData) << "no event has the name" << name;
+    }
+    return id;
+}
+
+int VelmarUtils::SendEventMsg(ZnPresenterClass* p, int eventId, const QVariant& body) {
+    if (!p || eventId == 0) {
+        qCWarning(lcPlatformData) << "event" << eventId << "is not published:"
+                                  << (p ? "it has no id" : "there is no presenter");
+        return -1;
+    }
+    auto* event = new CEventMessageCommon;
+    event->SetSrcid(p->pluginPid());
+    event->SetType(eventId);
+    event->SetMsg(body);
+    p->PutEvent(p->pluginPid(), event);
+    return 0;
+}
+
+int VelmarUtils::SendEventMsg(ZnPresenterClass* p, const QString& eventName, const QVariant& body) {
+    return SendEventMsg(p, GetTorviEventMsgIdByStr(eventName), body);
+}

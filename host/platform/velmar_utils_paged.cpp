@@ -1,0 +1,159 @@
+#include <QSet>
+#include <functional>
+
+#include "data_log.h"
+#include "server_query.h"
+#include "velmarutils/velmar_utils.h"
+#include "vocabulary/fields.h"
+#include "znwidget/zn_presenter_class.h"
+
+namespace {
+
+constexpr int kMsPerSecond = 1000;
+
+/// Another time-out for one request. It is the presenter's own that changes, for everybody who
+/// sends through it at that moment, so it is put back as soon as the request is done.
+class TimeOutForOneRequest {
+public:
+    TimeOutForOneRequest(ZnPresenterClass* presenter, int timeOutMs)
+        : m_presenter(timeOutMs > 0 ? presenter : nullptr) {
+        if (m_presenter) {
+            m_standing = m_presenter->getRequestTimeOut();
+            m_presenter->setRequestTimeOut((timeOutMs + kMsPerSecond - 1) / kMsPerSecond);
+        }
+    }
+    ~TimeOutForOneRequest() {
+        if (m_presenter) {
+            m_presenter->setRequestTimeOut(m_standing);
+        }
+    }
+    Q_DISABLE_COPY(TimeOutForOneRequest)
+
+private:
+    ZnPresenterClass* const m_presenter;
+    int m_standing = 0;
+};
+
+/// What goes on: the next page's request, the end of the list, or an end with an error.
+enum class Next { Page, End, Error };
+
+struct PagedQuery {
+    ZnPresenterClass* presenter;
+    QString msgType;
+    QVariantMap request;  ///< of the next page
+    int timeOutMs;
+    int maxPages;  ///< 0: no limit
+};
+
+/// Collects pages for as long as `next` says so; it sees each answer with the number of rows that
+/// were collected so far, this answer's included, and moves the request on.
+using NextPage = std::function<Next(const ServerAnswer& answer, int collected, QVariantMap* request,
+                                    QString* error)>;
+
+QList<QVariantMap> collect(PagedQuery query, const NextPage& next, QString* error) {
+    QList<QVariantMap> rows;
+    Next step = Next::Page;
+    for (int page = 1; step == Next::Page; ++page) {
+        ServerAnswer answer;
+        {
+            const TimeOutForOneRequest timeOut(query.presenter, query.timeOutMs);
+            answer = queryServer(query.presenter, query.msgType, query.request);
+        }
+        *error = answer.error;
+        if (error->isEmpty()) {
+            rows += answer.rows;
+            step = next(answer, rows.size(), &query.request, error);
+        }
+        if (!error->isEmpty()) {
+            qCDebug(lcPlatformQuery).noquote()
+                << query.msgType << "failed at its page" << page << ":" << *error;
+            return {};
+        }
+        if (page == query.maxPages) {
+            break;
+        }
+    }
+    return rows;
+}
+
+Next endless(const QString& msgType, const QString& what, QString* error) {
+    *error = QStringLiteral("the list of %1 does not end: %2").arg(msgType, what);
+    qCWarning(lcPlatformQuery).noquote() << *error;
+    return Next::Error;
+}
+
+}  // namespace
+
+QList<QVariantMap> VelmarUtils::QueryDatasFromServerByPage(
+    ZnPresenterClass* p, const QString& msgType, const QVariantMap& request, QString& error,
+    int pageSize, int firstPage, int maxPages, int timeOutMs) {
+    if (pageSize < 1 || firstPage < 1) {
+        error = QStringLiteral("%1 can't be asked for pages of %2 rows from page %3 on")
+                    .arg(msgType)
+                    .arg(pageSize)
+                    .arg(firstPage);
+        return {};
+    }
+    PagedQuery query{p, msgType, request, timeOutMs, maxPages};
+    query.request.insert(System::pageNo, firstPage);
+    query.request.insert(System::pageSize, pageSize);
+    const qint64 before = qint64(firstPage - 1) * pageSize;
+    QList<QVariantMap> last;
+    const auto next = [&](const ServerAnswer& answer, int collected, QVariantMap* page,
+                          QString* why) {
+        bool isTold = false;
+        const qint64 total = answer.header.value(System::totalSize).toLongLong(&isTold);
+        if (isTold && before + collected >= total) {
+            return Next::End;
+        }
+        if (answer.rows.size() < pageSize && isTold) {
+            return endless(msgType,
+                           QStringLiteral("%1 rows of %2 came, the last page %3")
+                               .arg(collected)
+                               .arg(total)
+                               .arg(answer.rows.isEmpty() ? QStringLiteral("empty")
+                                                          : QStringLiteral("not full")),
+                           why);
+        }
+        if (answer.rows.size() < pageSize) {
+            return Next::End;
+        }
+        if (answer.rows == last) {
+            return endless(msgType, QStringLiteral("the same page came twice"), why);
+        }
+        last = answer.rows;
+        page->insert(System::pageNo, page->value(System::pageNo).toInt() + 1);
+        return Next::Page;
+    };
+    return collect(query, next, &error);
+}
+
+QList<QVariantMap> VelmarUtils::QueryDatasFromServerByPos(ZnPresenterClass* p,
+                                                          const QString& msgType,
+                                                          const QVariantMap& request,
+                                                          QString& error, int pageSize,
+                                                          QString startPos, int timeOutMs) {
+    if (pageSize < 1) {
+        error = QStringLiteral("%1 can't be asked for pages of %2 rows").arg(msgType).arg(pageSize);
+        return {};
+    }
+    PagedQuery query{p, msgType, request, timeOutMs, 0};
+    query.request.insert(System::positionStr, startPos);
+    query.request.insert(System::requestNumber, pageSize);
+    QSet<QString> seen{startPos};
+    const auto next = [&](const ServerAnswer& answer, int, QVariantMap* page, QString* why) {
+        if (answer.rows.size() < pageSize) {
+            return Next::End;
+        }
+        const QString position = answer.header.value(System::positionStr).toString();
+        if (position.isEmpty() || seen.contains(position)) {
+            return endless(msgType,
+                           QStringLiteral("a full page leads to the position \"%1\"").arg(position),
+                           why);
+        }
+        seen.insert(position);
+        page->insert(System::positionStr, position);
+        return Next::Page;
+    };
+    return collect(query, next, &error);
+}

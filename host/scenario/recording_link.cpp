@@ -1,0 +1,59 @@
+#include "recording_link.h"
+
+#include <utility>
+
+#include "message_type.h"
+#include "packed_body.h"
+
+RecordingLink::RecordingLink(std::unique_ptr<GatewayLink> below, std::shared_ptr<ScenarioTape> tape)
+    : m_below(std::move(below)), m_tape(std::move(tape)) {}
+
+bool RecordingLink::start(GatewayLinkListener* listener, QString* error) {
+    m_listener = listener;
+    return m_below->start(this, error);
+}
+
+void RecordingLink::stop() {
+    m_below->stop();
+}
+
+bool RecordingLink::send(const GatewayRequest& request) {
+    const QString type = messageTypeOf(request.msgType, rowsOfPackedBody(request.body).first());
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_types.emplace(request.envelopeId, type);
+    }
+    m_tape->add(RecordKind::Request, type, jsonOfBody(request.body));
+    return m_below->send(request);
+}
+
+QString RecordingLink::typeOf(quint64 envelopeId) const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_types.find(envelopeId);
+    return found == m_types.end() ? QString() : found->second;
+}
+
+void RecordingLink::onAnswer(quint64 envelopeId, const QString& msgType, const QVariant& body) {
+    m_tape->add(RecordKind::Answer, typeOf(envelopeId), jsonOfBody(body));
+    m_listener->onAnswer(envelopeId, msgType, body);
+}
+
+void RecordingLink::onFailure(quint64 envelopeId, const QString& reason) {
+    m_tape->add(RecordKind::Failure, typeOf(envelopeId), {{QStringLiteral("reason"), reason}});
+    m_listener->onFailure(envelopeId, reason);
+}
+
+void RecordingLink::onTimeOut(quint64 envelopeId) {
+    m_tape->add(RecordKind::TimeOut, typeOf(envelopeId), {});
+    m_listener->onTimeOut(envelopeId);
+}
+
+void RecordingLink::onPush(const QString& msgType, const QVariant& body) {
+    m_tape->add(RecordKind::Push, msgType, jsonOfBody(body));
+    m_listener->onPush(msgType, body);
+}
+
+void RecordingLink::onGateState(const QString& gate, const QString& netState) {
+    m_tape->add(RecordKind::Gate, gate, {{QStringLiteral("state"), netState}});
+    m_listener->onGateState(gate, netState);
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QString>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "gateway_link.h"
+#include "scenario_tape.h"
+
+/// A link that keeps on a tape what passes through it. An outcome is kept before the platform gets
+/// it, so that it stands before everything that follows from it.
+class RecordingLink : public GatewayLink, private GatewayLinkListener {
+public:
+    RecordingLink(std::unique_ptr<GatewayLink> below, std::shared_ptr<ScenarioTape> tape);
+
+    bool start(GatewayLinkListener* listener, QString* error) override;
+    void stop() override;
+    bool send(const GatewayRequest& request) override;
+
+private:
+    void onAnswer(quint64 envelopeId, const QString& msgType, const QVariant& body) override;
+    void onFailure(quint64 envelopeId, const QString& reason) override;
+    void onTimeOut(quint64 envelopeId) override;
+    void onPush(const QString& msgType, const QVariant& body) override;
+    void onGateState(const QString& gate, const QString& netState) override;
+
+    QString typeOf(quint64 envelopeId) const;
+
+    const std::unique_ptr<GatewayLink> m_below;
+    const std::shared_ptr<ScenarioTape> m_tape;
+    GatewayLinkListener* m_listener = nullptr;  // written before the link below starts
+
+    mutable std::mutex m_mutex;  // guards the types
+    std::unordered_map<quint64, QString> m_types;
+};

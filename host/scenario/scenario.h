@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+#include <QVector>
+
+#include "fault_plan.h"
+#include "sample_market.h"
+
+/// What a part of a JSON value has to be.
+struct ScenarioCheck {
+    enum class Op { Same, Equals, Contains, Matches, Count };
+
+    QString path;  ///< "rows.0.tradingAccount"; empty for the whole
+    Op op = Op::Equals;
+    QString value;  ///< of Same: JSON inside a list
+    QString text;   ///< as it stands in the file
+};
+
+/// What is kept of a running client, for scenarios to expect.
+enum class RecordKind { Request, Answer, Failure, TimeOut, Push, Gate, Event, Tick, Log };
+
+struct ScenarioStep {
+    enum class Kind {
+        Setting,
+        Fault,
+        ClearFaults,
+        ClockSet,
+        ClockAdvance,
+        Start,       ///< up to the loaded accounts
+        Begin,       ///< up to the log-in
+        StartFails,  ///< as Start, and it must not succeed
+        Ready,       ///< waits for the accounts
+        Push,
+        Tick,
+        Gate,
+        Call,
+        Expect,
+        ExpectIdle,  ///< no request is under way
+    };
+
+    Kind kind = Kind::Start;
+    int line = 0;
+    QString text;        ///< the line as it stands
+    QString name;        ///< setting, topic, symbol, gate, function, or what is expected
+    QString value;       ///< of a setting, a gate's state, a tick's source
+    QString user;        ///< of a start and a push
+    QStringList values;  ///< arguments of a call
+    QList<QVariantMap> rows;
+    ::Fault fault;
+    QDateTime time;  ///< of ClockSet
+    qint64 ms = 0;   ///< of ClockAdvance
+    int limitMs = 0;
+    RecordKind record = RecordKind::Request;
+    bool negative = false;
+    int count = -1;      ///< exactly so many; negative for one or more
+    int occurrence = 0;  ///< the checks are for this one alone, from 1; 0 for any
+    QVector<ScenarioCheck> checks;
+};
+
+/// What one process plays.
+struct ScenarioSection {
+    int line = 1;
+    QVector<ScenarioStep> steps;
+};
+
+struct Scenario {
+    QString fileName;
+    MarketOptions market;
+    QVector<ScenarioSection> sections;
+};

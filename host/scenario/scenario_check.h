@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QJsonValue>
+#include <QString>
+
+#include "scenario.h"
+
+/// The part of a value that a path names, "rows.0.tradingAccount"; undefined when there is none.
+QJsonValue jsonAt(const QJsonValue& root, const QString& path);
+/// A text as it stands, a number in decimal, everything else as JSON; "(nothing)" when undefined.
+QString jsonText(const QJsonValue& value);
+/// Whether the value is as the check says.
+bool checkHolds(const ScenarioCheck& check, const QJsonValue& root);

@@ -1,0 +1,208 @@
+#include "scenario_player.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "scenario_check.h"
+
+namespace {
+
+constexpr int kIdleLimitMs = 10000;
+constexpr int kMostToldRecords = 12;
+constexpr int kMostToldLetters = 400;
+
+using Kind = ScenarioStep::Kind;
+
+bool allHold(const ScenarioStep& step, const QJsonValue& value) {
+    return std::all_of(step.checks.cbegin(), step.checks.cend(),
+                       [&value](const ScenarioCheck& check) { return checkHolds(check, value); });
+}
+
+/// What stands where the checks that do not hold look.
+QString missed(const ScenarioStep& step, const QJsonValue& value) {
+    QStringList lines;
+    for (const ScenarioCheck& check : step.checks) {
+        if (!checkHolds(check, value)) {
+            lines.append(
+                QStringLiteral("%1 is %2")
+                    .arg(check.path, jsonText(jsonAt(value, check.path)).left(kMostToldLetters)));
+        }
+    }
+    return lines.join(QStringLiteral("; "));
+}
+
+QVariant bodyOf(const ScenarioStep& step) {
+    QVariantList rows;
+    for (const QVariantMap& row : step.rows) {
+        rows.append(row);
+    }
+    return rows;
+}
+
+QStringList eventsOf(const ScenarioSection& section) {
+    QStringList events;
+    for (const ScenarioStep& step : section.steps) {
+        if (step.kind == Kind::Expect && step.record == RecordKind::Event) {
+            events.append(step.name);
+        }
+    }
+    events.removeDuplicates();
+    return events;
+}
+
+}  // namespace
+
+ScenarioPlayer::ScenarioPlayer(ScenarioStage& stage, std::shared_ptr<const ScenarioTape> tape)
+    : m_stage(stage), m_tape(std::move(tape)) {}
+
+bool ScenarioPlayer::fail(const QString& came) {
+    m_came = came;
+    return false;
+}
+
+bool ScenarioPlayer::play(const QString& fileName, const ScenarioSection& section,
+                          QString* report) {
+    QString error;
+    if (!m_stage.listenTo(eventsOf(section), &error)) {
+        *report = QStringLiteral("%1:%2: %3").arg(fileName).arg(section.line).arg(error);
+        return false;
+    }
+    for (const ScenarioStep& step : section.steps) {
+        if (!playStep(step)) {
+            *report = QStringLiteral("%1:%2: failed\n  expected: %3\n  came: %4")
+                          .arg(fileName, QString::number(step.line), step.text, m_came);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ScenarioPlayer::playStep(const ScenarioStep& step) {
+    QString error;
+    switch (step.kind) {
+        case Kind::Setting:
+            return m_stage.setSetting(step.name, step.value, &error) || fail(error);
+        case Kind::Fault:
+            m_stage.faults().add(step.fault);
+            return true;
+        case Kind::ClearFaults:
+            m_stage.faults().clear();
+            return true;
+        case Kind::ClockSet:
+            m_stage.setClock(step.time);
+            return true;
+        case Kind::ClockAdvance:
+            m_stage.advanceClock(step.ms);
+            return true;
+        case Kind::Start:
+        case Kind::Begin:
+        case Kind::StartFails:
+            return playStart(step);
+        case Kind::Ready:
+            return m_stage.ready(step.limitMs, &error) || fail(error);
+        case Kind::Push:
+            return m_stage.push(step.name, bodyOf(step), step.user) > 0 ||
+                   fail(QStringLiteral("nobody has subscribed to it"));
+        case Kind::Tick:
+            m_stage.tick(step.name, step.rows.first(), step.value);
+            return true;
+        case Kind::Gate:
+            m_stage.setGate(step.name, step.value);
+            return true;
+        case Kind::Call:
+            return playCall(step);
+        case Kind::Expect:
+            return playExpect(step);
+        case Kind::ExpectIdle:
+            return m_stage.waitUntil([this] { return m_stage.pendingRequests() == 0; },
+                                     kIdleLimitMs) ||
+                   fail(QStringLiteral("%1 requests under way").arg(m_stage.pendingRequests()));
+    }
+    return fail(QStringLiteral("a step that nobody knows"));
+}
+
+bool ScenarioPlayer::playStart(const ScenarioStep& step) {
+    QString error;
+    const bool begun = m_stage.begin(step.user, &error);
+    if (step.kind == Kind::Begin) {
+        return begun || fail(error);
+    }
+    const bool started = begun && m_stage.ready(step.limitMs, &error);
+    if (step.kind == Kind::Start) {
+        return started || fail(error);
+    }
+    if (started) {
+        return fail(QStringLiteral("the client started well"));
+    }
+    const QJsonObject told{{QStringLiteral("error"), error}};
+    return allHold(step, told) || fail(missed(step, told));
+}
+
+bool ScenarioPlayer::playCall(const ScenarioStep& step) {
+    QJsonObject answer;
+    QString error;
+    const auto asked = [&] {
+        return !m_stage.call(step.name, step.values, &answer, &error) || allHold(step, answer);
+    };
+    if (!m_stage.waitUntil(asked, step.limitMs)) {
+        return fail(missed(step, answer));
+    }
+    return error.isEmpty() || fail(error);
+}
+
+void ScenarioPlayer::readTape() {
+    for (const TapeRecord& record : m_tape->from(static_cast<size_t>(m_records.size()))) {
+        m_records.append(record);
+    }
+}
+
+/// The records that the expectation is about, whatever they hold.
+QVector<TapeRecord> ScenarioPlayer::named(const ScenarioStep& step) const {
+    QVector<TapeRecord> found;
+    for (const TapeRecord& record : m_records) {
+        if (record.kind == step.record &&
+            (step.record == RecordKind::Log || record.name == step.name)) {
+            found.append(record);
+        }
+    }
+    return found;
+}
+
+bool ScenarioPlayer::isMet(const ScenarioStep& step) const {
+    const QVector<TapeRecord> records = named(step);
+    const auto holds = [&step](const TapeRecord& record) { return allHold(step, record.fields); };
+    if (step.occurrence > 0) {
+        return records.size() >= step.occurrence && holds(records.at(step.occurrence - 1));
+    }
+    const int found = static_cast<int>(std::count_if(records.cbegin(), records.cend(), holds));
+    return step.count < 0 ? found > 0 : found == step.count;
+}
+
+bool ScenarioPlayer::playExpect(const ScenarioStep& step) {
+    readTape();
+    if (step.negative) {
+        return !isMet(step) || fail(whatCame(step));
+    }
+    const auto come = [this, &step] {
+        readTape();
+        return isMet(step);
+    };
+    return m_stage.waitUntil(come, step.limitMs) || fail(whatCame(step));
+}
+
+QString ScenarioPlayer::whatCame(const ScenarioStep& step) const {
+    QVector<TapeRecord> records = named(step);
+    if (step.negative) {
+        const auto rest = std::remove_if(
+            records.begin(), records.end(),
+            [&step](const TapeRecord& record) { return !allHold(step, record.fields); });
+        records.erase(rest, records.end());
+    }
+    QStringList lines{QStringLiteral("%1 of them").arg(records.size())};
+    for (const TapeRecord& record : records.mid(qMax(0, records.size() - kMostToldRecords))) {
+        const QString wrong = missed(step, record.fields);
+        lines.append(QStringLiteral("    ") +
+                     (wrong.isEmpty() ? jsonText(record.fields).left(kMostToldLetters) : wrong));
+    }
+    return lines.join(QLatin1Char('\n'));
+}

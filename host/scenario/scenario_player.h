@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+#include <QVector>
+#include <memory>
+
+#include "scenario.h"
+#include "scenario_stage.h"
+#include "scenario_tape.h"
+
+/// Plays the steps of one section, one after the other, up to the first that fails. The main
+/// thread's.
+class ScenarioPlayer {
+public:
+    ScenarioPlayer(ScenarioStage& stage, std::shared_ptr<const ScenarioTape> tape);
+
+    /// False with a report of several lines: "FILE:LINE: ...", what was expected and what came.
+    bool play(const QString& fileName, const ScenarioSection& section, QString* report);
+
+private:
+    bool playStep(const ScenarioStep& step);
+    bool playStart(const ScenarioStep& step);
+    bool playCall(const ScenarioStep& step);
+    bool playExpect(const ScenarioStep& step);
+    bool isMet(const ScenarioStep& step) const;
+    void readTape();
+    QVector<TapeRecord> named(const ScenarioStep& step) const;
+    QString whatCame(const ScenarioStep& step) const;
+    bool fail(const QString& came);
+
+    ScenarioStage& m_stage;
+    const std::shared_ptr<const ScenarioTape> m_tape;
+    QVector<TapeRecord> m_records;  // of the tape, as far as it was read
+    QString m_came;
+};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QString>
+#include <QStringList>
+#include <functional>
+
+#include "facade_library.h"
+
+struct AccountList;
+
+/// Calls one exported function; false when an interrupt came before its answer.
+using FacadeAsk = std::function<bool(const FacadeFunction& function, const QStringList& arguments,
+                                     QJsonObject* answer)>;
+
+/// What a command about accounts has to say.
+struct AccountsAnswer {
+    bool interrupted = false;
+    QString error;      ///< for the user, when the account asked about is not known
+    QStringList lines;  ///< for a terminal
+    QJsonValue json;    ///< the same as data
+};
+
+/// Tells about the accounts what the exported functions answer, and nothing else: the functions are
+/// called by name, and one that the library lacks is named in the answer.
+class AccountsCommand {
+public:
+    /// `known` are the accounts that the platform lists, since no exported list has frozen ones.
+    AccountsCommand(const FacadeLibrary& library, const FacadeAsk& ask, const QStringList& known);
+    ~AccountsCommand();
+    Q_DISABLE_COPY(AccountsCommand)
+
+    /// One row per account: those of the exported lists in their order, then the others. What is
+    /// wider than `columns` is cut.
+    AccountsAnswer list(int columns);
+    /// Which lists an account is in, and for the others why it is not.
+    AccountsAnswer why(const QString& account, int columns);
+
+private:
+    QJsonValue ask(const QString& function, const QStringList& arguments);
+    QList<QJsonObject> allRecords();
+    void readSecurityAccounts();
+    QStringList exchangesOf(const QString& account) const;
+    QStringList reasons(const AccountList& list, const QJsonObject& record) const;
+    QJsonObject describe(const QJsonObject& record) const;
+    QJsonObject judge(const AccountList& list, const QJsonObject& record);
+
+    const FacadeLibrary& m_library;
+    const FacadeAsk m_ask;
+    const QStringList m_known;
+    QStringList m_absent;  ///< functions that could not be called
+    bool m_interrupted = false;
+    bool m_securityAccountsTold = false;
+    QJsonObject m_securityAccounts;
+};

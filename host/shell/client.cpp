@@ -1,0 +1,288 @@
+#include "client.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QJsonArray>
+#include <QLoggingCategory>
+#include <atomic>
+#include <thread>
+#include <utility>
+
+#include "client_watcher.h"
+#include "embedded_link.h"
+#include "faulty_link.h"
+#include "interrupt_watch.h"
+#include "local_platform.h"
+#include "sample_market.h"
+#include "server_engine.h"
+#include "tick_feed.h"
+#include "vocabulary/values.h"
+#include "znbusinessdata/c_business_data_base.h"
+
+Client::Client(const Options& options, const Listener& listener)
+    : m_options(options), m_listener(listener), m_sight(std::make_shared<ClientSight>()) {}
+
+Client::~Client() {
+    stop();
+}
+
+QStringList Client::platformAccounts() {
+    return CBusinessDataBase::GetInstance()->GetTradeAccountList(
+        {AuthorityType::AccountQuery, AuthorityType::AccountEdit, AuthorityType::AccountAuthority,
+         AuthorityType::AccountSubscribe, AuthorityType::AccountTrade});
+}
+
+QString Client::libraryFile(const QString& pluginsDir, const QString& library) {
+    return QDir(pluginsDir).filePath(QStringLiteral("lib%1.so").arg(library));
+}
+
+QString Client::marketDir() const {
+    return QDir(m_options.homeDir).filePath(QStringLiteral("market"));
+}
+
+void Client::ended(const QString& text) const {
+    if (m_listener.stepEnded) {
+        m_listener.stepEnded(text);
+    }
+}
+
+bool Client::start(QString* error) {
+    return begin(error) && awaitAccounts(m_options.accountWaitMs, error);
+}
+
+bool Client::begin(QString* error) {
+    m_upSince.start();
+    if (beginSteps(error)) {
+        return true;
+    }
+    stop();
+    return false;
+}
+
+bool Client::awaitAccounts(int limitMs, QString* error) {
+    if (waitForAccounts(limitMs, error)) {
+        return true;
+    }
+    stop();
+    return false;
+}
+
+bool Client::awaitCage(int limitMs) {
+    m_gate.waitUntil([this] { return m_sight->cageLoadOver() || InterruptWatch::hasCome(); },
+                     limitMs);
+    return m_sight->cageLoadOver();
+}
+
+bool Client::beginSteps(QString* error) {
+    return prepareMarket(error) && startPlatform(error) && connectServer(error) &&
+           loadLibraries(error) && makePluginObject(kBusinessDataObject, error) && login(error);
+}
+
+bool Client::prepareMarket(QString* error) {
+    const MarketOptions& market = m_options.market;
+    const QString size = QStringLiteral("%1 accounts, %2 symbols")
+                             .arg(market.allAccounts())
+                             .arg(market.allSymbols());
+    if (!m_options.rebuildMarket) {
+        const MarketState state = sampleMarketState(marketDir(), market, error);
+        if (state == MarketState::Ready) {
+            ended(QStringLiteral("sample market opened (%1)").arg(size));
+            return true;
+        }
+        // What somebody may want to look at is not written over unasked.
+        if (state == MarketState::Damaged) {
+            return false;
+        }
+    }
+    const auto progress = [this](int done, int total) {
+        if (m_listener.marketProgress) {
+            m_listener.marketProgress(done, total);
+        }
+        return !InterruptWatch::hasCome();
+    };
+    if (!makeSampleMarket(marketDir(), market, progress, error)) {
+        return false;
+    }
+    ended(QStringLiteral("sample market made (%1)").arg(size));
+    return true;
+}
+
+bool Client::startPlatform(QString* error) {
+    LocalPlatform::Options platform;
+    platform.homeDir = m_options.homeDir;
+    platform.staticDbFile = staticDatabaseFile(marketDir());
+    if (!LocalPlatform::instance().start(platform, error)) {
+        return false;
+    }
+    m_platformStarted = true;
+    // It must have subscribed before anything can publish what it waits for.
+    auto* const watcher = new ClientWatcher(m_sight, [this] { m_gate.wake(); });
+    watcher->initPresenter();
+    if (m_listener.platformStarted) {
+        m_listener.platformStarted();
+    }
+    ended(QStringLiteral("local platform started (%1)").arg(m_options.homeDir));
+    startTicks();
+    return true;
+}
+
+void Client::startTicks() {
+    if (!(m_options.ticksPerSecond > 0)) {
+        return;
+    }
+    TickFeed::Options feed;
+    feed.symbols = m_options.tickSymbols;
+    feed.ticksPerSecond = m_options.ticksPerSecond;
+    feed.ratePerSymbol = true;
+    feed.staticDatabaseFile = staticDatabaseFile(marketDir());
+    m_ticks = std::make_unique<TickFeed>(feed);
+    m_ticks->start();
+}
+
+bool Client::connectServer(QString* error) {
+    // Beside the market, which may be made anew without losing what was written.
+    const auto state = ServerState::open(
+        QDir(m_options.homeDir).filePath(QStringLiteral("server_state.sqlite")), error);
+    if (!state) {
+        return false;
+    }
+    m_server = ServerEngine::open(marketStoreFile(marketDir()), error, state);
+    if (!m_server) {
+        return false;
+    }
+    auto faulty =
+        std::make_unique<FaultyLink>(std::make_unique<EmbeddedLink>(m_server), m_options.faults);
+    FaultyLink* const link = faulty.get();
+    std::unique_ptr<GatewayLink> outer = std::move(faulty);
+    if (m_options.wrapLink) {
+        outer = m_options.wrapLink(std::move(outer));
+    }
+    if (!LocalPlatform::instance().setLink(std::move(outer), error)) {
+        return false;
+    }
+    m_link = link;
+    ended(QStringLiteral("embedded gateway connected (%1 message types)")
+              .arg(m_server->messageTypes().size()));
+    return true;
+}
+
+bool Client::loadLibraries(QString* error) {
+    for (const QString& library : QStringList(kBusinessDataLibrary) + m_options.libraries) {
+        if (!m_plugins.load(libraryFile(m_options.pluginsDir, library), error)) {
+            return false;
+        }
+        ended(QStringLiteral("plug-in library loaded (%1)").arg(library));
+    }
+    m_plugins.extensionsInitialized();
+    return m_facade.load(libraryFile(m_options.pluginsDir, kBusinessDataLibrary), error);
+}
+
+bool Client::makePluginObject(const QString& name, QString* error) {
+    ZnPluginBaseObject* const object = m_plugins.makePluginObject(name, error);
+    if (!object) {
+        return false;
+    }
+    ended(QStringLiteral("plug-in object initialised (%1)").arg(name));
+    m_plugins.objectsInitialized();
+    return true;
+}
+
+bool Client::login(QString* error) {
+    LocalPlatform& platform = LocalPlatform::instance();
+    if (!platform.loginUser(m_options.user, SampleLogin::password, error)) {
+        *error = QStringLiteral("the log-in of %1 failed: %2").arg(m_options.user, *error);
+        return false;
+    }
+    ended(QStringLiteral("logged in (%1)").arg(m_options.user));
+    if (!platform.loadAccountTree(error)) {
+        *error = QStringLiteral("the account list did not come: %1").arg(*error);
+        return false;
+    }
+    ended(QStringLiteral("account list received (%1 accounts)").arg(platformAccounts().size()));
+    return true;
+}
+
+bool Client::waitForAccounts(int limitMs, QString* error) {
+    const auto seen = [this] { return m_sight->accountsReady() || InterruptWatch::hasCome(); };
+    if (!m_gate.waitUntil(seen, limitMs)) {
+        *error = QStringLiteral("the accounts were not loaded within %1 s; the log tells why")
+                     .arg(limitMs / 1000);
+        return false;
+    }
+    if (!m_sight->accountsReady()) {
+        *error = QStringLiteral("interrupted while the accounts were loading");
+        return false;
+    }
+    const QStringList accounts = platformAccounts();
+    countAccounts(accounts);
+    ended(QStringLiteral("accounts loaded (%1 of %2, %3 of them frozen)")
+              .arg(m_loadedAccounts)
+              .arg(accounts.size())
+              .arg(m_frozenAccounts));
+    return true;
+}
+
+void Client::countAccounts(const QStringList& accounts) {
+    // The lists of the exported class leave frozen accounts out; a record tells of every one.
+    QString error;
+    for (const QString& account : accounts) {
+        const QStringList arguments{account, QStringLiteral("false")};
+        const FacadeFunction* const lookUp =
+            m_facade.choose(QStringLiteral("GetAccountInfoByTradingAccount"), arguments, &error);
+        if (!lookUp) {
+            return;
+        }
+        const QJsonObject record =
+            lookUp->call(arguments).value(QLatin1String("result")).toObject();
+        if (record.value(QLatin1String("tradingAccount")).toString() == account) {
+            ++m_loadedAccounts;
+            m_frozenAccounts +=
+                record.value(QLatin1String("accountStatus")) == AccountStatus::freezing ? 1 : 0;
+        }
+    }
+}
+
+bool Client::call(const FacadeFunction& function, const QStringList& arguments, int limitMs,
+                  QJsonObject* answer) {
+    std::atomic<bool> answered{false};
+    std::thread caller([&] {
+        *answer = function.call(arguments);
+        answered = true;
+        m_gate.wake();
+    });
+    m_gate.waitUntil([&] { return answered || InterruptWatch::hasCome(); }, limitMs);
+    const bool inTime = answered;
+    if (!inTime) {
+        m_ticks.reset();
+        // Ends whatever the function waits for.
+        m_link = nullptr;
+        LocalPlatform::instance().close();
+    }
+    caller.join();
+    return inTime;
+}
+
+ClientStatus Client::status() const {
+    const LocalPlatform& platform = LocalPlatform::instance();
+    ClientStatus status;
+    status.accounts = m_loadedAccounts;
+    status.presenters = platform.presenterCount();
+    status.pendingRequests = platform.pendingRequestCount();
+    status.gates = m_sight->gates();
+    status.upSeconds = m_upSince.elapsed() / 1000;
+    return status;
+}
+
+void Client::stop() {
+    if (!m_platformStarted) {
+        return;
+    }
+    m_platformStarted = false;
+    m_ticks.reset();
+    m_plugins.shutdown();
+    m_link = nullptr;
+    m_server.reset();
+    LocalPlatform::instance().close();
+    // Objects that were handed to the main thread's loop to be deleted.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}

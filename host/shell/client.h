@@ -1,0 +1,118 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QString>
+#include <functional>
+#include <memory>
+
+#include "facade_library.h"
+#include "fault_plan.h"
+#include "gateway_link.h"
+#include "main_loop_gate.h"
+#include "plugin_manager.h"
+#include "sample_market.h"
+#include "status_line.h"
+
+class ClientSight;
+class FaultyLink;
+class ServerEngine;
+class TickFeed;
+
+/// The local client: platform, embedded server and plug-ins, brought up step by step and taken down
+/// again. One per process, on the main thread.
+class Client {
+public:
+    struct Options {
+        QString homeDir;
+        QString pluginsDir;
+        QStringList libraries;  ///< plug-ins to load besides the business data plug-in
+        QString user;
+        bool rebuildMarket = false;
+        int accountWaitMs = 60000;
+        MarketOptions market;
+        QStringList tickSymbols;    ///< that get ticks beside those that somebody subscribed
+        double ticksPerSecond = 1;  ///< of each symbol; 0: no ticks
+        /// What goes wrong between client and server; may change while the client runs.
+        std::shared_ptr<FaultPlan> faults = std::make_shared<FaultPlan>();
+        /// Puts a link of the caller's own around the client's; may be empty.
+        std::function<std::unique_ptr<GatewayLink>(std::unique_ptr<GatewayLink>)> wrapLink;
+    };
+    struct Listener {
+        /// A step has ended, with what it brought.
+        std::function<void(const QString& text)> stepEnded;
+        /// Something long is under way.
+        std::function<void(int done, int total)> marketProgress;
+        /// Presenters may be made from here on; nothing is connected yet.
+        std::function<void()> platformStarted{};
+    };
+
+    Client(const Options& options, const Listener& listener);
+    /// Stops.
+    ~Client();
+    Q_DISABLE_COPY(Client)
+
+    /// Everything up to the loaded accounts. On failure false with a text for the user, and nothing
+    /// is left running. An interrupt ends it as a failure.
+    bool start(QString* error);
+    /// The two halves of start(): up to the log-in, and the wait for the accounts.
+    bool begin(QString* error);
+    bool awaitAccounts(int limitMs, QString* error);
+    /// Waits for the end of the plug-in's load of the price cage; false when it did not come in
+    /// time or an interrupt came first.
+    bool awaitCage(int limitMs);
+    /// Makes and initialises the plug-in object of that name, of a loaded library.
+    bool makePluginObject(const QString& name, QString* error);
+    /// Ticks, plug-ins, link and platform, in this order. A second call does nothing.
+    void stop();
+
+    /// Runs the call beside the main loop, which it may need. False when an interrupt came first or
+    /// it took longer than `limitMs`, negative for no limit; the platform is closed then.
+    bool call(const FacadeFunction& function, const QStringList& arguments, int limitMs,
+              QJsonObject* answer);
+
+    const FacadeLibrary& facade() const { return m_facade; }
+    /// Null before the server is connected, and once the client has stopped.
+    ServerEngine* server() const { return m_server.get(); }
+    FaultyLink* link() const { return m_link; }
+    ClientStatus status() const;
+    /// Where the main thread waits; woken when something of the client changes.
+    MainLoopGate& gate() { return m_gate; }
+
+    /// The trading accounts of the login on which it holds any authority, as the platform has them.
+    static QStringList platformAccounts();
+    /// The file of a plug-in library by its name.
+    static QString libraryFile(const QString& pluginsDir, const QString& library);
+
+private:
+    bool beginSteps(QString* error);
+    bool prepareMarket(QString* error);
+    bool startPlatform(QString* error);
+    void startTicks();
+    bool connectServer(QString* error);
+    bool loadLibraries(QString* error);
+    bool login(QString* error);
+    bool waitForAccounts(int limitMs, QString* error);
+    void countAccounts(const QStringList& accounts);
+    QString marketDir() const;
+    void ended(const QString& text) const;
+
+    const Options m_options;
+    const Listener m_listener;
+    const std::shared_ptr<ClientSight> m_sight;
+    MainLoopGate m_gate;
+    PluginManager m_plugins;
+    FacadeLibrary m_facade;
+    std::unique_ptr<TickFeed> m_ticks;
+    std::shared_ptr<ServerEngine> m_server;
+    FaultyLink* m_link = nullptr;  // the platform's
+    QElapsedTimer m_upSince;
+    int m_loadedAccounts = 0;
+    int m_frozenAccounts = 0;
+    bool m_platformStarted = false;
+};
+
+/// Names of libraries, without what the system adds to a file's name, and of plug-in objects.
+inline const QString kBusinessDataLibrary = QStringLiteral("VelmarBusinessDataManager");
+inline const QString kBusinessDataObject = QStringLiteral("VelmarBusinessDataManager");
+inline const QString kNeighbourLibrary = QStringLiteral("NeighbourPlugin");
+inline const QString kNeighbourObject = QStringLiteral("Neighbour");

@@ -1,0 +1,189 @@
+#include "client_stage.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QSettings>
+#include <utility>
+
+#include "commonquotahandler/common_quota_handler.h"
+#include "faulty_link.h"
+#include "interrupt_watch.h"
+#include "local_platform.h"
+#include "platform_data.h"
+#include "recording_link.h"
+#include "server_engine.h"
+#include "velmarutils/velmar_utils.h"
+#include "znwidget/zn_presenter_class.h"
+
+namespace {
+
+constexpr int kLookAgainMs = 2;
+constexpr int kCallLimitMs = 30000;
+constexpr int kSubscribe = 1;
+
+}  // namespace
+
+/// Keeps the events that a scenario expects.
+class ClientStage::Watcher : public ZnPresenterClass {
+public:
+    Watcher(std::shared_ptr<ScenarioTape> tape, const QVector<Event>& events)
+        : ZnPresenterClass(QStringLiteral("ZNApp.Scenario"), nullptr,
+                           IMessageInterface::OwnThreads),
+          m_tape(std::move(tape)),
+          m_events(events) {
+        for (const Event& event : m_events) {
+            SubEvent(pluginPid(), event.id, kSubscribe);
+        }
+    }
+
+    void ProcEventMsg(QString srcId, QVariant eventId, QVariant body) override {
+        QJsonObject fields = jsonOfBody(body);
+        fields.insert(QStringLiteral("id"), eventId.toInt());
+        fields.insert(QStringLiteral("source"), srcId);
+        for (const Event& event : m_events) {
+            if (event.id == eventId.toInt()) {
+                m_tape->add(RecordKind::Event, event.name, fields);
+            }
+        }
+    }
+
+private:
+    const std::shared_ptr<ScenarioTape> m_tape;
+    const QVector<Event> m_events;
+};
+
+ClientStage::ClientStage(const Client::Options& options, std::shared_ptr<ScenarioTape> tape)
+    : m_options(options), m_tape(std::move(tape)) {
+    m_options.wrapLink = [this](std::unique_ptr<GatewayLink> link) {
+        return std::make_unique<RecordingLink>(std::move(link), m_tape);
+    };
+}
+
+ClientStage::~ClientStage() {
+    stop();
+}
+
+bool ClientStage::listenTo(const QStringList& events, QString* error) {
+    for (const QString& name : events) {
+        bool isNumber = false;
+        int id = name.toInt(&isNumber, 0);
+        if (!isNumber) {
+            id = VelmarUtils::GetTorviEventMsgIdByStr(name);
+        }
+        if (id == 0) {
+            *error = QStringLiteral("no event has the name '%1'").arg(name);
+            return false;
+        }
+        m_events.append({id, name});
+    }
+    return true;
+}
+
+bool ClientStage::setSetting(const QString& name, const QString& value, QString* error) {
+    QSettings settings(QDir(m_options.homeDir).filePath(QStringLiteral("settings/client.ini")),
+                       QSettings::IniFormat);
+    settings.setIniCodec("UTF-8");
+    settings.setValue(name, value);
+    settings.sync();
+    if (settings.status() == QSettings::NoError) {
+        return true;
+    }
+    *error = QStringLiteral("%1 cannot be written").arg(settings.fileName());
+    return false;
+}
+
+FaultPlan& ClientStage::faults() {
+    return *m_options.faults;
+}
+
+void ClientStage::setClock(const QDateTime& time) {
+    m_time = time;
+    LocalPlatform::instance().setClock([time] { return time; });
+}
+
+void ClientStage::advanceClock(qint64 ms) {
+    setClock((m_time.isValid() ? m_time : QDateTime::currentDateTime()).addMSecs(ms));
+}
+
+void ClientStage::platformStarted() {
+    if (m_time.isValid()) {
+        // A platform that starts begins with the machine's clock.
+        setClock(m_time);
+    }
+    auto* const watcher = new Watcher(m_tape, m_events);
+    watcher->initPresenter();
+    CommonQuotaHandler& feed = CommonQuotaHandler::instance();
+    QObject::connect(
+        &feed, &CommonQuotaHandler::sigTickDataUpdate, &m_client->gate(),
+        [tape = m_tape](const QString& symbol, const QVariantMap& tick, const QString& source) {
+            QJsonObject fields = QJsonObject::fromVariantMap(tick);
+            fields.insert(QStringLiteral("source"), source);
+            tape->add(RecordKind::Tick, symbol, fields);
+        });
+    feed.Init();
+}
+
+bool ClientStage::begin(const QString& user, QString* error) {
+    if (!user.isEmpty()) {
+        m_options.user = user;
+    }
+    Client::Listener listener;
+    listener.platformStarted = [this] { platformStarted(); };
+    m_client = std::make_unique<Client>(m_options, listener);
+    return m_client->begin(error);
+}
+
+bool ClientStage::ready(int limitMs, QString* error) {
+    return m_client->awaitAccounts(limitMs, error);
+}
+
+int ClientStage::push(const QString& topic, const QVariant& body, const QString& user) {
+    ServerEngine* const server = m_client->server();
+    return server ? server->push(topic, body, user) : 0;
+}
+
+void ClientStage::tick(const QString& symbol, const QVariantMap& fields, const QString& source) {
+    PlatformData::publishTick(symbol, fields, source);
+}
+
+void ClientStage::setGate(const QString& gate, const QString& netState) {
+    if (FaultyLink* const link = m_client->link()) {
+        link->setGate(gate, netState);
+    }
+}
+
+bool ClientStage::call(const QString& function, const QStringList& arguments, QJsonObject* answer,
+                       QString* error) {
+    const FacadeFunction* const chosen = m_client->facade().choose(function, arguments, error);
+    if (!chosen) {
+        return false;
+    }
+    if (!m_client->call(*chosen, arguments, kCallLimitMs, answer)) {
+        *error = QStringLiteral("%1 did not return").arg(function);
+        return false;
+    }
+    return true;
+}
+
+int ClientStage::pendingRequests() const {
+    return LocalPlatform::instance().pendingRequestCount();
+}
+
+bool ClientStage::waitUntil(const std::function<bool()>& predicate, int limitMs) {
+    // Whatever it asks for may change on any thread, so it is asked now and then.
+    QElapsedTimer timer;
+    timer.start();
+    while (!predicate()) {
+        if (timer.elapsed() >= limitMs || InterruptWatch::hasCome()) {
+            return false;
+        }
+        m_client->gate().waitUntil([] { return false; }, kLookAgainMs);
+    }
+    return true;
+}
+
+void ClientStage::stop() {
+    if (m_client) {
+        m_client->stop();
+    }
+}

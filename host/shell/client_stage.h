@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QVector>
+#include <memory>
+
+#include "client.h"
+#include "scenario_stage.h"
+#include "scenario_tape.h"
+
+/// The local client as the stage of a scenario. One per process, on the main thread.
+class ClientStage : public ScenarioStage {
+public:
+    ClientStage(const Client::Options& options, std::shared_ptr<ScenarioTape> tape);
+    ~ClientStage() override;
+    Q_DISABLE_COPY(ClientStage)
+
+    bool listenTo(const QStringList& events, QString* error) override;
+    bool setSetting(const QString& name, const QString& value, QString* error) override;
+    FaultPlan& faults() override;
+    void setClock(const QDateTime& time) override;
+    void advanceClock(qint64 ms) override;
+    bool begin(const QString& user, QString* error) override;
+    bool ready(int limitMs, QString* error) override;
+    int push(const QString& topic, const QVariant& body, const QString& user) override;
+    void tick(const QString& symbol, const QVariantMap& fields, const QString& source) override;
+    void setGate(const QString& gate, const QString& netState) override;
+    bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
+              QString* error) override;
+    int pendingRequests() const override;
+    bool waitUntil(const std::function<bool()>& predicate, int limitMs) override;
+
+    /// Takes the client down.
+    void stop();
+
+private:
+    struct Event {
+        int id = 0;
+        QString name;
+    };
+    class Watcher;
+
+    void platformStarted();
+
+    Client::Options m_options;
+    const std::shared_ptr<ScenarioTape> m_tape;
+    QVector<Event> m_events;
+    QDateTime m_time;
+    std::unique_ptr<Client> m_client;
+};

@@ -1,0 +1,327 @@
+#include "commands.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QStandardPaths>
+#include <QTimer>
+#include <cstdio>
+#include <limits>
+
+#include "accounts_command.h"
+#include "client.h"
+#include "commonquotahandler/common_quota_handler.h"
+#include "interrupt_watch.h"
+#include "log_file.h"
+#include "progress_bar.h"
+#include "rules_command.h"
+#include "sample_market.h"
+#include "scenario_command.h"
+#include "static_config.h"
+#include "velmarutils/velmar_utils.h"
+#include "zndatabase/c_data_base.h"
+
+namespace {
+
+constexpr int kCageWaitSeconds = 20;
+constexpr int kTickWaitMs = 3000;
+
+enum ExitCode { Well = 0, StartFailed = 1, WrongUsage = 2 };
+
+void printTo(std::FILE* stream, const QString& text) {
+    std::fprintf(stream, "%s\n", text.toUtf8().constData());
+    std::fflush(stream);
+}
+
+void printError(const QString& text) {
+    printTo(stderr, QStringLiteral("velmar-client: ") + text);
+}
+
+QString homeOf(const ShellOptions& options) {
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString home =
+        options.homeDir.isEmpty() ? data + QStringLiteral("/velmar") : options.homeDir;
+    return QDir(home).absolutePath();
+}
+
+QString pluginsOf(const ShellOptions& options) {
+    const QString standard = QCoreApplication::applicationDirPath() + QStringLiteral("/../plugins");
+    return QDir::cleanPath(
+        QDir(options.pluginsDir.isEmpty() ? standard : options.pluginsDir).absolutePath());
+}
+
+Client::Options clientOptions(const ShellOptions& options) {
+    Client::Options client;
+    client.homeDir = homeOf(options);
+    client.pluginsDir = pluginsOf(options);
+    client.user = options.user.isEmpty() ? SampleLogin::user : options.user;
+    client.market.scale = options.scale;
+    client.rebuildMarket = options.rebuild;
+    client.accountWaitMs = options.waitSeconds * 1000;
+    client.tickSymbols = options.tickSymbols;
+    client.ticksPerSecond = options.tickRate;
+    for (const Fault& fault : options.faults) {
+        client.faults->add(fault);
+    }
+    return client;
+}
+
+bool installLog(const ShellOptions& options) {
+    LogFile::Options log;
+    log.file = homeOf(options) + QStringLiteral("/log/client.log");
+    log.debug = options.verbose || qEnvironmentVariableIsSet("VELMAR_LOG_DEBUG");
+    log.onStderr = options.verbose;
+    QString error;
+    if (!LogFile::install(log, &error)) {
+        printError(error);
+        return false;
+    }
+    return true;
+}
+
+/// Prints each step with the time that it took.
+class StepPrinter {
+public:
+    StepPrinter() {
+        m_step.start();
+        m_all.start();
+    }
+
+    void ended(const QString& text) {
+        printStep(m_step, text);
+        m_step.restart();
+    }
+    void endedAll(const QString& text) { printStep(m_all, text); }
+
+private:
+    static void printStep(const QElapsedTimer& timer, const QString& text) {
+        const double ms = static_cast<double>(timer.nsecsElapsed()) / 1e6;
+        printTo(stdout, QStringLiteral("%1 ms  %2").arg(ms, 8, 'f', 1).arg(text));
+    }
+
+    QElapsedTimer m_step;
+    QElapsedTimer m_all;
+};
+
+void stayUp(Client& client) {
+    StatusLine line;
+    const bool live = StatusLine::isTerminal();
+    QTimer second;
+    QObject::connect(&second, &QTimer::timeout, &client.gate(), [&] {
+        if (live) {
+            line.draw(client.status());
+        }
+    });
+    if (live) {
+        line.draw(client.status());
+        second.start(1000);
+    }
+    client.gate().waitUntil(&InterruptWatch::hasCome, -1);
+    line.leave();
+}
+
+bool staysUp(const ShellOptions& options) {
+    return options.staying == ShellOptions::Staying::Stay ||
+           (options.staying == ShellOptions::Staying::ByTerminal && StatusLine::isTerminal());
+}
+
+int runMainJob(const ShellOptions& options) {
+    if (!installLog(options)) {
+        return StartFailed;
+    }
+    StepPrinter steps;
+    Client::Options withNeighbour = clientOptions(options);
+    withNeighbour.libraries.append(kNeighbourLibrary);
+    ProgressBar progress;
+    Client client(withNeighbour,
+                  {[&steps](const QString& text) { steps.ended(text); },
+                   [&progress](int done, int total) { progress.show(done, total); }});
+    InterruptWatch watch;
+    QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
+    QString error;
+    if (!client.start(&error) || !client.makePluginObject(kNeighbourObject, &error)) {
+        printError(error);
+        return StartFailed;
+    }
+    steps.endedAll(QStringLiteral("in all, ready"));
+    if (staysUp(options)) {
+        printTo(stdout, QStringLiteral("running, Ctrl-C ends it"));
+        stayUp(client);
+    }
+    client.stop();
+    printTo(stdout, QStringLiteral("shut down"));
+    return Well;
+}
+
+int runCall(const ShellOptions& options) {
+    QString error;
+    FacadeLibrary library;
+    if (!library.load(Client::libraryFile(pluginsOf(options), kBusinessDataLibrary), &error)) {
+        printError(error);
+        return StartFailed;
+    }
+    const FacadeFunction* const function =
+        library.choose(options.functionName, options.arguments, &error);
+    if (!function) {
+        printError(error);
+        return WrongUsage;
+    }
+    if (!installLog(options)) {
+        return StartFailed;
+    }
+    Client client(clientOptions(options), Client::Listener());
+    InterruptWatch watch;
+    QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
+    QJsonObject answer;
+    if (!client.start(&error)) {
+        printError(error);
+        return StartFailed;
+    }
+    if (!client.call(*function, options.arguments, -1, &answer)) {
+        printError(QStringLiteral("interrupted"));
+        return StartFailed;
+    }
+    client.stop();
+    std::fputs(QJsonDocument(answer).toJson(QJsonDocument::Indented).constData(), stdout);
+    return std::fflush(stdout) == 0 ? Well : StartFailed;
+}
+
+QByteArray jsonText(const QJsonValue& value) {
+    const QJsonDocument document =
+        value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject());
+    return document.toJson(QJsonDocument::Indented);
+}
+
+int runAccounts(const ShellOptions& options) {
+    if (!installLog(options)) {
+        return StartFailed;
+    }
+    Client client(clientOptions(options), Client::Listener());
+    InterruptWatch watch;
+    QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
+    QString error;
+    if (!client.start(&error)) {
+        printError(error);
+        return StartFailed;
+    }
+    AccountsCommand accounts(
+        client.facade(),
+        [&client](const FacadeFunction& function, const QStringList& arguments,
+                  QJsonObject* answer) { return client.call(function, arguments, -1, answer); },
+        Client::platformAccounts());
+    // What is read from a file or through a pipe is not cut.
+    const int columns =
+        StatusLine::isTerminal() ? StatusLine::terminalColumns() : std::numeric_limits<int>::max();
+    const AccountsAnswer answer =
+        options.account.isEmpty() ? accounts.list(columns) : accounts.why(options.account, columns);
+    if (answer.interrupted || !answer.error.isEmpty()) {
+        printError(answer.interrupted ? QStringLiteral("interrupted") : answer.error);
+        return answer.interrupted ? StartFailed : WrongUsage;
+    }
+    client.stop();
+    if (options.asJson) {
+        std::fputs(jsonText(answer.json).constData(), stdout);
+    } else {
+        printTo(stdout, answer.lines.join(QLatin1Char('\n')));
+    }
+    return std::fflush(stdout) == 0 ? Well : StartFailed;
+}
+
+/// Waits for the cage and, unless ticks are off, for a tick of the symbol.
+RulesFacts gatherFacts(const ShellOptions& options, Client& client, const QVariantMap& tick) {
+    RulesFacts facts;
+    const CDataBase* const data = CDataBase::GetInstance();
+    facts.stepRules = data->GetStaticValuesBySection(QuantitySection::step);
+    facts.minRules = data->GetStaticValuesBySection(QuantitySection::min);
+    facts.maxRules = data->GetStaticValuesBySection(QuantitySection::max);
+    facts.isHongKong = VelmarUtils::isHKTypeSymbol(options.symbol);
+    facts.cageWaitSeconds = kCageWaitSeconds;
+    client.awaitCage(kCageWaitSeconds * 1000);
+    if (options.tickRate > 0) {
+        client.gate().waitUntil([&tick] { return !tick.isEmpty() || InterruptWatch::hasCome(); },
+                                kTickWaitMs);
+    }
+    facts.tick = tick;
+    return facts;
+}
+
+int runRules(const ShellOptions& options) {
+    if (!installLog(options)) {
+        return StartFailed;
+    }
+    Client::Options withTicks = clientOptions(options);
+    withTicks.tickSymbols.append(options.symbol);
+    QVariantMap tick;  // outlives the client, whose end still takes ticks
+    Client client(withTicks, Client::Listener());
+    InterruptWatch watch;
+    QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
+    QObject::connect(&CommonQuotaHandler::instance(), &CommonQuotaHandler::sigTickDataUpdate,
+                     &client.gate(), [&](const QString& symbol, const QVariantMap& one) {
+                         if (symbol == options.symbol) {
+                             tick = one;
+                             client.gate().wake();
+                         }
+                     });
+    QString error;
+    if (!client.start(&error)) {
+        printError(error);
+        return StartFailed;
+    }
+    RulesCommand rules(
+        client.facade(),
+        [&client](const FacadeFunction& function, const QStringList& arguments,
+                  QJsonObject* answer) { return client.call(function, arguments, -1, answer); },
+        options.language);
+    const int columns =
+        StatusLine::isTerminal() ? StatusLine::terminalColumns() : std::numeric_limits<int>::max();
+    const RulesAnswer answer =
+        rules.explain(options.symbol, gatherFacts(options, client, tick), columns);
+    if (answer.interrupted || !answer.error.isEmpty()) {
+        printError(answer.interrupted ? QStringLiteral("interrupted") : answer.error);
+        return answer.interrupted ? StartFailed : WrongUsage;
+    }
+    client.stop();
+    printTo(stdout, answer.lines.join(QLatin1Char('\n')));
+    return Well;
+}
+
+int listFunctions(const ShellOptions& options) {
+    QString error;
+    FacadeLibrary library;
+    if (!library.load(Client::libraryFile(pluginsOf(options), kBusinessDataLibrary), &error)) {
+        printError(error);
+        return StartFailed;
+    }
+    for (const QString& line : library.listing()) {
+        printTo(stdout, line);
+    }
+    return Well;
+}
+
+}  // namespace
+
+int runShell(const ShellOptions& options) {
+    switch (options.command) {
+        case ShellOptions::Command::Run:
+            return runMainJob(options);
+        case ShellOptions::Command::Call:
+            return runCall(options);
+        case ShellOptions::Command::Accounts:
+            return runAccounts(options);
+        case ShellOptions::Command::Rules:
+            return runRules(options);
+        case ShellOptions::Command::Functions:
+            return listFunctions(options);
+        case ShellOptions::Command::Scenario:
+            return runScenario(options, pluginsOf(options));
+        case ShellOptions::Command::Help:
+            std::fputs(shellHelpText().toUtf8().constData(), stdout);
+            return Well;
+        case ShellOptions::Command::Version:
+            printTo(stdout, QStringLiteral("velmar-client " VELMAR_VERSION));
+            return Well;
+    }
+    return WrongUsage;
+}

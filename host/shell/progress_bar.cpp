@@ -1,0 +1,56 @@
+#include "progress_bar.h"
+
+#include <cstdio>
+
+#include "status_line.h"
+
+namespace {
+
+constexpr int kLineEveryMs = 1000;
+constexpr int kWidestBar = 40;
+
+int percentOf(int done, int total) {
+    return total > 0 ? static_cast<int>(qint64(done) * 100 / total) : 100;
+}
+
+}  // namespace
+
+QString progressText(int done, int total, int columns) {
+    const QString title = QStringLiteral("making the sample market");
+    const QString percent = QStringLiteral("  %1 %").arg(percentOf(done, total), 3);
+    // Two blanks and the bar's ends stand between the title and the figure.
+    const int width = qMin(kWidestBar, columns - title.size() - percent.size() - 4);
+    if (width < 5) {
+        return (title + percent).left(qMax(0, columns));
+    }
+    const int filled = percentOf(done, total) * width / 100;
+    return QStringLiteral("%1  [%2]%3")
+        .arg(title, QString(filled, QLatin1Char('#')).leftJustified(width), percent);
+}
+
+void ProgressBar::draw(int done, int total) {
+    // The last column stays free: some terminals go to the next line when it is written.
+    const QString text =
+        done < total ? progressText(done, total, StatusLine::terminalColumns() - 1) : QString();
+    if (text != m_drawn) {
+        m_drawn = text;
+        std::printf("\r%s\x1b[K", text.toUtf8().constData());
+        std::fflush(stdout);
+    }
+}
+
+void ProgressBar::show(int done, int total) {
+    if (StatusLine::isTerminal()) {
+        draw(done, total);
+        return;
+    }
+    if (!m_sinceLine.isValid()) {
+        m_sinceLine.start();
+    }
+    if (m_sinceLine.elapsed() >= kLineEveryMs) {
+        m_sinceLine.restart();
+        std::printf("making the sample market: %d %%, %d of %d rows\n", percentOf(done, total),
+                    done, total);
+        std::fflush(stdout);
+    }
+}

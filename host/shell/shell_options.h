@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include "fault_plan.h"
+#include "rules_texts.h"
+
+/// What the command line asks for.
+struct ShellOptions {
+    enum class Command { Run, Call, Functions, Accounts, Rules, Scenario, Help, Version };
+    /// Whether the main job stays up after the start: as stdout is a terminal or not, or as told.
+    enum class Staying { ByTerminal, Stay, Once };
+
+    Command command = Command::Run;
+    QString functionName;   ///< of Call
+    QStringList arguments;  ///< of Call
+    QString account;        ///< of Accounts: the one asked about, empty for the list
+    QString symbol;         ///< of Rules
+    TextLanguage language = TextLanguage::English;  ///< of Rules
+    bool asJson = false;                            ///< of Accounts
+    QString homeDir;                                ///< empty for the default
+    QString pluginsDir;                             ///< empty for the default
+    QString user;             ///< the login; empty for the sample market's own
+    int waitSeconds = 60;     ///< for the accounts, at most
+    int scale = 1;            ///< size of the sample market, a multiple of the standard one
+    bool rebuild = false;     ///< make the sample market anew
+    bool verbose = false;     ///< the log on stderr too, with debug lines
+    QStringList tickSymbols;  ///< that get ticks beside the subscribed ones
+    int tickRate = 1;         ///< ticks a second of each symbol; 0 for none
+    QVector<Fault> faults;    ///< what goes wrong between client and server
+    QString scenarioFile;     ///< of Scenario
+    int section = 0;          ///< of Scenario: the one to play in this process, from 1; 0 for all
+    Staying staying = Staying::ByTerminal;
+};
+
+/// Reads the arguments (without the program's name). False with a text for the user when they are
+/// wrong. What follows the function's name of `call` belongs to the function, whatever it looks
+/// like.
+bool parseShellOptions(const QStringList& arguments, ShellOptions* options, QString* error);
+
+/// What --help prints.
+QString shellHelpText();

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QtGlobal>
+
+/// The order in which locks may be taken by one thread: a lock only while every lock that the
+/// thread holds has a smaller rank. docs/locks.md tells the same with reasons.
+enum class LockRank : int {
+    FirstLoad = 10,         ///< the first load's mutex
+    Initialize = 20,        ///< building the presenter
+    Authority = 150,        ///< m_authorityLock
+    AllSecurity = 170,      ///< m_allSecurityLock
+    CurrentSecurity = 180,  ///< m_currentSecurityLock
+    MainSecurity = 190,     ///< m_mainSecurityLock
+    Account = 200,          ///< m_accountLock
+    AccountOrder = 210,     ///< m_accountOrderLock
+    PriorityRows = 220,     ///< m_priorityRowsLock
+    Cage = 300,             ///< m_cageLock
+    HeartBeat = 400,        ///< m_heartBeatLock
+    Leaf = 900              ///< held for one access alone
+};
+
+/// Keeps, per thread, the ranks of the locks that it holds, and ends the process with a message
+/// when one is taken out of order. Nothing in builds without debug checks.
+class HeldLocks {
+public:
+#ifdef QT_NO_DEBUG
+    static void taken(LockRank, const char*) {}
+    static void released(LockRank) {}
+#else
+    static void taken(LockRank rank, const char* name);
+    static void released(LockRank rank);
+#endif
+    /// Whether the calling thread holds any lock, always false without debug checks.
+    static bool any();
+};

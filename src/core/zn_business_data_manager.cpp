@@ -1,0 +1,159 @@
+#include "zn_business_data_manager.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+#include "account_edits.h"
+#include "account_lookups.h"
+#include "account_state.h"
+#include "commonquotahandler/common_quota_handler.h"
+#include "external_account_query.h"
+#include "fund_abbr_names.h"
+#include "fund_account_table.h"
+#include "hong_kong_prices.h"
+#include "log.h"
+#include "price_cage.h"
+#include "price_rules.h"
+#include "price_unit_ladders.h"
+#include "quantity_rules.h"
+#include "risk_notice_waiver.h"
+#include "security_accounts.h"
+#include "symbol_identity.h"
+#include "tradability.h"
+#include "trader_table.h"
+#include "user_authorities.h"
+#include "velmarutils/velmar_utils.h"
+#include "vocabulary/values.h"
+#include "vocabulary/velmar_event_msg_id.h"
+#include "znbasebusinessdatamgr/zn_bond_data_mgr.h"
+#include "znbasebusinessdatamgr/zn_etf_data_handler.h"
+#include "znbasebusinessdatamgr/zn_gold_etf_data_mgr.h"
+#include "znbasebusinessdatamgr/zn_new_stock_data_handler.h"
+#include "znbasebusinessdatamgr/zn_rqt_base_data_handler.h"
+#include "znbasebusinessdatamgr/zn_system_setting_data_mgr.h"
+#include "znwidget/zn_presenter_class.h"
+
+namespace {
+
+// Whether the start-up work is still to be done; an exchange claims it.
+std::atomic<bool> s_firstConstruction{true};
+
+constexpr const char* kInitDataTag = "ZnBusinessDataManager::InitData";
+
+}  // namespace
+
+ZnBusinessDataManager* ZnBusinessDataManager::instance() {
+    static ZnBusinessDataManager manager;
+    return &manager;
+}
+
+ZnBusinessDataManager::ZnBusinessDataManager(QObject* parent)
+    : QObject(parent),
+      m_accountState(std::make_unique<AccountState>()),
+      m_fundAbbrNames(std::make_unique<FundAbbrNames>()),
+      m_securityAccounts(std::make_unique<SecurityAccounts>(
+          *m_accountState, static_cast<SecurityAccountSink&>(*this))),
+      m_externalAccountQuery(
+          std::make_unique<ExternalAccountQuery>(*m_accountState, *m_fundAbbrNames)),
+      m_fundAccountTable(std::make_unique<FundAccountTable>(*m_accountState, *m_securityAccounts,
+                                                            *m_externalAccountQuery)),
+      m_accountLookups(std::make_unique<AccountLookups>(*m_accountState, *m_securityAccounts)),
+      m_accountEdits(std::make_unique<AccountEdits>(*m_accountState, *m_fundAbbrNames)),
+      m_userAuthorities(std::make_unique<UserAuthorities>(*m_accountState)),
+      m_traderTable(std::make_unique<TraderTable>()),
+      m_symbolIdentity(std::make_unique<SymbolIdentity>()),
+      m_quantityRules(std::make_unique<QuantityRules>(*m_symbolIdentity)),
+      m_tradability(std::make_unique<Tradability>(*m_symbolIdentity, *m_securityAccounts)),
+      m_priceUnitLadders(std::make_unique<PriceUnitLadders>()),
+      m_hongKongPrices(std::make_unique<HongKongPrices>(*m_priceUnitLadders)),
+      m_priceCage(std::make_unique<PriceCage>(*m_symbolIdentity, m_clock,
+                                              static_cast<PriceCageSink&>(*this))),
+      m_priceRules(
+          std::make_unique<PriceRules>(*m_symbolIdentity, *m_hongKongPrices, *m_priceCage)),
+      m_riskNoticeWaiver(std::make_unique<RiskNoticeWaiver>(m_clock)) {
+    qCInfo(lcCore) << "init ZnBusinessDataManager";
+    setObjectName(QStringLiteral("ZnBusinessDataManager"));
+    if (s_firstConstruction.exchange(false)) {
+        startUp();
+    }
+    // Its slots are the application thread's, whoever was first to need the data.
+    if (!parent && qApp && thread() != qApp->thread()) {
+        moveToThread(qApp->thread());
+    }
+}
+
+ZnBusinessDataManager::~ZnBusinessDataManager() = default;
+
+void ZnBusinessDataManager::startUp() {
+    qCInfo(lcCore) << "init ZnBusinessDataManager curNewMsgIdIndex";
+    curNewMsgIdIndex = VelmarEventMsgID::TORVI_BASE_TYPE;
+    registerMetaTypes();
+    m_quantityRules->initSymbolQtyRules();
+    loadReferenceData();
+    startTickFeed();
+    VelmarUtils::ResetSkin();
+    ZnSystemSettingDataMgr::instance().init();
+    openSettings();
+    m_riskNoticeWaiver->load();
+    m_priceUnitLadders->load();
+    m_quantityRules->slotTradeFeeSettingChanged();
+}
+
+void ZnBusinessDataManager::slotTradeFeeSettingChanged() {
+    m_quantityRules->slotTradeFeeSettingChanged();
+}
+
+void ZnBusinessDataManager::registerMetaTypes() {
+    qRegisterMetaType<QList<QVariantMap>>("QList<QVariantMap>");
+    qRegisterMetaType<QList<QVariantMap>>("QList<QVariantMap>&");
+    qRegisterMetaType<QMap<int, QVariantMap>>("QMap<int, QVariantMap>");
+    qRegisterMetaType<QMap<int, QVariantMap>>("QMap<int, QVariantMap>&");
+    // A reference argument is queued under its own name; unregistered, the first emission across
+    // threads would end the connection for good.
+    qRegisterMetaType<QVariantMap>("QVariantMap&");
+    qRegisterMetaType<ZnPresenterClass*>("ZnPresenterClass*");
+}
+
+void ZnBusinessDataManager::loadReferenceData() {
+    ZnEtfDataHandler::instance().load();
+    ZnBondDataMgr::instance().load();
+    ZnGoldEtfDataMgr::instance()->load(0, 0);
+}
+
+void ZnBusinessDataManager::startTickFeed() {
+    CommonQuotaHandler::instance().Init();
+}
+
+void ZnBusinessDataManager::openSettings() {
+    m_fundAbbrNames->open(this);
+    m_riskNoticeWaiver->open(this);
+}
+
+void ZnBusinessDataManager::InitData() {
+    ZnNewStockDataHandler::instance().init(ZnNewStockDataHandler::Issues);
+    loadNewStocks();
+    qCInfo(lcCore) << kInitDataTag << "初始化新股信息";
+    ZnRqtBaseDataHandler::instance().initData(ZnRqtBaseDataHandler::Symbols);
+    qCInfo(lcCore) << kInitDataTag << "初始化融券通代码信息";
+}
+
+void ZnBusinessDataManager::loadNewStocks() {
+    const QStringList exchanges{Quindar_Values::Exchange::sh, Quindar_Values::Exchange::sz,
+                                Velmar_Values::Exchange::bj};
+    QStringList accounts;
+    const auto records =
+        m_accountLookups->GetFundAccountListByFundProp(3, 16, true, exchanges, true);
+    for (const tagUserAccountInfo& record : records) {
+        accounts.append(record.tradingAccount);
+    }
+    ZnNewStockDataHandler::instance().SetTradingAccount(accounts);
+    ZnNewStockDataHandler::instance().init(ZnNewStockDataHandler::Quotas);
+}
+
+void ZnBusinessDataManager::securityAccountSettingChanged() {
+    emit signalSecurityAccountSettingChanged();
+}
+
+void ZnBusinessDataManager::priceCageInfoFinishInit() {
+    emit signalPriceCageInfoFinishInit();
+}

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <QDateTime>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QVariantMap>
+#include <atomic>
+#include <memory>
+
+#include "clock.h"
+#include "price_cage_sink.h"
+#include "security_account_sink.h"
+
+class AccountEdits;
+class AccountLookups;
+class AccountState;
+class ExternalAccountQuery;
+class FundAbbrNames;
+class FundAccountTable;
+class HongKongPrices;
+class PriceCage;
+class PriceRules;
+class PriceUnitLadders;
+class QuantityRules;
+class RiskNoticeWaiver;
+class SecurityAccounts;
+class TraderTable;
+class UserAuthorities;
+class SymbolIdentity;
+class Tradability;
+class ZnPresenterClass;
+
+/// The one object that holds the plug-in's business data, by owning the companions that hold it.
+/// Made at the first use, by whichever thread that is; lives to the end of the process, on the
+/// application's thread. Operations are the companions' own and may be called from any thread.
+class ZnBusinessDataManager : public QObject, private SecurityAccountSink, private PriceCageSink {
+    Q_OBJECT
+
+public:
+    /// The singleton. Never called from the constructor's own path.
+    static ZnBusinessDataManager* instance();
+
+    /// Only the first object made in a process does the start-up work.
+    explicit ZnBusinessDataManager(QObject* parent = nullptr);
+    ~ZnBusinessDataManager() override;
+
+    /// The last part of the start-up: what needs the account tables.
+    void InitData();
+
+    FundAccountTable& fundAccounts() { return *m_fundAccountTable; }
+    SecurityAccounts& securityAccounts() { return *m_securityAccounts; }
+    const AccountLookups& lookups() const { return *m_accountLookups; }
+    AccountEdits& accountEdits() { return *m_accountEdits; }
+    UserAuthorities& userAuthorities() { return *m_userAuthorities; }
+    TraderTable& traders() { return *m_traderTable; }
+    const SymbolIdentity& symbolIdentity() const { return *m_symbolIdentity; }
+    const QuantityRules& quantityRules() const { return *m_quantityRules; }
+    const Tradability& tradability() const { return *m_tradability; }
+    const PriceUnitLadders& priceUnitLadders() const { return *m_priceUnitLadders; }
+    HongKongPrices& hongKongPrices() { return *m_hongKongPrices; }
+    PriceCage& cage() { return *m_priceCage; }
+    const PriceRules& prices() const { return *m_priceRules; }
+    const RiskNoticeWaiver& riskNoticeWaiver() const { return *m_riskNoticeWaiver; }
+    int newMsgIdIndex() const { return curNewMsgIdIndex; }
+
+signals:
+    /// A message was marked read.
+    void signalBusiMsgRead(QVariantMap busiMsg);
+    /// A message was added.
+    void signalBusiMsgAdd(QVariantMap& busiMsg);
+    /// Current security accounts changed.
+    void signalSecurityAccountSettingChanged();
+    /// Buffered client information is ready.
+    void signalClientInfoUpload(QList<QVariantMap> clientInfoList);
+    /// One client information item.
+    void signalClientInfoCollect(QVariantMap dataMap);
+    /// The price cage is loaded.
+    void signalPriceCageInfoFinishInit();
+
+public slots:
+    void slotPositionUpdated(QVariantMap dataMap);
+    void slotRecvBusiMsgPush(QVariantMap dataMap, bool bInDb = false);
+    void slotNetReconnect(QString netType, ZnPresenterClass* prtClass);
+    void slotNetDisconnected(QString netType);
+    void slotNoticeSymbolChanged(QList<QVariantMap> noticeInfoList);
+    void slotClientInfoCollect(QVariantMap dataMap);
+    void slotClientInfoTimeOut();
+    void slotTradeFeeSettingChanged();
+    void AssembleHistoryEntrustDealList(QString strMsgType, QList<QVariantMap> detailList);
+    void QueryAssetDileveryResponse(QString msgType, QVariantMap request, QString reqExeStatus,
+                                    QList<QVariantMap> response);
+
+private:
+    void startUp();
+    void registerMetaTypes();
+    void loadReferenceData();
+    void startTickFeed();
+    void openSettings();
+    void loadNewStocks();
+    void securityAccountSettingChanged() override;
+    void priceCageInfoFinishInit() override;
+
+    // In the order in which they are made; each needs at most those above it.
+    const SystemClock m_clock;
+    const std::unique_ptr<AccountState> m_accountState;
+    const std::unique_ptr<FundAbbrNames> m_fundAbbrNames;
+    const std::unique_ptr<SecurityAccounts> m_securityAccounts;          // state
+    const std::unique_ptr<ExternalAccountQuery> m_externalAccountQuery;  // state, abbreviations
+    // state, security accounts, external query
+    const std::unique_ptr<FundAccountTable> m_fundAccountTable;
+    const std::unique_ptr<AccountLookups> m_accountLookups;    // state, security accounts
+    const std::unique_ptr<AccountEdits> m_accountEdits;        // state, abbreviations
+    const std::unique_ptr<UserAuthorities> m_userAuthorities;  // state
+    const std::unique_ptr<TraderTable> m_traderTable;
+    const std::unique_ptr<SymbolIdentity> m_symbolIdentity;
+    const std::unique_ptr<QuantityRules> m_quantityRules;  // identity
+    const std::unique_ptr<Tradability> m_tradability;      // identity, security accounts
+    const std::unique_ptr<PriceUnitLadders> m_priceUnitLadders;
+    const std::unique_ptr<HongKongPrices> m_hongKongPrices;      // ladders
+    const std::unique_ptr<PriceCage> m_priceCage;                // identity, clock
+    const std::unique_ptr<PriceRules> m_priceRules;              // identity, Hong Kong, cage
+    const std::unique_ptr<RiskNoticeWaiver> m_riskNoticeWaiver;  // clock
+    int curNewMsgIdIndex = 0;
+};

@@ -1,0 +1,446 @@
+#pragma once
+
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+#include <QTime>
+#include <QVariant>
+#include <QVariantMap>
+#include <QtGlobal>
+
+#include "custom_odd_lot_type.h"
+#include "rate_side_type.h"
+#include "symbol_list_type.h"
+#include "tag_user_account_info.h"
+#include "velmarutils/velmar_busi_utils.h"
+
+#ifdef VELMAR_BUSINESS_DATA_LIBRARY
+#define VELMAR_BUSINESS_DATA_API Q_DECL_EXPORT
+#else
+#define VELMAR_BUSINESS_DATA_API Q_DECL_IMPORT
+#endif
+
+/// The library's public face: static functions that answer from the client's business data. Never
+/// instantiated. Results are copies that the caller keeps.
+///
+/// Words used below:
+/// - "First load": brings the plug-in up when the host has not done so yet, and blocks for that.
+/// - "Waits": blocks, in 10 ms sleeps and without limit, until the account table is loaded; ends
+///   early, with what the table holds then, only when the host is closing.
+/// - Authority mask: 1 query, 2 edit, 4 authority, 8 subscribe, 16 trade; an account must have
+///   every bit of the mask; 0 asks for none.
+/// - Priority order: the user's order of accounts; accounts that it lacks come first.
+/// - A frozen account stands in no list.
+class VELMAR_BUSINESS_DATA_API VelmarBusinessDataInterface {
+public:
+    VelmarBusinessDataInterface() = delete;
+
+    // One account.
+
+    /// The record of one trading account, frozen ones included. The second argument is not used.
+    /// Any thread; waits. A record of empty texts and zeros for an unknown account.
+    static tagUserAccountInfo GetAccountInfoByTradingAccount(const QString& tradingAccount, bool);
+
+    /// The asset property of a trading account, a FundAccountType. Any thread; first load; waits.
+    /// Empty for an unknown account, and without a presenter.
+    static QString GetAccountAssetPropByTradingAccount(const QString& tradingAccount);
+
+    /// The external channel number of a trading account, a CounterSysCode. Any thread; first load;
+    /// waits. Empty for an unknown account, and without a presenter.
+    static QString GetExtCounterCodeByTradingAccount(const QString& tradingAccount);
+
+    /// Whether a record's account is on the normal counter. Any thread; does not block.
+    static bool IsAccountNormalCounter(const tagUserAccountInfo& account);
+
+    /// The same of a trading account. Any thread; waits. False for an unknown account.
+    static bool IsAccountNormalCounter(const QString& tradingAccount);
+
+    // Lists of accounts.
+
+    /// The trading accounts that have every authority of the mask, in priority order.
+    /// `includeDistributed` false leaves out accounts on a distributed counter. Any thread; first
+    /// load; waits when `wait` is true, else answers from what is loaded. Empty when none fits.
+    static QStringList GetTradingAccountList(bool wait, int authority, bool includeDistributed);
+
+    /// The same of the accounts under a product account. Any thread; first load; waits when `wait`
+    /// is true. Empty when none fits, and for an unknown product.
+    static QStringList GetTradingAccountListByProduct(QString product, bool wait, int authority,
+                                                      bool includeDistributed);
+
+    /// The records of GetTradingAccountList. Any thread; first load; waits when `wait` is true.
+    /// Empty when none fits.
+    static QList<tagUserAccountInfo> GetFundAccountList(bool wait, int authority,
+                                                        bool includeDistributed);
+
+    /// The records of the accounts that have every authority of the mask, any of the fund
+    /// properties of the mask `fundProp` (1 normal, 2 margin, 4 option, 8 futures, 16 metal; 0
+    /// gives none) and a security account on any of `exchanges` (an empty list asks for none), in
+    /// priority order. Any thread; first load; waits when `wait` is true. Empty when none fits.
+    static QList<tagUserAccountInfo> GetFundAccountListByFundProp(int fundProp, int authority,
+                                                                  bool includeDistributed,
+                                                                  const QStringList& exchanges,
+                                                                  bool wait);
+
+    /// The records of GetTradingAccountListByProduct. Any thread; first load; waits when `wait` is
+    /// true. Empty when none fits, and for an unknown product.
+    static QList<tagUserAccountInfo> GetAccountInfoListFromProduct(QString product, bool wait,
+                                                                   int authority,
+                                                                   bool includeDistributed);
+
+    /// The records of the accounts under an asset account, in priority order. Any thread; first
+    /// load; waits when `wait` is true. Empty for an unknown asset account.
+    static QList<tagUserAccountInfo> GetAccountInfoListFromAsset(QString asset, bool wait,
+                                                                 bool includeDistributed);
+
+    /// The records of a customer's accounts that have any of the fund properties of the mask
+    /// `fundProp`, as in GetFundAccountListByFundProp, in priority order. Any thread; first load;
+    /// waits when `wait` is true. Empty when none fits, and for an unknown customer number.
+    static QList<tagUserAccountInfo> GetAccountInfoListFromClientNo(const QString& clientNo,
+                                                                    int fundProp, bool wait,
+                                                                    bool includeDistributed);
+
+    /// The records of the accounts under a fund account, in priority order. Any thread; first load;
+    /// waits when `wait` is true. Empty for an unknown fund account.
+    static QList<tagUserAccountInfo> GetAccountInfoListFromFund(QString fundAccount, bool wait);
+
+    /// The record of a trading account as a list of one. Any thread; first load; waits when `wait`
+    /// is true. Empty for an unknown or frozen account.
+    static QList<tagUserAccountInfo> GetAccountInfoListFromTrade(QString tradingAccount, bool wait);
+
+    /// The records of those of the trading accounts that are known and not frozen, each once, in
+    /// priority order. Any thread; first load; waits when `wait` is true.
+    static QList<tagUserAccountInfo> GetAccountInfoListFromTradeList(const QStringList& accounts,
+                                                                     bool wait);
+
+    /// The records of the accounts that share the real fund of a trading account, itself among
+    /// them, in priority order. Any thread; first load; does not wait. Empty for an unknown
+    /// account.
+    static QList<tagUserAccountInfo> GetAccountInfoListFromTradingWithSameRealFund(
+        const QString& tradingAccount);
+
+    /// The records of the tradable accounts on a distributed counter, in priority order. Any
+    /// thread; first load; waits. Empty when there is none.
+    static QList<tagUserAccountInfo> GetDistributedAccountList();
+
+    /// The records of the tradable normal accounts on a central counter that have a security
+    /// account for Hong Kong stock connect, in priority order. Any thread; waits. Empty when there
+    /// is none, and without a presenter.
+    static QList<tagUserAccountInfo> GetHKAccountInfoList();
+
+    /// The same for circulating H shares. Any thread; waits. Empty when there is none, and without
+    /// a presenter.
+    static QList<tagUserAccountInfo> GetHStockCirculateAccountList();
+
+    // What accounts have in common.
+
+    /// The customer numbers of GetFundAccountList, each once, in the order of their first account.
+    /// Any thread; first load; waits.
+    static QStringList GetAllClientNoList(int authority, bool includeDistributed);
+
+    /// Product account to product name, of all products that have an account that is not frozen.
+    /// Any thread; first load; does not wait. Empty before the account table is loaded.
+    static QMap<QString, QString> GetAllProductAccountMap();
+
+    /// The same, of the products that have a tradable account. Any thread; first load; does not
+    /// wait. Empty before the account table is loaded.
+    static QMap<QString, QString> GetAuthTradeProductAccountList();
+
+    // Security accounts. They are loaded by the first question for them.
+
+    /// All security accounts: trading account to exchange to list, of every account that is not
+    /// frozen. Any thread; waits.
+    static QMap<QString, QMap<QString, QStringList>> GetAllSecurityAccountMap();
+
+    /// The security accounts of a trading account on an exchange, in the server's order. Any
+    /// thread; waits. Empty when it has none there, and for a frozen or unknown account.
+    static QStringList GetSecurityAccountListByTradingAccountAndExchange(
+        const QString& tradingAccount, const QString& exchange);
+
+    /// Trading account to exchange to main security account, of the tradable accounts, frozen ones
+    /// included. Any thread; waits.
+    static QMap<QString, QMap<QString, QString>> GetAllMainSecurityAccount();
+
+    /// One entry of it. Any thread; waits. Empty when there is none.
+    static QString GetMainSecurityAccount(QString tradingAccount, const QString& exchange);
+
+    /// Trading account to exchange to the security account that orders go to: the user's choice,
+    /// else the main one. Any thread; waits.
+    static QMap<QString, QMap<QString, QString>> GetCurrentSecurityAccountMap();
+
+    /// One account's part of it. Any thread; waits. Empty when there is none.
+    static QMap<QString, QString> GetCurrentSecurityAccountByTradingAccount(
+        const QString& tradingAccount);
+
+    /// One entry of it. Any thread; waits. Empty when there is none.
+    static QString GetCurrentSecurityAccountByTradingAndExchange(const QString& tradingAccount,
+                                                                 const QString& exchange);
+
+    /// Changes the entries given and saves the whole table; an entry must be one of
+    /// GetAllSecurityAccountMap. Publishes EventMsgName::SECURITY_ACCOUNT_SETTING_CHANGED when an
+    /// entry became another one. Any thread; waits, and blocks for the write to the settings file.
+    /// Returns 0, or -1 when entries were refused; the others are stored all the same.
+    static int SetCurrentSecurityAccountMap(
+        const QMap<QString, QMap<QString, QString>>& accountMap);
+
+    // Changes of the account table.
+
+    /// Takes the user's priority order over and saves it. Any thread; does not wait, and blocks for
+    /// the write to the settings file. False, with the order as it was, when it has more entries
+    /// than there are accounts.
+    static bool SetAccountOrderList(const QStringList& orderList);
+
+    /// Sets the user's abbreviations by trading account, an empty one taking it away: the accounts'
+    /// display names, and kept in a file. Any thread; does not wait, and blocks for the write to
+    /// the file. Before the account table is loaded the names show once it is.
+    static void SetFundAbbrName(const QMap<QString, QString>& abbrMap);
+
+    /// Sets display name and asset property of a trading account and of all that share its fund
+    /// account. Any thread; does not wait. Does nothing for an unknown account.
+    static void UpdateFundAccountInfo(const QString& tradingAccount, const QString& name,
+                                      const QString& fundAccountType);
+
+    // Events.
+
+    /// The id of a named event of the event bus. Any thread; first load; does not block otherwise.
+    /// 0, with a log line, for an unknown name.
+    static int GetTorviEventMsgIdByStr(const QString& name);
+
+    /// The user's authority of a type: account (or user id) to value. Any thread; first load. The
+    /// first question about a type sends one request per account of the type's kind and blocks for
+    /// all of them, up to the request time-out each; later ones answer from what is kept. Empty for
+    /// an unknown type; accounts whose request failed are left out.
+    static QVariantMap GetUserAuthority(const QString& authType);
+
+    /// Sets one value of the user's authority of a type, on the server first. Any thread; first
+    /// load; blocks for one request. False, with a log line, for an unknown type, a key that is no
+    /// account of the type's kind, or when the request failed.
+    static bool SetUserAuthority(const QString& authType, const QString& key,
+                                 const QVariant& value);
+
+    /// The user ids of the traders bound to an account, each once. `accountType` is
+    /// "ProductAccount", "TradingAccount" or "InvestAccount". Any thread; first load; blocks for
+    /// one request. Empty, with a log line, when that failed.
+    static QStringList GetBindTraderListByAccount(const QString& account,
+                                                  const QString& accountType);
+
+    /// User id to name of the traders of the user's organisation. Any thread; first load; the first
+    /// call blocks for the requests that load them, 30 s each at most. Empty while they are being
+    /// loaded and when that failed.
+    static QMap<QString, QString> GetOrganTraderList();
+
+    /// The rows of these traders, of those of one user type when `userType` is not empty. Any
+    /// thread; first load; blocks as GetOrganTraderList. A call while they are being loaded answers
+    /// from what is there.
+    static QList<QVariantMap> GetTraderInfoList(const QString& userType);
+
+    // What a symbol is. An unknown symbol gives empty answers. The first question about a symbol in
+    // a process reads the securities from the static database; none blocks otherwise.
+
+    /// A symbol's record, keys of the Security, MDCFieldDefine and UserAccount groups: of an
+    /// ordinary security, else of a redemption code, a new issue (by its symbol or the code of its
+    /// subscription) or a portfolio for lending. Any thread; does not block.
+    static QVariantMap GetSecurityDetailsBySymbol(QString symbol);
+
+    /// A symbol's MdcSecurityType. Any thread; does not block.
+    static QString GetSecurityTypeBySymbol(const QString& symbol);
+
+    /// A symbol's MdcSubSecurityType. Any thread; does not block.
+    static QString GetSecuritySubTypeBySymbol(const QString& symbol);
+
+    /// The first of a symbol's exchanges that is Shanghai or Shenzhen; empty when none is. Any
+    /// thread; does not block.
+    static QString GetASecurityExchangeBySymbol(const QString& symbol);
+
+    /// The first of a symbol's exchanges. Any thread; does not block.
+    static QString GetFirstSecurityExchangeBySymbol(const QString& symbol);
+
+    /// The exchanges that list a symbol. Any thread; does not block.
+    static QStringList GetSecurityExchangeListBySymbol(const QString& symbol);
+
+    /// The display names of these exchanges, in the same order. Any thread; does not block.
+    static QStringList GetExchangeNameBySymbol(const QString& symbol);
+
+    /// The symbol that an exchange knows by this id. Any thread; does not block.
+    static QString GetSymbolBySecurityIDAndExchange(QString securityID, QString exchange);
+
+    /// The id that exchanges know a symbol by; of a new issue the symbol itself. Any thread; does
+    /// not block.
+    static QString GetSecurityIDBySymbol(QString symbol);
+
+    /// A symbol's display name. Any thread; does not block.
+    static QString GetSecurityChineseName(QString symbol);
+
+    /// The symbol of a record: its Security::symbol if that is known, or without one that of its
+    /// Security::securityID and UserAccount::securityExchange. Any thread; does not block.
+    static QString GetSymbolFromMap(const QVariantMap& record);
+
+    /// Whether a symbol is a share of Beijing or of the transfer system. Any thread; does not
+    /// block.
+    static bool IsBjOrGz(const QString& symbol);
+
+    /// Whether a symbol is a pledged repo. Any thread; does not block.
+    static bool IsSymbolBondRepurchase(const QString& symbol);
+
+    /// The Chinese name of an exchange code of Shanghai or Shenzhen, "未知" for any other. Any
+    /// thread; does not block.
+    static QString TransferFromExchange2Ch(QString exchange);
+
+    /// The Chinese name of a symbol suffix, "未知" for one that has none. Any thread; does not
+    /// block.
+    static QString TransferFromSymbolPost2Ch(QString symbolPost);
+
+    // Quantities, in the unit of the symbol (shares, or lots of a contract).
+
+    /// The step of a quantity: the security's own lot, else the rule of its sub-type, of its type,
+    /// of every symbol; 100 without any. Any thread; does not block.
+    static int GetQtyStepBySymbol(QString symbol);
+
+    /// The smallest quantity of one order; of a Hong Kong symbol the step. 100 without a rule. Any
+    /// thread; does not block.
+    static int GetMinQtyPerOrderBySymbol(QString symbol);
+
+    /// The largest quantity of one order like `order`, a record whose fields the rules look at
+    /// (price type, say); 1000000 without a rule. Any thread; does not block.
+    static int GetMaxQtyPerOrderBySymbol(QString symbol, const QVariantMap& order);
+
+    /// The smallest quantity that may be sold. Any thread; does not block.
+    static int GetMinSoldQtyBySymbol(QString symbol);
+
+    /// A quantity brought onto the step in the way of `type`; `flag` serves ByFlag alone. 0 when it
+    /// is too small for an order and goes down; `qty` itself, with a log line, when the symbol's
+    /// step is below 1. Any thread; does not block.
+    static qint64 GetQtyByOddLotType(const QString& symbol, const CustomOddLotType& type,
+                                     const qint64& qty, bool flag);
+
+    /// How much a sum of money buys at a price, on the step: of a bond with its accrued interest,
+    /// of a pledged repo by 100 each whatever the price; `includeFee` reckons with the user's fee
+    /// settings. 0 when it is too little for an order, and without a price. Any thread; blocks at
+    /// most while the settings are taken anew.
+    static qint64 CalcEntrustQty(double amount, double price, const QString& symbol, int multiplier,
+                                 bool includeFee);
+
+    /// What a quantity costs, without fees; of a pledged repo 100 each. Any thread; does not block.
+    static double CalcEntrustAmount(double price, double qty, const QString& symbol,
+                                    int multiplier);
+
+    // What an account may trade. None but CheckOrderMatchSuperEtf waits for the account table; an
+    // account that is unknown, or not loaded yet, may trade nothing.
+
+    /// The SideUnion values of an account's kind. Any thread; does not block. Empty for a kind
+    /// without sides.
+    static QStringList GetSupportSideUnionListByAccount(const QString& tradingAccount);
+
+    /// Whether a SideUnion is among these. Any thread; does not block.
+    static bool IsSideUnionSupportByAccount(const QString& tradingAccount, const QString& side);
+
+    /// Whether an account may trade a symbol: by the account's kind, for shares of Hong Kong by the
+    /// exchanges of its security accounts too. Any thread; does not block.
+    static bool IsSymbolTradableByAccount(const QString& tradingAccount, const QString& symbol);
+
+    /// Whether an entry of the filter lets a symbol pass. Any thread; does not block.
+    static bool IsSymbolFitSymbolType(const QString& symbol, const QList<SymbolListType>& filter);
+
+    /// Sets `out` to the sorted symbols that an account may trade. Any thread; does not block.
+    static void GetTradableSymbolListByAccount(const QString& tradingAccount, QStringList& out);
+
+    /// The same with the symbols that are deleted by now, for a search. Any thread; does not block.
+    static void GetTradableSymbolListForSearchByAccount(const QString& tradingAccount,
+                                                        QStringList& out);
+
+    /// Whether an order is one of a margin account that finances the purchase of a fund. Any
+    /// thread; waits when the side is SideUnion::financingBuy, else false at once.
+    static bool CheckOrderMatchSuperEtf(const QString& tradingAccount, const QString& symbol,
+                                        const QString& side);
+
+    // Prices. None of these does a first load unless it says so. A tick is a record with the
+    // literal keys "Symbol", "TradingPhaseCode" ("3" is continuous trading), "MaxPx", "MinPx",
+    // "LastPx", "PreClosePx" and the quotes; a price is in the symbol's own currency.
+
+    /// The price unit of a symbol as a text, "0.01" for an unknown one. `price` matters for Hong
+    /// Kong alone. Any thread; does not block.
+    static QString GetPriceUnitStringBySymbol(QString symbol, double price, const QString& side);
+
+    /// The number of GetPriceUnitStringBySymbol. Any thread; does not block.
+    static double GetPriceUnitBySymbol(QString symbol, double price, const QString& side);
+
+    /// Decimals of a price. Any thread; does not block.
+    static int GetPricePrecisionBySymbol(QString symbol, const QString& side);
+
+    /// By what a quantity is divided for display, never 0. Any thread; does not block.
+    static int GetDispFactorBySymbol(const QString& symbol);
+
+    /// The price that a price type means at a tick. `useDispFactor` tells that `qty` is to be
+    /// divided by the display factor for a type that takes a quantity; `applyCage` brings the price
+    /// inside the cage and the day's limits. `handicap` may be null. Any thread; blocks at most on
+    /// a change of the cage. 0 when the tick does not have it.
+    static double GetPriceByTickAndType(const QVariantMap& tick, const CustomPriceType& type,
+                                        const qint64& qty, bool useDispFactor, bool applyCage,
+                                        bool isSell, HandicapInfo* handicap);
+
+    /// The same without cage or check. `ratio` (0.02 is two percent) serves the two types of a
+    /// limit by ratio on the science board. Any thread; does not block.
+    static double GetPriceByTickAndType(const QVariantMap& tick, CustomPriceType type, qint64 qty,
+                                        double ratio, HandicapInfo* handicap);
+
+    /// Whether a market order of the symbol may carry a protective limit. Any thread; does not
+    /// block.
+    static bool IsSymbolSupportProtectedLimitPrice(const QString& symbol);
+
+    /// The price unit of a Hong Kong security of a type at a price, both in dollars; 0.001 without
+    /// a ladder. Any thread; does not block.
+    static double GetHKStockPriceUnit(double price, const QString& securityType);
+
+    /// Fills `rates` with the Hong Kong exchange rate rows by exchange. Any thread; first load;
+    /// blocks for a request when it is the first to ask. Empty without a presenter and after a
+    /// failed request, which is not repeated.
+    static void GetHKStockExchangeRate(QMap<QString, QVariantMap>& rates);
+
+    /// One figure of an exchange's rate. Any thread; first load; blocks for a request when it is
+    /// the first to ask. 0 without one.
+    static double GetHKStockRate(const QString& exchange, RateSideType side);
+
+    // The price cage. Questions wait while updateUserCageInfo is under way.
+
+    /// The price, brought inside the cage during continuous trading and then inside the day's
+    /// limits. Any thread.
+    static double CheckCagePrice(const double& price, const QVariantMap& tick, bool isSell);
+
+    /// The cages in force by cage id. Any thread.
+    static QMap<QString, QVariantMap> GetAllCageMap();
+
+    /// The switches in force by function. Any thread.
+    static QMap<QString, QVariantMap> GetCageApplyMap();
+
+    /// Exchange to security type to sub-type to cage id; "*" stands for every other one. Any
+    /// thread.
+    static QMap<QString, QMap<QString, QMap<QString, QString>>> GetCageIndexMap();
+
+    /// The cage of a symbol, empty when there is none. Any thread.
+    static QVariantMap GetCageMapBySymbol(const QString& symbol);
+
+    /// Whether the cage is switched on for a function, false for an unknown one. Any thread.
+    static bool IsCageApply(const QString& key);
+
+    /// Whether the cages in force are the user's own; `text` tells where they are from otherwise.
+    /// Any thread; does not block.
+    static bool IsGetUserCageInfo(QString& text);
+
+    /// Whether the load is over; `text` becomes advice for a user of the function `key`, if there
+    /// is any. Any thread.
+    static bool IsUserCageInfoInited(const QString& key, QString& text);
+
+    /// When the user's own cages were last read from the server; a null time before. Any thread;
+    /// does not block.
+    static QTime getCageUpdateTime();
+
+    /// Loads the cages again. Any thread; blocks for up to three requests. Returns a notice for the
+    /// user when his own could not be read, else nothing; a failure leaves what is in force.
+    static QString refreshUserCageInfo();
+
+    /// Changes switches (the field of their status) and figures (the four fields in force) by
+    /// function and by cage id, on the server first. Any thread; blocks for a request, and all
+    /// questions about the cage with it. Empty on success, else why nothing was changed here.
+    static QString updateUserCageInfo(const QMap<QString, QVariantMap>& applyInfo,
+                                      const QMap<QString, QVariantMap>& cageInfo);
+};

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QList>
+
+#include "platform_export.h"
+
+/// A bounded run of numbers with their average: a value type, not for sharing between threads.
+class PLATFORM_API VelmarStatisticAssist {
+public:
+    /// Keeps the last `maxCount` numbers; an average counts as valid from `validMinCount` on.
+    VelmarStatisticAssist(int maxCount = 0, int validMinCount = 0);
+
+    void AppendData(double value);
+    /// The average of what is held, 0 when empty. `valid`, when given, tells whether enough numbers
+    /// are held.
+    double GetAvgData(bool* valid) const;
+    void ClearAllData();
+    /// A smaller count drops the oldest numbers.
+    void SetMaxCount(int maxCount);
+    void SetValidMinCount(int validMinCount);
+
+private:
+    void trim();
+
+    QList<double> m_data;
+    int m_maxCount;
+    int m_validMinCount;
+};

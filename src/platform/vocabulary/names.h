@@ -1,0 +1,44 @@
+#pragma once
+
+#include "vocabulary/torvi_keys.h"
+#include "vocabulary/velmar_constants.h"
+
+// The groups of settings, dictionary sections, formats and events as code writes them, by the last
+// two components. A nested group of settings thus also stands at the top.
+
+namespace DateTimeFormatString {
+using namespace VelmarConstants::DateTimeFormatString;
+}
+
+namespace DictionaryKey {
+using namespace VelmarConstants::DictionaryKey;
+}
+
+namespace EventMsgName {
+using namespace Torvi_Keys::EventMsgName;
+}
+
+namespace SettingFieldName {
+using namespace VelmarConstants::SettingFieldName;
+namespace AutoLoginSetting {
+using namespace VelmarConstants::SettingFieldName::AutoLoginSetting;
+}
+namespace ETFTradeSetting {
+using namespace VelmarConstants::SettingFieldName::ETFTradeSetting;
+}
+namespace SystemSetting {
+using namespace VelmarConstants::SettingFieldName::SystemSetting;
+}
+}  // namespace SettingFieldName
+
+namespace AutoLoginSetting {
+using namespace ::SettingFieldName::AutoLoginSetting;
+}
+
+namespace ETFTradeSetting {
+using namespace ::SettingFieldName::ETFTradeSetting;
+}
+
+namespace SystemSetting {
+using namespace ::SettingFieldName::SystemSetting;
+}

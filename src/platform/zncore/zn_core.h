@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QObject>
+#include <QSettings>
+#include <QString>
+#include <QVariant>
+
+#include "platform_export.h"
+
+/// The application core: process-wide board, persisted settings, closing state. Any thread.
+class PLATFORM_API ZnCore : public QObject {
+    Q_OBJECT
+
+public:
+    static ZnCore* instance();
+
+    /// The board: a key and value store shared by all plug-ins, gone with the process.
+    void setCommonInfo(QString key, QVariant value);
+    /// An invalid value when the key was never set.
+    QVariant getCommonInfo(QString key) const;
+
+    /// A persisted setting, an invalid value when absent. The two texts are passed empty.
+    QVariant settings(const QString& key, const QString& group = QString(),
+                      const QString& file = QString(),
+                      QSettings::Scope scope = QSettings::UserScope) const;
+    /// Writes a setting through to its file. Same convention.
+    void saveSetting(const QString& key, const QVariant& value, const QString& group = QString(),
+                     const QString& file = QString(),
+                     QSettings::Scope scope = QSettings::UserScope);
+
+    /// True once the host is closing: every wait without limit ends then.
+    bool isClosing() const;
+
+signals:
+    void signalSkinChanged(const QString& skinId);
+
+private:
+    ZnCore();
+    ~ZnCore() override;
+};

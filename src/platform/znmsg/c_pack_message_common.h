@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QVariant>
+#include <QVariantMap>
+
+#include "platform_export.h"
+
+/// Writes a packed body: a table of rows of key to value. Row 0 is the header and the packer starts
+/// on it; data rows are numbered from 1. A stack object, not shared by threads.
+class PLATFORM_API CPackMessageCommon {
+public:
+    CPackMessageCommon();
+    ~CPackMessageCommon();
+
+    /// Sets a field of the current row. Returns 0.
+    int AddVaule(QString key, QVariant value);
+    /// Merges a record into the current row; fields that it does not hold stay. Returns 0.
+    int AddRowVaule(const QVariantMap& row);
+    /// Opens a new row at the end and makes it current. Returns its number.
+    int AddRow();
+    /// Moves to a row. Out of range returns false and moves nothing.
+    bool SetCurrentRow(int row);
+    /// Rows written so far, the header counted.
+    int GetRowCount() const;
+    /// A field of the current row, an invalid value when absent. The one exception is
+    /// System::clientMsgID: when the header has none, a new one is made and put there, which is how
+    /// an asynchronous request gets the id that its answer echoes.
+    QVariant GetValue(QString key);
+    /// Removes a field from the current row.
+    void delValue(const QString& key);
+    /// The packed body. The argument is always false.
+    const QVariant GetPackedMsg(bool compressed);
+
+private:
+    QList<QVariantMap> m_rows;
+    int m_current = 0;
+};

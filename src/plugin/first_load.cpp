@@ -1,0 +1,72 @@
+#include "first_load.h"
+
+#include <QMutex>
+#include <QThread>
+#include <atomic>
+#include <mutex>
+
+#include "lock_rank.h"
+#include "log.h"
+#include "velmar_business_data_manager.h"
+#include "vocabulary/plugin_propety.h"
+#include "znutils/zn_mutex.h"
+
+namespace {
+
+QMutex s_firstLoadLock;  // guards the making of the static plug-in object
+std::atomic<bool> s_firstLoadDone{false};
+
+std::mutex& initializeLock() {
+    // Leaked, so that an object that initialises late in the process's life still finds it.
+    static auto* const lock = new std::mutex;
+    return *lock;
+}
+
+VelmarBusinessDataManager& staticPluginObject() {
+    static VelmarBusinessDataManager object(nullptr);
+    return object;
+}
+
+void loadLocked() {
+    VelmarBusinessDataManager& object = staticPluginObject();
+    bool initialised = false;
+    {
+        const InitializeGuard guard;
+        initialised =
+            !object.getPluginObjectPropety(PluginPropety::PLUGININSTANCE_ID).toString().isEmpty();
+        if (!initialised) {
+            object.setPluginWidgetPropety(PluginPropety::PLUGININSTANCE_ID, kPluginInstanceId);
+        }
+    }
+    if (!initialised) {
+        object.initialize();
+    }
+    qCInfo(lcPlugin) << "VelmarBusinessData first load!" << QThread::currentThreadId();
+    s_firstLoadDone.exchange(true);
+}
+
+}  // namespace
+
+InitializeGuard::InitializeGuard() {
+    HeldLocks::taken(LockRank::Initialize, "initialize");
+    initializeLock().lock();
+}
+
+InitializeGuard::~InitializeGuard() {
+    initializeLock().unlock();
+    HeldLocks::released(LockRank::Initialize);
+}
+
+void InitVelmarBusinessManagePlugin() {
+    if (s_firstLoadDone) {
+        return;
+    }
+    HeldLocks::taken(LockRank::FirstLoad, "s_firstLoadLock");
+    ZnMutex::lock(&s_firstLoadLock, QStringLiteral(__FILE__), __LINE__,
+                  QString::fromLatin1(Q_FUNC_INFO));
+    if (!s_firstLoadDone) {
+        loadLocked();
+    }
+    ZnMutex::unlock(&s_firstLoadLock);
+    HeldLocks::released(LockRank::FirstLoad);
+}

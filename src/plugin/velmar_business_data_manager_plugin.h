@@ -1,0 +1,15 @@
+#pragma once
+
+#include "znplugin/i_plugin.h"
+
+/// The library's root object: registers the plug-in object by "metaId" and does nothing else.
+class VelmarBusinessDataManagerPlugin : public IPlugin {
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID "ZNAppPlugin" FILE "velmar_business_data_manager.json")
+    Q_INTERFACES(IPlugin)
+
+public:
+    bool initialize(const QStringList& arguments, QString* errorString,
+                    const QString& dllName) override;
+    void extensionsInitialized() override {}
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+
+/// The numbered events of the platform that the presenter subscribes to, and the way to a named
+/// one.
+namespace EventIds {
+
+inline constexpr int positionsLoaded = 0x31000;
+inline constexpr int positionsReloaded = 0x31001;
+inline constexpr int positionUpdated = 0x31002;
+inline constexpr int clientInfo = 0x35000;
+inline constexpr int clientInfoApm = 0x35001;
+inline constexpr int executionsReloaded = 0x30001;
+inline constexpr int dealsAdded = 0x30004;
+inline constexpr int dealUpdated = 0x30006;
+inline constexpr int marketTcpGateState = 0x10005;
+inline constexpr int tradeGateState = 0x10006;
+inline constexpr int settingsChanged = 0x1000A;
+inline constexpr int infoGateState = 0x1000B;
+inline constexpr int marketGrpcGateState = 0x10012;
+
+int named(const QString& eventName);
+
+}  // namespace EventIds

@@ -1,0 +1,57 @@
+#include "presenter_use.h"
+
+#include <QHash>
+#include <condition_variable>
+#include <mutex>
+
+#include "velmar_business_data_manager_presenter_class.h"
+
+namespace {
+
+struct LivePresenters {
+    std::mutex lock;  // guards the uses; held for one access, and nothing is called meanwhile
+    std::condition_variable left;
+    QHash<const VelmarBusinessDataManagerPresenterClass*, int> uses;
+};
+
+// Leaked: a presenter that the platform disposes of last still leaves by it.
+LivePresenters& livePresenters() {
+    static auto* const presenters = new LivePresenters;
+    return *presenters;
+}
+
+}  // namespace
+
+PresenterUse::PresenterUse() {
+    LivePresenters& live = livePresenters();
+    const std::lock_guard<std::mutex> guard(live.lock);
+    VelmarBusinessDataManagerPresenterClass* const present = s_presenter;
+    const auto found = live.uses.find(present);
+    if (found != live.uses.end() && !present->isClosing()) {
+        ++*found;
+        m_presenter = present;
+    }
+}
+
+PresenterUse::~PresenterUse() {
+    if (!m_presenter) {
+        return;
+    }
+    LivePresenters& live = livePresenters();
+    const std::lock_guard<std::mutex> guard(live.lock);
+    --live.uses[m_presenter];
+    live.left.notify_all();
+}
+
+void PresenterUse::enter(const VelmarBusinessDataManagerPresenterClass* presenter) {
+    LivePresenters& live = livePresenters();
+    const std::lock_guard<std::mutex> guard(live.lock);
+    live.uses.insert(presenter, 0);
+}
+
+void PresenterUse::leave(const VelmarBusinessDataManagerPresenterClass* presenter) {
+    LivePresenters& live = livePresenters();
+    std::unique_lock<std::mutex> lock(live.lock);
+    live.left.wait(lock, [&live, presenter] { return live.uses.value(presenter) == 0; });
+    live.uses.remove(presenter);
+}

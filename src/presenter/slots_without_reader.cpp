@@ -1,0 +1,27 @@
+#include "log.h"
+#include "velmar_business_data_manager_presenter_class.h"
+
+// Work whose tables this build does not have: what arrives is told and dropped.
+
+#define VELMAR_WITHOUT_READER(name, ...)                                                    \
+    void VelmarBusinessDataManagerPresenterClass::name(__VA_ARGS__) {                       \
+        logWithoutReader(lcPresenter(), "VelmarBusinessDataManagerPresenterClass::" #name); \
+    }
+
+VELMAR_WITHOUT_READER(slotBusiMsgRead, QVariantMap)
+VELMAR_WITHOUT_READER(slotInitPosData, void)
+VELMAR_WITHOUT_READER(queryBusiMsg, void)
+VELMAR_WITHOUT_READER(slotBusiMsgAdd, QVariantMap&)
+VELMAR_WITHOUT_READER(slotClientInfoUpload, QList<QVariantMap>)
+VELMAR_WITHOUT_READER(slotClientInfoCollectAPM, QString, QVariantList)
+VELMAR_WITHOUT_READER(slotReportThreadNum, void)
+VELMAR_WITHOUT_READER(slotUploadClientPerformance, QString)
+VELMAR_WITHOUT_READER(slotMultiDelaySettingChanged, void)
+VELMAR_WITHOUT_READER(slotSendStaticDbErrorInfo, void)
+VELMAR_WITHOUT_READER(slotNetElapseUpdated, QString, QTime, int)
+VELMAR_WITHOUT_READER(slotNetReconnect, QString)
+VELMAR_WITHOUT_READER(initRealizedProfit, void)
+VELMAR_WITHOUT_READER(takeDeals, const QVariant&)
+VELMAR_WITHOUT_READER(takeClientPatchInfo, const QList<QVariantMap>&)
+
+#undef VELMAR_WITHOUT_READER

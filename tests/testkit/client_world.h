@@ -1,0 +1,90 @@
+#pragma once
+
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+#include <functional>
+#include <memory>
+
+#include "scripted_link.h"
+#include "static_db_builder.h"
+#include "temp_home.h"
+#include "znwidget/zn_presenter_class.h"
+
+/// A trading account as the platform's tree and the counter know it; a test changes what it is
+/// about.
+struct TestAccount {
+    QString account;
+    QVariantMap tree;         ///< the tree's record
+    QStringList authorities;  ///< AuthorityType values
+    QVariantMap counter;      ///< the counter's row
+    /// Rows of the security accounts; none: what the tree's record names.
+    QVariantList securityAccounts;
+
+    /// A central, normal cash account that may be traded, under its own fund and asset account and
+    /// the product "P1".
+    explicit TestAccount(const QString& tradingAccount);
+    TestAccount& with(const QString& treeField, const QVariant& value);
+    TestAccount& withCounter(const QString& counterField, const QVariant& value);
+    TestAccount& withAuthorities(const QStringList& types);
+    TestAccount& under(const QString& product, const QString& productName);
+    /// One more security account; `isMain` is "1" for the exchange's main one.
+    TestAccount& withSecurityAccount(const QString& exchange, const QString& securityAccount,
+                                     const QString& isMain = QStringLiteral("0"));
+    TestAccount& frozen();
+    TestAccount& distributed();
+};
+
+QList<TestAccount> numberedAccounts(int count);
+
+/// A local platform over a scripted server that knows some accounts. One at a time in a process;
+/// its destructor closes the platform.
+class ClientWorld {
+public:
+    explicit ClientWorld(const QList<TestAccount>& accounts = {});
+    /// The same with a static database.
+    ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuilder& staticData);
+    ~ClientWorld();
+
+    ScriptedLink& link() { return *m_link; }
+    QString homeDir() const { return m_home.path(); }
+
+    /// Log-in and account tree; fails the running test when the platform refuses.
+    void login();
+    /// The answer that the counter would give to a "120006" request.
+    QVariant counterAnswer(const QVariant& requestBody) const;
+    /// The trading accounts that each "120006" request asked for, in order.
+    QList<QStringList> askedAccounts() const;
+
+private:
+    ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuilder* staticData);
+    QVariant treeAnswer() const;
+
+    TempHome m_home;
+    QList<TestAccount> m_accounts;
+    // The platform owns what it is given, and a test asks the link after the platform closed.
+    const std::shared_ptr<ScriptedLink> m_link = std::make_shared<ScriptedLink>();
+};
+
+/// A presenter that records what it gets. Made with new and disposed of by deleteLater().
+class RecordingPresenter : public ZnPresenterClass {
+    Q_OBJECT
+
+public:
+    struct Event {
+        QString source;
+        int id = 0;
+        QVariant body;
+    };
+
+    explicit RecordingPresenter(const QString& name = QStringLiteral("Test.Presenter"));
+
+    void ProcEventMsg(QString srcId, QVariant eventId, QVariant body) override;
+    QList<Event> events() const;
+
+private:
+    struct Shared;
+    const std::shared_ptr<Shared> m_shared;
+};

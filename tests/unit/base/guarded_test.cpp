@@ -1,0 +1,140 @@
+#include <QtTest>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+#include "child_process.h"
+#include "guarded.h"
+
+namespace {
+
+struct Tables {
+    int left = 0;
+    int right = 0;
+};
+
+template <class Handle, class = void>
+struct ReachesThroughTemporary : std::false_type {};
+template <class Handle>
+struct ReachesThroughTemporary<Handle, std::void_t<decltype(std::declval<Handle>().operator->())>>
+    : std::true_type {};
+template <class Handle>
+struct ReachesThroughNamed
+    : std::bool_constant<!std::is_void_v<decltype(std::declval<const Handle&>().operator->())>> {};
+
+using Guard = Guarded<Tables>;
+
+// A handle that dies with its expression would unlock before its tables are used.
+static_assert(!ReachesThroughTemporary<Guard::ReadHandle>::value);
+static_assert(!ReachesThroughTemporary<Guard::WriteHandle>::value);
+static_assert(ReachesThroughNamed<Guard::ReadHandle>::value);
+static_assert(
+    std::is_const_v<
+        std::remove_pointer_t<decltype(std::declval<const Guard::ReadHandle&>().operator->())>>);
+
+constexpr const char* kWrongOrder = "--wrong-order";
+
+void takeInTheWrongOrder() {
+    Guarded<Tables> outer("m_outer", LockRank::Account);
+    Guarded<Tables> inner("m_inner", LockRank::AccountOrder);
+    const auto second = inner.read();
+    const auto first = outer.read();
+}
+
+}  // namespace
+
+class GuardedTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void revision_tablesLockedForWriting_isAnother() {
+        Guarded<Tables> guard("guard", LockRank::Account);
+        const auto revision = [&guard] {
+            const auto tables = guard.read();
+            return tables.revision();
+        };
+        const quint64 before = revision();
+        QCOMPARE(revision(), before);
+        {
+            const auto tables = guard.write();
+            QVERIFY(tables.revision() != before);
+        }
+        QVERIFY(revision() != before);
+    }
+
+    void write_manyThreads_readersSeeWholeChangesOnly() {
+        Guarded<Tables> guard("guard", LockRank::Account);
+        constexpr int kRounds = 2000;
+        std::atomic<bool> torn{false};
+        std::vector<std::thread> threads;
+        for (int writer = 0; writer < 2; ++writer) {
+            threads.emplace_back([&guard] {
+                for (int i = 0; i < kRounds; ++i) {
+                    const auto tables = guard.write();
+                    ++tables->left;
+                    ++tables->right;
+                }
+            });
+        }
+        for (int reader = 0; reader < 2; ++reader) {
+            threads.emplace_back([&guard, &torn] {
+                for (int i = 0; i < kRounds; ++i) {
+                    const auto tables = guard.read();
+                    torn = torn || tables->left != tables->right;
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        QVERIFY(!torn);
+        const auto tables = guard.read();
+        QCOMPARE(tables->left, 2 * kRounds);
+    }
+
+    void unlock_early_letsTheNextWriterIn() {
+        Guarded<Tables> guard("guard", LockRank::Account);
+        auto first = guard.write();
+        first->left = 1;
+        first.unlock();
+        const auto second = guard.write();
+        QCOMPARE(second->left, 1);
+    }
+
+    void locks_takenInTheWrongOrder_endTheProcessAndNameBoth() {
+#ifdef QT_NO_DEBUG
+        QSKIP("the order is checked in debug builds");
+#endif
+        const ChildResult child = runChild(QCoreApplication::applicationFilePath(), {kWrongOrder});
+        QVERIFY(child.crashed);
+        QVERIFY2(child.output.contains("lock order: m_outer taken while m_inner is held"),
+                 qPrintable(child.output));
+    }
+
+    void heldLocks_overTheLifeOfAHandle_areTold() {
+        if (!HeldLocks::any()) {
+            Guarded<Tables> outer("outer", LockRank::Account);
+            Guarded<Tables, QMutex> inner("inner", LockRank::Leaf);
+            const auto first = outer.read();
+            auto second = inner.write();
+            second.unlock();
+#ifndef QT_NO_DEBUG
+            QVERIFY(HeldLocks::any());
+#endif
+            return;
+        }
+        QFAIL("a lock is held before any was taken");
+    }
+};
+
+int main(int argc, char** argv) {
+    if (argc == 2 && QByteArray(argv[1]) == kWrongOrder) {
+        takeInTheWrongOrder();
+        return 0;
+    }
+    const QCoreApplication app(argc, argv);
+    GuardedTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "guarded_test.moc"

@@ -1,0 +1,224 @@
+#include <QtTest>
+#include <atomic>
+#include <thread>
+
+#include "client_world.h"
+#include "commonquotahandler/common_quota_handler.h"
+#include "local_platform.h"
+#include "log_capture.h"
+#include "platform_data.h"
+#include "price_unit_ladders.h"
+#include "process_per_case.h"
+#include "reference_table.h"
+#include "risk_notice_waiver.h"
+#include "shared_settings.h"
+#include "velmarutils/velmar_utils.h"
+#include "vocabulary/names.h"
+#include "vocabulary/velmar_event_msg_id.h"
+#include "wait_for.h"
+#include "zn_business_data_manager.h"
+
+/// An application with a skin, which counts how often it is applied.
+class SkinnedApplication : public QCoreApplication {
+    Q_OBJECT
+    Q_PROPERTY(QString styleSheet READ styleSheet WRITE setStyleSheet)
+
+public:
+    using QCoreApplication::QCoreApplication;
+    QString styleSheet() const { return {}; }
+    void setStyleSheet(const QString&) { ++applied; }
+
+    std::atomic<int> applied{0};
+};
+
+/// There is one core in a process, so each of these has a process of its own.
+class CoreStartTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void firstUse_namesItselfAndTakesTheFirstEventId() {
+        const ClientWorld world;
+        LogCapture log;
+        ZnBusinessDataManager* const core = ZnBusinessDataManager::instance();
+        QCOMPARE(core->objectName(), QString("ZnBusinessDataManager"));
+        QCOMPARE(core->parent(), nullptr);
+        QCOMPARE(core->newMsgIdIndex(), VelmarEventMsgID::TORVI_BASE_TYPE);
+        const QStringList said = log.texts(QtInfoMsg);
+        const int first = said.indexOf("init ZnBusinessDataManager");
+        const int second = said.indexOf("init ZnBusinessDataManager curNewMsgIdIndex");
+        QVERIFY(first >= 0 && second == first + 1);
+        QCOMPARE(ZnBusinessDataManager::instance(), core);
+        QCOMPARE(log.count(QtInfoMsg, "init ZnBusinessDataManager"), 1);
+    }
+
+    void secondObject_inTheSameProcess_doesNothingFurther() {
+        const ClientWorld world(
+            {}, StaticDbBuilder().section(DictionaryKey::HkStockPriceUnitDict, {{"10", "0.01"}}));
+        QVERIFY(
+            !ZnBusinessDataManager::instance()->priceUnitLadders().hkStockPriceUnitMap().isEmpty());
+        LogCapture log;
+        const ZnBusinessDataManager second;
+        QCOMPARE(log.count(QtInfoMsg, "init ZnBusinessDataManager"), 1);
+        QCOMPARE(log.count(QtInfoMsg, "init ZnBusinessDataManager curNewMsgIdIndex"), 0);
+        QCOMPARE(second.newMsgIdIndex(), 0);
+        QVERIFY(second.priceUnitLadders().hkStockPriceUnitMap().isEmpty());
+    }
+
+    void metaTypes_afterTheFirstUse_areRegisteredUnderEveryName() {
+        const ClientWorld world;
+        ZnBusinessDataManager::instance();
+        for (const char* name :
+             {"QList<QVariantMap>", "QList<QVariantMap>&", "QMap<int,QVariantMap>",
+              "QMap<int,QVariantMap>&", "QVariantMap&", "ZnPresenterClass*"}) {
+            QVERIFY2(QMetaType::type(name) != QMetaType::UnknownType, name);
+        }
+        const QList<QVariantMap> list{{{"a", 1}}, {{"a", 2}}};
+        QCOMPARE(QVariant::fromValue(list).value<QSequentialIterable>().size(), 2);
+        const QMap<int, QVariantMap> map{{7, {{"a", 1}}}};
+        QCOMPARE(QVariant::fromValue(map).value<QAssociativeIterable>().size(), 1);
+    }
+
+    void waivedSymbols_ofYesterday_areDroppedAndTheFileSaysToday() {
+        const ClientWorld world;
+        const QString file = VelmarUtils::GetUserCfgFileDir() + "riskNoticeSymbol.cfg";
+        const QString yesterday = QDate::currentDate().addDays(-1).toString("yyyyMMdd");
+        SharedSettings(file, nullptr)
+            .lockedSetValues({{"IgnoreDate", yesterday}, {"symbol", "600000.SH|000001.SZ"}});
+        QVERIFY(
+            ZnBusinessDataManager::instance()->riskNoticeWaiver().ignoreRiskSymbols().isEmpty());
+        const SharedSettings after(file, nullptr);
+        QVERIFY(after.lockedValue("IgnoreDate").toString() > yesterday);
+        QCOMPARE(after.lockedValue("symbol").toString(), QString());
+    }
+
+    void waivedSymbols_notOver_areTakenAndTheFileStays() {
+        const ClientWorld world;
+        const QString file = VelmarUtils::GetUserCfgFileDir() + "riskNoticeSymbol.cfg";
+        // Tomorrow counts as not over too, so midnight cannot spoil the test.
+        const QString date = QDate::currentDate().addDays(1).toString("yyyyMMdd");
+        SharedSettings(file, nullptr)
+            .lockedSetValues({{"IgnoreDate", date}, {"symbol", "600000.SH|000001.SZ"}});
+        QCOMPARE(ZnBusinessDataManager::instance()->riskNoticeWaiver().ignoreRiskSymbols(),
+                 (QSet<QString>{"600000.SH", "000001.SZ"}));
+        const SharedSettings after(file, nullptr);
+        QCOMPARE(after.lockedValue("IgnoreDate").toString(), date);
+        QCOMPARE(after.lockedValue("symbol").toString(), QString("600000.SH|000001.SZ"));
+    }
+
+    void waivedSymbols_noFile_endAsInTheStaleCase() {
+        const ClientWorld world;
+        QVERIFY(
+            ZnBusinessDataManager::instance()->riskNoticeWaiver().ignoreRiskSymbols().isEmpty());
+        const SharedSettings after(VelmarUtils::GetUserCfgFileDir() + "riskNoticeSymbol.cfg",
+                                   nullptr);
+        QVERIFY(!after.lockedValue("IgnoreDate").toString().isEmpty());
+        QVERIFY(after.lockedContains("symbol"));
+    }
+
+    void priceUnits_keysThatAreNoNumbers_becomeZero() {
+        const ClientWorld world(
+            {}, StaticDbBuilder().section(DictionaryKey::HkFundPriceUnitDict,
+                                          {{"abc", "2"}, {"xyz", "3"}, {"20", "0.05"}}));
+        QCOMPARE(ZnBusinessDataManager::instance()->priceUnitLadders().hkFundPriceUnitMap(),
+                 (QMap<int, double>{{0, 3}, {20, 0.05}}));
+    }
+
+    void firstUse_onAWorkerThread_livesOnTheApplicationsThread() {
+        const ClientWorld world;
+        std::thread worker([] { ZnBusinessDataManager::instance(); });
+        worker.join();
+        ZnBusinessDataManager* const core = ZnBusinessDataManager::instance();
+        QCOMPARE(core->thread(), qApp->thread());
+        QVERIFY(core->children().size() >= 2);
+        for (const QObject* child : core->children()) {
+            QCOMPARE(child->thread(), qApp->thread());
+        }
+    }
+
+    void firstUse_fromManyThreadsAtOnce_makesOne() {
+        const ClientWorld world;
+        LogCapture log;
+        std::vector<std::thread> threads;
+        std::atomic<int> different{0};
+        for (int i = 0; i < 8; ++i) {
+            threads.emplace_back(
+                [&different] { different += ZnBusinessDataManager::instance() ? 0 : 1; });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        QCOMPARE(different, 0);
+        QCOMPARE(log.count(QtInfoMsg, "init ZnBusinessDataManager"), 1);
+    }
+
+    void firstUse_referenceData_isLoaded() {
+        const ClientWorld world({}, StaticDbBuilder()
+                                        .reference("etf", "510050.SH", {{"a", 1}})
+                                        .reference("bond", "113001.SH", {{"a", 1}})
+                                        .reference("gold", "Au99.SGE", {{"a", 1}})
+                                        .reference("setting", "one", {{"a", 1}})
+                                        .reference("newstock", "730001.SH", {{"a", 1}})
+                                        .reference("rqt", "600000.SH", {{"a", 1}}));
+        ZnBusinessDataManager::instance();
+        const auto count = [](ReferenceKind kind) { return ReferenceTable::of(kind).count(); };
+        QCOMPARE(count(ReferenceKind::Etf), 1);
+        QCOMPARE(count(ReferenceKind::Bond), 1);
+        QCOMPARE(count(ReferenceKind::Gold), 1);
+        QCOMPARE(count(ReferenceKind::Setting), 1);
+        // These are read once the accounts stand.
+        QCOMPARE(count(ReferenceKind::NewStock), 0);
+        QCOMPARE(count(ReferenceKind::Rqt), 0);
+    }
+
+    void firstUse_tickFeed_deliversFromThenOn() {
+        const ClientWorld world;
+        int ticks = 0;
+        QObject context;
+        connect(&CommonQuotaHandler::instance(), &CommonQuotaHandler::sigTickDataUpdate, &context,
+                [&ticks] { ++ticks; });
+        PlatformData::publishTick("600000.SH", {}, "early");
+        QCoreApplication::processEvents();
+        QCOMPARE(ticks, 0);
+        ZnBusinessDataManager::instance();
+        PlatformData::publishTick("600000.SH", {}, "test");
+        QVERIFY(waitFor([&ticks] { return ticks == 1; }));
+    }
+
+    void firstUse_skin_isAppliedAgain() {
+        const ClientWorld world;
+        auto* const app = static_cast<SkinnedApplication*>(qApp);
+        QCOMPARE(app->applied, 0);
+        ZnBusinessDataManager::instance();
+        QVERIFY(waitFor([app] { return app->applied == 1; }));
+    }
+
+    void initData_referenceDataOfTheDay_isLoaded() {
+        ClientWorld world({}, StaticDbBuilder()
+                                  .reference("newstock", "730001.SH", {{"a", 1}})
+                                  .reference("rqt", "600000.SH", {{"a", 1}}));
+        ZnBusinessDataManager* const core = ZnBusinessDataManager::instance();
+        LocalPlatform::instance().close();  // nobody loads accounts here, so the wait must end
+        core->InitData();
+        QCOMPARE(ReferenceTable::of(ReferenceKind::NewStock).count(), 1);
+        QCOMPARE(ReferenceTable::of(ReferenceKind::Rqt).count(), 1);
+        QCOMPARE(ReferenceTable::of(ReferenceKind::Quota).count(), 0);
+    }
+
+    void initData_hostClosing_endsWithoutAccounts() {
+        ClientWorld world;
+        ZnBusinessDataManager* const core = ZnBusinessDataManager::instance();
+        LocalPlatform::instance().close();
+        LogCapture log;
+        core->InitData();
+        QVERIFY(log.contains(QtInfoMsg, "ZnBusinessDataManager::InitData 初始化新股信息"));
+        QVERIFY(log.contains(QtInfoMsg, "ZnBusinessDataManager::InitData 初始化融券通代码信息"));
+    }
+};
+
+int main(int argc, char** argv) {
+    SkinnedApplication app(argc, argv);
+    CoreStartTest suite;
+    return runEachCaseInItsOwnProcess(&suite, argc, argv);
+}
+
+#include "core_start_test.moc"

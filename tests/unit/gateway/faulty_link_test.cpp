@@ -1,0 +1,515 @@
+#include "faulty_link.h"
+
+#include <QtTest>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "fault_control.h"
+#include "host_msg_type.h"
+#include "scripted_link.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/net_state.h"
+#include "wait_for.h"
+
+namespace {
+
+const QString kType = QStringLiteral("120006");
+
+QStringList sorted(QStringList lines) {
+    lines.sort();
+    return lines;
+}
+
+Fault faultOf(const char* line) {
+    Fault fault;
+    LineError error;
+    if (!readFault(QString::fromUtf8(line), &fault, &error)) {
+        qFatal("%s: %s", line, qPrintable(error.told()));
+    }
+    return fault;
+}
+
+/// Keeps what it is told, as "answer 3", in order.
+class Told : public GatewayLinkListener {
+public:
+    void onAnswer(quint64 id, const QString& msgType, const QVariant& body) override {
+        add(QStringLiteral("answer"), id, body);
+        QCOMPARE(msgType.isEmpty(), false);
+    }
+    void onFailure(quint64 id, const QString& reason) override {
+        add(QStringLiteral("failure"), id, reason);
+    }
+    void onTimeOut(quint64 id) override { add(QStringLiteral("timeout"), id, {}); }
+    void onPush(const QString& msgType, const QVariant& body) override {
+        add(QStringLiteral("push ") + msgType, 0, body);
+    }
+    void onGateState(const QString& gate, const QString& netState) override {
+        add(gate + QLatin1Char(' ') + netState, 0, {});
+    }
+
+    QStringList lines() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_lines;
+    }
+    QVariant body(int at) const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_bodies.value(at);
+    }
+    int count(const QString& line) const { return lines().count(line); }
+    bool waitForLines(int count) const {
+        return waitFor([this, count] { return lines().size() >= count; });
+    }
+    bool toldOn(std::thread::id thread) const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return std::find(m_threads.begin(), m_threads.end(), thread) != m_threads.end();
+    }
+
+private:
+    void add(const QString& kind, quint64 id, const QVariant& body) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_lines.append(id ? QStringLiteral("%1 %2").arg(kind).arg(id) : kind);
+        m_bodies.append(body);
+        m_threads.push_back(std::this_thread::get_id());
+    }
+
+    mutable std::mutex m_mutex;  // guards what follows
+    QStringList m_lines;
+    QVariantList m_bodies;
+    std::vector<std::thread::id> m_threads;
+};
+
+GatewayRequest requestOf(quint64 id, const QString& type = kType,
+                         const QList<QVariantMap>& rows = {}) {
+    GatewayRequest request;
+    request.envelopeId = id;
+    request.msgType = type;
+    request.body = packRows(
+        {{System::msgType, type}, {System::clientMsgID, QStringLiteral("c%1").arg(id)}}, rows);
+    request.timeOutMs = 10000;
+    return request;
+}
+
+/// A faulty link over a scripted one that answers with four rows.
+struct Room {
+    explicit Room(const QList<const char*>& faults = {}) {
+        auto below = std::make_unique<ScriptedLink>();
+        script = below.get();
+        script->on(kType, ScriptedReply::rows({{{"n", 1}}, {{"n", 2}}, {{"n", 3}}, {{"n", 4}}}));
+        for (const char* line : faults) {
+            plan->add(faultOf(line));
+        }
+        link = std::make_unique<FaultyLink>(std::move(below), plan);
+        QString error;
+        if (!link->start(&told, &error)) {
+            qFatal("%s", qPrintable(error));
+        }
+    }
+
+    Told told;
+    const std::shared_ptr<FaultPlan> plan = std::make_shared<FaultPlan>();
+    ScriptedLink* script = nullptr;
+    std::unique_ptr<FaultyLink> link;
+};
+
+}  // namespace
+
+class FaultyLinkTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void plan_countsByTypeAndOccurrence_data();
+    void plan_countsByTypeAndOccurrence();
+    void plan_firstFaultThatFits_decidesAndAllCount();
+    void faultLine_readsBack_data();
+    void faultLine_readsBack();
+    void wrongFaultLine_namesTheColumn();
+    void withoutFault_passesEverything();
+    void eachKind_hasItsOutcome_data();
+    void eachKind_hasItsOutcome();
+    void refusal_carriesTextAndClientMsgId();
+    void truncated_tellsMoreRowsThanItHolds();
+    void silentTimeOut_tellsNothing();
+    void reorder_reversesAndGivesUpWaiting();
+    void drip_takesLongerTheMoreRows();
+    void disconnect_failsRequestsUntilReconnect();
+    void namedGate_goesDownAlone();
+    void heldGate_hidesTheStateFromBelow();
+    void sharedEnvelope_isToldApartByTheBody();
+    void control_addsListsAndClears();
+    void control_wrongRow_changesNothing();
+    void outcomes_neverComeFromInsideSend();
+    void stop_inTheMiddle_givesEachItsOutcome();
+    void stop_whileOthersSend_losesNothing();
+    void afterStop_nothingIsTakenOrTold();
+};
+
+void FaultyLinkTest::plan_countsByTypeAndOccurrence_data() {
+    QTest::addColumn<QString>("occurrences");
+    QTest::addColumn<QString>("hits");
+    QTest::newRow("one") << "2"
+                         << "-x---";
+    QTest::newRow("range") << "2-3"
+                           << "-xx--";
+    QTest::newRow("every") << "every"
+                           << "xxxxx";
+    QTest::newRow("from") << "4+"
+                          << "---xx";
+}
+
+void FaultyLinkTest::plan_countsByTypeAndOccurrence() {
+    QFETCH(QString, occurrences);
+    QFETCH(QString, hits);
+    FaultPlan plan;
+    plan.add(faultOf(qPrintable("120006 " + occurrences + " timeout")));
+    FaultPlan any;
+    any.add(faultOf(qPrintable("* " + occurrences + " timeout")));
+    QString seen;
+    QString seenByAny;
+    for (int i = 0; i < 5; ++i) {
+        // Of another type: nothing for the one, and counted by the other.
+        QVERIFY(!plan.take(QStringLiteral("other")));
+        seen += plan.take(kType) ? 'x' : '-';
+        seenByAny += any.take(i % 2 ? kType : QStringLiteral("other")) ? 'x' : '-';
+    }
+    QCOMPARE(seen, hits);
+    QCOMPARE(seenByAny, hits);
+}
+
+void FaultyLinkTest::plan_firstFaultThatFits_decidesAndAllCount() {
+    FaultPlan plan;
+    plan.add(faultOf("120006 2 garbage"));
+    plan.add(faultOf("* 1-2 refusal"));
+    QVERIFY(plan.take(kType)->kind == FaultKind::Refusal);
+    QVERIFY(plan.take(kType)->kind == FaultKind::Garbage);
+    QVERIFY(!plan.take(kType));
+    QCOMPARE(plan.list(), (QStringList{"120006 2 garbage # 3", "* 1-2 refusal # 3"}));
+    // One that comes later counts from there on.
+    plan.add(faultOf("120006 1 late"));
+    QVERIFY(plan.take(kType)->kind == FaultKind::Late);
+    plan.clear();
+    QCOMPARE(plan.size(), 0);
+}
+
+void FaultyLinkTest::faultLine_readsBack_data() {
+    QTest::addColumn<QString>("line");
+    for (const char* line :
+         {"120006 1 timeout", "* every delay ms=20", "120006 2-3 refusal text=\"没 有\"",
+          "120006 4+ failure ms=1 text=\"a \\\"b\\\"\\n\"", "x 1 truncate rows=0",
+          "x 1 reorder ms=7 count=3", "x 1 disconnect reconnect=0 gate=InfoGate",
+          "x 1 timeout silent=true", "x 1 drip ms=2", "\"a b\" 1 late", "x 1 duplicate",
+          "x 1 garbage", "x 1 extra row={\"a\":\"b\"}"}) {
+        QTest::newRow(line) << QString::fromUtf8(line);
+    }
+}
+
+void FaultyLinkTest::faultLine_readsBack() {
+    QFETCH(QString, line);
+    QCOMPARE(faultText(faultOf(qUtf8Printable(line))), line);
+}
+
+void FaultyLinkTest::wrongFaultLine_namesTheColumn() {
+    Fault fault;
+    LineError error;
+    QVERIFY(!readFault(QStringLiteral("120006 1 explode"), &fault, &error));
+    QVERIFY2(error.told().startsWith(QStringLiteral("column 10: 'explode'")),
+             qPrintable(error.told()));
+    QVERIFY(!readFault(QStringLiteral("120006 1 reorder count=1"), &fault, &error));
+    QCOMPARE(error.column, 24);
+    QVERIFY(!readFault(QStringLiteral("120006 1 timeout silent=perhaps"), &fault, &error));
+    QCOMPARE(error.column, 25);
+}
+
+void FaultyLinkTest::withoutFault_passesEverything() {
+    Room room;
+    QVERIFY(room.link->send(requestOf(1)));
+    QVERIFY(room.told.waitForLines(1));
+    room.script->push(QStringLiteral("topic"), packRows({}, {}));
+    room.script->gateState(NetGateType::InfoGate, NET_STATE::CONNECTTING);
+    QVERIFY(room.told.waitForLines(3));
+    QCOMPARE(room.told.lines(), (QStringList{"answer 1", "push topic", "InfoGate CONNECTTING"}));
+    room.script->refuseSends(true);
+    QVERIFY(!room.link->send(requestOf(2)));
+}
+
+void FaultyLinkTest::eachKind_hasItsOutcome_data() {
+    QTest::addColumn<QString>("fault");
+    QTest::addColumn<QStringList>("told");
+    QTest::addColumn<int>("reached");
+    const auto row = [](const char* fault, const QStringList& told, int reached) {
+        QTest::newRow(fault) << QString::fromUtf8(fault) << told << reached;
+    };
+    row("120006 1 delay ms=2", {"answer 1"}, 1);
+    row("120006 1 timeout", {"timeout 1"}, 0);
+    row("120006 1 failure text=why", {"failure 1"}, 0);
+    row("120006 1 refusal", {"answer 1"}, 0);
+    row("120006 1 garbage", {"answer 1"}, 0);
+    row("120006 1 truncate", {"answer 1"}, 1);
+    row("120006 1 extra row={\"n\":5}", {"answer 1"}, 1);
+    row("120006 1 duplicate", {"answer 1", "answer 1"}, 1);
+    row("120006 1 late ms=2", {"timeout 1", "answer 1"}, 1);
+    row("120006 1 reorder ms=2", {"answer 1"}, 1);
+    row("120006 1 disconnect gate=InfoGate", {"InfoGate NOCONNECT", "failure 1"}, 0);
+    row("120006 1 drip ms=1", {"answer 1"}, 1);
+}
+
+void FaultyLinkTest::eachKind_hasItsOutcome() {
+    QFETCH(QString, fault);
+    QFETCH(QStringList, told);
+    QFETCH(int, reached);
+    Room room({qUtf8Printable(fault)});
+    QVERIFY(room.link->send(requestOf(1)));
+    QVERIFY(room.told.waitForLines(told.size()));
+    // The next one is untouched, and nothing else comes of the first.
+    QVERIFY(room.link->send(requestOf(2)));
+    QVERIFY(room.told.waitForLines(told.size() + 1));
+    room.link->stop();
+    QCOMPARE(room.told.lines(), told + QStringList{"answer 2"});
+    QCOMPARE(room.script->requestCount(), reached + 1);
+    const QVariant body = room.told.body(told.size() - 1);
+    if (fault.contains(QLatin1String("garbage"))) {
+        QCOMPARE(body, QVariant(QStringLiteral("garbage")));
+    } else if (fault.contains(QLatin1String("extra"))) {
+        QCOMPARE(rowsOf(body).size(), 5);
+        QCOMPARE(rowsOf(body).last().value("n").toInt(), 5);
+        QCOMPARE(headerOf(body).value(System::subGroupNumber).toInt(), 5);
+    } else if (fault.contains(QLatin1String("why"))) {
+        QCOMPARE(body, QVariant(QStringLiteral("why")));
+    }
+}
+
+void FaultyLinkTest::refusal_carriesTextAndClientMsgId() {
+    Room room({"120006 1 refusal text=\"没有权限\""});
+    QVERIFY(room.link->send(requestOf(9)));
+    QVERIFY(room.told.waitForLines(1));
+    const QVariantMap header = headerOf(room.told.body(0));
+    QCOMPARE(header.value(System::textDescription).toString(), QStringLiteral("没有权限"));
+    QCOMPARE(header.value("58").toString(), QStringLiteral("没有权限"));
+    QCOMPARE(header.value(System::clientMsgID).toString(), QStringLiteral("c9"));
+    QCOMPARE(header.value(System::requestExeStatus).toString(), QStringLiteral("1"));
+}
+
+void FaultyLinkTest::truncated_tellsMoreRowsThanItHolds() {
+    Room room({"120006 1 truncate", "120006 2 truncate rows=3", "120006 3 truncate rows=99"});
+    int at = 0;
+    for (const int rows : {2, 3, 4}) {
+        QVERIFY(room.link->send(requestOf(static_cast<quint64>(at + 1))));
+        QVERIFY(room.told.waitForLines(at + 1));
+        QCOMPARE(rowsOf(room.told.body(at)).size(), rows);
+        QCOMPARE(headerOf(room.told.body(at)).value(System::subGroupNumber).toInt(), 4);
+        ++at;
+    }
+}
+
+void FaultyLinkTest::silentTimeOut_tellsNothing() {
+    Room room({"120006 1 timeout silent=true"});
+    QVERIFY(room.link->send(requestOf(1)));
+    QVERIFY(room.link->send(requestOf(2)));
+    QVERIFY(room.told.waitForLines(1));
+    room.link->stop();
+    QCOMPARE(room.told.lines(), QStringList{"answer 2"});
+}
+
+void FaultyLinkTest::reorder_reversesAndGivesUpWaiting() {
+    Room room({"120006 1-3 reorder count=3 ms=60000", "120006 4-5 reorder count=3 ms=5"});
+    for (const quint64 id : {1, 2, 3}) {
+        QVERIFY(room.link->send(requestOf(id)));
+        QVERIFY(room.script->waitUntilIdle());
+    }
+    QVERIFY(room.told.waitForLines(3));
+    QCOMPARE(room.told.lines(), (QStringList{"answer 3", "answer 2", "answer 1"}));
+    QVERIFY(room.link->send(requestOf(4)));
+    QVERIFY(room.told.waitForLines(4));
+    QCOMPARE(room.told.lines().last(), QStringLiteral("answer 4"));
+}
+
+void FaultyLinkTest::drip_takesLongerTheMoreRows() {
+    Room room({"120006 1 drip ms=30"});
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(room.link->send(requestOf(1)));
+    QVERIFY(room.told.waitForLines(1));
+    QVERIFY2(timer.elapsed() >= 4 * 30, QByteArray::number(timer.elapsed()));
+}
+
+void FaultyLinkTest::disconnect_failsRequestsUntilReconnect() {
+    Room room({"120006 1 disconnect", "120006 1 disconnect reconnect=3"});
+    QVERIFY(room.link->send(requestOf(1)));
+    QVERIFY(room.link->send(requestOf(2)));
+    QVERIFY(room.told.waitForLines(3));
+    QCOMPARE(room.told.lines(), (QStringList{"TradeGate NOCONNECT", "failure 1", "failure 2"}));
+    QVERIFY(room.told.body(2).toString().contains(QStringLiteral("TradeGate")));
+    QCOMPARE(room.script->requestCount(), 0);
+    room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
+    QVERIFY(room.link->send(requestOf(3)));
+    QVERIFY(room.told.waitForLines(5));
+    QCOMPARE(sorted(room.told.lines().mid(3)), (QStringList{"TradeGate CONNECTED", "answer 3"}));
+    room.plan->clear();
+    room.plan->add(faultOf("120006 1 disconnect reconnect=3"));
+    QVERIFY(room.link->send(requestOf(4)));
+    QVERIFY(room.told.waitForLines(8));
+    QCOMPARE(room.told.lines().mid(5),
+             (QStringList{"TradeGate NOCONNECT", "failure 4", "TradeGate CONNECTED"}));
+    QVERIFY(room.link->send(requestOf(5)));
+    QVERIFY(room.told.waitForLines(9));
+    QCOMPARE(room.told.lines().last(), QStringLiteral("answer 5"));
+}
+
+void FaultyLinkTest::namedGate_goesDownAlone() {
+    Room room;
+    room.link->setGate(NetGateType::InfoGate, NET_STATE::NOCONNECT);
+    QVERIFY(room.link->send(requestOf(1)));
+    QVERIFY(room.told.waitForLines(2));
+    QCOMPARE(sorted(room.told.lines()), (QStringList{"InfoGate NOCONNECT", "answer 1"}));
+}
+
+void FaultyLinkTest::heldGate_hidesTheStateFromBelow() {
+    Room room;
+    room.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
+    room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTED);
+    room.script->gateState(NetGateType::InfoGate, NET_STATE::CONNECTED);
+    QVERIFY(room.told.waitForLines(2));
+    room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
+    QVERIFY(room.told.waitForLines(3));
+    QCOMPARE(room.told.lines(),
+             (QStringList{"TradeGate NOCONNECT", "InfoGate CONNECTED", "TradeGate CONNECTED"}));
+}
+
+void FaultyLinkTest::sharedEnvelope_isToldApartByTheBody() {
+    Room room({"inner 1 failure", "325005 1 timeout"});
+    room.script->on(QStringLiteral("other"), ScriptedReply::rows({}));
+    GatewayRequest request = requestOf(1, QStringLiteral("other"));
+    request.msgType = QStringLiteral("325005");
+    QVERIFY(room.link->send(request));
+    QVERIFY(room.told.waitForLines(1));
+    request = requestOf(2, QStringLiteral("inner"));
+    request.msgType = QStringLiteral("325005");
+    QVERIFY(room.link->send(request));
+    QVERIFY(room.told.waitForLines(2));
+    QCOMPARE(room.told.lines(), (QStringList{"answer 1", "failure 2"}));
+}
+
+void FaultyLinkTest::control_addsListsAndClears() {
+    Room room({"* every failure"});
+    const auto ask = [&room](quint64 id, const QList<QVariantMap>& rows) {
+        const bool sent = room.link->send(requestOf(id, HostMsgType::control, rows));
+        return sent && room.told.waitForLines(static_cast<int>(id))
+                   ? room.told.body(static_cast<int>(id) - 1)
+                   : QVariant();
+    };
+    QVariant body =
+        ask(1, {{{FaultField::command, "add"}, {FaultField::fault, "120006 2 refusal text=x"}},
+                {{FaultField::command, "list"}}});
+    QCOMPARE(headerOf(body).value(System::requestExeStatus).toString(), QStringLiteral("0"));
+    QCOMPARE(headerOf(body).value(System::clientMsgID).toString(), QStringLiteral("c1"));
+    const auto rows = rowsOf(body);
+    QCOMPARE(rows.size(), 2);
+    QCOMPARE(rows.at(1).value(FaultField::fault).toString(),
+             QStringLiteral("120006 2 refusal text=x # 0"));
+    body = ask(2, {{{FaultField::command, "clear"}}, {{FaultField::command, "list"}}});
+    QVERIFY(rowsOf(body).isEmpty());
+    QCOMPARE(room.plan->size(), 0);
+    QCOMPARE(room.script->requestCount(), 0);
+}
+
+void FaultyLinkTest::control_wrongRow_changesNothing() {
+    Room room;
+    QVERIFY(room.link->send(
+        requestOf(1, HostMsgType::control,
+                  {{{FaultField::command, "add"}, {FaultField::fault, "x 1 late"}},
+                   {{FaultField::command, "add"}, {FaultField::fault, "x 1 never"}}})));
+    QVERIFY(
+        room.link->send(requestOf(2, HostMsgType::control, {{{FaultField::command, "forget"}}})));
+    QVERIFY(room.link->send(requestOf(3, HostMsgType::control)));
+    QVERIFY(room.told.waitForLines(3));
+    const auto text = [&room](int at) {
+        return headerOf(room.told.body(at)).value(System::textDescription).toString();
+    };
+    QVERIFY2(text(0).startsWith(QStringLiteral("row 2, column 5: 'never'")), qPrintable(text(0)));
+    QVERIFY2(text(1).contains(QStringLiteral("'forget'")), qPrintable(text(1)));
+    QVERIFY2(text(2).contains(QStringLiteral("no command")), qPrintable(text(2)));
+    QCOMPARE(room.plan->size(), 0);
+}
+
+void FaultyLinkTest::outcomes_neverComeFromInsideSend() {
+    Room room({"1 every timeout", "2 every failure", "3 every refusal", "4 every garbage",
+               "5 every disconnect gate=InfoGate", "6 every late", "7 every duplicate"});
+    quint64 id = 0;
+    for (int type = 1; type <= 7; ++type) {
+        QVERIFY(room.link->send(requestOf(++id, QString::number(type))));
+    }
+    QVERIFY(room.link->send(requestOf(++id, HostMsgType::control)));
+    QVERIFY(room.told.waitForLines(11));
+    QVERIFY(!room.told.toldOn(std::this_thread::get_id()));
+}
+
+void FaultyLinkTest::stop_inTheMiddle_givesEachItsOutcome() {
+    Room room({"120006 1 delay ms=60000", "120006 2 timeout ms=60000",
+               "120006 3-4 reorder count=9 ms=60000", "120006 5 late ms=60000",
+               "120006 6 disconnect gate=InfoGate reconnect=60000"});
+    for (quint64 id = 1; id <= 6; ++id) {
+        QVERIFY(room.link->send(requestOf(id)));
+    }
+    QVERIFY(room.script->waitUntilIdle());
+    QVERIFY(room.told.waitForLines(3));
+    room.link->stop();
+    const QStringList lines = room.told.lines();
+    QCOMPARE(lines.size(), 7);
+    for (const char* line : {"failure 1", "failure 2", "failure 3", "failure 4", "timeout 5",
+                             "InfoGate NOCONNECT", "failure 6"}) {
+        QCOMPARE(room.told.count(QString::fromLatin1(line)), 1);
+    }
+}
+
+void FaultyLinkTest::stop_whileOthersSend_losesNothing() {
+    for (int round = 0; round < 20; ++round) {
+        Room room({"120006 1-20 delay ms=1", "120006 21-40 failure", "120006 41-60 reorder count=3",
+                   "120006 61-80 refusal"});
+        // The script's own thread drops what it has not told when it stops.
+        room.script->on(kType, ScriptedReply::rows({}).held());
+        std::atomic<quint64> last{0};
+        std::atomic<bool> begun{false};
+        std::vector<quint64> taken[2];
+        std::vector<std::thread> senders;
+        for (auto& list : taken) {
+            senders.emplace_back([&] {
+                for (int i = 0; i < 60; ++i) {
+                    const quint64 id = ++last;
+                    if (room.link->send(requestOf(id))) {
+                        list.push_back(id);
+                    }
+                    begun = true;
+                }
+            });
+        }
+        QVERIFY(waitFor([&] { return begun.load(); }));
+        room.link->stop();
+        for (std::thread& sender : senders) {
+            sender.join();
+        }
+        const QStringList lines = room.told.lines();
+        for (const QString& line : lines) {
+            QCOMPARE(lines.count(line), 1);
+        }
+        // Those that were intercepted have their outcome; those below are the script's to lose.
+        const int below = room.script->requestCount();
+        QCOMPARE(lines.size() + below, static_cast<int>(taken[0].size() + taken[1].size()));
+    }
+}
+
+void FaultyLinkTest::afterStop_nothingIsTakenOrTold() {
+    Room room({"120006 1 timeout", "120006 2 timeout silent=true", "120006 3 disconnect"});
+    room.link->stop();
+    room.link->stop();
+    for (quint64 id = 1; id <= 4; ++id) {
+        QVERIFY(!room.link->send(requestOf(id)));
+    }
+    QVERIFY(!room.link->send(requestOf(5, HostMsgType::control)));
+    room.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
+    QVERIFY(room.told.lines().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(FaultyLinkTest)
+#include "faulty_link_test.moc"

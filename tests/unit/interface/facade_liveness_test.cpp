@@ -1,0 +1,177 @@
+#include <QtTest>
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include "client_world.h"
+#include "local_platform.h"
+#include "log_capture.h"
+#include "presenter_use.h"
+#include "process_per_case.h"
+#include "velmar_business_data_interface.h"
+#include "velmar_business_data_manager.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/plugin_propety.h"
+#include "vocabulary/quindar_msg_type.h"
+#include "vocabulary/values.h"
+#include "vocabulary/velmar_msg_type.h"
+#include "wait_for.h"
+
+namespace {
+
+using Facade = VelmarBusinessDataInterface;
+inline const QString kBound = Velmar_MsgType::getSysUserTradingPermRequest;
+inline const QString kTraders = Quindar_MsgType::quant_GetUserRequest;
+inline const QString kGet = Velmar_MsgType::getAccountAuthPermRequest;
+
+StaticDbBuilder definitions() {
+    StaticDbBuilder builder;
+    builder.section(UserAccount::authType, {{"MaxOrder", AccountType::TradingAccount}});
+    return builder;
+}
+
+/// The facade's functions that send, each returning whether its answer was empty.
+const QList<std::function<bool()>>& sendingFunctions() {
+    static const QList<std::function<bool()>> functions{
+        [] { return Facade::GetUserAuthority("MaxOrder").isEmpty(); },
+        [] { return !Facade::SetUserAuthority("MaxOrder", "T0001", 1); },
+        [] {
+            return Facade::GetBindTraderListByAccount("T0001", AccountType::TradingAccount)
+                .isEmpty();
+        },
+        [] { return Facade::GetOrganTraderList().isEmpty(); },
+        [] { return Facade::GetTraderInfoList(QString()).isEmpty(); },
+    };
+    return functions;
+}
+
+}  // namespace
+
+/// What a facade call meets when the presenter behind it goes.
+class FacadeLivenessTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void sending_presenterLives_answers() {
+        ClientWorld world(numberedAccounts(1), definitions());
+        world.login();
+        VelmarBusinessDataManager object;
+        object.initialize();
+        world.link().on(kBound, ScriptedReply::rows({{{UserAccount::userID, "u1"}}}));
+        world.link().on(
+            kTraders,
+            ScriptedReply::rows({{{UserAccount::userID, "u1"}, {UserAccount::userName, "甲"}}}));
+        world.link().on(kGet, ScriptedReply::rows({{{UserAccount::account, "T0001"},
+                                                    {UserAccount::authValue, "9"}}}));
+        world.link().on(Velmar_MsgType::alterAccountAuthPermRequest, ScriptedReply::rows({}));
+        for (const auto& function : sendingFunctions()) {
+            QVERIFY(!function());
+        }
+        QCOMPARE(Facade::GetUserAuthority("MaxOrder"), (QVariantMap{{"T0001", 1}}));
+    }
+
+    void sending_idTakenButNoPresenter_isEmptyWithALogLine() {
+        const ClientWorld world;
+        VelmarBusinessDataManager object;
+        object.setPluginWidgetPropety(PluginPropety::PLUGININSTANCE_ID, "taken");
+        const LogCapture log;
+        for (const auto& function : sendingFunctions()) {
+            QVERIFY(function());
+        }
+        QCOMPARE(log.texts(QtWarningMsg).filter("finds no presenter").size(), 5);
+    }
+
+    void sending_presenterDisposedOf_isEmptyAtOnce() {
+        ClientWorld world(numberedAccounts(1), definitions());
+        world.login();
+        auto object = std::make_unique<VelmarBusinessDataManager>();
+        object->initialize();
+        QVERIFY(PresenterUse().presenter() != nullptr);
+        object.reset();
+        QVERIFY(s_presenter.load() != nullptr);
+        QCOMPARE(PresenterUse().presenter(), nullptr);
+        world.link().clearRequests();
+        const LogCapture log;
+        for (const auto& function : sendingFunctions()) {
+            QVERIFY(function());
+        }
+        QCOMPARE(log.texts(QtWarningMsg).filter("finds no presenter").size(), 5);
+        QCOMPARE(world.link().requestCount(), 0);
+    }
+
+    void sending_hostClosesMeanwhile_returns_data() { eachFunction(); }
+    void sending_hostClosesMeanwhile_returns() {
+        endWhileSending(
+            [](std::unique_ptr<VelmarBusinessDataManager>&) { LocalPlatform::instance().close(); });
+    }
+
+    void sending_presenterIsDisposedOfMeanwhile_returns_data() { eachFunction(); }
+    void sending_presenterIsDisposedOfMeanwhile_returns() {
+        endWhileSending([](std::unique_ptr<VelmarBusinessDataManager>& object) { object.reset(); });
+    }
+
+    void use_heldWhileThePresenterGoes_keepsItAlive() {
+        const ClientWorld world;
+        auto object = std::make_unique<VelmarBusinessDataManager>();
+        object->initialize();
+        auto use = std::make_unique<PresenterUse>();
+        QPointer<VelmarBusinessDataManagerPresenterClass> presenter = use->presenter();
+        QVERIFY(presenter);
+        std::atomic<bool> gone{false};
+        std::thread ending([&] {
+            LocalPlatform::instance().close();
+            gone = true;
+        });
+        const bool closing = waitFor([&] { return use->presenter()->isClosing(); });
+        const bool early = waitFor([&gone] { return gone.load(); }, 50);
+        const bool alive = use->presenter()->getRequestTimeOut() > 0;
+        const bool found = PresenterUse().presenter() != nullptr;
+        use.reset();
+        ending.join();
+        QVERIFY(closing);
+        QVERIFY(!early);
+        QVERIFY(alive);
+        QVERIFY(!found);
+        QVERIFY(!presenter);
+    }
+
+private:
+    static void eachFunction() {
+        QTest::addColumn<int>("function");
+        for (int i = 0; i < sendingFunctions().size(); ++i) {
+            QTest::addRow("%d", i) << i;
+        }
+    }
+
+    static void endWhileSending(
+        const std::function<void(std::unique_ptr<VelmarBusinessDataManager>&)>& end) {
+        QFETCH(int, function);
+        ClientWorld world(numberedAccounts(2), definitions());
+        world.login();
+        auto object = std::make_unique<VelmarBusinessDataManager>();
+        object->initialize();
+        const QStringList types{kGet, Velmar_MsgType::alterAccountAuthPermRequest, kBound,
+                                kTraders};
+        for (const QString& type : types) {
+            world.link().on(type, ScriptedReply::never());
+        }
+        const auto sent = [&] {
+            return std::any_of(types.cbegin(), types.cend(), [&world](const QString& type) {
+                return world.link().requestCount(type) > 0;
+            });
+        };
+        bool empty = false;
+        std::thread caller([&] { empty = sendingFunctions().at(function)(); });
+        const bool under = waitFor(sent);
+        end(object);
+        caller.join();
+        QVERIFY(under);
+        QVERIFY(empty);
+        QCOMPARE(LocalPlatform::instance().presenterCount(), 0);
+    }
+};
+
+VELMAR_PROCESS_PER_CASE_MAIN(FacadeLivenessTest)
+#include "facade_liveness_test.moc"

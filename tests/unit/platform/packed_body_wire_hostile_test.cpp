@@ -1,0 +1,151 @@
+#include <QtTest>
+#include <limits>
+
+#include "wire_body.h"
+
+namespace {
+
+using Map = QVariantMap;
+using List = QVariantList;
+
+}  // namespace
+
+class PackedBodyWireHostileTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void decode_hostile_isRefused_data();
+    void decode_hostile_isRefused();
+    void limits_bindBothWays();
+    void decode_manyKeysInFallingOrder_takesNoQuadraticTime();
+};
+
+void PackedBodyWireHostileTest::decode_hostile_isRefused_data() {
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("named");
+    const auto add = [](const char* name, const QByteArray& hex, const char* named) {
+        QTest::newRow(name) << QByteArray::fromHex(hex) << named;
+    };
+    add("nothing", "", "byte 0: ends too early");
+    add("no array", "a0", "not an array of rows");
+    add("no rows", "80", "not an array of rows");
+    add("text for a body", "6161", "not an array of rows");
+    add("row that is a list", "8180", "row 0, byte 2: a row that is no map");
+    add("row that is a number", "82a001", "row 1, byte 3: a row that is no map");
+    add("rows without a length", "9fa0ff", "not told beforehand");
+    add("row without a length", "81bfff", "not told beforehand");
+    add("text without a length", "81a161617f6161ff", "not told beforehand");
+    add("reserved length", "81a161611c", "not told beforehand");
+    add("number for a key", "81a10102", "no text where one has to be");
+    add("bytes for a key", "81a1416102", "no text where one has to be");
+    add("key twice", "81a2616101616102", "a key that stands twice");
+    add("key twice inside", "81a16161a2616101616102", "a key that stands twice");
+    add("key longer than all", "81a17a7fffffff61", "ends too early");
+    add("text of 2^64", "81a161617bffffffffffffffff61", "ends too early");
+    add("bytes of 2^63", "81a161615b800000000000000061", "ends too early");
+    add("list of 2^64", "81a161619bffffffffffffffff01", "ends too early");
+    add("map of 2^63", "81a16161bb800000000000000001", "ends too early");
+    add("map of half of 2^64", "81a16161bb7fffffffffffffff01", "ends too early");
+    add("rows of 2^64", "9bffffffffffffffffa0", "ends too early");
+    add("texts of 2^64", "81a16161d9a02f9bffffffffffffffff60", "ends too early");
+    add("broken text", "81a1616162c328", "no UTF-8");
+    add("broken key", "81a161ff01", "no UTF-8");
+    add("text cut inside a character", "81a1616162e4b8", "no UTF-8");
+    add("overlong text", "81a1616162c080", "no UTF-8");
+    add("surrogate in a text", "81a1616163eda080", "no UTF-8");
+    add("text beyond the last character", "81a1616164f4908080", "no UTF-8");
+    add("unknown tag", "81a16161c001", "an unknown tag");
+    add("tag in a tag", "81a16161d9a029d9a02901", "no number where one has to be");
+    add("long beyond its tag", "81a16161d9a0291a80000000", "a number out of range");
+    add("unsigned below zero", "81a16161d9a02a20", "a number out of range");
+    add("unsigned too large", "81a16161d9a02a1b0000000100000000", "a number out of range");
+    add("unsigned long too large", "81a16161d9a02b1b8000000000000000", "a number out of range");
+    add("number below 64 bits", "81a161613b8000000000000000", "a number out of range");
+    add("date as a text", "81a16161d9a02c6161", "no number where one has to be");
+    add("date too late", "81a16161d9a02c1a0051fe2d", "a number out of range");
+    add("time beyond a day", "81a16161d9a02d1a05265c00", "a number out of range");
+    add("date and time of one number", "81a16161d9a02e8101", "unknown form");
+    add("date and time of four", "81a16161d9a02e8401010101", "unknown form");
+    add("date and time as a number", "81a16161d9a02e01", "unknown form");
+    add("offset beyond a day", "81a16161d9a02e8301011a00015181", "a number out of range");
+    add("offset as a text", "81a16161d9a02e83010160", "no number where one has to be");
+    add("texts as a map", "81a16161d9a02fa0", "no array");
+    add("number among texts", "81a16161d9a02f8101", "no text where one has to be");
+    add("undefined", "81a16161f7", "unknown kind");
+    add("simple value", "81a16161f8ff", "unknown kind");
+    add("half float", "81a16161f93c00", "unknown kind");
+    add("end of nothing", "81a16161ff", "not told beforehand");
+    add("something behind", "81a000", "something behind the body");
+    add("deep lists", "81a16161" + QByteArray(200000, '8').replace("8", "81") + "01",
+        "nested too deep");
+    add("deep maps", "81a16161" + QByteArray(1000, 'x').replace("x", "a16161") + "01",
+        "nested too deep");
+    add("deep tags", "81a16161" + QByteArray(100000, 'x').replace("x", "c1"), "an unknown tag");
+}
+
+void PackedBodyWireHostileTest::decode_hostile_isRefused() {
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, named);
+    const QString error = refusalOf(bytes);
+    QVERIFY2(error.contains(named), qPrintable(error));
+}
+
+void PackedBodyWireHostileTest::limits_bindBothWays() {
+    const QVariant body = List{Map{{"a", List{1, 2, 3}}}};
+    const QByteArray bytes = encoded(body);
+    PackedBodyWire::Limits limits;
+    limits.bytes = bytes.size() - 1;
+    QVERIFY(refusalOf(bytes, limits).contains("are allowed"));
+    limits = {};
+    limits.values = 4;  // a row, a field, three elements
+    QVERIFY(refusalOf(bytes, limits).contains("too many values"));
+    limits.values = 5;
+    QVariant read;
+    QVERIFY(PackedBodyWire::decode(bytes, &read, nullptr, limits));
+    limits.depth = 0;
+    QVERIFY(refusalOf(bytes, limits).contains("nested too deep"));
+    // What is too large to be read is not written.
+    QByteArray written;
+    QString error;
+    const QByteArray large(40 * 1024 * 1024, 'x');
+    QVERIFY(!PackedBodyWire::encode(bodyWith(List{large, large}), &written, &error));
+    QVERIFY2(error.contains("more than 67108864 bytes"), qPrintable(error));
+    QVERIFY(PackedBodyWire::encode(bodyWith(large), &written, &error));
+}
+
+/// Eight times the input takes somewhat more than eight times the time; 64 times were quadratic.
+void PackedBodyWireHostileTest::decode_manyKeysInFallingOrder_takesNoQuadraticTime() {
+    const auto nanosecondsFor = [](int keys) {
+        // Keys in falling order, so that no insertion is at the end, and other ones in each row.
+        QByteArray bytes = QByteArray::fromHex("82");
+        for (int row = 0; row < 2; ++row) {
+            bytes += char(0xba);
+            for (int shift = 24; shift >= 0; shift -= 8) {
+                bytes += char(keys >> shift & 0xff);
+            }
+            for (int i = keys; i > 0; --i) {
+                bytes += char(0x68);
+                bytes += QByteArray::number(row * keys + i).rightJustified(8, '0');
+                bytes += char(0x01);
+            }
+        }
+        qint64 best = std::numeric_limits<qint64>::max();
+        for (int round = 0; round < 3; ++round) {
+            QElapsedTimer timer;
+            timer.start();
+            QVariant read;
+            if (!PackedBodyWire::decode(bytes, &read, nullptr)) {
+                return qint64(-1);
+            }
+            best = std::min(best, timer.nsecsElapsed());
+        }
+        return best;
+    };
+    const qint64 some = nanosecondsFor(20000);
+    const qint64 more = nanosecondsFor(160000);
+    QVERIFY(some > 0 && more > 0);
+    QVERIFY2(more < some * 8 * 4, qPrintable(QString("%1 and %2 ns").arg(some).arg(more)));
+}
+
+QTEST_GUILESS_MAIN(PackedBodyWireHostileTest)
+#include "packed_body_wire_hostile_test.moc"

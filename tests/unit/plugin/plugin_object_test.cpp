@@ -1,0 +1,235 @@
+#include <QtTest>
+#include <thread>
+
+#include "client_world.h"
+#include "local_platform.h"
+#include "log_capture.h"
+#include "process_per_case.h"
+#include "velmar_business_data_manager.h"
+#include "velmar_business_data_manager_plugin.h"
+#include "velmarutils/velmar_utils.h"
+#include "vocabulary/names.h"
+#include "vocabulary/plugin_propety.h"
+#include "wait_for.h"
+#include "zn_business_data_manager.h"
+
+namespace {
+
+using Core = ZnBusinessDataManager;
+using Presenter = VelmarBusinessDataManagerPresenterClass;
+
+inline const QString kId = QStringLiteral("ZNApp.VelmarBusinessDataManager");
+
+}  // namespace
+
+class PluginObjectTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initialize_noInstanceId_setsItAndBuildsThePresenter() {
+        const ClientWorld world;
+        LogCapture log;
+        VelmarBusinessDataManager object;
+        QCOMPARE(object.presenter(), nullptr);
+        object.initialize();
+        QCOMPARE(object.getPluginObjectPropety(PluginPropety::PLUGININSTANCE_ID).toString(), kId);
+        QVERIFY(object.presenter());
+        QCOMPARE(s_presenter.load(), object.presenter());
+        QCOMPARE(object.presenter()->pluginPid(), kId);
+        QCOMPARE(object.presenter()->dataManager(), Core::instance());
+        QVERIFY(log.contains(QtInfoMsg, "lauch VelmarBusinessDataManager"));
+    }
+
+    void initialize_instanceIdSet_leavesIt() {
+        const ClientWorld world;
+        VelmarBusinessDataManager object;
+        object.setPluginWidgetPropety(PluginPropety::PLUGININSTANCE_ID, "Other.Id");
+        object.initialize();
+        QCOMPARE(object.getPluginObjectPropety(PluginPropety::PLUGININSTANCE_ID).toString(),
+                 QString("Other.Id"));
+        QCOMPARE(object.presenter()->pluginPid(), QString("Other.Id"));
+    }
+
+    void initialize_returns_beforeTheStartUpSequenceRan() {
+        const ClientWorld world;  // nobody logs in, so the sequence cannot end
+        VelmarBusinessDataManager object;
+        object.initialize();
+        LogCapture log;
+        QVERIFY(log.waitFor("userAccountDataInited check not ready !!!!!!!!!!"));
+    }
+
+    void initialize_connections_allStand() {
+        ClientWorld world;
+        world.login();
+        LogCapture log;
+        VelmarBusinessDataManager object;
+        object.initialize();
+        QVERIFY(log.waitFor("初始化融券通代码信息"));
+        Presenter* const presenter = object.presenter();
+        Core* const core = Core::instance();
+        QVariantMap record{{"a", 1}};
+        const QList<QPair<std::function<void()>, QString>> expected{
+            {[=] { emit presenter->signalPositionUpdated({}); }, "Manager::slotPositionUpdated"},
+            {[=] { emit presenter->signalBusiMsgRecved({}, true); },
+             "Manager::slotRecvBusiMsgPush"},
+            {[=] { emit presenter->signalNetReconnect("g", presenter); },
+             "Manager::slotNetReconnect"},
+            {[=] { emit presenter->signalNetReconnect("g", presenter); },
+             "Class::slotNetReconnect"},
+            {[=] { emit presenter->signalNetDisconnected("g"); }, "Manager::slotNetDisconnected"},
+            {[=] { emit core->signalBusiMsgRead({}); }, "Class::slotBusiMsgRead"},
+            {[&] { emit core->signalBusiMsgAdd(record); }, "Class::slotBusiMsgAdd"},
+            {[=] { emit presenter->signalNoticeSymbolChanged({}); },
+             "Manager::slotNoticeSymbolChanged"},
+            {[=] { emit presenter->signalClientInfoCollect({}); },
+             "Manager::slotClientInfoCollect"},
+            {[=] { emit core->signalClientInfoUpload({}); }, "Class::slotClientInfoUpload"}};
+        for (const auto& connection : expected) {
+            log.clear();
+            connection.first();
+            QVERIFY2(log.waitFor(connection.second), qPrintable(connection.second));
+            // Whatever else the signal reaches on the object thread has run as well.
+            QMetaObject::invokeMethod(
+                presenter, [] {}, Qt::BlockingQueuedConnection);
+            QCOMPARE(log.texts(QtDebugMsg).filter(connection.second).size(), 1);
+        }
+    }
+
+    void securityAccountsChanged_core_isPublishedByThePresenterOnce() {
+        ClientWorld world;
+        VelmarBusinessDataManager object;
+        object.initialize();
+        auto* const listener = new RecordingPresenter;
+        const int id =
+            VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::SECURITY_ACCOUNT_SETTING_CHANGED);
+        listener->SubEvent(listener->pluginPid(), id, 1);
+        listener->initPresenter();
+        world.login();
+        std::thread changer([] { emit Core::instance()->signalSecurityAccountSettingChanged(); });
+        changer.join();
+        QVERIFY(waitFor([listener] { return listener->events().size() == 1; }));
+        const RecordingPresenter::Event event = listener->events().first();
+        QCOMPARE(event.id, id);
+        QCOMPARE(event.source, object.presenter()->pluginPid());
+        QVERIFY(!event.body.isValid());
+        listener->deleteLater();
+    }
+
+    void priceCageLoaded_core_isPublishedByThePresenterEachTime() {
+        ClientWorld world;
+        VelmarBusinessDataManager object;
+        object.initialize();
+        auto* const listener = new RecordingPresenter;
+        const int id =
+            VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::PRICE_CAGE_INFO_FINISH_INIT);
+        listener->SubEvent(listener->pluginPid(), id, 1);
+        listener->initPresenter();
+        world.login();
+        // The first is the start-up's own load.
+        QVERIFY(waitFor([listener] { return listener->events().size() == 1; }));
+        std::thread loader([] { emit Core::instance()->signalPriceCageInfoFinishInit(); });
+        loader.join();
+        QVERIFY(waitFor([listener] { return listener->events().size() == 2; }));
+        for (const RecordingPresenter::Event& event : listener->events()) {
+            QCOMPARE(event.id, id);
+            QCOMPARE(event.source, object.presenter()->pluginPid());
+            QVERIFY(event.body.isValid());
+            QVERIFY(headerOf(event.body).isEmpty());
+            QVERIFY(rowsOf(event.body).isEmpty());
+        }
+        listener->deleteLater();
+    }
+
+    void netSignals_fromAnotherThread_reachTheCoreOnThatThread() {
+        ClientWorld world;
+        VelmarBusinessDataManager object;
+        object.initialize();
+        Presenter* const presenter = object.presenter();
+        LogCapture log;
+        std::thread emitter([presenter, &log] {
+            emit presenter->signalNetReconnect("g", presenter);
+            // Direct: the core has heard of it before the emission returns.
+            QVERIFY(log.contains("ZnBusinessDataManager::slotNetReconnect"));
+            emit presenter->signalNetDisconnected("g");
+            QVERIFY(log.contains("ZnBusinessDataManager::slotNetDisconnected"));
+        });
+        emitter.join();
+    }
+
+    void twoObjects_initialisedByHand_shareOneCoreAndTheLastPresenterCounts() {
+        ClientWorld world(numberedAccounts(2));
+        world.login();
+        VelmarBusinessDataManager first;
+        VelmarBusinessDataManager second;
+        first.initialize();
+        second.initialize();
+        QVERIFY(first.presenter() != second.presenter());
+        QCOMPARE(s_presenter.load(), second.presenter());
+        QCOMPARE(first.presenter()->dataManager(), second.presenter()->dataManager());
+        QVERIFY(first.presenter()->pluginPid() != second.presenter()->pluginPid());
+        QCOMPARE(LocalPlatform::instance().presenterCount(), 2);
+        QVERIFY(world.link().waitForRequestCount("325005", 2));
+        // The tables were loaded once, whoever came first.
+        QCOMPARE(world.link().requestCount("120006"), 1);
+    }
+
+    void destructor_withAPresenter_logsAndDisposesOfIt() {
+        const ClientWorld world;
+        LogCapture log;
+        Presenter* kept = nullptr;
+        {
+            VelmarBusinessDataManager object;
+            object.initialize();
+            kept = object.presenter();
+        }
+        QCOMPARE(log.count(QtDebugMsg, "VelmarBusinessDataManager::~VelmarBusinessDataManager"), 1);
+        QCOMPARE(LocalPlatform::instance().presenterCount(), 0);
+        QCOMPARE(s_presenter.load(), kept);
+    }
+
+    void destructor_afterThePlatformTookThePresenter_isHarmless() {
+        const ClientWorld world;
+        VelmarBusinessDataManager object;
+        object.initialize();
+        LocalPlatform::instance().close();
+        QCOMPARE(object.presenter(), nullptr);
+    }
+
+    void pluginClass_initialize_registersTheObjectByMetaId() {
+        const ClientWorld world;
+        VelmarBusinessDataManagerPlugin plugin;
+        QString error;
+        QVERIFY(plugin.initialize({"-x"}, &error, "libVelmarBusinessDataManager"));
+        QVERIFY(error.isEmpty());
+        const int metaId = QMetaType::type("VelmarBusinessDataManager");
+        QVERIFY(metaId != QMetaType::UnknownType);
+        void* const made = QMetaType::create(metaId);
+        auto* const base = static_cast<ZnPluginBaseObject*>(made);
+        QVERIFY(qobject_cast<VelmarBusinessDataManager*>(base));
+        QCOMPARE(LocalPlatform::instance().presenterCount(), 0);
+        QMetaType::destroy(metaId, made);
+    }
+
+    void pluginClass_otherEntries_doNothing() {
+        ClientWorld world;
+        VelmarBusinessDataManagerPlugin plugin;
+        LogCapture log;
+        plugin.extensionsInitialized();
+        QVERIFY(!plugin.delayedInitialize());
+        QCOMPARE(plugin.aboutToShutdown(), IPlugin::SynchronousShutdown);
+        QVERIFY(!plugin.remoteCommand({}, {}, {}));
+        QVERIFY(plugin.createTestObjects().isEmpty());
+        QCOMPARE(LocalPlatform::instance().presenterCount(), 0);
+        QVERIFY(world.link().requests().isEmpty());
+        QVERIFY(log.texts().isEmpty());
+    }
+
+    void pluginClass_metaCast_knowsItsInterface() {
+        VelmarBusinessDataManagerPlugin plugin;
+        QVERIFY(plugin.qt_metacast("com.ondrelsoft.com.IPlugin"));
+        QVERIFY(qobject_cast<IPlugin*>(static_cast<QObject*>(&plugin)));
+    }
+};
+
+VELMAR_PROCESS_PER_CASE_MAIN(PluginObjectTest)
+#include "plugin_object_test.moc"

@@ -1,0 +1,303 @@
+#include <QSignalSpy>
+#include <QtTest>
+
+#include "client_world.h"
+#include "log_capture.h"
+#include "velmar_business_data_manager_presenter_class.h"
+#include "velmarutils/velmar_utils.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/names.h"
+#include "vocabulary/net_state.h"
+#include "vocabulary/quindar_msg_type.h"
+#include "vocabulary/values.h"
+#include "vocabulary/velmar_msg_type.h"
+#include "wait_for.h"
+#include "zn_business_data_manager.h"
+
+Q_DECLARE_METATYPE(ZnPresenterClass*)
+
+namespace {
+
+using Presenter = VelmarBusinessDataManagerPresenterClass;
+
+int named(const QString& event) {
+    return VelmarUtils::GetTorviEventMsgIdByStr(event);
+}
+
+/// How often each signal of the presenter came, counted where it is emitted.
+class SignalCounts {
+public:
+    explicit SignalCounts(Presenter* presenter) {
+        count(presenter, "signalInitPosData", &Presenter::signalInitPosData);
+        count(presenter, "signalPositionUpdated", &Presenter::signalPositionUpdated);
+        count(presenter, "signalClientInfoCollect", &Presenter::signalClientInfoCollect);
+        count(presenter, "signalClientInfoCollectAPM", &Presenter::signalClientInfoCollectAPM);
+        count(presenter, "signalMultiDelaySettingChanged",
+              &Presenter::signalMultiDelaySettingChanged);
+        count(presenter, "signalNetReconnect", &Presenter::signalNetReconnect);
+        count(presenter, "signalNetDisconnected", &Presenter::signalNetDisconnected);
+        count(presenter, "signalRestartTimer", &Presenter::signalRestartTimer);
+        count(presenter, "signalBusiMsgRecved", &Presenter::signalBusiMsgRecved);
+    }
+    QMap<QString, int> took() { return std::exchange(m_counts, {}); }
+
+private:
+    template <class Signal>
+    void count(Presenter* presenter, const char* name, Signal signal) {
+        QObject::connect(
+            presenter, signal, &m_context, [this, name] { ++m_counts[name]; },
+            Qt::DirectConnection);
+    }
+
+    QObject m_context;
+    QMap<QString, int> m_counts;
+};
+
+using Counts = QMap<QString, int>;
+
+}  // namespace
+
+/// The dispatch of what arrives, called on this thread with nothing else running.
+class PresenterEventsTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<ClientWorld> m_world;
+    Presenter* m_presenter = nullptr;
+    std::unique_ptr<SignalCounts> m_counts;
+
+    void send(int id, const QVariant& body = {}) { m_presenter->ProcEventMsg("test", id, body); }
+
+private slots:
+    void init() {
+        m_world = std::make_unique<ClientWorld>();
+        m_world->login();
+        m_presenter = new Presenter("Test.Presenter", nullptr);
+        m_counts = std::make_unique<SignalCounts>(m_presenter);
+    }
+    void cleanup() {
+        m_presenter->deleteLater();
+        m_counts.reset();
+        m_world.reset();
+    }
+
+    void event_anyOfTheTable_emitsItsSignal_data() {
+        QTest::addColumn<int>("id");
+        QTest::addColumn<QVariant>("body");
+        QTest::addColumn<Counts>("expected");
+        const QVariant row = packRows({{"a", 1}}, {});
+        QTest::newRow("0x31000") << 0x31000 << QVariant() << Counts{{"signalInitPosData", 1}};
+        QTest::newRow("0x31001") << 0x31001 << QVariant() << Counts{{"signalInitPosData", 1}};
+        QTest::newRow("0x31002") << 0x31002 << row << Counts{{"signalPositionUpdated", 1}};
+        QTest::newRow("0x35000") << 0x35000 << QVariant(QVariantMap{{"a", 1}})
+                                 << Counts{{"signalClientInfoCollect", 1}};
+        QTest::newRow("0x35001") << 0x35001 << QVariant(QVariantList{"gate", 1})
+                                 << Counts{{"signalClientInfoCollectAPM", 1}};
+        QTest::newRow("0x35001 empty") << 0x35001 << QVariant(QVariantList()) << Counts{};
+        QTest::newRow("0x35001 no list") << 0x35001 << QVariant(5) << Counts{};
+        QTest::newRow("0x1000A with the key")
+            << 0x1000A << QVariant(QVariantMap{{SystemSetting::SysMultiTimeOutCount, 3}})
+            << Counts{{"signalMultiDelaySettingChanged", 1}};
+        QTest::newRow("0x1000A without the key")
+            << 0x1000A << QVariant(QVariantMap{{"other", 3}}) << Counts{};
+        QTest::newRow("unknown") << 0x77777 << row << Counts{};
+    }
+    void event_anyOfTheTable_emitsItsSignal() {
+        QFETCH(int, id);
+        QFETCH(QVariant, body);
+        QFETCH(Counts, expected);
+        send(id, body);
+        QCOMPARE(m_counts->took(), expected);
+    }
+
+    void event_position_carriesTheRow() {
+        QVariantMap got;
+        QObject context;
+        connect(
+            m_presenter, &Presenter::signalPositionUpdated, &context,
+            [&got](const QVariantMap& data) { got = data; }, Qt::DirectConnection);
+        send(0x31002, packRows({{"symbol", "600000.SH"}, {"qty", 5}}, {}));
+        QCOMPARE(got.value("symbol").toString(), QString("600000.SH"));
+        QCOMPARE(got.value("qty").toInt(), 5);
+    }
+
+    void event_apm_splitsTheGateFromTheRest() {
+        QString gate;
+        QVariantList rest;
+        QObject context;
+        connect(
+            m_presenter, &Presenter::signalClientInfoCollectAPM, &context,
+            [&](const QString& netType, const QVariantList& list) {
+                gate = netType;
+                rest = list;
+            },
+            Qt::DirectConnection);
+        send(0x35001, QVariantList{"trade", 1, 2});
+        QCOMPARE(gate, QString("trade"));
+        QCOMPARE(rest, (QVariantList{1, 2}));
+    }
+
+    void event_messageAdded_isTheCoresSignal() {
+        QVariantMap got;
+        QObject context;
+        connect(
+            ZnBusinessDataManager::instance(), &ZnBusinessDataManager::signalBusiMsgAdd, &context,
+            [&got](QVariantMap& record) { got = record; }, Qt::DirectConnection);
+        send(named(EventMsgName::BUSI_MSG_ADD), packRows({{"title", "到期"}}, {}));
+        QCOMPARE(got.value("title").toString(), QString("到期"));
+    }
+
+    void event_tradeFeeChange_reachesTheCoreDirectly() {
+        LogCapture log;
+        send(named(EventMsgName::ETFTRADESETTING_TRADEFEECHANGE));
+        // No fees are saved here, which the core tells when it takes them anew.
+        QCOMPARE(log.texts(QtInfoMsg).filter("slotTradeFeeSettingChanged").size(), 1);
+        QCOMPARE(m_counts->took(), Counts{});
+    }
+
+    void event_settingChange_isLoggedAtInfoLevel() {
+        LogCapture log;
+        send(0x1000A, QVariantMap{{"other", 3}});
+        QVERIFY(log.contains(QtInfoMsg, "VelmarBusinessDataManagerPresenterClass::ProcEventMsg"));
+    }
+
+    void gate_connected_reconnectsOnceHoweverOftenItIsTold_data() {
+        QTest::addColumn<int>("id");
+        QTest::addColumn<QString>("gate");
+        QTest::addColumn<bool>("heartBeat");
+        QTest::newRow("market tcp") << 0x10005 << NetGateType::MarketTcpGate << true;
+        QTest::newRow("trade") << 0x10006 << NetGateType::TradeGate << true;
+        QTest::newRow("info") << 0x1000B << NetGateType::InfoGate << true;
+        QTest::newRow("market grpc") << 0x10012 << NetGateType::MarketGrpcGate << false;
+    }
+    void gate_connected_reconnectsOnceHoweverOftenItIsTold() {
+        QFETCH(int, id);
+        QFETCH(QString, gate);
+        QFETCH(bool, heartBeat);
+        QString told;
+        ZnPresenterClass* by = nullptr;
+        QObject context;
+        connect(
+            m_presenter, &Presenter::signalNetReconnect, &context,
+            [&](const QString& netType, ZnPresenterClass* presenter) {
+                told = netType;
+                by = presenter;
+            },
+            Qt::DirectConnection);
+        send(id, NET_STATE::CONNECTED);
+        send(id, NET_STATE::CONNECTED);
+        Counts expected{{"signalNetReconnect", 1}};
+        if (heartBeat) {
+            expected.insert("signalRestartTimer", 1);
+        }
+        QCOMPARE(m_counts->took(), expected);
+        QCOMPARE(told, gate);
+        QCOMPARE(by, m_presenter);
+    }
+
+    void gate_noConnectAfterConnected_isNoDisconnect() {
+        send(0x10006, NET_STATE::CONNECTED);
+        m_counts->took();
+        send(0x10006, NET_STATE::NOCONNECT);
+        QCOMPARE(m_counts->took(), Counts{});
+        send(0x10006, NET_STATE::CONNECTTING);
+        QCOMPARE(m_counts->took(), (Counts{{"signalNetDisconnected", 1}}));
+        send(0x10006, NET_STATE::CONNECTED);
+        QCOMPARE(m_counts->took(), (Counts{{"signalNetReconnect", 1}, {"signalRestartTimer", 1}}));
+    }
+
+    void gate_twoGates_keepTheirStatesApart() {
+        send(0x10006, NET_STATE::CONNECTED);
+        send(0x10005, NET_STATE::CONNECTED);
+        QCOMPARE(m_counts->took(), (Counts{{"signalNetReconnect", 2}, {"signalRestartTimer", 2}}));
+    }
+
+    void gate_informationReconnected_subscribesTheMessageTopicAgain() {
+        send(0x10006, NET_STATE::CONNECTED);
+        QVERIFY(m_world->link().waitUntilIdle());
+        QCOMPARE(m_world->link().requestCount("325005"), 0);
+        send(0x1000B, NET_STATE::CONNECTED);
+        QVERIFY(m_world->link().waitForRequestCount("325005", 1));
+        const ScriptedLink::Request request = m_world->link().lastRequest("325005");
+        QVariantMap header = request.header;
+        header.remove(System::clientMsgID);
+        const QVariantMap expected{
+            {System::msgType, Quindar_MsgType::subscribeTopicRequest},
+            {System::subscriptionTopic, Velmar_MsgType::MessageCenterPushMsg},
+            {Security::subscriptionRequestType, SubscribeType::subscribe},
+            {UserAccount::userID, "tester"},
+            {UserAccount::loginUserId, "tester"}};
+        QCOMPARE(header, expected);
+        QCOMPARE(request.envelopeType, QString("325005"));
+        QCOMPARE(request.sourceId, m_presenter->pluginPid());
+    }
+
+    void realizedProfit_refreshBeforeTheFirstInit_doesNothing() {
+        LogCapture log;
+        m_presenter->initPresenter();
+        const auto runs = [&log] {
+            return log.texts(QtDebugMsg).filter("initRealizedProfit").size();
+        };
+        const auto settled = [this] {
+            // The object thread has run everything that was queued to it before.
+            QMetaObject::invokeMethod(
+                m_presenter, [] {}, Qt::BlockingQueuedConnection);
+        };
+        send(0x30001);
+        settled();
+        QCOMPARE(runs(), 0);
+        send(named(EventMsgName::CalcRealizedProfitInitEvent));
+        send(named(EventMsgName::CalcRealizedProfitInitEvent));
+        settled();
+        QCOMPARE(runs(), 1);
+        send(0x30001);
+        settled();
+        QCOMPARE(runs(), 2);
+    }
+
+    void deals_bothEvents_areQueuedToTheObjectThread() {
+        LogCapture log;
+        send(0x30006, QVariantList{1});
+        send(0x30004, QVariantList{2});
+        QCOMPARE(log.texts(QtDebugMsg).filter("takeDeals").size(), 0);
+        m_presenter->initPresenter();
+        QMetaObject::invokeMethod(
+            m_presenter, [] {}, Qt::BlockingQueuedConnection);
+        QCOMPARE(log.texts(QtDebugMsg).filter("takeDeals").size(), 2);
+    }
+
+    void push_patchInfo_needsItsSubTypeAndAReadableRecord_data() {
+        QTest::addColumn<QString>("subType");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("taken");
+        QTest::addColumn<int>("refused");
+        QTest::newRow("patch") << SubscribeTopicSubType::clientPatchInfo << R"({"id":1})" << 1 << 0;
+        QTest::newRow("another sub-type") << "other"
+                                          << R"({"id":1})" << 0 << 0;
+        QTest::newRow("bad text") << SubscribeTopicSubType::clientPatchInfo << "{" << 0 << 1;
+    }
+    void push_patchInfo_needsItsSubTypeAndAReadableRecord() {
+        QFETCH(QString, subType);
+        QFETCH(QString, text);
+        QFETCH(int, taken);
+        QFETCH(int, refused);
+        LogCapture log;
+        m_presenter->ProcSubMsg(
+            {}, Velmar_MsgType::ClientPatchInfoPush,
+            packRows({{System::SubMsgType, subType}, {System::textDescription, text}}, {}));
+        QCOMPARE(log.texts(QtDebugMsg).filter("takeClientPatchInfo").size(), taken);
+        QCOMPARE(log.texts(QtWarningMsg).filter("not understood").size(), refused);
+    }
+
+    void push_unknownTypeOrGarbage_isDropped() {
+        m_presenter->ProcSubMsg({}, "nothing", QVariant("garbage"));
+        m_presenter->ProcSubMsg({}, Velmar_MsgType::ClientPatchInfoPush, QVariant("garbage"));
+        m_presenter->ProcResponseMsg({}, {}, "nothing", QVariant("garbage"));
+        send(0x31002, QVariant("garbage"));
+        send(0x35000, QVariant("garbage"));
+        QCOMPARE(m_counts->took(),
+                 (Counts{{"signalPositionUpdated", 1}, {"signalClientInfoCollect", 1}}));
+    }
+};
+
+QTEST_GUILESS_MAIN(PresenterEventsTest)
+#include "presenter_events_test.moc"

@@ -1,0 +1,270 @@
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QtTest>
+
+#include "child_process.h"
+#include "scenario_check.h"
+#include "scenario_parser.h"
+#include "scenario_player.h"
+
+namespace {
+
+/// A stage where a program of the test's own happens, without any client.
+class FakeStage : public ScenarioStage {
+public:
+    explicit FakeStage(std::shared_ptr<ScenarioTape> tape) : m_tape(std::move(tape)) {}
+
+    bool listenTo(const QStringList& events, QString*) override {
+        did(QStringLiteral("listen ") + events.join(QLatin1Char(',')));
+        return true;
+    }
+    bool setSetting(const QString& name, const QString& value, QString*) override {
+        return did(QStringLiteral("set %1=%2").arg(name, value));
+    }
+    FaultPlan& faults() override { return m_plan; }
+    void setClock(const QDateTime& time) override {
+        did(QStringLiteral("clock ") + time.toString(Qt::ISODate));
+    }
+    void advanceClock(qint64 ms) override { did(QStringLiteral("advance %1").arg(ms)); }
+    bool begin(const QString& user, QString* error) override {
+        *error = QStringLiteral("no such user");
+        did(QStringLiteral("begin ") + user);
+        return user != QLatin1String("nobody");
+    }
+    bool ready(int limitMs, QString* error) override {
+        error->clear();
+        return did(QStringLiteral("ready %1").arg(limitMs));
+    }
+    int push(const QString& topic, const QVariant& body, const QString& user) override {
+        did(QStringLiteral("push %1 %2 for '%3'").arg(topic).arg(body.toList().size()).arg(user));
+        m_tape->add(RecordKind::Push, topic, jsonOfBody(body));
+        return 1;
+    }
+    void tick(const QString& symbol, const QVariantMap& fields, const QString& source) override {
+        did(QStringLiteral("tick %1 %2 %3").arg(symbol).arg(fields.size()).arg(source));
+    }
+    void setGate(const QString& gate, const QString& netState) override {
+        did(gate + QLatin1Char(' ') + netState);
+    }
+    bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
+              QString*) override {
+        *answer = {{QStringLiteral("result"), ++m_calls}};
+        return did(QStringLiteral("call %1(%2)").arg(function, arguments.join(QLatin1Char(','))));
+    }
+    int pendingRequests() const override { return 0; }
+    bool waitUntil(const std::function<bool()>& predicate, int limitMs) override {
+        // Time is a number of questions here.
+        for (int i = 0; i <= limitMs; ++i) {
+            if (predicate()) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    QStringList done;
+
+private:
+    bool did(const QString& what) {
+        done.append(what);
+        return true;
+    }
+
+    const std::shared_ptr<ScenarioTape> m_tape;
+    FaultPlan m_plan;
+    int m_calls = 0;
+};
+
+QString client() {
+    return QStringLiteral(VELMAR_BINARY_DIR "/bin/velmar-client");
+}
+
+}  // namespace
+
+class ScenarioPlayerTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void steps_arePlayedInOrder();
+    void expectations_lookAtTheTape_data();
+    void expectations_lookAtTheTape();
+    void call_isRepeatedUntilItsChecksHold();
+    void check_seesPartsOfAValue_data();
+    void check_seesPartsOfAValue();
+    void failedStep_endsTheClientWithItsLine_data();
+    void failedStep_endsTheClientWithItsLine();
+    void unreadableFile_isToldApart();
+
+private:
+    bool play(const QByteArray& text, QString* report);
+
+    std::shared_ptr<ScenarioTape> m_tape;
+    QStringList m_done;
+};
+
+bool ScenarioPlayerTest::play(const QByteArray& text, QString* report) {
+    Scenario scenario;
+    if (!parseScenario(QStringLiteral("f.scn"), text, &scenario, report)) {
+        return false;
+    }
+    if (!m_tape) {
+        m_tape = std::make_shared<ScenarioTape>();
+    }
+    FakeStage stage(m_tape);
+    ScenarioPlayer player(stage, m_tape);
+    const bool well = player.play(scenario.fileName, scenario.sections.first(), report);
+    m_done = stage.done;
+    return well;
+}
+
+void ScenarioPlayerTest::steps_arePlayedInOrder() {
+    m_tape.reset();
+    QString report;
+    QVERIFY2(play("setting a b\nclock set 2026-01-05T09:30:00\nstart user=u within=7\n"
+                  "clock advance 9\npush t user=x {} {}\ntick s {\"a\":1}\ngate InfoGate down\n"
+                  "call F 1 => 1\nexpect idle\nexpect no event E\nexpect push t count=1 rows#=1\n",
+                  &report),
+             qPrintable(report));
+    QCOMPARE(m_done, (QStringList{"listen E", "set a=b", "clock 2026-01-05T09:30:00", "begin u",
+                                  "ready 7", "advance 9", "push t 2 for 'x'", "tick s 1 scenario",
+                                  "InfoGate NOCONNECT", "call F(1)"}));
+    QVERIFY(!play("start user=nobody\n", &report));
+    QVERIFY2(report.startsWith(QStringLiteral("f.scn:1: failed\n")) &&
+                 report.contains(QStringLiteral("no such user")),
+             qPrintable(report));
+    QVERIFY2(play("start fails user=nobody error*=\"such user\"\n", &report), qPrintable(report));
+}
+
+void ScenarioPlayerTest::expectations_lookAtTheTape_data() {
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<bool>("met");
+    const auto row = [](const char* line, bool met) {
+        QTest::newRow(line) << QByteArray(line) << met;
+    };
+    row("expect request 1", true);
+    row("expect request 1 count=3", true);
+    row("expect request 1 count=2", false);
+    row("expect request 1 header.n=2 count=1", true);
+    row("expect request 1 occurrence=2 header.n=2", true);
+    row("expect request 1 occurrence=2 header.n=1", false);
+    row("expect request 1 occurrence=4", false);
+    row("expect request 2", false);
+    row("expect request 2 count=0", true);
+    row("expect answer 1", false);
+    row("expect no request 1", false);
+    row("expect no request 1 header.n=9", true);
+    row("expect log text*=gone level=warn", true);
+    row("expect log text*=gone level=info", false);
+    row("expect no log text~=\"^all.*gone$\"", false);
+}
+
+void ScenarioPlayerTest::expectations_lookAtTheTape() {
+    QFETCH(QByteArray, line);
+    QFETCH(bool, met);
+    m_tape = std::make_shared<ScenarioTape>();
+    for (int n = 1; n <= 3; ++n) {
+        m_tape->add(RecordKind::Request, QStringLiteral("1"), {{"header", QJsonObject{{"n", n}}}});
+    }
+    m_tape->add(RecordKind::Log, QStringLiteral("warn"),
+                {{"level", "warn"}, {"text", "all is gone"}});
+    QString report;
+    QCOMPARE(play("start\n\n" + line + (line.contains(" no ") ? "" : " within=3"), &report), met);
+    QCOMPARE(report.startsWith(QStringLiteral("f.scn:3: failed\n  expected: expect")), !met);
+}
+
+void ScenarioPlayerTest::call_isRepeatedUntilItsChecksHold() {
+    QString report;
+    QVERIFY2(play("start\ncall F => 3 within=10\n", &report), qPrintable(report));
+    QVERIFY(!play("start\ncall F => 3\n", &report));
+    QVERIFY2(report.contains(QStringLiteral("result is 1")), qPrintable(report));
+}
+
+void ScenarioPlayerTest::check_seesPartsOfAValue_data() {
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<bool>("holds");
+    const auto row = [](const char* line, bool holds) {
+        QTest::newRow(line) << QString::fromUtf8(line) << holds;
+    };
+    row("result.text=ab", true);
+    row("result.text=a", false);
+    row("result.text*=b", true);
+    row("result.text~=^a.$", true);
+    row("result.text#=2", true);
+    row("result.list#=3", true);
+    row("result.list*=2", true);
+    row("result.list*=4", false);
+    row("result.list.1=2", true);
+    row("result.list.9=2", false);
+    row("result.list=[1,2,\"x\"]", true);
+    row("result.list=[1,2]", false);
+    row("result.real=1.5", true);
+    row("result.flag=true", true);
+    row("result.none=null", true);
+    row("result.missing=\"\"", false);
+    row("result.empty=\"\"", true);
+    row("result.empty#=0", true);
+    row("result={\"a\":1}", false);
+    row("true", false);
+}
+
+void ScenarioPlayerTest::check_seesPartsOfAValue() {
+    QFETCH(QString, line);
+    QFETCH(bool, holds);
+    const QJsonObject answer{{"result", QJsonObject{{"text", "ab"},
+                                                    {"list", QJsonArray{1, 2, "x"}},
+                                                    {"real", 1.5},
+                                                    {"flag", true},
+                                                    {"none", QJsonValue::Null},
+                                                    {"empty", ""}}}};
+    Scenario scenario;
+    QString error;
+    QVERIFY2(
+        parseScenario(QStringLiteral("f"), "start\ncall F => " + line.toUtf8(), &scenario, &error),
+        qPrintable(error));
+    QCOMPARE(checkHolds(scenario.sections.first().steps.last().checks.first(), answer), holds);
+}
+
+void ScenarioPlayerTest::failedStep_endsTheClientWithItsLine_data() {
+    QTest::addColumn<int>("line");
+    QTest::addColumn<QString>("part");
+    QTest::newRow("wrong_count") << 4 << "1 of them";
+    QTest::newRow("wrong_answer") << 3 << "result.tradingAccount is T000001";
+    QTest::newRow("event_that_came") << 5 << "1 of them";
+    QTest::newRow("missing_log_line") << 3 << "all is lost";
+    QTest::newRow("push_to_nobody") << 3 << "nobody has subscribed";
+    QTest::newRow("start_that_fails") << 3 << "not loaded within";
+    QTest::newRow("start_that_works") << 2 << "started well";
+    QTest::newRow("second_section") << 6 << "result is {";
+    QTest::newRow("unknown_function") << 3 << "GetEverything";
+    QTest::newRow("unknown_event") << 1 << "NoSuchEvent";
+    QTest::newRow("wrong_field") << 3 << "header.10094 is 2";
+}
+
+void ScenarioPlayerTest::failedStep_endsTheClientWithItsLine() {
+    QFETCH(int, line);
+    QFETCH(QString, part);
+    const QString file = QStringLiteral(VELMAR_SOURCE_DIR "/tests/unit/scenario/data/%1.scn")
+                             .arg(QString::fromLatin1(QTest::currentDataTag()));
+    const ChildResult result = runChild(client(), {QStringLiteral("--scenario"), file});
+    QVERIFY2(result.started && !result.crashed && result.exitCode == 1, qPrintable(result.output));
+    QVERIFY2(result.output.contains(file + QStringLiteral(":%1: ").arg(line)),
+             qPrintable(result.output));
+    QVERIFY2(result.output.contains(part), qPrintable(result.output));
+    QVERIFY2(result.output.trimmed().endsWith(QStringLiteral(".scn: failed")),
+             qPrintable(result.output));
+}
+
+void ScenarioPlayerTest::unreadableFile_isToldApart() {
+    const QString file =
+        QStringLiteral(VELMAR_SOURCE_DIR "/tests/unit/scenario/data/no_scenario.scn");
+    ChildResult result = runChild(client(), {QStringLiteral("--scenario"), file});
+    QCOMPARE(result.exitCode, 2);
+    QVERIFY2(result.output.contains(file + QStringLiteral(":3:14: 'first'")),
+             qPrintable(result.output));
+    result = runChild(client(), {QStringLiteral("--scenario"), QStringLiteral("/no/such.scn")});
+    QCOMPARE(result.exitCode, 2);
+    QVERIFY2(result.output.contains(QStringLiteral("/no/such.scn")), qPrintable(result.output));
+}
+
+QTEST_GUILESS_MAIN(ScenarioPlayerTest)
+#include "scenario_player_test.moc"

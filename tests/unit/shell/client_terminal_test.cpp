@@ -1,0 +1,130 @@
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <QtTest>
+
+/// The real program on a terminal of its own.
+class ClientTerminalTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void terminal_staysWithALiveLine_untilCtrlC();
+    void narrowTerminal_cutsLineAndTable();
+    void terminal_once_endsByItself();
+
+private:
+    struct Terminal {
+        int master = -1;
+        pid_t child = -1;
+        QByteArray out;
+    };
+
+    Terminal open(const char* staying, int columns) const;
+    bool readUntil(Terminal& terminal, const QByteArray& text, int times = 1) const;
+    bool readUntil(Terminal& terminal, const QRegularExpression& form) const;
+    bool readUntil(Terminal& terminal, const std::function<bool(const QByteArray&)>& seen) const;
+    int ended(Terminal& terminal) const;
+
+    QTemporaryDir m_home;
+};
+
+namespace {
+constexpr int kLimitMs = 100000;
+}
+
+ClientTerminalTest::Terminal ClientTerminalTest::open(const char* staying, int columns) const {
+    Terminal terminal;
+    winsize size{};
+    size.ws_row = 24;
+    size.ws_col = static_cast<unsigned short>(columns);
+    const QByteArray home = m_home.path().toUtf8();
+    terminal.child = forkpty(&terminal.master, nullptr, nullptr, &size);
+    if (terminal.child == 0) {
+        execl(VELMAR_BINARY_DIR "/bin/velmar-client", "velmar-client", "--home", home.constData(),
+              staying, static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    return terminal;
+}
+
+bool ClientTerminalTest::readUntil(Terminal& terminal, const QByteArray& text, int times) const {
+    return readUntil(terminal, [&](const QByteArray& out) { return out.count(text) >= times; });
+}
+
+bool ClientTerminalTest::readUntil(Terminal& terminal, const QRegularExpression& form) const {
+    return readUntil(terminal, [&](const QByteArray& out) {
+        return form.match(QString::fromUtf8(out)).hasMatch();
+    });
+}
+
+bool ClientTerminalTest::readUntil(Terminal& terminal,
+                                   const std::function<bool(const QByteArray&)>& seen) const {
+    QElapsedTimer limit;
+    limit.start();
+    while (!seen(terminal.out)) {
+        pollfd ready{terminal.master, POLLIN, 0};
+        const int left = kLimitMs - static_cast<int>(limit.elapsed());
+        char bytes[4096];
+        if (left <= 0 || poll(&ready, 1, left) <= 0) {
+            return false;
+        }
+        const ssize_t count = read(terminal.master, bytes, sizeof(bytes));
+        if (count <= 0) {
+            return false;
+        }
+        terminal.out.append(bytes, static_cast<int>(count));
+    }
+    return true;
+}
+
+/// The exit code, after everything has been read; -1 for a child that was ended by a signal.
+int ClientTerminalTest::ended(Terminal& terminal) const {
+    readUntil(terminal, QByteArrayLiteral("nothing prints this"));
+    int status = 0;
+    waitpid(terminal.child, &status, 0);
+    close(terminal.master);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+void ClientTerminalTest::terminal_staysWithALiveLine_untilCtrlC() {
+    Terminal terminal = open(nullptr, 100);
+    QVERIFY(terminal.child > 0);
+    // Drawn in place, and again after a second.
+    QVERIFY2(readUntil(terminal, "\rup 00:00:0"), terminal.out);
+    // The first line may still tell of a request under way.
+    const QRegularExpression form(
+        QStringLiteral("\rup [^\r]*[1-9]\\d* accounts \\| gates 4/4 up \\| 0 pending \\| "
+                       "2 presenters"));
+    QVERIFY2(readUntil(terminal, form), terminal.out);
+    QVERIFY2(readUntil(terminal, "\rup ", 2), terminal.out);
+    // Ctrl-C, as a keyboard sends it.
+    QCOMPARE(write(terminal.master, "\x03", 1), ssize_t(1));
+    QCOMPARE(ended(terminal), 0);
+    QVERIFY2(terminal.out.contains("\r\nshut down\r\n"), terminal.out);
+}
+
+void ClientTerminalTest::narrowTerminal_cutsLineAndTable() {
+    Terminal terminal = open(nullptr, 30);
+    QVERIFY2(readUntil(terminal, "\rup 00:00:0"), terminal.out);
+    QVERIFY2(readUntil(terminal, "\x1b[K"), terminal.out);
+    QCOMPARE(write(terminal.master, "\x03", 1), ssize_t(1));
+    QCOMPARE(ended(terminal), 0);
+    const int from = terminal.out.indexOf("\rup ") + 1;
+    const QByteArray line = terminal.out.mid(from, terminal.out.indexOf('\x1b', from) - from);
+    QVERIFY2(line.size() < 30, line);
+    const int title = terminal.out.indexOf("\nAccount") + 1;
+    QVERIFY(title > 0);
+    QVERIFY(terminal.out.indexOf('\r', title) - title <= 30);
+}
+
+void ClientTerminalTest::terminal_once_endsByItself() {
+    Terminal terminal = open("--once", 100);
+    QCOMPARE(ended(terminal), 0);
+    QVERIFY2(terminal.out.contains("shut down"), terminal.out);
+    QVERIFY(!terminal.out.contains("\rup "));
+}
+
+QTEST_GUILESS_MAIN(ClientTerminalTest)
+#include "client_terminal_test.moc"

@@ -1,0 +1,54 @@
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "client.h"
+#include "commonquotahandler/common_quota_handler.h"
+#include "small_market.h"
+#include "znbusinessdata/c_business_data_base.h"
+
+namespace {
+
+inline const QString kChosen = QStringLiteral("600000.SH");
+inline const QString kSubscribed = QStringLiteral("600001.SH");
+constexpr int kLimitMs = 30000;
+
+}  // namespace
+
+class ClientTicksTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void chosenAndSubscribedSymbols_tickWhileTheClientIsUp() {
+        const QTemporaryDir home;
+        Client::Options options;
+        options.homeDir = home.path();
+        options.pluginsDir = QStringLiteral(VELMAR_BINARY_DIR "/plugins");
+        options.user = SampleLogin::user;
+        options.market = smallMarket();
+        options.tickSymbols = QStringList{kChosen};
+        options.ticksPerSecond = 100;
+        QMap<QString, QVariantMap> ticks;
+        CommonQuotaHandler& handler = CommonQuotaHandler::instance();
+        const auto noteTick = [&ticks](const QString& symbol, const QVariantMap& tick) {
+            ticks.insert(symbol, tick);
+        };
+        connect(&handler, &CommonQuotaHandler::sigTickDataUpdate, this, noteTick);
+        Client client(options, Client::Listener());
+        QString error;
+        QVERIFY2(client.start(&error), qPrintable(error));
+        QTRY_VERIFY_WITH_TIMEOUT(ticks.contains(kChosen), kLimitMs);
+        QVERIFY(!ticks.contains(kSubscribed));
+        QCOMPARE(ticks.value(kChosen).value("Symbol").toString(), kChosen);
+        // The figures of the security's own record, not the standing ones.
+        const QVariantMap record =
+            CBusinessDataBase::GetInstance()->GetSecurityDetailsBySymbol(kChosen);
+        QVERIFY(record.value("PreClosePx").toDouble() > 0);
+        QCOMPARE(ticks.value(kChosen).value("PreClosePx"), record.value("PreClosePx"));
+        handler.subscribe({kSubscribed}, 1, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(ticks.contains(kSubscribed), kLimitMs);
+        client.stop();
+    }
+};
+
+QTEST_GUILESS_MAIN(ClientTicksTest)
+#include "client_ticks_test.moc"

@@ -1,0 +1,321 @@
+#include "rules_command.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <limits>
+
+#include "child_process.h"
+#include "vocabulary/values.h"
+
+namespace {
+
+constexpr int kWide = std::numeric_limits<int>::max();
+inline const QString kProgram = QStringLiteral(VELMAR_BINARY_DIR "/bin/velmar-client");
+inline const QString kSymbol = QStringLiteral("688001.SH");
+
+/// What the exported functions answer, by name.
+struct Answers {
+    QMap<QString, QJsonValue> results{
+        {"GetSecurityDetailsBySymbol", QJsonObject{{"symbol", kSymbol},
+                                                   {"chineseName", "某科技"},
+                                                   {"PreClosePx", 10.0},
+                                                   {"MaxPx", 12.0},
+                                                   {"MinPx", 8.0}}},
+        {"GetSecurityTypeBySymbol", "2"},
+        {"GetSecuritySubTypeBySymbol", "02200"},
+        {"GetASecurityExchangeBySymbol", "1"},
+        {"GetQtyStepBySymbol", 100},
+        {"GetMinQtyPerOrderBySymbol", 100},
+        {"GetMaxQtyPerOrderBySymbol", 1000000},
+        {"GetMinSoldQtyBySymbol", 200},
+        {"GetPriceUnitStringBySymbol", "0.01"},
+        {"GetPricePrecisionBySymbol", 2},
+        {"GetDispFactorBySymbol", 100},
+        {"IsUserCageInfoInited", true}};
+    QString notice;
+    QMap<QString, int> largestWhen;  ///< by the order as JSON
+    QList<QStringList> cageAsked;
+    QStringList asked;
+    int interruptAfter = -1;
+
+    FacadeAsk function() {
+        return [this](const FacadeFunction& function, const QStringList& arguments,
+                      QJsonObject* answer) {
+            if (asked.size() == interruptAfter) {
+                return false;
+            }
+            const QString name = QString::fromLatin1(function.name);
+            asked.append(name);
+            answer->insert("result", results.value(name));
+            if (name == "IsGetUserCageInfo") {
+                answer->insert("out", QJsonArray{QJsonObject{{"parameter", 1}, {"value", notice}}});
+            }
+            if (name == "GetMaxQtyPerOrderBySymbol" && largestWhen.contains(arguments.last())) {
+                answer->insert("result", largestWhen.value(arguments.last()));
+            }
+            if (name == "CheckCagePrice") {
+                cageAsked.append(arguments);
+                answer->insert("result", arguments.last() == "true" ? 9.8 : 10.2);
+            }
+            return true;
+        };
+    }
+
+    void setCage(const QJsonObject& figures) {
+        QJsonObject cage = figures;
+        cage.insert("title", "科创板股票：");
+        cage.insert("controlType", 3);
+        cage.insert(CageField::userBuyPercent, 0.02);
+        cage.insert(CageField::userBuyUnit, 10);
+        cage.insert(CageField::userSellPercent, 0.02);
+        cage.insert(CageField::userSellUnit, 10);
+        results.insert("GetCageMapBySymbol", cage);
+        results.insert("GetCageIndexMap",
+                       QJsonObject{{"1", QJsonObject{{"2", QJsonObject{{"*", "7"}}}}}});
+    }
+};
+
+/// The line of a rule, blanks made one.
+QString lineOf(const RulesAnswer& answer, const QString& rule) {
+    for (const QString& line : answer.lines) {
+        if (line.startsWith(rule + "  ")) {
+            return line.simplified();
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+class RulesCommandTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() {
+        QString error;
+        QVERIFY2(m_library.load(
+                     QStringLiteral(VELMAR_BINARY_DIR "/plugins/libVelmarBusinessDataManager.so"),
+                     &error),
+                 qPrintable(error));
+    }
+
+    void languageOf_locale_isChineseForZh() {
+        QCOMPARE(languageOf("zh_CN.UTF-8"), TextLanguage::Chinese);
+        QCOMPARE(languageOf("zh"), TextLanguage::Chinese);
+        QCOMPARE(languageOf("en_US.UTF-8"), TextLanguage::English);
+        QCOMPARE(languageOf("C"), TextLanguage::English);
+    }
+
+    void languageOfEnvironment_firstThatSaysAnything_counts() {
+        const auto asked = [](const char* all, const char* messages, const char* lang) {
+            qputenv("LC_ALL", all);
+            qputenv("LC_MESSAGES", messages);
+            qputenv("LANG", lang);
+            return languageOfEnvironment();
+        };
+        QCOMPARE(asked("", "", "zh_CN.UTF-8"), TextLanguage::Chinese);
+        QCOMPARE(asked("", "en_US.UTF-8", "zh_CN.UTF-8"), TextLanguage::English);
+        QCOMPARE(asked("zh_TW", "en_US.UTF-8", "C"), TextLanguage::Chinese);
+        QCOMPARE(asked("", "", ""), TextLanguage::English);
+    }
+
+    void step_eachSource_isNamed_data() {
+        QTest::addColumn<double>("lot");
+        QTest::addColumn<QStringList>("keys");
+        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("chinese");
+        const QStringList all{"02200", "2", "*"};
+        QTest::newRow("lot") << 100.9 << all << "lot size of the security"
+                             << "证券自身的每手数量";
+        QTest::newRow("hardly a lot") << 1e-11 << all << "StepQtyRule, sub-type 02200"
+                                      << "StepQtyRule，子类型 02200";
+        QTest::newRow("sub-type") << 0.0 << all << "StepQtyRule, sub-type 02200"
+                                  << "StepQtyRule，子类型 02200";
+        QTest::newRow("type") << 0.0 << QStringList(all.mid(1)) << "StepQtyRule, type 2"
+                              << "StepQtyRule，类型 2";
+        QTest::newRow("any") << 0.0 << QStringList(all.mid(2)) << "StepQtyRule, every security (*)"
+                             << "StepQtyRule，所有证券（*）";
+        QTest::newRow("default") << 0.0 << QStringList() << "built-in default"
+                                 << "内置默认值";
+    }
+    void step_eachSource_isNamed() {
+        QFETCH(double, lot);
+        QFETCH(QStringList, keys);
+        Answers answers;
+        QJsonObject record = answers.results.value("GetSecurityDetailsBySymbol").toObject();
+        record.insert("LotSize", lot);
+        answers.results.insert("GetSecurityDetailsBySymbol", record);
+        RulesFacts facts;
+        for (const QString& key : keys) {
+            facts.stepRules.insert(key, "100");
+        }
+        QFETCH(QString, english);
+        QFETCH(QString, chinese);
+        QCOMPARE(lineOf(explain(answers, facts), "quantity step"), "quantity step 100 " + english);
+        QCOMPARE(lineOf(explain(answers, facts, TextLanguage::Chinese), "数量步长"),
+                 "数量步长 100 " + chinese);
+    }
+
+    void sourceThatDisagrees_isNotTold() {
+        Answers answers;
+        RulesFacts facts;
+        facts.minRules = {{"02200", "200"}};
+        const RulesAnswer answer = explain(answers, facts);
+        QCOMPARE(lineOf(answer, "smallest order"),
+                 QString("smallest order 100 cannot be told: the rules as read give 200"));
+    }
+
+    void hongKong_hasRulesOfItsOwn() {
+        Answers answers;
+        answers.results.insert("GetSecuritySubTypeBySymbol", "02400");
+        answers.results.insert("GetMaxQtyPerOrderBySymbol", 300000);
+        RulesFacts facts;
+        facts.isHongKong = true;
+        facts.minRules = {{"*", "5"}};
+        const RulesAnswer answer = explain(answers, facts);
+        QCOMPARE(lineOf(answer, "smallest order"),
+                 QString("smallest order 100 Hong Kong: the quantity step"));
+        QCOMPARE(lineOf(answer, "largest order"),
+                 QString("largest order 300000 Hong Kong: 3000 steps, at most 99999999"));
+    }
+
+    void largestOrder_itsConditions_areAskedOneByOne() {
+        Answers answers;
+        answers.largestWhen = {{R"({"orderType":"1"})", 50000}};
+        RulesFacts facts;
+        facts.maxRules = {{"02200", "1000000"},
+                          {"02200_orderType:1", "50000"},
+                          {"02200_nothing", "1"},
+                          {"2_orderType:1", "7"}};
+        const RulesAnswer answer = explain(answers, facts);
+        QCOMPARE(lineOf(answer, "largest order"),
+                 QString("largest order 1000000 MaxQtyRule, sub-type 02200"));
+        QCOMPARE(answer.lines.filter("largest order when").size(), 1);
+        QCOMPARE(lineOf(answer, "largest order when orderType:1"),
+                 QString("largest order when orderType:1 50000 MaxQtyRule, sub-type 02200"));
+    }
+
+    void cage_figures_areComparedWithTheDefault() {
+        Answers answers;
+        answers.setCage({{CageField::buyPercent, 0.02},
+                         {CageField::buyUnit, 10},
+                         {CageField::sellPercent, 0.05},
+                         {CageField::sellUnit, 10}});
+        const RulesAnswer answer = explain(answers, {});
+        QCOMPARE(lineOf(answer, "price cage"),
+                 QString("price cage 科创板股票： cage 7, class 1-2-*"));
+        QCOMPARE(lineOf(answer, "buying: share and price units"),
+                 QString("buying: share and price units 0.02, 10 as the server's default"));
+        QVERIFY(lineOf(answer, "selling: share and price units")
+                    .endsWith("the user's own; the server's default is 0.05, 10"));
+        answers.setCage({});
+        QVERIFY(lineOf(explain(answers, {}), "buying: share and price units")
+                    .endsWith("no server's default beside it"));
+        QVERIFY(lineOf(answer, "cage tables").contains("the user's"));
+        answers.notice = "价格笼子应用设置:初始化失败\n价格笼子参数设置:初始化失败";
+        QVERIFY(
+            lineOf(explain(answers, {}), "cage tables").endsWith("价格笼子参数设置:初始化失败"));
+    }
+
+    void cage_limits_areOfTheTickWithItsBase() {
+        Answers answers;
+        answers.setCage({});
+        RulesFacts facts;
+        facts.tick = {{"Symbol", kSymbol}, {"TradingPhaseCode", "6"}, {"Sell1Price", 10.5},
+                      {"LastPx", 10.4},    {"MaxPx", 12.0},           {"MinPx", 8.0}};
+        const RulesAnswer answer = explain(answers, facts);
+        QCOMPARE(lineOf(answer, "cage: buy at most"),
+                 QString("cage: buy at most 10.2 base price 10.5 (Sell1Price)"));
+        // Without a bid the ask stands in for it.
+        QCOMPARE(lineOf(answer, "cage: sell at least"),
+                 QString("cage: sell at least 9.8 base price 10.5 (Sell1Price)"));
+        QCOMPARE(answers.cageAsked.size(), 2);
+        const QJsonObject tick =
+            QJsonDocument::fromJson(answers.cageAsked.first().at(1).toUtf8()).object();
+        QCOMPARE(tick.value("TradingPhaseCode").toString(), QString("3"));
+        QVERIFY(!tick.contains("MaxPx") && !tick.contains("MinPx"));
+        QVERIFY(answer.lines.join(' ').contains("continuous trading (phase 3) only"));
+        QCOMPARE(lineOf(answer, "limits of the day"), QString("limits of the day 8 - 12"));
+    }
+
+    void dayWithoutAnUpperLimit_isSaid() {
+        Answers answers;
+        RulesFacts facts;
+        facts.tick = {{"Symbol", kSymbol}, {"MaxPx", 99999999.0}, {"MinPx", 0.01}};
+        QCOMPARE(lineOf(explain(answers, facts), "limits of the day"),
+                 QString("limits of the day 0.01 - 99999999 no upper limit"));
+    }
+
+    void cage_withoutATick_usesTheRecord() {
+        Answers answers;
+        answers.setCage({});
+        const RulesAnswer answer = explain(answers, {});
+        QVERIFY(answer.lines.at(2).startsWith("no tick came"));
+        QCOMPARE(lineOf(answer, "cage: buy at most"),
+                 QString("cage: buy at most 10.2 base price 10 (PreClosePx)"));
+    }
+
+    void cage_noneOrNotLoaded_isSaid() {
+        Answers answers;
+        QVERIFY(lineOf(explain(answers, {}), "price cage").contains("no price cage covers"));
+        answers.results.insert("IsUserCageInfoInited", false);
+        RulesFacts facts;
+        facts.cageWaitSeconds = 20;
+        answers.asked.clear();
+        const RulesAnswer answer = explain(answers, facts);
+        QVERIFY(answer.lines.contains(
+            "the price cage was not loaded within 20 s; what follows is without it"));
+        QVERIFY(!answers.asked.contains("GetCageMapBySymbol"));
+        QCOMPARE(explain(answers, facts, TextLanguage::Chinese).lines.filter("20秒").size(), 1);
+    }
+
+    void unknownSymbol_isAnErrorInBothLanguages() {
+        Answers answers;
+        answers.results.insert("GetSecurityDetailsBySymbol", QJsonObject());
+        QCOMPARE(explain(answers, {}).error, QString("no security is called '688001.SH'"));
+        QCOMPARE(explain(answers, {}, TextLanguage::Chinese).error,
+                 QString("没有证券代码'688001.SH'"));
+    }
+
+    void interrupt_endsTheQuestions() {
+        Answers answers;
+        answers.interruptAfter = 6;
+        QVERIFY(explain(answers, {}).interrupted);
+        QCOMPARE(answers.asked.size(), 6);
+    }
+
+    void program_rules_answersFromTheRunningClient() {
+        const QTemporaryDir home;
+        const auto run = [&home](const QString& symbol) {
+            return runChild(kProgram,
+                            QStringList{"--home", home.path(), "rules", "explain", symbol});
+        };
+        qputenv("LC_ALL", "C.UTF-8");
+        const ChildResult english = run(kSymbol);
+        QVERIFY2(english.succeeded(), qPrintable(english.output));
+        QVERIFY(english.output.contains("tick of the feed"));
+        QVERIFY(english.output.contains("cage 2, class 1-2-02200"));
+        QVERIFY(!english.output.contains("cannot be told"));
+        QVERIFY(!english.output.contains("is not exported"));
+        qputenv("LC_ALL", "zh_CN.UTF-8");
+        const ChildResult chinese = run("600000.SH");
+        QVERIFY2(chinese.succeeded(), qPrintable(chinese.output));
+        QVERIFY2(chinese.output.contains("笼子：最高买入价"), qPrintable(chinese.output));
+        const ChildResult unknown = run("NOPE.SH");
+        QCOMPARE(unknown.exitCode, 2);
+        QVERIFY2(unknown.output.contains("没有证券代码'NOPE.SH'"), qPrintable(unknown.output));
+    }
+
+private:
+    RulesAnswer explain(Answers& answers, const RulesFacts& facts,
+                        TextLanguage language = TextLanguage::English) {
+        return RulesCommand(m_library, answers.function(), language).explain(kSymbol, facts, kWide);
+    }
+
+    FacadeLibrary m_library;
+};
+
+QTEST_GUILESS_MAIN(RulesCommandTest)
+#include "rules_command_test.moc"

@@ -1,0 +1,205 @@
+#include "shell_options.h"
+
+#include <QtTest>
+
+namespace {
+
+QStringList words(const char* line) {
+    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+}  // namespace
+
+class ShellOptionsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void noArguments_meanTheMainJob();
+    void options_standOnEitherSideOfTheCommand();
+    void call_takesEverythingAfterTheFunction();
+    void accounts_takesAQuestionAndItsForm();
+    void rules_takesASymbol();
+    void wrongLine_isRefusedWithAText_data();
+    void wrongLine_isRefusedWithAText();
+    void faults_standOnBothSidesAndAddUp();
+    void ticks_standOnBothSidesAndAddUp();
+    void scenario_isACommandOfItsOwn();
+    void staying_lastWordCounts();
+    void helpAndVersion_goBeforeCommands();
+};
+
+void ShellOptionsTest::noArguments_meanTheMainJob() {
+    ShellOptions options;
+    QString error;
+    QVERIFY(parseShellOptions({}, &options, &error));
+    QCOMPARE(options.command, ShellOptions::Command::Run);
+    QCOMPARE(options.staying, ShellOptions::Staying::ByTerminal);
+    QCOMPARE(options.waitSeconds, 60);
+    QCOMPARE(options.scale, 1);
+    QVERIFY(!options.rebuild && !options.verbose);
+}
+
+void ShellOptionsTest::options_standOnEitherSideOfTheCommand() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(
+        parseShellOptions(words("--home /a --verbose functions --plugins=/b --rebuild --scale 10"),
+                          &options, &error),
+        qPrintable(error));
+    QCOMPARE(options.command, ShellOptions::Command::Functions);
+    QCOMPARE(options.homeDir, QStringLiteral("/a"));
+    QCOMPARE(options.pluginsDir, QStringLiteral("/b"));
+    QVERIFY(options.rebuild && options.verbose);
+    QCOMPARE(options.scale, 10);
+}
+
+void ShellOptionsTest::call_takesEverythingAfterTheFunction() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions(words("call --home /a GetIt -1 --rebuild [\"x\"] --nonsense"),
+                               &options, &error),
+             qPrintable(error));
+    QCOMPARE(options.command, ShellOptions::Command::Call);
+    QCOMPARE(options.homeDir, QStringLiteral("/a"));
+    QCOMPARE(options.functionName, QStringLiteral("GetIt"));
+    QCOMPARE(options.arguments, words("-1 --rebuild [\"x\"] --nonsense"));
+    QVERIFY(!options.rebuild);
+}
+
+void ShellOptionsTest::accounts_takesAQuestionAndItsForm() {
+    for (const char* line : {"accounts", "accounts list", "--home /a accounts --once list"}) {
+        ShellOptions options;
+        QString error;
+        QVERIFY2(parseShellOptions(words(line), &options, &error), qPrintable(error));
+        QCOMPARE(options.command, ShellOptions::Command::Accounts);
+        QVERIFY(options.account.isEmpty() && !options.asJson);
+    }
+    for (const char* line :
+         {"accounts why T1 --json", "accounts --json why T1", "accounts why --json T1"}) {
+        ShellOptions options;
+        QString error;
+        QVERIFY2(parseShellOptions(words(line), &options, &error), qPrintable(error));
+        QCOMPARE(options.account, QStringLiteral("T1"));
+        QVERIFY(options.asJson);
+    }
+}
+
+void ShellOptionsTest::rules_takesASymbol() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions(words("rules --tick-rate 0 explain 600000.SH"), &options, &error),
+             qPrintable(error));
+    QCOMPARE(options.command, ShellOptions::Command::Rules);
+    QCOMPARE(options.symbol, QStringLiteral("600000.SH"));
+    QCOMPARE(options.tickRate, 0);
+}
+
+void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
+    QTest::addColumn<QStringList>("line");
+    QTest::addColumn<QString>("named");
+    QTest::newRow("option") << words("--nonsense") << QStringLiteral("nonsense");
+    QTest::newRow("late option") << words("functions --nonsense") << QStringLiteral("nonsense");
+    QTest::newRow("no value") << words("--home") << QStringLiteral("home");
+    QTest::newRow("command") << words("dance") << QStringLiteral("dance");
+    QTest::newRow("call alone") << words("call") << QStringLiteral("call");
+    QTest::newRow("too much") << words("functions x") << QStringLiteral("functions");
+    QTest::newRow("no account") << words("accounts why") << QStringLiteral("why ACCOUNT");
+    QTest::newRow("two accounts") << words("accounts why a b") << QStringLiteral("why ACCOUNT");
+    QTest::newRow("no question") << words("accounts what") << QStringLiteral("'list'");
+    QTest::newRow("list of one") << words("accounts list a") << QStringLiteral("'list'");
+    QTest::newRow("no rule") << words("rules explain") << QStringLiteral("explain SYMBOL");
+    QTest::newRow("two rules") << words("rules explain A B") << QStringLiteral("explain SYMBOL");
+    QTest::newRow("other rules") << words("rules tell A") << QStringLiteral("explain SYMBOL");
+    QTest::newRow("json alone") << words("--json") << QStringLiteral("json");
+    QTest::newRow("json elsewhere") << words("functions --json") << QStringLiteral("json");
+    QTest::newRow("wait") << words("--wait soon") << QStringLiteral("--wait");
+    QTest::newRow("scale") << words("--scale big") << QStringLiteral("--scale");
+    QTest::newRow("no scale") << words("--scale 0") << QStringLiteral("--scale");
+    QTest::newRow("large scale") << words("--scale 21") << QStringLiteral("1 to 20");
+    QTest::newRow("fault") << QStringList{"--fault", "120006 1 explode"}
+                           << QStringLiteral("column 10: 'explode'");
+    QTest::newRow("scenario and command")
+        << words("--scenario a.scn functions") << QStringLiteral("no command");
+    QTest::newRow("scenario and fault")
+        << QStringList{"--scenario", "a.scn", "--fault", "* 1 late"} << QStringLiteral("--fault");
+    QTest::newRow("no symbols") << words("--ticks ,") << QStringLiteral("--ticks");
+    QTest::newRow("tick rate") << words("--tick-rate often") << QStringLiteral("--tick-rate");
+    QTest::newRow("high tick rate") << words("--tick-rate 1001") << QStringLiteral("0 to 1000");
+    QTest::newRow("scenario and ticks")
+        << words("--scenario a.scn --ticks 600000.SH") << QStringLiteral("no --ticks");
+    QTest::newRow("section") << words("--scenario a.scn --scenario-section 0")
+                             << QStringLiteral("number");
+    QTest::newRow("negative wait") << words("--wait=-1") << QStringLiteral("--wait");
+}
+
+void ShellOptionsTest::wrongLine_isRefusedWithAText() {
+    QFETCH(QStringList, line);
+    QFETCH(QString, named);
+    ShellOptions options;
+    QString error;
+    QVERIFY(!parseShellOptions(line, &options, &error));
+    QVERIFY2(error.contains(named), qPrintable(error));
+}
+
+void ShellOptionsTest::faults_standOnBothSidesAndAddUp() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions({"--fault", "120006 1 timeout", "--fault=* 2+ late ms=3", "call",
+                                "--fault", "x every garbage", "F", "1"},
+                               &options, &error),
+             qPrintable(error));
+    QCOMPARE(options.functionName, QStringLiteral("F"));
+    QStringList lines;
+    for (const Fault& fault : options.faults) {
+        lines.append(faultText(fault));
+    }
+    QCOMPARE(lines, (QStringList{"120006 1 timeout", "* 2+ late ms=3", "x every garbage"}));
+}
+
+void ShellOptionsTest::ticks_standOnBothSidesAndAddUp() {
+    ShellOptions options;
+    QString error;
+    QVERIFY(options.tickSymbols.isEmpty());
+    QCOMPARE(options.tickRate, 1);
+    QVERIFY2(
+        parseShellOptions(words("--ticks A,B --tick-rate 0 functions --ticks C"), &options, &error),
+        qPrintable(error));
+    QCOMPARE(options.tickSymbols, words("A B C"));
+    QCOMPARE(options.tickRate, 0);
+}
+
+void ShellOptionsTest::scenario_isACommandOfItsOwn() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions(words("--scenario a.scn --home /h"), &options, &error),
+             qPrintable(error));
+    QCOMPARE(options.command, ShellOptions::Command::Scenario);
+    QCOMPARE(options.scenarioFile, QStringLiteral("a.scn"));
+    QCOMPARE(options.homeDir, QStringLiteral("/h"));
+    QCOMPARE(options.section, 0);
+}
+
+void ShellOptionsTest::staying_lastWordCounts() {
+    ShellOptions options;
+    QString error;
+    QVERIFY(parseShellOptions(words("--stay"), &options, &error));
+    QCOMPARE(options.staying, ShellOptions::Staying::Stay);
+    QVERIFY(parseShellOptions(words("--once"), &options, &error));
+    QCOMPARE(options.staying, ShellOptions::Staying::Once);
+}
+
+void ShellOptionsTest::helpAndVersion_goBeforeCommands() {
+    for (const char* line : {"--help", "-h", "call --help", "functions --help"}) {
+        ShellOptions options;
+        QString error;
+        QVERIFY2(parseShellOptions(words(line), &options, &error), line);
+        QCOMPARE(options.command, ShellOptions::Command::Help);
+    }
+    ShellOptions options;
+    QString error;
+    QVERIFY(parseShellOptions(words("--version"), &options, &error));
+    QCOMPARE(options.command, ShellOptions::Command::Version);
+}
+
+QTEST_GUILESS_MAIN(ShellOptionsTest)
+#include "shell_options_test.moc"

@@ -1,0 +1,154 @@
+#include <QtTest>
+
+#include "facade_library.h"
+#include "progress_bar.h"
+#include "status_line.h"
+#include "vocabulary/net_state.h"
+
+class ShellTextsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void closeNames_mistypedName_leadsWithTheMeantOne_data();
+    void closeNames_mistypedName_leadsWithTheMeantOne();
+    void closeNames_nothingClose_areNone();
+    void statusText_wideTerminal_tellsEverything();
+    void statusText_gateDown_isNamed();
+    void statusText_anyWidth_neverLonger();
+    void progressText_half_fillsHalfTheBar();
+    void progressText_anyWidth_neverLonger();
+    void load_fileThatIsNoLibrary_isNamed();
+    void load_libraryWithoutTable_isRefused();
+    void listing_ofThePlugin_alignsTheSecondColumn();
+};
+
+namespace {
+
+ClientStatus someStatus() {
+    ClientStatus status;
+    status.accounts = 200;
+    status.presenters = 2;
+    status.pendingRequests = 3;
+    status.gates = {{QStringLiteral("InfoGate"), NET_STATE::CONNECTED},
+                    {QStringLiteral("TradeGate"), NET_STATE::CONNECTED}};
+    status.upSeconds = 3661;
+    return status;
+}
+
+QString pluginFile() {
+    return QStringLiteral(VELMAR_BINARY_DIR "/plugins/libVelmarBusinessDataManager.so");
+}
+
+}  // namespace
+
+void ShellTextsTest::closeNames_mistypedName_leadsWithTheMeantOne_data() {
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("meant");
+    QTest::newRow("case") << "gettradingaccountlist"
+                          << "GetTradingAccountList";
+    QTest::newRow("letter missing") << "GetTradingAcountList"
+                                    << "GetTradingAccountList";
+    QTest::newRow("part of it") << "Distributed"
+                                << "GetDistributedAccountList";
+    QTest::newRow("swapped") << "GetFundAccuontList"
+                             << "GetFundAccountList";
+}
+
+void ShellTextsTest::closeNames_mistypedName_leadsWithTheMeantOne() {
+    QFETCH(QString, typed);
+    QFETCH(QString, meant);
+    const QStringList known{QStringLiteral("GetDistributedAccountList"),
+                            QStringLiteral("GetFundAccountList"),
+                            QStringLiteral("GetTradingAccountList")};
+    QCOMPARE(closeNames(typed, known).value(0), meant);
+}
+
+void ShellTextsTest::closeNames_nothingClose_areNone() {
+    QCOMPARE(closeNames(QStringLiteral("xyz"), {QStringLiteral("GetFundAccountList")}),
+             QStringList());
+    QCOMPARE(closeNames(QString(), {QStringLiteral("GetFundAccountList")}), QStringList());
+}
+
+void ShellTextsTest::statusText_wideTerminal_tellsEverything() {
+    QCOMPARE(
+        statusText(someStatus(), 200),
+        QStringLiteral("up 01:01:01 | 200 accounts | gates 2/2 up | 3 pending | 2 presenters"));
+}
+
+void ShellTextsTest::statusText_gateDown_isNamed() {
+    ClientStatus status = someStatus();
+    status.gates[QStringLiteral("TradeGate")] = NET_STATE::NOCONNECT;
+    const QString text = statusText(status, 200);
+    QVERIFY2(text.contains(QStringLiteral("gates 1/2 up: TradeGate NOCONNECT")), qPrintable(text));
+}
+
+void ShellTextsTest::statusText_anyWidth_neverLonger() {
+    for (int columns = 0; columns < 90; ++columns) {
+        const QString text = statusText(someStatus(), columns);
+        QVERIFY(text.size() <= columns);
+        QCOMPARE(text.isEmpty(), columns == 0);
+    }
+}
+
+void ShellTextsTest::progressText_half_fillsHalfTheBar() {
+    QCOMPARE(progressText(150000, 300000, 80),
+             QStringLiteral("making the sample market  [####################"
+                            "                    ]   50 %"));
+    QVERIFY(progressText(0, 7, 80).endsWith(
+        QStringLiteral("[                                        ]    0 %")));
+    QVERIFY(!progressText(7, 7, 80).section('[', 1).section(']', 0, 0).contains(' '));
+    // Rows are counted beyond what 32 bits times a hundred hold.
+    QVERIFY(progressText(30000000, 60000000, 80).endsWith(QStringLiteral("  50 %")));
+}
+
+void ShellTextsTest::progressText_anyWidth_neverLonger() {
+    for (int columns = 0; columns < 120; ++columns) {
+        QVERIFY(progressText(1, 3, columns).size() <= columns);
+    }
+    QVERIFY(!progressText(1, 3, 35).contains('['));
+}
+
+void ShellTextsTest::load_fileThatIsNoLibrary_isNamed() {
+    FacadeLibrary library;
+    QString error;
+    const QString file = QStringLiteral("/nowhere/libNothing.so");
+    QVERIFY(!library.load(file, &error));
+    QVERIFY2(error.contains(file), qPrintable(error));
+}
+
+void ShellTextsTest::load_libraryWithoutTable_isRefused() {
+    FacadeLibrary library;
+    QString error;
+    const QString file = QStringLiteral(VELMAR_BINARY_DIR "/lib/libvelmar_platform.so");
+    QVERIFY(QFile::exists(file));
+    QVERIFY(!library.load(file, &error));
+    QVERIFY2(error.contains(file), qPrintable(error));
+}
+
+void ShellTextsTest::listing_ofThePlugin_alignsTheSecondColumn() {
+    FacadeLibrary library;
+    QString error;
+    QVERIFY2(library.load(pluginFile(), &error), qPrintable(error));
+    const QStringList lines = library.listing();
+    const QStringList known =
+        lines.filter(QStringLiteral("QStringList GetTradingAccountList(bool, int, bool)"));
+    QCOMPARE(known.size(), 1);
+    QVERIFY(known.first().endsWith(QStringLiteral("waits")));
+    int second = -1;
+    for (const QString& line : lines) {
+        const int place = line.indexOf(QRegularExpression(QStringLiteral("[a-z ,]*$")),
+                                       line.lastIndexOf(QLatin1Char(')')) + 1);
+        const int start = place + line.mid(place).indexOf(QRegularExpression("\\S"));
+        second = second < 0 ? start : second;
+        QCOMPARE(start, second);
+    }
+    const FacadeFunction* const function =
+        library.choose(QStringLiteral("GetTradingAccountList"), {"true", "16", "true"}, &error);
+    QVERIFY2(function, qPrintable(error));
+    QVERIFY(!library.choose(QStringLiteral("GetTradingAccountLst"), {}, &error));
+    QVERIFY2(error.contains(QStringLiteral("close to it: GetTradingAccountList")),
+             qPrintable(error));
+}
+
+QTEST_GUILESS_MAIN(ShellTextsTest)
+#include "shell_texts_test.moc"

@@ -1,0 +1,272 @@
+#include "hong_kong_prices.h"
+
+#include <QtTest>
+
+#include "client_world.h"
+#include "price_unit_ladders.h"
+#include "velmarutils/velmar_init_state_mgr.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/names.h"
+#include "vocabulary/values.h"
+#include "vocabulary/velmar_msg_type.h"
+
+namespace {
+
+const QString kRates = Velmar_MsgType::HKStockExchangeRateRequest;
+const QString kUnits = Velmar_MsgType::HKPriceUnitRequest;
+
+QVariantMap rateRow(const QString& exchange, const QVariant& buy, const QVariant& sell) {
+    return {{UserAccount::securityExchange, exchange},
+            {HKSExchgRate::HKSExchgRateBuy, buy},
+            {HKSExchgRate::HKSExchgRateSell, sell}};
+}
+
+QVariantMap unitRow(const QVariant& upTo, const QVariant& unit) {
+    return {{HKSExchgRate::HKLevelUpPrice, upTo}, {HKSExchgRate::HKLevelPrice, unit}};
+}
+
+/// The minimum spreads of shares as the Exchange publishes them, upper end and spread in dollars;
+/// those of 20 and 50 since August 2025.
+const QList<QPair<double, double>> kShareSpreads{
+    {0.25, 0.001}, {0.5, 0.005}, {10, 0.01},  {20, 0.01}, {50, 0.02}, {100, 0.05},
+    {200, 0.1},    {500, 0.2},   {1000, 0.5}, {2000, 1},  {5000, 2},  {9995, 5}};
+const QList<QPair<double, double>> kFundSpreads{{1, 0.001},  {5, 0.002},  {10, 0.005}, {20, 0.01},
+                                                {100, 0.02}, {200, 0.05}, {500, 0.1},  {1000, 0.2},
+                                                {2000, 0.5}, {9999, 1}};
+
+QList<QVariantMap> unitRows(const QList<QPair<double, double>>& spreads) {
+    QList<QVariantMap> rows;
+    for (const auto& band : spreads) {
+        rows.append(unitRow(band.first, band.second));
+    }
+    return rows;
+}
+
+QMap<QString, QString> dictionary(const QList<QPair<double, double>>& spreads) {
+    QMap<QString, QString> values;
+    for (const auto& band : spreads) {
+        values.insert(QString::number(qRound(band.first * 1000)), QString::number(band.second));
+    }
+    return values;
+}
+
+struct Room {
+    explicit Room(const StaticDbBuilder& data = {}) : world({}, data) {
+        presenter->initPresenter();
+        ladders.load();
+    }
+    ~Room() { presenter->deleteLater(); }
+    Room(const Room&) = delete;
+    Room& operator=(const Room&) = delete;
+
+    double rate(const QString& exchange, RateSideType side) {
+        return prices.GetHKStockRate(presenter, exchange, side);
+    }
+    double stockUnit(double price) const {
+        return prices.GetHKStockPriceUnit(price, MdcSecurityType::StockType);
+    }
+    double fundUnit(double price) const {
+        return prices.GetHKStockPriceUnit(price, MdcSecurityType::FundType);
+    }
+    ScriptedLink& link() { return world.link(); }
+
+    ClientWorld world;
+    RecordingPresenter* const presenter = new RecordingPresenter;
+    PriceUnitLadders ladders;
+    HongKongPrices prices{ladders};
+};
+
+}  // namespace
+
+class HongKongPricesTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void rates_loaded_haveTheMeanBesideBothSides() {
+        Room room;
+        room.link().on(
+            kRates, ScriptedReply::rows({rateRow("G", 0.90, 0.96), rateRow("S", "0.80", "0.90")}));
+        QMap<QString, QVariantMap> rates{{"old", {}}};
+        room.prices.GetHKStockExchangeRate(room.presenter, rates);
+        QCOMPARE(QStringList(rates.keys()), (QStringList{"G", "S"}));
+        QCOMPARE(rates.value("G").value(HKSExchgRate::HKSExchgRateMid).toDouble(), 0.93);
+        QCOMPARE(room.rate("G", RateSideType::Mid), 0.93);
+        QCOMPARE(room.rate("G", RateSideType::Buy), 0.90);
+        QCOMPARE(room.rate("G", RateSideType::Sell), 0.96);
+        QCOMPARE(room.rate("S", RateSideType::Mid), 0.85);
+        QCOMPARE(room.link().requestCount(kRates), 1);
+        // An empty request: nothing beside its own type.
+        QCOMPARE(QStringList(room.link().lastRequest(kRates).header.keys()),
+                 QStringList{System::msgType});
+    }
+
+    void rates_exchangeToldTwice_keepTheLaterRow() {
+        Room room;
+        room.link().on(kRates,
+                       ScriptedReply::rows({rateRow("G", 0.5, 0.5), rateRow("G", 0.9, 0.9)}));
+        QCOMPARE(room.rate("G", RateSideType::Mid), 0.9);
+    }
+
+    void rates_unknownExchangeFieldOrSide_areZero() {
+        Room room;
+        room.link().on(kRates, ScriptedReply::rows({{{UserAccount::securityExchange, "G"},
+                                                     {HKSExchgRate::HKSExchgRateSell, 0.9}}}));
+        QCOMPARE(room.rate("G", RateSideType::Sell), 0.9);
+        QCOMPARE(room.rate("G", RateSideType::Mid), 0.45);
+        QCOMPARE(room.rate("G", RateSideType::Buy), 0.0);
+        QCOMPARE(room.rate("X", RateSideType::Sell), 0.0);
+        QCOMPARE(room.rate("G", static_cast<RateSideType>(3)), 0.0);
+        QCOMPARE(room.rate("G", static_cast<RateSideType>(-1)), 0.0);
+    }
+
+    void rates_failedLoad_staysFailedAndIsNotRepeated_data() {
+        QTest::addColumn<int>("kind");
+        QTest::newRow("refused") << 0;
+        QTest::newRow("failed") << 1;
+        QTest::newRow("timed out") << 2;
+        QTest::newRow("garbage") << 3;
+    }
+    void rates_failedLoad_staysFailedAndIsNotRepeated() {
+        QFETCH(int, kind);
+        const ScriptedReply replies[] = {ScriptedReply::refusal("no rates"),
+                                         ScriptedReply::failure("broken"), ScriptedReply::timeOut(),
+                                         ScriptedReply::garbage()};
+        Room room;
+        room.link().on(kRates, replies[kind]);
+        room.prices.initHKExchangeRate(room.presenter);
+        QCOMPARE(VelmarInitStateMgr::instance().GetInitState(InitTypeCode::HkExchangeRate),
+                 InitState::Failed);
+        room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
+        QCOMPARE(room.rate("G", RateSideType::Mid), 0.0);
+        QMap<QString, QVariantMap> rates;
+        room.prices.GetHKStockExchangeRate(room.presenter, rates);
+        QVERIFY(rates.isEmpty());
+        QCOMPARE(room.link().requestCount(kRates), 1);
+    }
+
+    void rates_noPresenter_areEmptyAndAskNobody() {
+        Room room;
+        room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
+        QMap<QString, QVariantMap> rates{{"old", {}}};
+        room.prices.GetHKStockExchangeRate(nullptr, rates);
+        QVERIFY(rates.isEmpty());
+        QCOMPARE(room.prices.GetHKStockRate(nullptr, "G", RateSideType::Mid), 0.0);
+        QCOMPARE(room.link().requestCount(kRates), 0);
+        // Nor was the step used up.
+        QCOMPARE(room.rate("G", RateSideType::Mid), 0.9);
+    }
+
+    void units_load_asksForStocksThenFunds() {
+        Room room;
+        room.link().onOccurrence(kUnits, 1, ScriptedReply::rows({unitRow(0.25, 0.1)}));
+        room.link().onOccurrence(kUnits, 2, ScriptedReply::rows({unitRow("0.25", "0.2")}));
+        room.prices.initHKPriceUnit(room.presenter);
+        QList<int> asked;
+        for (const ScriptedLink::Request& request : room.link().requests(kUnits)) {
+            asked.append(request.header.value(HKSExchgRate::HKPriceUnitType).toInt());
+        }
+        QCOMPARE(asked, (QList<int>{2, 8}));
+        QCOMPARE(room.stockUnit(0.2), 0.1);
+        QCOMPARE(room.fundUnit(0.2), 0.2);
+        room.prices.initHKPriceUnit(room.presenter);
+        QCOMPARE(room.link().requestCount(kUnits), 2);
+    }
+
+    void units_stocksClaimedElsewhere_fundsAreStillLoaded() {
+        Room room;
+        VelmarInitStateMgr::instance().StartInit(InitTypeCode::HkPriceUnitInfo +
+                                                 MdcSecurityType::StockType);
+        room.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.2)}));
+        room.prices.initHKPriceUnit(room.presenter);
+        QCOMPARE(room.link().requestCount(kUnits), 1);
+        QCOMPARE(room.fundUnit(0.2), 0.2);
+        QCOMPARE(room.stockUnit(0.2), 0.001);
+    }
+
+    void units_failedOrEmptyAnswer_leaveTheBuiltInLadder_data() {
+        QTest::addColumn<bool>("refused");
+        QTest::newRow("refused") << true;
+        QTest::newRow("no rows") << false;
+    }
+    void units_failedOrEmptyAnswer_leaveTheBuiltInLadder() {
+        QFETCH(bool, refused);
+        Room room(StaticDbBuilder()
+                      .section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}})
+                      .section(DictionaryKey::HkFundPriceUnitDict, {{"250", "0.4"}}));
+        room.link().on(kUnits, refused ? ScriptedReply::refusal("none") : ScriptedReply::rows({}));
+        room.prices.initHKPriceUnit(room.presenter);
+        for (const QString& type : {MdcSecurityType::StockType, MdcSecurityType::FundType}) {
+            QCOMPARE(
+                VelmarInitStateMgr::instance().GetInitState(InitTypeCode::HkPriceUnitInfo + type),
+                InitState::Failed);
+        }
+        QCOMPARE(room.stockUnit(0.2), 0.3);
+        QCOMPARE(room.fundUnit(0.2), 0.4);
+    }
+
+    void units_boundsThatAreInexact_areRoundedToThousandths() {
+        Room room;
+        // 0.57 and 1.005 dollars are a little less than 570 and 1005 thousandths as doubles.
+        room.link().on(kUnits, ScriptedReply::rows({unitRow(0.57, 0.1), unitRow(1.005, 0.2)}));
+        room.prices.initHKPriceUnit(room.presenter);
+        QCOMPARE(room.stockUnit(0.57), 0.1);
+        QCOMPARE(room.stockUnit(0.571), 0.2);
+        QCOMPARE(room.stockUnit(1.005), 0.2);
+    }
+
+    void unit_otherType_isThatOfStocksUntilItsOwnStep() {
+        Room room(StaticDbBuilder().section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}}));
+        QCOMPARE(room.prices.GetHKStockPriceUnit(0.2, "5"), 0.3);
+    }
+
+    void unit_emptyLadder_isAThousandth() {
+        const Room room;
+        QCOMPARE(room.stockUnit(12.0), 0.001);
+        QCOMPARE(room.fundUnit(12.0), 0.001);
+    }
+
+    void unit_everyBoundOfTheSpreadTable_belongsToTheBandBelow_data() {
+        QTest::addColumn<bool>("fund");
+        QTest::addColumn<double>("price");
+        QTest::addColumn<double>("unit");
+        const auto addRows = [](bool fund, const QList<QPair<double, double>>& spreads) {
+            for (int i = 0; i < spreads.size(); ++i) {
+                const double bound = spreads.at(i).first;
+                const double unit = spreads.at(i).second;
+                // Above the highest bound its own spread goes on.
+                const double next = i + 1 < spreads.size() ? spreads.at(i + 1).second : unit;
+                const QByteArray name =
+                    QByteArray(fund ? "fund " : "share ") + QByteArray::number(bound);
+                QTest::newRow(name + " below") << fund << bound - unit << unit;
+                QTest::newRow(name + " at") << fund << bound << unit;
+                QTest::newRow(name + " above") << fund << bound + next << next;
+            }
+        };
+        addRows(false, kShareSpreads);
+        addRows(true, kFundSpreads);
+        QTest::newRow("2025: 15") << false << 15.0 << 0.01;
+        QTest::newRow("2025: 35") << false << 35.0 << 0.02;
+        QTest::newRow("far above") << false << 1e6 << 5.0;
+    }
+    void unit_everyBoundOfTheSpreadTable_belongsToTheBandBelow() {
+        QFETCH(bool, fund);
+        QFETCH(double, price);
+        QFETCH(double, unit);
+        Room room(StaticDbBuilder()
+                      .section(DictionaryKey::HkStockPriceUnitDict, dictionary(kShareSpreads))
+                      .section(DictionaryKey::HkFundPriceUnitDict, dictionary(kFundSpreads)));
+        const auto asked = [&] { return fund ? room.fundUnit(price) : room.stockUnit(price); };
+        QCOMPARE(asked(), unit);
+        // The same from the server.
+        room.link().onOccurrence(kUnits, 1, ScriptedReply::rows(unitRows(kShareSpreads)));
+        room.link().onOccurrence(kUnits, 2, ScriptedReply::rows(unitRows(kFundSpreads)));
+        room.prices.initHKPriceUnit(room.presenter);
+        QVERIFY(VelmarInitStateMgr::instance().IsInited(
+            InitTypeCode::HkPriceUnitInfo +
+            (fund ? MdcSecurityType::FundType : MdcSecurityType::StockType)));
+        QCOMPARE(asked(), unit);
+    }
+};
+
+QTEST_GUILESS_MAIN(HongKongPricesTest)
+#include "hong_kong_prices_test.moc"

@@ -1,0 +1,447 @@
+#include <rapidcheck.h>
+
+#include <cmath>
+#include <limits>
+
+#include "price_room.h"
+#include "velmarutils/velmar_init_state_mgr.h"
+
+namespace {
+
+const QString kConfig = Velmar_MsgType::getSysConfigRequest;
+
+QVariantMap tickOf(const QString& symbol, double buy, double sell) {
+    return {
+        {"Symbol", symbol}, {"TradingPhaseCode", "3"}, {"Buy1Price", buy}, {"Sell1Price", sell}};
+}
+
+struct Figures {
+    double ratio;
+    int ticks;
+};
+
+/// A room whose one cage covers one class, the main board of Shanghai unless told otherwise.
+struct CageRoom : PriceRoom {
+    void setCage(double ratio, int ticks, int control) {
+        setCage({ratio, ticks}, {ratio, ticks}, control);
+    }
+    void setCage(const Figures& buy, const Figures& sell, int control,
+                 const QString& covered = QStringLiteral("1-2-*")) {
+        const auto ratio = [](double value) { return QString::number(value, 'g', 17); };
+        const QString text =
+            QStringLiteral(R"({"M":{"securityType":["%1"],"buyPercent":%2,"sellPercent":%3,)"
+                           R"("buyUnit":%4,"sellUnit":%5,"controlType":%6}})")
+                .arg(covered, ratio(buy.ratio), ratio(sell.ratio), QString::number(buy.ticks),
+                     QString::number(sell.ticks), QString::number(control));
+        world.link().on(kConfig, ScriptedReply::rows({{{System::itemValue, text}}}));
+        cage.initCageMap(presenter, true);
+    }
+    double limit(const QVariantMap& tick, bool isSell) {
+        double limit = -1.0;
+        return cage.getCageLimitPrice(limit, tick, isSell) ? limit : -2.0;
+    }
+};
+
+bool isNear(double left, double right) {
+    return std::abs(left - right) < 1e-9;
+}
+
+/// What the rule of the main boards says, in whole cents: the wider of two percent and ten ticks,
+/// brought to the cent on the inner side.
+double highestBuy(int cents) {
+    return std::max(cents * 102 / 100, cents + 10) / 100.0;
+}
+double lowestSell(int cents) {
+    return std::min((cents * 98 + 99) / 100, cents - 10) / 100.0;
+}
+
+}  // namespace
+
+class PriceCageLimitsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cageOfSymbol_builtIn_followsTheIndexLevelByLevel_data() {
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<QString>("cageId");
+        QTest::newRow("main board") << "600000.SH"
+                                    << "1";
+        QTest::newRow("science board") << "688001.SH"
+                                       << "2";
+        QTest::newRow("Shenzhen") << "000001.SZ"
+                                  << "1";
+        QTest::newRow("growth board") << "300001.SZ"
+                                      << "1";
+        QTest::newRow("Hong Kong from Shanghai") << "02001.HK"
+                                                 << "3";
+        QTest::newRow("Hong Kong from Shenzhen") << "08001.HK"
+                                                 << "3";
+        // The type that an exchange lacks is looked for as "*", which it lacks too.
+        QTest::newRow("fund") << "510050.SH"
+                              << "";
+        QTest::newRow("Beijing") << "920001.BJ"
+                                 << "";
+        QTest::newRow("unknown") << "nothing"
+                                 << "";
+    }
+    void cageOfSymbol_builtIn_followsTheIndexLevelByLevel() {
+        QFETCH(QString, symbol);
+        QFETCH(QString, cageId);
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const QVariantMap expected = room.cage.GetAllCageMap().value(cageId);
+        QCOMPARE(expected.isEmpty(), cageId.isEmpty());
+        QCOMPARE(room.cage.GetCageMapBySymbol(symbol), expected);
+        // And from what is remembered, the empty id included.
+        QCOMPARE(room.cage.GetCageMapBySymbol(symbol), expected);
+    }
+
+    void cageOfSymbol_levelThatFails_doesNotFallBackToAHigherWildcard() {
+        PriceRoom room;
+        room.world.link().on(
+            kConfig,
+            ScriptedReply::rows({{{System::itemValue,
+                                   R"({"any":{"securityType":["*-*-*"],"controlType":1},)"
+                                   R"("own":{"securityType":["1-2-02001"],"controlType":1}})"}}}));
+        room.cage.initCageMap(room.presenter, false);
+        const auto cageOf = [&room](const QString& symbol) {
+            return room.cage.GetAllCageMap().key(room.cage.GetCageMapBySymbol(symbol));
+        };
+        QCOMPARE(cageOf("600000.SH"), QString("own"));
+        QCOMPARE(cageOf("000001.SZ"), QString("any"));
+        QVERIFY(room.cage.GetCageMapBySymbol("688001.SH").isEmpty());
+        QVERIFY(room.cage.GetCageMapBySymbol("510050.SH").isEmpty());
+    }
+
+    void cageOfSymbol_manyThreadsAtOnce_agree() {
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const QVariantMap expected = room.cage.GetAllCageMap().value("1");
+        std::atomic<int> different{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 6; ++i) {
+            threads.emplace_back([&] {
+                for (const char* symbol : {"600000.SH", "000001.SZ", "300001.SZ"}) {
+                    different += room.cage.GetCageMapBySymbol(symbol) == expected ? 0 : 1;
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        QCOMPARE(different.load(), 0);
+    }
+
+    void basePrice_eachQuoteMissing_fallsThrough_data() {
+        QTest::addColumn<QVariantMap>("tick");
+        QTest::addColumn<double>("buy");
+        QTest::addColumn<double>("sell");
+        const double none = std::numeric_limits<double>::quiet_NaN();
+        const double infinity = std::numeric_limits<double>::infinity();
+        const QVariantMap full{
+            {"Buy1Price", 9.99}, {"Sell1Price", 10.01}, {"LastPx", 10.0}, {"PreClosePx", 9.5}};
+        const auto with = [&full](const QVariantMap& other) {
+            QVariantMap tick = full;
+            for (auto it = other.cbegin(); it != other.cend(); ++it) {
+                tick.insert(it.key(), it.value());
+            }
+            return tick;
+        };
+        QTest::newRow("both") << full << 9.99 << 10.01;
+        QTest::newRow("no bid") << with({{"Buy1Price", 0.0}}) << 10.01 << 10.01;
+        QTest::newRow("no ask") << with({{"Sell1Price", 1e-10}}) << 9.99 << 9.99;
+        QTest::newRow("texts") << with({{"Buy1Price", "9.98"}, {"Sell1Price", ""}}) << 9.98 << 9.98;
+        QTest::newRow("no quotes") << with({{"Buy1Price", 0}, {"Sell1Price", 0}}) << 10.0 << 10.0;
+        QTest::newRow("no number")
+            << with({{"Buy1Price", none}, {"Sell1Price", infinity}}) << 10.0 << 10.0;
+        QTest::newRow("last close") << QVariantMap{{"PreClosePx", 9.5}} << 9.5 << 9.5;
+        QTest::newRow("nothing") << QVariantMap{} << 0.0 << 0.0;
+        QTest::newRow("nothing usable") << QVariantMap{{"PreClosePx", infinity}} << 0.0 << 0.0;
+    }
+    void basePrice_eachQuoteMissing_fallsThrough() {
+        QFETCH(QVariantMap, tick);
+        QFETCH(double, buy);
+        QFETCH(double, sell);
+        QCOMPARE(PriceCage::getCageBasePrice(tick, "Buy1Price"), buy);
+        QCOMPARE(PriceCage::getCageBasePrice(tick, "Sell1Price"), sell);
+    }
+
+    void basePrice_otherField_isTheLastPrice() {
+        QCOMPARE(PriceCage::getCageBasePrice({{"Buy1Price", 9.0}, {"LastPx", 10.0}}, "Other"),
+                 10.0);
+    }
+
+    void limit_controlType_decidesOnBothSides_data() {
+        QTest::addColumn<int>("control");
+        QTest::addColumn<double>("buy");
+        QTest::addColumn<double>("sell");
+        QTest::newRow("ratio") << 1 << 10.20 << 9.80;
+        QTest::newRow("ticks") << 2 << 10.10 << 9.90;
+        QTest::newRow("both") << 3 << 10.20 << 9.80;
+        // The sides differ where the type is unknown.
+        QTest::newRow("none") << 0 << 0.0 << 9.80;
+        QTest::newRow("unknown") << 4 << 0.0 << 9.80;
+    }
+    void limit_controlType_decidesOnBothSides() {
+        QFETCH(int, control);
+        QFETCH(double, buy);
+        QFETCH(double, sell);
+        CageRoom room;
+        room.setCage(0.02, 10, control);
+        const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
+        QVERIFY(isNear(room.limit(tick, false), buy));
+        QVERIFY(isNear(room.limit(tick, true), sell));
+    }
+
+    void limit_sidesWithFiguresOfTheirOwn_takeEachItsOwn_data() {
+        QTest::addColumn<double>("buyRatio");
+        QTest::addColumn<int>("buyTicks");
+        QTest::addColumn<double>("sellRatio");
+        QTest::addColumn<int>("sellTicks");
+        QTest::addColumn<int>("control");
+        QTest::addColumn<double>("buy");
+        QTest::addColumn<double>("sell");
+        // The best bid is 9.90, which bounds a sell, and the best ask 10.10.
+        QTest::newRow("ratio") << 0.03 << 20 << 0.05 << 7 << 1 << 10.40 << 9.41;
+        QTest::newRow("ticks") << 0.03 << 20 << 0.05 << 7 << 2 << 10.30 << 9.83;
+        QTest::newRow("both, by ratio") << 0.03 << 20 << 0.05 << 7 << 3 << 10.40 << 9.41;
+        QTest::newRow("both, by ticks") << 0.01 << 40 << 0.02 << 60 << 3 << 10.50 << 9.30;
+        QTest::newRow("both, one each") << 0.03 << 5 << 0.01 << 60 << 3 << 10.40 << 9.30;
+        QTest::newRow("nothing up") << 0.0 << 0 << 0.05 << 7 << 3 << 10.10 << 9.41;
+        QTest::newRow("nothing down") << 0.03 << 20 << 0.0 << 0 << 3 << 10.40 << 9.90;
+    }
+    void limit_sidesWithFiguresOfTheirOwn_takeEachItsOwn() {
+        QFETCH(double, buyRatio);
+        QFETCH(int, buyTicks);
+        QFETCH(double, sellRatio);
+        QFETCH(int, sellTicks);
+        QFETCH(int, control);
+        QFETCH(double, buy);
+        QFETCH(double, sell);
+        CageRoom room;
+        room.setCage({buyRatio, buyTicks}, {sellRatio, sellTicks}, control);
+        const QVariantMap tick = tickOf("600000.SH", 9.90, 10.10);
+        QCOMPARE(room.limit(tick, false), buy);
+        QCOMPARE(room.limit(tick, true), sell);
+        QVERIFY(isNear(room.cage.CheckCagePrice(20.0, tick, false), buy));
+        QVERIFY(isNear(room.cage.CheckCagePrice(1.0, tick, true), sell));
+    }
+
+    void limit_kindWithAnotherTick_standsOnThatTick_data() {
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<QString>("covered");
+        QTest::addColumn<int>("control");
+        QTest::addColumn<double>("base");
+        QTest::addColumn<double>("buy");
+        QTest::addColumn<double>("sell");
+        const QString stock = "-" + MdcSecurityType::StockType + "-*";
+        const QString fund = "-" + MdcSecurityType::FundType + "-*";
+        const QString option = "-" + MdcSecurityType::OptionType + "-*";
+        // 1.2345 percent up and 2.3456 down, 7 ticks up and 11 down.
+        QTest::newRow("Hong Kong, ratio") << "02001.HK" << Exchange::hhk + stock << 1  //
+                                          << 1.000 << 1.012 << 0.977;  // 1.012345 and 0.976544
+        QTest::newRow("Hong Kong, ticks")
+            << "02001.HK" << Exchange::hhk + stock << 2 << 1.000 << 1.007 << 0.989;
+        QTest::newRow("Hong Kong from Shenzhen, ticks")
+            << "08001.HK" << Exchange::szhk + stock << 2 << 0.315 << 0.322 << 0.304;
+        QTest::newRow("fund, ratio") << "510050.SH" << Exchange::sh + fund << 1  //
+                                     << 2.500 << 2.530 << 2.442;  // 2.5308625 and 2.44136
+        QTest::newRow("fund, ticks")
+            << "159001.SZ" << Exchange::sz + fund << 2 << 2.500 << 2.507 << 2.489;
+        QTest::newRow("fund, both")
+            << "510050.SH" << Exchange::sh + fund << 3 << 0.400 << 0.407 << 0.389;
+        QTest::newRow("option, ratio") << "10000001.SH" << Exchange::sh + option << 1  //
+                                       << 0.1000 << 0.1012 << 0.0977;  // 0.1012345 and 0.0976544
+        QTest::newRow("option, ticks")
+            << "10000001.SH" << Exchange::sh + option << 2 << 0.1000 << 0.1007 << 0.0989;
+    }
+    void limit_kindWithAnotherTick_standsOnThatTick() {
+        QFETCH(QString, symbol);
+        QFETCH(QString, covered);
+        QFETCH(int, control);
+        QFETCH(double, base);
+        QFETCH(double, buy);
+        QFETCH(double, sell);
+        CageRoom room;
+        room.setCage({0.012345, 7}, {0.023456, 11}, control, covered);
+        const QVariantMap tick = tickOf(symbol, base, base);
+        QCOMPARE(room.limit(tick, false), buy);
+        QCOMPARE(room.limit(tick, true), sell);
+    }
+
+    void limit_offTheTick_isBroughtToItOnTheInnerSide() {
+        CageRoom room;
+        room.setCage(0.02, 10, 1);
+        // 10.03 x 1.02 = 10.2306, 10.03 x 0.98 = 9.8294.
+        const QVariantMap tick = tickOf("600000.SH", 10.03, 10.03);
+        QVERIFY(isNear(room.limit(tick, false), 10.23));
+        QVERIFY(isNear(room.limit(tick, true), 9.83));
+    }
+
+    void limit_otherPhaseOrNoCage_isNone_data() {
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<QVariant>("phase");
+        QTest::newRow("opening call") << "600000.SH" << QVariant("1");
+        QTest::newRow("no phase") << "600000.SH" << QVariant();
+        QTest::newRow("no cage") << "510050.SH" << QVariant("3");
+    }
+    void limit_otherPhaseOrNoCage_isNone() {
+        QFETCH(QString, symbol);
+        QFETCH(QVariant, phase);
+        CageRoom room;
+        room.setCage(0.02, 10, 3);
+        QVariantMap tick = tickOf(symbol, 10.0, 10.0);
+        tick.insert("TradingPhaseCode", phase);
+        tick.insert("MaxPx", 11.0);
+        double limit = 5.0;
+        QVERIFY(!room.cage.getCageLimitPrice(limit, tick, false));
+        QCOMPARE(limit, 0.0);
+        // Only the day's limits are looked at.
+        QCOMPARE(room.cage.CheckCagePrice(10.5, tick, false), 10.5);
+        QCOMPARE(room.cage.CheckCagePrice(12.0, tick, false), 11.0);
+    }
+
+    void limit_phaseAsNumber_countsAsItsText() {
+        CageRoom room;
+        room.setCage(0.02, 10, 3);
+        QVariantMap tick = tickOf("600000.SH", 10.0, 10.0);
+        tick.insert("TradingPhaseCode", 3);
+        QVERIFY(isNear(room.limit(tick, false), 10.2));
+    }
+
+    void check_priceOutside_isBroughtToTheLimit_data() {
+        QTest::addColumn<bool>("sell");
+        QTest::addColumn<double>("price");
+        QTest::addColumn<double>("checked");
+        QTest::newRow("buy above") << false << 10.25 << 10.20;
+        QTest::newRow("buy at") << false << 10.20 << 10.20;
+        QTest::newRow("buy within nothing") << false << 10.20 + 1e-11 << 10.20 + 1e-11;
+        QTest::newRow("buy below") << false << 9.00 << 9.00;
+        QTest::newRow("sell below") << true << 9.75 << 9.80;
+        QTest::newRow("sell within nothing") << true << 9.80 - 1e-11 << 9.80 - 1e-11;
+        QTest::newRow("sell above") << true << 11.00 << 11.00;
+    }
+    void check_priceOutside_isBroughtToTheLimit() {
+        QFETCH(bool, sell);
+        QFETCH(double, price);
+        QFETCH(double, checked);
+        CageRoom room;
+        room.setCage(0.02, 10, 3);
+        const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
+        QVERIFY(std::abs(room.cage.CheckCagePrice(price, tick, sell) - checked) < 1e-12);
+    }
+
+    void check_unknownControlOfABuy_cutsToTheFinalCheck() {
+        CageRoom room;
+        room.setCage(0.02, 10, 0);
+        QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
+        QCOMPARE(room.cage.CheckCagePrice(10.0, tick, false), 0.0);
+        tick.insert("MinPx", 9.0);
+        QCOMPARE(room.cage.CheckCagePrice(10.0, tick, false), 9.0);
+    }
+
+    void mainBoards_pricesFromHalfTo2000_areTwoPercentOrTenTicks_data() {
+        QTest::addColumn<int>("cents");
+        for (const int cents :
+             {50,  51,   75,   99,   100,  101,  250,   333,   499,   500,   501,   510,
+              999, 1000, 1003, 1050, 2345, 9999, 10000, 12345, 50000, 99999, 200000}) {
+            QTest::newRow(QByteArray::number(cents)) << cents;
+        }
+    }
+    void mainBoards_pricesFromHalfTo2000_areTwoPercentOrTenTicks() {
+        QFETCH(int, cents);
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        for (const char* symbol : {"600000.SH", "000001.SZ", "300001.SZ"}) {
+            const QVariantMap tick = tickOf(symbol, cents / 100.0, cents / 100.0);
+            double limit = 0.0;
+            QVERIFY(room.cage.getCageLimitPrice(limit, tick, false));
+            QVERIFY2(isNear(limit, highestBuy(cents)), qPrintable(QString::number(limit)));
+            QVERIFY(room.cage.getCageLimitPrice(limit, tick, true));
+            QVERIFY2(isNear(limit, lowestSell(cents)), qPrintable(QString::number(limit)));
+        }
+    }
+
+    void mainBoards_byHand_areTheseLimits_data() {
+        QTest::addColumn<double>("base");
+        QTest::addColumn<double>("buy");
+        QTest::addColumn<double>("sell");
+        QTest::newRow("0.50: ticks") << 0.50 << 0.60 << 0.40;
+        QTest::newRow("4.99: ticks") << 4.99 << 5.09 << 4.89;
+        QTest::newRow("5.00: both alike") << 5.00 << 5.10 << 4.90;
+        QTest::newRow("5.50: ratio, off the tick") << 5.50 << 5.61 << 5.39;
+        QTest::newRow("10.00: ratio") << 10.00 << 10.20 << 9.80;
+        QTest::newRow("10.03: ratio, inwards") << 10.03 << 10.23 << 9.83;
+        QTest::newRow("100.01") << 100.01 << 102.01 << 98.01;
+        QTest::newRow("2000") << 2000.0 << 2040.0 << 1960.0;
+    }
+    void mainBoards_byHand_areTheseLimits() {
+        QFETCH(double, base);
+        QFETCH(double, buy);
+        QFETCH(double, sell);
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        double limit = 0.0;
+        QVERIFY(room.cage.getCageLimitPrice(limit, tickOf("600000.SH", base, base), false));
+        QVERIFY2(isNear(limit, buy), qPrintable(QString::number(limit)));
+        QVERIFY(room.cage.getCageLimitPrice(limit, tickOf("600000.SH", base, base), true));
+        QVERIFY2(isNear(limit, sell), qPrintable(QString::number(limit)));
+    }
+
+    void otherBuiltInCages_byHand_areTheseLimits_data() {
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<double>("base");
+        QTest::addColumn<double>("buy");
+        QTest::addColumn<double>("sell");
+        // The science board knows the ratio alone, also where ten ticks are more.
+        QTest::newRow("science board at 1") << "688001.SH" << 1.00 << 1.02 << 0.98;
+        QTest::newRow("science board, inwards") << "688001.SH" << 10.03 << 10.23 << 9.83;
+        QTest::newRow("science board, ticks are less") << "688001.SH" << 50.00 << 51.00 << 49.00;
+        // Hong Kong knows nine ticks alone, of a thousandth, also where the ratio is more.
+        QTest::newRow("Hong Kong at 1") << "02001.HK" << 1.000 << 1.009 << 0.991;
+        QTest::newRow("Hong Kong, ratio is less") << "02001.HK" << 0.100 << 0.109 << 0.091;
+        QTest::newRow("Hong Kong from Shenzhen") << "08001.HK" << 50.000 << 50.009 << 49.991;
+    }
+    void otherBuiltInCages_byHand_areTheseLimits() {
+        QFETCH(QString, symbol);
+        QFETCH(double, base);
+        QFETCH(double, buy);
+        QFETCH(double, sell);
+        CageRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const QVariantMap tick = tickOf(symbol, base, base);
+        QCOMPARE(room.limit(tick, false), buy);
+        QCOMPARE(room.limit(tick, true), sell);
+    }
+
+    void limit_anyFigures_isNeverWiderThanTheySay() {
+        CageRoom room;
+        QVERIFY(rc::check("limits stay inside what type, base and units say", [&room] {
+            const double ratio = *rc::gen::inRange(0, 2000) / 10000.0;
+            const int ticks = *rc::gen::inRange(0, 100);
+            const int control = *rc::gen::inRange(0, 5);
+            const double base = *rc::gen::inRange(1, 300000) / 100.0;
+            room.setCage(ratio, ticks, control);
+            const QVariantMap tick = tickOf("600000.SH", base, base);
+            const double buy = room.limit(tick, false);
+            const double sell = room.limit(tick, true);
+            const double up = control == 1   ? base * (1 + ratio)
+                              : control == 2 ? base + ticks * 0.01
+                              : control == 3 ? std::max(base * (1 + ratio), base + ticks * 0.01)
+                                             : 0.0;
+            const double down = control == 1   ? base * (1 - ratio)
+                                : control == 2 ? base - ticks * 0.01
+                                               : std::min(base * (1 - ratio), base - ticks * 0.01);
+            RC_ASSERT(buy <= up + 1e-7 && buy > up - 0.01 - 1e-7);
+            RC_ASSERT(sell >= down - 1e-7);
+            // A limit below zero is truncated towards it and then goes one step further.
+            RC_ASSERT(sell < down + (down < 0 ? 0.02 : 0.01) + 1e-7);
+            const double price = *rc::gen::inRange(0, 400000) / 100.0;
+            RC_ASSERT(room.cage.CheckCagePrice(price, tick, false) <= std::max(buy, 0.0) + 1e-9);
+            RC_ASSERT(room.cage.CheckCagePrice(price, tick, true) >= sell - 1e-9);
+        }));
+    }
+};
+
+QTEST_GUILESS_MAIN(PriceCageLimitsTest)
+#include "price_cage_limits_test.moc"

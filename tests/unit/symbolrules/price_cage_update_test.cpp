@@ -1,0 +1,244 @@
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QtTest>
+
+#include "log_capture.h"
+#include "price_room.h"
+#include "velmarutils/velmar_init_state_mgr.h"
+#include "wait_for.h"
+#include "zncore/zn_core.h"
+
+namespace {
+
+const QString kProfile = Quindar_MsgType::getUserProfileDataRequest;
+const QString kConfig = Velmar_MsgType::getSysConfigRequest;
+const QString kWrite = Velmar_MsgType::alterAllUserProfileDataAndSendKafkaRequest;
+
+const CageRecords kApplyChange{{"ETF", {{CageField::status, false}, {"title", "not taken"}}},
+                               {"New", {{CageField::status, true}}}};
+const CageRecords kCageChange{{"1",
+                               {{CageField::userBuyPercent, 0.015},
+                                {CageField::userBuyUnit, 8},
+                                {CageField::userSellPercent, 0.016},
+                                {CageField::userSellUnit, 7},
+                                {CageField::controlType, 1}}}};
+
+QVariant savedSetting(const QString& key) {
+    return ZnCore::instance()->settings(key);
+}
+
+QVariantMap recordOf(const QString& json) {
+    return QJsonDocument::fromJson(json.toUtf8()).object().toVariantMap();
+}
+
+}  // namespace
+
+class PriceCageUpdateTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void update_accepted_changesTablesAndLocalCopies() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        room.world.link().on(kWrite, ScriptedReply::rows({}));
+        const CageIndex index = room.cage.GetCageIndexMap();
+        const LogCapture log;
+        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
+                 QString());
+        const QVariantMap cage = room.cage.GetAllCageMap().value("1");
+        QCOMPARE(cage.value(CageField::userBuyPercent).toDouble(), 0.015);
+        QCOMPARE(cage.value(CageField::userBuyUnit).toInt(), 8);
+        QCOMPARE(cage.value(CageField::userSellPercent).toDouble(), 0.016);
+        QCOMPARE(cage.value(CageField::userSellUnit).toInt(), 7);
+        // Only the four figures; the rest of the record stays.
+        QCOMPARE(cage.value(CageField::controlType).toInt(), 3);
+        QVERIFY(cage.contains("title"));
+        QVERIFY(!room.cage.IsCageApply("ETF"));
+        QVERIFY(room.cage.IsCageApply("New"));
+        QCOMPARE(room.cage.GetCageApplyMap().value("ETF").value("title").toString(),
+                 QString("ETF套利"));
+        QCOMPARE(room.cage.GetCageApplyMap().value("New"),
+                 (QVariantMap{{CageField::status, true}}));
+        QCOMPARE(room.cage.GetCageIndexMap(), index);
+        // The tables are the user's own now.
+        QString text = "untouched";
+        QVERIFY(room.cage.IsGetUserCageInfo(text));
+        QCOMPARE(text, QString());
+        const QString apply = savedSetting(ETFTradeSetting::Self_AllPriceCageApply).toString();
+        const QString cages = savedSetting(ETFTradeSetting::Self_AllPriceCageMap).toString();
+        QCOMPARE(recordOf(apply).value("New").toMap().value(CageField::status).toBool(), true);
+        QCOMPARE(recordOf(cages).value("1").toMap().value(CageField::userBuyUnit).toInt(), 8);
+        QVERIFY(!apply.contains('\n'));
+        QVERIFY(log.contains(QtInfoMsg, "价格笼子应用设置JSON:"));
+        QVERIFY(log.contains(QtInfoMsg, "价格笼子参数设置JSON:"));
+        QVERIFY(log.contains(QtDebugMsg, "价格笼子自定义参数后台更新: 0 \"\""));
+    }
+
+    void update_sent_hasARowForEachTable() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        room.world.link().on(kWrite, ScriptedReply::rows({}));
+        room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
+        const ScriptedLink::Request request = room.world.link().lastRequest(kWrite);
+        QCOMPARE(request.header.value(System::msgType).toString(), kWrite);
+        QCOMPARE(request.header.value(System::subGroupNumber).toInt(), 2);
+        QCOMPARE(request.rows.size(), 2);
+        QCOMPARE(request.rows.at(0).value(System::profileKey).toString(),
+                 QString("user_priceCage:Self_PriceCageApply"));
+        QCOMPARE(request.rows.at(1).value(System::profileKey).toString(),
+                 QString("user_priceCage:Self_AllPriceCageMap"));
+        for (const QVariantMap& row : request.rows) {
+            QCOMPARE(row.value(UserAccount::userID).toString(), QString("tester"));
+            QCOMPARE(row.value(System::accessLevel).toInt(), 2);
+            QCOMPARE(row.value(Security::alterType).toString(), AlterType::create);
+        }
+        QCOMPARE(request.rows.at(0).value(System::profileData),
+                 savedSetting(ETFTradeSetting::Self_AllPriceCageApply));
+        QCOMPARE(request.rows.at(1).value(System::profileData),
+                 savedSetting(ETFTradeSetting::Self_AllPriceCageMap));
+    }
+
+    void update_writtenThenLoaded_isTheSame() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        room.world.link().on(kWrite, ScriptedReply::rows({}));
+        room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
+        const QList<QVariantMap> rows = room.world.link().lastRequest(kWrite).rows;
+        const CageRecords before = room.cage.GetAllCageMap();
+        room.world.link().on(kProfile, ScriptedReply::rows(rows));
+        QCOMPARE(room.cage.initCageMap(room.presenter, true), QString());
+        QCOMPARE(room.cage.GetAllCageMap().value("1").value(CageField::userBuyPercent),
+                 before.value("1").value(CageField::userBuyPercent));
+        QVERIFY(room.cage.IsCageApply("New"));
+        QVERIFY(!room.cage.IsCageApply("ETF"));
+        QString text = "untouched";
+        QVERIFY(room.cage.IsGetUserCageInfo(text));
+        QCOMPARE(text, QString());
+    }
+
+    void update_unknownCage_getsARecordOfTheFourFigures() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        room.world.link().on(kWrite, ScriptedReply::rows({}));
+        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, {},
+                                              {{"X", {{CageField::userBuyUnit, 5}, {"t", 1}}}}),
+                 QString());
+        const QVariantMap record = room.cage.GetAllCageMap().value("X");
+        QCOMPARE(QStringList(record.keys()),
+                 (QStringList{CageField::userBuyPercent, CageField::userBuyUnit,
+                              CageField::userSellPercent, CageField::userSellUnit}));
+        QCOMPARE(record.value(CageField::userBuyUnit).toInt(), 5);
+    }
+
+    void update_notAccepted_changesNothing_data() {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("log");
+        QTest::newRow("time-out") << 0 << "设置超时，您可点击【刷新】按钮确认结果或重新设置。"
+                                  << "价格笼子自定义参数后台更新: 1";
+        QTest::newRow("refusal") << 1 << "设置失败，失败原因：满%1，请重新设置。"
+                                 << "价格笼子自定义参数后台更新: 0";
+        QTest::newRow("failure") << 2 << "设置失败，失败原因：断线，请重新设置。"
+                                 << "价格笼子自定义参数后台更新: 2";
+    }
+    void update_notAccepted_changesNothing() {
+        QFETCH(int, kind);
+        QFETCH(QString, text);
+        QFETCH(QString, log);
+        const ScriptedReply replies[] = {ScriptedReply::timeOut(), ScriptedReply::refusal("满%1"),
+                                         ScriptedReply::failure("断线")};
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        const CageRecords cages = room.cage.GetAllCageMap();
+        const CageRecords apply = room.cage.GetCageApplyMap();
+        room.world.link().on(kWrite, replies[kind]);
+        const LogCapture capture;
+        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange), text);
+        QVERIFY(capture.contains(QtDebugMsg, log));
+        QCOMPARE(room.cage.GetAllCageMap(), cages);
+        QCOMPARE(room.cage.GetCageApplyMap(), apply);
+        QVERIFY(!savedSetting(ETFTradeSetting::Self_AllPriceCageApply).isValid());
+        QVERIFY(!savedSetting(ETFTradeSetting::Self_AllPriceCageMap).isValid());
+    }
+
+    void update_noPresenter_saysSoAndChangesNothing() {
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const CageRecords cages = room.cage.GetAllCageMap();
+        QCOMPARE(room.cage.updateUserCageInfo(nullptr, kApplyChange, kCageChange),
+                 QStringLiteral("prtClass为空，无法上报价格笼子设置至后台！"));
+        QCOMPARE(room.cage.GetAllCageMap(), cages);
+        QCOMPARE(room.world.link().requestCount(kWrite), 0);
+    }
+
+    void update_underWay_holdsBackOtherQuestions() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        room.world.link().on(kWrite, ScriptedReply::rows({}).held());
+        std::thread writer(
+            [&room] { room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange); });
+        QVERIFY(room.world.link().waitForRequestCount(kWrite, 1));
+        std::atomic<bool> answered{false};
+        std::atomic<bool> applies{true};
+        std::thread reader([&] {
+            applies = room.cage.IsCageApply("ETF");
+            answered = true;
+        });
+        // What needs no lock is answered meanwhile, the tables are not.
+        QString text;
+        room.cage.IsGetUserCageInfo(text);
+        room.cage.getCageUpdateTime();
+        QVERIFY(!answered);
+        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
+        writer.join();
+        reader.join();
+        QVERIFY(!applies);
+    }
+
+    void inited_beforeTheLoad_isFalse() {
+        PriceRoom room;
+        QString text = "untouched";
+        QVERIFY(!room.cage.IsUserCageInfoInited("ETF", text));
+        VelmarInitStateMgr::instance().StartInit(InitTypeCode::PriceCageInfo);
+        QVERIFY(!room.cage.IsUserCageInfoInited("ETF", text));
+        QCOMPARE(text, QString("untouched"));
+    }
+
+    void inited_eachAdvice_isGivenInItsOrder() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);  // the profile is refused
+        QString text;
+        QVERIFY(room.cage.IsUserCageInfoInited("Strategy", text));
+        QCOMPARE(
+            text,
+            QStringLiteral(
+                "查询价格笼子设置失败，请点击右上角【设置】，在【价格笼子设置】中确认当前价格笼子"
+                "的启用情况及参数详情，如不符合预期，您可手工刷新或重新设置。"));
+        room.world.link().on(kProfile, ScriptedReply::rows({}));
+        room.cage.initCageMap(room.presenter, true);
+        const QString off = QStringLiteral(
+            "当前未启用价格笼子控制，买卖股票易出现废单，建议点击右上角【设置】，在【价格笼子设置】"
+            "中"
+            "启用并调整参数值。");
+        for (const char* key : {"Strategy", "nobody"}) {
+            QVERIFY(room.cage.IsUserCageInfoInited(key, text));
+            QCOMPARE(text, off);
+        }
+        for (const char* key : {"ETF", ""}) {
+            text = "untouched";
+            QVERIFY(room.cage.IsUserCageInfoInited(key, text));
+            QCOMPARE(text, QString("untouched"));
+        }
+    }
+
+    void inited_afterAFailedLoad_isTrue() {
+        PriceRoom room(CageBuiltIn{});
+        room.cage.initCageMap(nullptr, false);
+        QString text = "untouched";
+        QVERIFY(room.cage.IsUserCageInfoInited(QString(), text));
+        QCOMPARE(text, QString("untouched"));
+    }
+};
+
+QTEST_GUILESS_MAIN(PriceCageUpdateTest)
+#include "price_cage_update_test.moc"
