@@ -3,7 +3,8 @@
 
 usage: lint.py --build BUILD_DIR [--jobs N] [FILE...]
 
-BUILD_DIR holds compile_commands.json, with moc's output built. A file that passed clang-tidy is
+BUILD_DIR holds compile_commands.json, with moc's output built. Its precompiled headers are left out,
+so a source that lacks an include of its own is found here. A file that passed clang-tidy is
 looked at again only when it, anything of the tree that it includes, its compile command, the
 configuration or clang-tidy itself has changed; the marks lie in BUILD_DIR/tidy.
 
@@ -15,7 +16,7 @@ import concurrent.futures
 import hashlib
 import json
 import os
-import shlex
+import re
 import subprocess
 import sys
 import time
@@ -24,10 +25,15 @@ from include_graph import Tree
 
 FORMAT = "clang-format-14"
 TIDY = "clang-tidy-14"
+DATABASE = "compile_commands.json"
 FOLDERS = ("src", "host", "examples", "tests", "bench", "fuzz")
 # The commands are another compiler's. Qt's logging macros are used without their further arguments,
 # which clang alone calls pedantic.
 EXTRA = ("--extra-arg=-Wno-error", "--extra-arg=-Wno-gnu-zero-variadic-macro-arguments")
+
+
+# How the build brings in its precompiled headers.
+PRECOMPILED = re.compile(r" -fpch-preprocess| -Winvalid-pch| -include \S*/cmake_pch\.hxx")
 
 
 def output_of(*command):
@@ -71,28 +77,31 @@ class Tidy:
 
     def run(self, path):
         full = os.path.join(self.tree.root, path)
-        done = subprocess.run([TIDY, "-p", self.build, "--quiet", *EXTRA, full],
+        done = subprocess.run([TIDY, "-p", self.marks, "--quiet", *EXTRA, full],
                               capture_output=True, text=True, check=False)
         return done.returncode, done.stdout + ("" if done.returncode == 0 else done.stderr)
 
 
-def compile_commands(tree, build):
-    """Source path to compile command, of the tree's own files."""
-    with open(os.path.join(build, "compile_commands.json"), encoding="utf-8") as file:
+def compile_commands(tree, build, marks):
+    """Source path to compile command, of the tree's own files; writes what clang-tidy reads."""
+    with open(os.path.join(build, DATABASE), encoding="utf-8") as file:
         entries = json.load(file)
+    for entry in entries:
+        entry["command"] = PRECOMPILED.sub("", entry["command"])
+    with open(os.path.join(marks, DATABASE), "w", encoding="utf-8") as file:
+        json.dump(entries, file)
     known = set(tree.files)
     commands = {}
     for entry in entries:
         path = os.path.relpath(os.path.join(entry["directory"], entry["file"]), tree.root)
         if path in known:
-            command = entry.get("command") or shlex.join(entry["arguments"])
-            commands.setdefault(path, command)
+            commands.setdefault(path, entry["command"])
     return commands
 
 
 def check_tidy(tree, build, jobs, only):
-    commands = compile_commands(tree, build)
     tidy = Tidy(tree, build)
+    commands = compile_commands(tree, build, tidy.marks)
     marks = {path: tidy.mark_of(path, command) for path, command in sorted(commands.items())
              if not only or path in only}
     due = [path for path, mark in marks.items() if not os.path.exists(mark)]
@@ -123,7 +132,7 @@ def drop_old_marks(folder, wanted):
         return
     for name in os.listdir(folder):
         mark = os.path.join(folder, name)
-        if mark not in wanted:
+        if mark not in wanted and name != DATABASE:
             os.remove(mark)
 
 
@@ -136,7 +145,7 @@ def main():
     given = parser.parse_args()
     root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
     build = os.path.abspath(given.build)
-    if not os.path.exists(os.path.join(build, "compile_commands.json")):
+    if not os.path.exists(os.path.join(build, DATABASE)):
         print(f"lint: no compile_commands.json in {build}", file=sys.stderr)
         return 2
     tree = Tree(root, FOLDERS)

@@ -1,6 +1,7 @@
 #include "business_data_store.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "data_log.h"
 #include "host_msg_type.h"
@@ -70,9 +71,11 @@ QVariantMap BusinessDataStore::loginRecord() const {
     return m_login;
 }
 
-BusinessDataStore::Tree BusinessDataStore::buildTree(const QList<QVariantMap>& rows) {
+/// Takes the rows apart: a tree of thousands of accounts is not copied for that.
+BusinessDataStore::Tree BusinessDataStore::buildTree(QList<QVariantMap>& rows) {
     Tree tree;
-    for (QVariantMap row : rows) {
+    tree.accounts.reserve(rows.size());
+    for (QVariantMap& row : rows) {
         const QString tradingAccount = row.value(UserAccount::tradingAccount).toString();
         if (tradingAccount.isEmpty()) {
             qCWarning(lcPlatformData) << "a row of the account tree has no trading account:" << row;
@@ -82,12 +85,14 @@ BusinessDataStore::Tree BusinessDataStore::buildTree(const QList<QVariantMap>& r
         // account's fields only.
         const QString joined = row.take(HostField::authorityTypes).toString();
         const QList<QVariantMap> securityAccounts = takeSecurityAccounts(row);
-        if (!tree.accounts.contains(tradingAccount)) {
-            tree.order.append(tradingAccount);
-        }
         Account& account = tree.accounts[tradingAccount];
-        for (auto it = row.cbegin(); it != row.cend(); ++it) {
-            account.record.insert(it.key(), it.value());
+        if (account.record.isEmpty()) {
+            tree.order.append(tradingAccount);
+            account.record.swap(row);
+        } else {
+            for (auto it = row.cbegin(); it != row.cend(); ++it) {
+                account.record.insert(it.key(), it.value());
+            }
         }
         account.authorityTypes.append(joined.split(QLatin1Char(','), Qt::SkipEmptyParts));
         account.authorityTypes.removeDuplicates();
@@ -100,11 +105,11 @@ BusinessDataStore::Tree BusinessDataStore::buildTree(const QList<QVariantMap>& r
     return tree;
 }
 
-void BusinessDataStore::setAccountTree(const QList<QVariantMap>& rows) {
-    const Tree tree = buildTree(rows);
+void BusinessDataStore::setAccountTree(QList<QVariantMap> rows) {
+    Tree tree = buildTree(rows);
     {
         const std::unique_lock<std::shared_mutex> guard(m_loginLock);
-        m_tree = tree;
+        std::swap(m_tree, tree);
     }
     // Last, since whoever waits for the mark reads the tree next.
     m_cache.set(Constants::USER_ACCOUNTLIST_INITED, true);
@@ -114,7 +119,7 @@ QStringList BusinessDataStore::tradeAccounts(const QStringList& authorityTypes) 
     const std::shared_lock<std::shared_mutex> guard(m_loginLock);
     QStringList accounts;
     for (const QString& tradingAccount : m_tree.order) {
-        const QStringList held = m_tree.accounts.value(tradingAccount).authorityTypes;
+        const QStringList& held = m_tree.accounts.constFind(tradingAccount)->authorityTypes;
         if (std::any_of(held.cbegin(), held.cend(), [&authorityTypes](const QString& type) {
                 return authorityTypes.contains(type);
             })) {

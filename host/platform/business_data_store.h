@@ -25,7 +25,7 @@ public:
 
     /// Takes the rows of the account tree and marks the account list as ready. Rows of one account
     /// are merged at the first one's place; a row without an account is dropped with a log line.
-    void setAccountTree(const QList<QVariantMap>& rows);
+    void setAccountTree(QList<QVariantMap> rows);
     QStringList tradeAccounts(const QStringList& authorityTypes) const;
     QStringList authorityTypes(const QString& tradingAccount) const;
     QVariantMap accountRecord(const QString& tradingAccount) const;
@@ -51,7 +51,7 @@ private:
         QStringList order;  // trading accounts as the server sent them
         QHash<QString, Account> accounts;
     };
-    static Tree buildTree(const QList<QVariantMap>& rows);
+    static Tree buildTree(QList<QVariantMap>& rows);
 
     mutable std::shared_mutex m_loginLock;  // guards m_login and m_tree
     QVariantMap m_login;

@@ -1,4 +1,5 @@
 #include <QVariantMap>
+#include <utility>
 
 #include "host_msg_type.h"
 #include "local_platform.h"
@@ -59,10 +60,10 @@ bool LocalPlatform::loginUser(const QString& userId, const QString& password, QS
 
 bool LocalPlatform::loadAccountTree(QString* error) {
     const QString user = CBusinessDataBase::GetInstance()->GetLoginAccount();
-    const ServerAnswer answer = ask(HostMsgType::accountTree, {{UserAccount::loginUserId, user}});
+    ServerAnswer answer = ask(HostMsgType::accountTree, {{UserAccount::loginUserId, user}});
     if (!answer.error.isEmpty()) {
         return refuse(QStringLiteral("account tree of %1").arg(user), answer.error, error);
     }
-    PlatformData::setAccountTree(answer.rows);
+    PlatformData::setAccountTree(std::move(answer.rows));
     return true;
 }

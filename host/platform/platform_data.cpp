@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QStandardPaths>
 #include <mutex>
+#include <utility>
 
 #include "data_log.h"
 #include "data_stores.h"
@@ -105,6 +106,6 @@ void PlatformData::setLogin(const QVariantMap& loginRecord) {
     DataStores::businessData().setLogin(loginRecord);
 }
 
-void PlatformData::setAccountTree(const QList<QVariantMap>& rows) {
-    DataStores::businessData().setAccountTree(rows);
+void PlatformData::setAccountTree(QList<QVariantMap> rows) {
+    DataStores::businessData().setAccountTree(std::move(rows));
 }

@@ -23,7 +23,7 @@ PLATFORM_API void setClock(std::function<QDateTime()> clock);
 /// The login's own record; its UserAccount::userID is the login account.
 PLATFORM_API void setLogin(const QVariantMap& loginRecord);
 /// The rows of the account tree, in the server's order; sets the ready mark of the account list.
-PLATFORM_API void setAccountTree(const QList<QVariantMap>& rows);
+PLATFORM_API void setAccountTree(QList<QVariantMap> rows);
 /// A tick for the readers of CommonQuotaHandler, delivered on the application's thread; dropped
 /// before its Init(), and while ten thousand ticks wait for that thread. The last price is known
 /// when it returns. Any thread.
