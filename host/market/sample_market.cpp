@@ -23,7 +23,7 @@
 namespace {
 
 // Raised when the making changes what it writes, so that older files are made anew.
-inline const QString kContents = QStringLiteral("5");
+inline const QString kContents = QStringLiteral("6");
 constexpr int kLockWaitMs = 60000;
 constexpr int kOwnAccountsOfSecond = 3;
 // The year of the orders and deals; positions and messages are those of its end.
