@@ -5,7 +5,7 @@
 #include <QMap>
 #include <QStringList>
 
-#include "accounts_command.h"
+#include "facade_questions.h"
 
 /// The library of the plug-in as it was built.
 inline QString facadeLibraryFile() {
