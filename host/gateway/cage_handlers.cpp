@@ -1,3 +1,5 @@
+#include <QSqlQuery>
+
 #include "price_samples.h"
 #include "server_call.h"
 #include "vocabulary/fields.h"
@@ -25,9 +27,19 @@ ServerAnswer hongKongRates(const ServerCall&) {
     return answerRows(PriceSamples::hongKongRates());
 }
 
+/// The minimum spreads of shares or funds, a row per band.
 ServerAnswer hongKongPriceUnits(const ServerCall& call) {
-    const auto rows =
-        PriceSamples::hongKongPriceUnits(call.value(HKSExchgRate::HKPriceUnitType).toInt());
+    static const StoreColumns columns{{QStringLiteral("up_to"), HKSExchgRate::HKLevelUpPrice},
+                                      {QStringLiteral("spread"), HKSExchgRate::HKLevelPrice}};
+    QList<QVariantMap> rows;
+    const bool read = call.store.select(
+        QStringLiteral("SELECT %1 FROM hong_kong_spread WHERE security_type = ? ORDER BY up_to")
+            .arg(columnList(columns)),
+        {call.text(HKSExchgRate::HKPriceUnitType)},
+        [&rows](const QSqlQuery& query) { rows.append(recordOf(query, columns)); });
+    if (!read) {
+        return ServerAnswer::storeFailed();
+    }
     if (rows.isEmpty()) {
         return ServerAnswer::refused(
             QStringLiteral("不支持的价差类别：%1").arg(call.text(HKSExchgRate::HKPriceUnitType)));

@@ -38,11 +38,6 @@ const KindName& nameOf(FaultKind kind) {
                          [kind](const KindName& it) { return it.kind == kind; });
 }
 
-bool fail(int column, const QString& text, LineError* error) {
-    *error = {column, text};
-    return false;
-}
-
 /// "every", "3", "2-5" or "4+".
 bool readOccurrences(const LineWord& word, Fault* fault, LineError* error) {
     if (word.text == QLatin1String("every")) {
@@ -63,9 +58,9 @@ bool readOccurrences(const LineWord& word, Fault* fault, LineError* error) {
         fault->last = fault->first;
     }
     return good ||
-           fail(word.column,
-                QStringLiteral("'%1' tells no occurrences (every, 3, 2-5 or 4+)").arg(word.text),
-                error);
+           failAt(word.column,
+                  QStringLiteral("'%1' tells no occurrences (every, 3, 2-5 or 4+)").arg(word.text),
+                  error);
 }
 
 bool readKind(const LineWord& word, Fault* fault, LineError* error) {
@@ -77,18 +72,10 @@ bool readKind(const LineWord& word, Fault* fault, LineError* error) {
         }
         names.append(QLatin1String(it.name));
     }
-    return fail(word.column,
-                QStringLiteral("'%1' is no kind of fault (%2)")
-                    .arg(word.text, names.join(QStringLiteral(", "))),
-                error);
-}
-
-bool readNumber(const LineWord& word, int least, int most, int* number, LineError* error) {
-    return readWholeNumber(word.text, least, most, number) ||
-           fail(
-               word.valueColumn,
-               QStringLiteral("%1 takes a number from %2 to %3").arg(word.key).arg(least).arg(most),
-               error);
+    return failAt(word.column,
+                  QStringLiteral("'%1' is no kind of fault (%2)")
+                      .arg(word.text, names.join(QStringLiteral(", "))),
+                  error);
 }
 
 bool readParameter(const LineWord& word, Fault* fault, LineError* error) {
@@ -96,43 +83,43 @@ bool readParameter(const LineWord& word, Fault* fault, LineError* error) {
     const QStringList keys =
         (QStringLiteral("ms ") + QLatin1String(kind.keys)).split(QLatin1Char(' '));
     if (word.key.isEmpty() || word.op != QLatin1String("=") || !keys.contains(word.key)) {
-        return fail(word.column,
-                    QStringLiteral("%1 does not take '%2' (%3)")
-                        .arg(QLatin1String(kind.name), word.key.isEmpty() ? word.text : word.key,
-                             keys.join(QLatin1Char(' ')).trimmed()),
-                    error);
+        return failAt(word.column,
+                      QStringLiteral("%1 does not take '%2' (%3)")
+                          .arg(QLatin1String(kind.name), word.key.isEmpty() ? word.text : word.key,
+                               keys.join(QLatin1Char(' ')).trimmed()),
+                      error);
     }
     if (word.key == QLatin1String("text")) {
         fault->text = word.text;
         return true;
     }
     if (word.key == QLatin1String("ms")) {
-        return readNumber(word, 0, kMostMs, &fault->ms, error);
+        return readNumberOf(word, 0, kMostMs, &fault->ms, error);
     }
     if (word.key == QLatin1String("reconnect")) {
-        return readNumber(word, 0, kMostMs, &fault->reconnectMs, error);
+        return readNumberOf(word, 0, kMostMs, &fault->reconnectMs, error);
     }
     if (word.key == QLatin1String("rows")) {
-        return readNumber(word, 0, kMostOccurrence, &fault->rows, error);
+        return readNumberOf(word, 0, kMostOccurrence, &fault->rows, error);
     }
     if (word.key == QLatin1String("count")) {
-        return readNumber(word, 2, kMostHeld, &fault->count, error);
+        return readNumberOf(word, 2, kMostHeld, &fault->count, error);
     }
     if (word.key == QLatin1String("row")) {
         const QJsonDocument row = QJsonDocument::fromJson(word.text.toUtf8());
         fault->row = row.object().toVariantMap();
         return row.isObject() ||
-               fail(word.valueColumn, QStringLiteral("row takes a JSON object"), error);
+               failAt(word.valueColumn, QStringLiteral("row takes a JSON object"), error);
     }
     if (word.key == QLatin1String("gate")) {
         fault->gate = word.text;
         return isGateName(word.text) ||
-               fail(word.valueColumn, QStringLiteral("there is no gate '%1'").arg(word.text),
-                    error);
+               failAt(word.valueColumn, QStringLiteral("there is no gate '%1'").arg(word.text),
+                      error);
     }
     fault->silent = word.text == QLatin1String("true");
     return fault->silent || word.text == QLatin1String("false") ||
-           fail(word.valueColumn, QStringLiteral("silent takes true or false"), error);
+           failAt(word.valueColumn, QStringLiteral("silent takes true or false"), error);
 }
 
 }  // namespace
@@ -146,12 +133,12 @@ bool readFault(const QVector<LineWord>& words, int from, Fault* fault, LineError
     *fault = Fault();
     const int end = words.isEmpty() ? 1 : words.last().valueColumn + words.last().text.size();
     if (words.size() < from + 3) {
-        return fail(end, QStringLiteral("a fault takes TYPE OCCURRENCES KIND"), error);
+        return failAt(end, QStringLiteral("a fault takes TYPE OCCURRENCES KIND"), error);
     }
     for (int i = from; i < from + 3; ++i) {
         if (!words.at(i).key.isEmpty() || words.at(i).text.isEmpty()) {
-            return fail(words.at(i).column,
-                        QStringLiteral("a fault begins with TYPE OCCURRENCES KIND"), error);
+            return failAt(words.at(i).column,
+                          QStringLiteral("a fault begins with TYPE OCCURRENCES KIND"), error);
         }
     }
     fault->msgType = words.at(from).text;

@@ -224,6 +224,19 @@ bool readWholeNumber(const QString& text, int least, int most, int* number) {
     return true;
 }
 
+bool readNumberOf(const LineWord& word, int least, int most, int* number, LineError* error) {
+    return readWholeNumber(word.text, least, most, number) ||
+           failAt(
+               word.valueColumn,
+               QStringLiteral("%1 takes a number from %2 to %3").arg(word.key).arg(least).arg(most),
+               error);
+}
+
+bool failAt(int column, const QString& text, LineError* error) {
+    *error = {column, text};
+    return false;
+}
+
 QString quotedWord(const QString& text) {
     QVector<LineWord> words;
     LineError error;

@@ -31,6 +31,11 @@ bool readLineWords(const QString& line, QVector<LineWord>* words, LineError* err
 
 /// A whole decimal number from `least` to `most`; false for everything else.
 bool readWholeNumber(const QString& text, int least, int most, int* number);
+/// The same for the value of a word with a key; false with the place and what the key takes.
+bool readNumberOf(const LineWord& word, int least, int most, int* number, LineError* error);
+
+/// Notes what is wrong where. False, so that a reader can end with it.
+bool failAt(int column, const QString& text, LineError* error);
 
 /// The text in double quotes, so that readLineWords() reads it back; as it stands when it is a bare
 /// word of its own.

@@ -1,8 +1,6 @@
 #include "market_store.h"
 
 #include <QFileInfo>
-#include <QSqlDatabase>
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QStringList>
 
@@ -99,22 +97,8 @@ bool MarketStore::loadMeta(QString* reason) {
 bool MarketStore::select(const QString& sql, const QVariantList& values,
                          const std::function<void(const QSqlQuery&)>& onRow, QString* error) const {
     QString reason;
-    const QString name = m_connections.forThisThread(&reason);
-    if (!name.isEmpty()) {
-        QSqlQuery query(QSqlDatabase::database(name, false));
-        query.setForwardOnly(true);
-        bool done = query.prepare(sql);
-        for (const QVariant& value : values) {
-            query.addBindValue(value);
-        }
-        done = done && query.exec();
-        while (done && query.next()) {
-            onRow(query);
-        }
-        if (done && !query.lastError().isValid()) {
-            return true;
-        }
-        reason = query.lastError().text();
+    if (m_connections.run(sql, values, onRow, &reason)) {
+        return true;
     }
     qCWarning(lcGateway).noquote() << "MarketStore" << m_file << "select failed:" << reason;
     if (error) {

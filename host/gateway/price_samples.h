@@ -5,14 +5,12 @@
 #include <QVariantMap>
 
 /// What the sample server knows about prices beyond its market: the defaults of the price cage and
-/// the figures of Hong Kong. The rates are invented, the rules are the exchanges' own.
+/// the exchange rates of Hong Kong. The rates are invented, the cages are the exchanges' own.
 namespace PriceSamples {
 
 /// The value of a configuration item as text; empty when there is none of that name.
 QString systemItem(const QString& itemName);
 /// Exchange rates, a row per exchange of Hong Kong connect.
 QList<QVariantMap> hongKongRates();
-/// The minimum spreads of shares (2) or funds (8), a row per band; empty for any other type.
-QList<QVariantMap> hongKongPriceUnits(int unitType);
 
 }  // namespace PriceSamples

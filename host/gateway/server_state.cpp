@@ -2,8 +2,6 @@
 
 #include <QDataStream>
 #include <QIODevice>
-#include <QSqlDatabase>
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QStringList>
 #include <algorithm>
@@ -139,32 +137,7 @@ bool ServerState::makeTables(QString* reason) {
 bool ServerState::run(const QString& sql, const QVariantList& values, QString* reason,
                       const std::function<void(const QSqlQuery&)>& onRow) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return runLocked(sql, values, reason, onRow);
-}
-
-bool ServerState::runLocked(const QString& sql, const QVariantList& values, QString* reason,
-                            const std::function<void(const QSqlQuery&)>& onRow) const {
-    const QString name = m_connections.forThisThread(reason);
-    if (name.isEmpty()) {
-        return false;
-    }
-    QSqlQuery query(QSqlDatabase::database(name, false));
-    query.setForwardOnly(true);
-    bool done = query.prepare(sql);
-    for (const QVariant& value : values) {
-        query.addBindValue(value);
-    }
-    done = done && query.exec();
-    while (done && query.next()) {
-        if (onRow) {
-            onRow(query);
-        }
-    }
-    if (!done || query.lastError().isValid()) {
-        *reason = query.lastError().text();
-        return false;
-    }
-    return true;
+    return m_connections.run(sql, values, onRow, reason);
 }
 
 QList<QPair<QString, QVariantMap>> ServerState::records(const QString& table,
@@ -222,7 +195,7 @@ bool ServerState::writeAll(const QString& table, const QList<QPair<QString, QVar
     static const QString sql = QStringLiteral("INSERT OR REPLACE INTO document VALUES(?, ?, ?)");
     QString reason;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    bool done = runLocked(QStringLiteral("BEGIN IMMEDIATE"), {}, &reason);
+    bool done = m_connections.run(QStringLiteral("BEGIN IMMEDIATE"), {}, {}, &reason);
     if (!done) {
         return changed(false, reason, error);
     }
@@ -233,12 +206,12 @@ bool ServerState::writeAll(const QString& table, const QList<QPair<QString, QVar
                          .arg(it->first, table);
             break;
         }
-        done = runLocked(sql, {bound(table), bound(it->first), bytes}, &reason);
+        done = m_connections.run(sql, {bound(table), bound(it->first), bytes}, {}, &reason);
     }
-    done = done && runLocked(QStringLiteral("COMMIT"), {}, &reason);
+    done = done && m_connections.run(QStringLiteral("COMMIT"), {}, {}, &reason);
     if (!done) {
         QString rollback;
-        runLocked(QStringLiteral("ROLLBACK"), {}, &rollback);
+        m_connections.run(QStringLiteral("ROLLBACK"), {}, {}, &rollback);
     }
     return changed(done, reason, error);
 }

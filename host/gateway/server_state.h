@@ -48,8 +48,6 @@ private:
     bool prepare(QString* reason);
     bool checkFormat(QString* reason);
     bool makeTables(QString* reason);
-    bool runLocked(const QString& sql, const QVariantList& values, QString* reason,
-                   const std::function<void(const QSqlQuery&)>& onRow = {}) const;
     bool run(const QString& sql, const QVariantList& values, QString* reason,
              const std::function<void(const QSqlQuery&)>& onRow = {}) const;
     bool changed(bool done, const QString& reason, QString* error) const;

@@ -4,6 +4,7 @@
 #include <QSet>
 #include <QSqlDatabase>
 #include <QSqlError>
+#include <QSqlQuery>
 #include <QVector>
 #include <algorithm>
 #include <atomic>
@@ -107,6 +108,31 @@ ThreadConnections::~ThreadConnections() {
 QString ThreadConnections::forThisThread(QString* reason) {
     static thread_local OfThread ofThread;
     return ofThread.nameFor(m_pool, reason);
+}
+
+bool ThreadConnections::run(const QString& sql, const QVariantList& values,
+                            const std::function<void(const QSqlQuery&)>& onRow, QString* reason) {
+    const QString name = forThisThread(reason);
+    if (name.isEmpty()) {
+        return false;
+    }
+    QSqlQuery query(QSqlDatabase::database(name, false));
+    query.setForwardOnly(true);
+    bool done = query.prepare(sql);
+    for (const QVariant& value : values) {
+        query.addBindValue(value);
+    }
+    done = done && query.exec();
+    while (done && query.next()) {
+        if (onRow) {
+            onRow(query);
+        }
+    }
+    if (!done || query.lastError().isValid()) {
+        *reason = query.lastError().text();
+        return false;
+    }
+    return true;
 }
 
 QString ThreadConnections::openForGood(QString* reason) {

@@ -23,7 +23,7 @@
 namespace {
 
 // Raised when the making changes what it writes, so that older files are made anew.
-inline const QString kContents = QStringLiteral("5");
+inline const QString kContents = QStringLiteral("7");
 constexpr int kLockWaitMs = 60000;
 constexpr int kOwnAccountsOfSecond = 3;
 // The year of the orders and deals; positions and messages are those of its end.
@@ -78,7 +78,7 @@ bool makeContents(const MarketOptions& options, Contents* contents, QString* err
     const auto securities = makeSecurities(options.seed, options.allSymbols(), rules);
     const QDate lastDay(kHistoryYear, 12, 31);
     contents->store = makeStoreRows(tree, ofSecond) + makeAuthorityRows(tree, ofSecond) +
-                      makeCalendarRows(calendar) + menus +
+                      makeCalendarRows(calendar) + makeSpreadRows(rules) + menus +
                       makeMessageRows(tree, calendar, lastDay) +
                       makePositionRows(options.seed, tree, securities) +
                       makePositionRows(options.seed + 1, ofSecond, securities);

@@ -124,6 +124,20 @@ QList<TableRow> makeCalendarRows(const TradeCalendar& calendar) {
     return rows;
 }
 
+QList<TableRow> makeSpreadRows(const MarketRules& rules) {
+    constexpr int kThousandths = 1000;
+    QList<TableRow> rows;
+    const auto add = [&rows](const QString& type, const PriceLadder& ladder) {
+        for (const PriceLadder::Band& band : ladder.bands()) {
+            rows.append({QStringLiteral("hong_kong_spread"),
+                         {type, band.upTo / double(kThousandths), band.spread.toDouble()}});
+        }
+    };
+    add(MdcSecurityType::StockType, rules.hongKongShares);
+    add(MdcSecurityType::FundType, rules.hongKongFunds);
+    return rows;
+}
+
 bool makeMenuRows(QList<TableRow>* rows, QString* error) {
     const QStringList columns{QStringLiteral("id"),      QStringLiteral("caption"),
                               QStringLiteral("plugins"), QStringLiteral("container"),

@@ -5,10 +5,14 @@
 #include <QVariantMap>
 
 #include "account_rows.h"
+#include "market_rules.h"
 #include "trade_calendar.h"
 
 /// The trade days of every kind of calendar.
 QList<TableRow> makeCalendarRows(const TradeCalendar& calendar);
+
+/// The price bands of Hong Kong, for shares and for funds.
+QList<TableRow> makeSpreadRows(const MarketRules& rules);
 
 /// The menus and who has them. False with a text when the built-in table cannot be read.
 bool makeMenuRows(QList<TableRow>* rows, QString* error);

@@ -15,11 +15,6 @@ constexpr int kMostSteps = 2000;
 constexpr int kMostSections = 16;
 constexpr int kMostMarket = 1000000;
 
-bool fail(int column, const QString& text, LineError* error) {
-    *error = {column, text};
-    return false;
-}
-
 /// Reads a file line by line; knows how far the section has come.
 class Parser {
 public:
@@ -28,8 +23,9 @@ public:
     bool readLine(const QString& line, int number, LineError* error) {
         QVector<LineWord> words;
         if (line.size() > kMostLineLetters) {
-            return fail(kMostLineLetters + 1,
-                        QStringLiteral("the line is longer than %1").arg(kMostLineLetters), error);
+            return failAt(kMostLineLetters + 1,
+                          QStringLiteral("the line is longer than %1").arg(kMostLineLetters),
+                          error);
         }
         if (!readLineWords(line, &words, error)) {
             return false;
@@ -39,10 +35,10 @@ public:
 
     bool end(LineError* error) const {
         return m_stage != Stage::Before ||
-               fail(1,
-                    QStringLiteral("nothing is started in what begins in line %1")
-                        .arg(m_scenario->sections.last().line),
-                    error);
+               failAt(1,
+                      QStringLiteral("nothing is started in what begins in line %1")
+                          .arg(m_scenario->sections.last().line),
+                      error);
     }
 
 private:
@@ -68,7 +64,7 @@ private:
             return false;
         }
         if (++m_steps > kMostSteps) {
-            return fail(1, QStringLiteral("more than %1 steps").arg(kMostSteps), error);
+            return failAt(1, QStringLiteral("more than %1 steps").arg(kMostSteps), error);
         }
         m_scenario->sections.last().steps.append(step);
         return true;
@@ -76,8 +72,8 @@ private:
 
     bool readMarket(const QVector<LineWord>& words, LineError* error) {
         if (m_marketTold || m_scenario->sections.size() > 1 || m_stage != Stage::Before) {
-            return fail(words.first().column,
-                        QStringLiteral("the market stands once, before the first start"), error);
+            return failAt(words.first().column,
+                          QStringLiteral("the market stands once, before the first start"), error);
         }
         m_marketTold = true;
         for (int i = 1; i < words.size(); ++i) {
@@ -86,17 +82,17 @@ private:
             const bool known = word.op == QLatin1String("=") &&
                                QStringList{"accounts", "seed", "symbols"}.contains(word.key);
             if (!known) {
-                return fail(word.column, QStringLiteral("market takes accounts= seed= symbols="),
-                            error);
+                return failAt(word.column, QStringLiteral("market takes accounts= seed= symbols="),
+                              error);
             }
             const int least = word.key == QLatin1String("seed") ? 0 : 1;
             if (!readWholeNumber(word.text, least, kMostMarket, &number)) {
-                return fail(word.valueColumn,
-                            QStringLiteral("%1 takes a number from %2 to %3")
-                                .arg(word.key)
-                                .arg(least)
-                                .arg(kMostMarket),
-                            error);
+                return failAt(word.valueColumn,
+                              QStringLiteral("%1 takes a number from %2 to %3")
+                                  .arg(word.key)
+                                  .arg(least)
+                                  .arg(kMostMarket),
+                              error);
             }
             if (word.key == QLatin1String("accounts")) {
                 m_scenario->market.accounts = number;
@@ -111,11 +107,11 @@ private:
 
     bool restart(int line, const QVector<LineWord>& words, LineError* error) {
         if (words.size() > 1) {
-            return fail(words.at(1).column, QStringLiteral("restart takes nothing"), error);
+            return failAt(words.at(1).column, QStringLiteral("restart takes nothing"), error);
         }
         if (m_scenario->sections.size() >= kMostSections) {
-            return fail(words.first().column,
-                        QStringLiteral("more than %1 sections").arg(kMostSections), error);
+            return failAt(words.first().column,
+                          QStringLiteral("more than %1 sections").arg(kMostSections), error);
         }
         if (!end(error)) {
             return false;
@@ -135,13 +131,13 @@ private:
                 return true;
             case Kind::Setting:
                 return !begun ||
-                       fail(column, QStringLiteral("settings stand before the start"), error);
+                       failAt(column, QStringLiteral("settings stand before the start"), error);
             case Kind::Start:
             case Kind::Begin:
             case Kind::StartFails:
                 if (begun) {
-                    return fail(column, QStringLiteral("started already; restart begins anew"),
-                                error);
+                    return failAt(column, QStringLiteral("started already; restart begins anew"),
+                                  error);
                 }
                 m_stage = step.kind == Kind::Start   ? Stage::Running
                           : step.kind == Kind::Begin ? Stage::Loading
@@ -149,16 +145,17 @@ private:
                 return true;
             case Kind::Ready:
                 if (m_stage != Stage::Loading) {
-                    return fail(column, QStringLiteral("ready stands after 'start nowait'"), error);
+                    return failAt(column, QStringLiteral("ready stands after 'start nowait'"),
+                                  error);
                 }
                 m_stage = Stage::Running;
                 return true;
             case Kind::Expect:
                 // What is left of a start that failed can be asked for.
-                return begun || fail(column, QStringLiteral("nothing is started yet"), error);
+                return begun || failAt(column, QStringLiteral("nothing is started yet"), error);
             default:
                 return (m_stage == Stage::Loading || m_stage == Stage::Running) ||
-                       fail(column, QStringLiteral("no client runs here"), error);
+                       failAt(column, QStringLiteral("no client runs here"), error);
         }
     }
 
@@ -175,20 +172,20 @@ bool decode(const QByteArray& bytes, QString* line, LineError* error) {
     *line = utf8->toUnicode(bytes.constData(), bytes.size(), &state);
     if (state.invalidChars > 0 || state.remainingChars > 0) {
         const int place = line->indexOf(QChar(QChar::ReplacementCharacter));
-        return fail(place < 0 ? line->size() + 1 : place + 1, QStringLiteral("this is no UTF-8"),
-                    error);
+        return failAt(place < 0 ? line->size() + 1 : place + 1, QStringLiteral("this is no UTF-8"),
+                      error);
     }
     const auto control = std::find_if(line->cbegin(), line->cend(), [](QChar letter) {
         return letter.category() == QChar::Other_Control && letter != QLatin1Char('\t');
     });
     return control == line->cend() ||
-           fail(static_cast<int>(std::distance(line->cbegin(), control)) + 1,
-                QStringLiteral("a control character"), error);
+           failAt(static_cast<int>(std::distance(line->cbegin(), control)) + 1,
+                  QStringLiteral("a control character"), error);
 }
 
 bool parseLines(const QByteArray& text, Parser& parser, int* number, LineError* error) {
     if (text.size() > kMostBytes) {
-        return fail(1, QStringLiteral("the file is larger than %1 bytes").arg(kMostBytes), error);
+        return failAt(1, QStringLiteral("the file is larger than %1 bytes").arg(kMostBytes), error);
     }
     for (int begin = 0; begin < text.size(); ++*number) {
         const int found = text.indexOf('\n', begin);

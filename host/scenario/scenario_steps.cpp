@@ -18,11 +18,6 @@ constexpr int kStandardStartMs = 30000;
 using Words = QVector<LineWord>;
 using Kind = ScenarioStep::Kind;
 
-bool fail(int column, const QString& text, LineError* error) {
-    *error = {column, text};
-    return false;
-}
-
 int endOf(const Words& words) {
     const LineWord& last = words.last();
     return last.valueColumn + last.text.size();
@@ -31,11 +26,12 @@ int endOf(const Words& words) {
 /// The word at a place, which must stand there and have no name.
 bool takePlain(const Words& words, int at, const char* what, QString* text, LineError* error) {
     if (at >= words.size()) {
-        return fail(endOf(words), QStringLiteral("%1 is missing").arg(QLatin1String(what)), error);
+        return failAt(endOf(words), QStringLiteral("%1 is missing").arg(QLatin1String(what)),
+                      error);
     }
     if (!words.at(at).key.isEmpty() || words.at(at).text.isEmpty()) {
-        return fail(words.at(at).column,
-                    QStringLiteral("%1 has to stand here").arg(QLatin1String(what)), error);
+        return failAt(words.at(at).column,
+                      QStringLiteral("%1 has to stand here").arg(QLatin1String(what)), error);
     }
     *text = words.at(at).text;
     return true;
@@ -43,26 +39,18 @@ bool takePlain(const Words& words, int at, const char* what, QString* text, Line
 
 bool takeNothingMore(const Words& words, int from, LineError* error) {
     return words.size() <= from ||
-           fail(words.at(from).column,
-                QStringLiteral("'%1' takes nothing more").arg(words.first().text), error);
+           failAt(words.at(from).column,
+                  QStringLiteral("'%1' takes nothing more").arg(words.first().text), error);
 }
 
 bool isNamed(const LineWord& word, const char* key) {
     return word.op == QLatin1String("=") && word.key == QLatin1String(key);
 }
 
-bool takeNumber(const LineWord& word, int least, int most, int* number, LineError* error) {
-    return readWholeNumber(word.text, least, most, number) ||
-           fail(
-               word.valueColumn,
-               QStringLiteral("%1 takes a number from %2 to %3").arg(word.key).arg(least).arg(most),
-               error);
-}
-
 bool takeMap(const LineWord& word, QVariantMap* map, LineError* error) {
     const QJsonDocument document = QJsonDocument::fromJson(word.text.toUtf8());
     if (word.kind != LineWord::Kind::Json || !word.key.isEmpty() || !document.isObject()) {
-        return fail(word.column, QStringLiteral("a JSON object has to stand here"), error);
+        return failAt(word.column, QStringLiteral("a JSON object has to stand here"), error);
     }
     *map = document.object().toVariantMap();
     return true;
@@ -77,7 +65,7 @@ bool takeJson(const LineWord& word, QString* json, LineError* error) {
     }
     const bool good = !word.text.trimmed().isEmpty() || word.kind == LineWord::Kind::Quoted;
     return (good && QJsonDocument::fromJson(json->toUtf8()).array().size() == 1) ||
-           fail(word.valueColumn, QStringLiteral("'%1' is no JSON value").arg(word.text), error);
+           failAt(word.valueColumn, QStringLiteral("'%1' is no JSON value").arg(word.text), error);
 }
 
 bool takeCheck(const LineWord& word, ScenarioCheck* check, LineError* error) {
@@ -91,11 +79,12 @@ bool takeCheck(const LineWord& word, ScenarioCheck* check, LineError* error) {
         check->op = ScenarioCheck::Op::Matches;
         const QRegularExpression pattern(word.text);
         return pattern.isValid() ||
-               fail(word.valueColumn + qMax(0, pattern.patternErrorOffset()),
-                    QStringLiteral("no regular expression: %1").arg(pattern.errorString()), error);
+               failAt(word.valueColumn + qMax(0, pattern.patternErrorOffset()),
+                      QStringLiteral("no regular expression: %1").arg(pattern.errorString()),
+                      error);
     } else if (word.op == QLatin1String("#=")) {
         check->op = ScenarioCheck::Op::Count;
-        return takeNumber(word, 0, kMostCount, &ignored, error);
+        return readNumberOf(word, 0, kMostCount, &ignored, error);
     } else if (word.kind == LineWord::Kind::Json) {
         check->op = ScenarioCheck::Op::Same;
         return takeJson(word, &check->value, error);
@@ -130,18 +119,18 @@ bool readClock(const Words& words, ScenarioStep* step, LineError* error) {
         step->kind = Kind::ClockSet;
         step->time = QDateTime::fromString(value, Qt::ISODateWithMs);
         return step->time.isValid() ||
-               fail(words.at(2).column,
-                    QStringLiteral("'%1' is no time (2026-01-05T09:30:00)").arg(value), error);
+               failAt(words.at(2).column,
+                      QStringLiteral("'%1' is no time (2026-01-05T09:30:00)").arg(value), error);
     }
     step->kind = Kind::ClockAdvance;
     int ms = 0;
     if (how != QLatin1String("advance")) {
-        return fail(words.at(1).column, QStringLiteral("clock takes set or advance"), error);
+        return failAt(words.at(1).column, QStringLiteral("clock takes set or advance"), error);
     }
     constexpr int kWeekMs = 7 * 24 * 3600 * 1000;
     if (!readWholeNumber(value, 0, kWeekMs, &ms)) {
-        return fail(words.at(2).column,
-                    QStringLiteral("the clock advances by up to %1 ms").arg(kWeekMs), error);
+        return failAt(words.at(2).column,
+                      QStringLiteral("the clock advances by up to %1 ms").arg(kWeekMs), error);
     }
     step->ms = ms;
     return true;
@@ -153,7 +142,7 @@ bool readStartWords(const Words& words, int from, ScenarioStep* step, LineError*
     for (int i = from; i < words.size(); ++i) {
         const LineWord& word = words.at(i);
         if (isNamed(word, "within")) {
-            if (!takeNumber(word, 1, kMostMs, &step->limitMs, error)) {
+            if (!readNumberOf(word, 1, kMostMs, &step->limitMs, error)) {
                 return false;
             }
         } else if (isNamed(word, "user") && step->kind != Kind::Ready) {
@@ -165,8 +154,8 @@ bool readStartWords(const Words& words, int from, ScenarioStep* step, LineError*
             }
             step->checks.append(check);
         } else {
-            return fail(word.column, QStringLiteral("'%1' does not belong here").arg(word.text),
-                        error);
+            return failAt(word.column, QStringLiteral("'%1' does not belong here").arg(word.text),
+                          error);
         }
     }
     return true;
@@ -207,7 +196,7 @@ bool readPush(const Words& words, ScenarioStep* step, LineError* error) {
         step->rows.append(row);
     }
     return !step->rows.isEmpty() ||
-           fail(endOf(words), QStringLiteral("the header of the push is missing"), error);
+           failAt(endOf(words), QStringLiteral("the header of the push is missing"), error);
 }
 
 bool readTick(const Words& words, ScenarioStep* step, LineError* error) {
@@ -218,7 +207,7 @@ bool readTick(const Words& words, ScenarioStep* step, LineError* error) {
         return false;
     }
     if (words.size() < 3) {
-        return fail(endOf(words), QStringLiteral("the fields of the tick are missing"), error);
+        return failAt(endOf(words), QStringLiteral("the fields of the tick are missing"), error);
     }
     if (!takeMap(words.at(2), &fields, error)) {
         return false;
@@ -239,8 +228,8 @@ bool readGate(const Words& words, ScenarioStep* step, LineError* error) {
         return false;
     }
     if (!isGateName(step->name)) {
-        return fail(words.at(1).column, QStringLiteral("there is no gate '%1'").arg(step->name),
-                    error);
+        return failAt(words.at(1).column, QStringLiteral("there is no gate '%1'").arg(step->name),
+                      error);
     }
     if (state == QLatin1String("up")) {
         step->value = NET_STATE::CONNECTED;
@@ -249,8 +238,8 @@ bool readGate(const Words& words, ScenarioStep* step, LineError* error) {
     } else if (state == QLatin1String("connecting")) {
         step->value = NET_STATE::CONNECTTING;
     } else {
-        return fail(words.at(2).column, QStringLiteral("a gate goes up, down or connecting"),
-                    error);
+        return failAt(words.at(2).column, QStringLiteral("a gate goes up, down or connecting"),
+                      error);
     }
     return takeNothingMore(words, 3, error);
 }
@@ -263,8 +252,8 @@ bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
     int at = 2;
     for (; at < words.size() && words.at(at).text != QLatin1String("=>"); ++at) {
         if (!words.at(at).key.isEmpty()) {
-            return fail(words.at(at).column,
-                        QStringLiteral("put an argument that holds '=' in quotes"), error);
+            return failAt(words.at(at).column,
+                          QStringLiteral("put an argument that holds '=' in quotes"), error);
         }
         step->values.append(words.at(at).text);
     }
@@ -272,7 +261,7 @@ bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
         const LineWord& word = words.at(at);
         ScenarioCheck check;
         if (isNamed(word, "within")) {
-            if (!takeNumber(word, 1, kMostMs, &step->limitMs, error)) {
+            if (!readNumberOf(word, 1, kMostMs, &step->limitMs, error)) {
                 return false;
             }
             continue;
@@ -288,8 +277,8 @@ bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
         step->checks.append(check);
     }
     return !step->checks.isEmpty() ||
-           fail(endOf(words), QStringLiteral("'=>' and what the answer has to be are missing"),
-                error);
+           failAt(endOf(words), QStringLiteral("'=>' and what the answer has to be are missing"),
+                  error);
 }
 
 bool readRecordKind(const LineWord& word, ScenarioStep* step, LineError* error) {
@@ -306,25 +295,27 @@ bool readRecordKind(const LineWord& word, ScenarioStep* step, LineError* error) 
             return true;
         }
     }
-    return fail(word.column,
-                QStringLiteral("'%1' cannot be expected (request, answer, failure, timeout, push, "
-                               "gate, event, tick, log, idle)")
-                    .arg(word.text),
-                error);
+    return failAt(
+        word.column,
+        QStringLiteral("'%1' cannot be expected (request, answer, failure, timeout, push, "
+                       "gate, event, tick, log, idle)")
+            .arg(word.text),
+        error);
 }
 
 bool readExpectWord(const LineWord& word, ScenarioStep* step, LineError* error) {
     if (word.key.isEmpty()) {
-        return fail(word.column, QStringLiteral("'%1' does not belong here").arg(word.text), error);
+        return failAt(word.column, QStringLiteral("'%1' does not belong here").arg(word.text),
+                      error);
     }
     if (isNamed(word, "within")) {
-        return takeNumber(word, 1, kMostMs, &step->limitMs, error);
+        return readNumberOf(word, 1, kMostMs, &step->limitMs, error);
     }
     if (isNamed(word, "count")) {
-        return takeNumber(word, 0, kMostCount, &step->count, error);
+        return readNumberOf(word, 0, kMostCount, &step->count, error);
     }
     if (isNamed(word, "occurrence")) {
-        return takeNumber(word, 1, kMostCount, &step->occurrence, error);
+        return readNumberOf(word, 1, kMostCount, &step->occurrence, error);
     }
     ScenarioCheck check;
     if (!takeCheck(word, &check, error)) {
@@ -365,11 +356,11 @@ bool readExpect(const Words& words, ScenarioStep* step, LineError* error) {
         }
     }
     if (step->record == RecordKind::Log && step->checks.isEmpty()) {
-        return fail(endOf(words), QStringLiteral("log takes level or text to look for"), error);
+        return failAt(endOf(words), QStringLiteral("log takes level or text to look for"), error);
     }
     if ((step->negative || step->occurrence > 0) && step->count >= 0) {
-        return fail(words.first().column,
-                    QStringLiteral("count goes with neither no nor occurrence"), error);
+        return failAt(words.first().column,
+                      QStringLiteral("count goes with neither no nor occurrence"), error);
     }
     return true;
 }
@@ -390,7 +381,7 @@ bool readScenarioStep(const QVector<LineWord>& words, ScenarioStep* step, LineEr
             return reader(words, step, error);
         }
     }
-    return fail(
+    return failAt(
         directive.column,
         QStringLiteral("'%1' is no directive").arg(directive.key + directive.op + directive.text),
         error);

@@ -244,29 +244,12 @@ QString joined(const QJsonValue& array) {
 
 AccountsCommand::AccountsCommand(const FacadeLibrary& library, const FacadeAsk& ask,
                                  const QStringList& known)
-    : m_library(library), m_ask(ask), m_known(known) {}
+    : m_facade(library, ask), m_known(known) {}
 
 AccountsCommand::~AccountsCommand() = default;
 
-QJsonValue AccountsCommand::ask(const QString& function, const QStringList& arguments) {
-    QString error;
-    const FacadeFunction* const found = m_library.choose(function, arguments, &error);
-    if (!found) {
-        if (!m_absent.contains(function)) {
-            m_absent.append(function);
-        }
-        return QJsonValue::Undefined;
-    }
-    QJsonObject answer;
-    if (m_interrupted || !m_ask(*found, arguments, &answer)) {
-        m_interrupted = true;
-        return QJsonValue::Undefined;
-    }
-    return answer.value(QLatin1String("result"));
-}
-
 void AccountsCommand::readSecurityAccounts() {
-    const QJsonValue told = ask(QStringLiteral("GetAllSecurityAccountMap"), {});
+    const QJsonValue told = m_facade.ask(QStringLiteral("GetAllSecurityAccountMap"), {});
     m_securityAccountsTold = told.isObject();
     m_securityAccounts = told.toObject();
 }
@@ -286,15 +269,16 @@ QList<QJsonObject> AccountsCommand::allRecords() {
     QList<QJsonObject> records;
     QSet<QString> listed;
     const QJsonArray normal =
-        ask(QStringLiteral("GetFundAccountList"), tradingListArguments(0, true)).toArray();
+        m_facade.ask(QStringLiteral("GetFundAccountList"), tradingListArguments(0, true)).toArray();
     for (const QJsonValue& one : normal) {
         records.append(one.toObject());
         listed.insert(accountOf(records.last()));
     }
     for (const QString& account : m_known) {
         if (!listed.contains(account)) {
-            QJsonObject record = ask(QStringLiteral("GetAccountInfoByTradingAccount"),
-                                     {account, QStringLiteral("false")})
+            QJsonObject record = m_facade
+                                     .ask(QStringLiteral("GetAccountInfoByTradingAccount"),
+                                          {account, QStringLiteral("false")})
                                      .toObject();
             record.insert(QStringLiteral("asked"), account);
             records.append(record);
@@ -338,11 +322,11 @@ AccountsAnswer AccountsCommand::list(int columns) {
                       textOf(told, "state"), exchangeTexts(exchangesOf(textOf(told, "account")))});
     }
     answer.lines = table.lines(columns);
-    for (const QString& function : qAsConst(m_absent)) {
+    for (const QString& function : m_facade.absent()) {
         answer.lines.append(QStringLiteral("%1 is not exported").arg(function));
     }
     answer.json = rows;
-    answer.interrupted = m_interrupted;
+    answer.interrupted = m_facade.interrupted();
     return answer;
 }
 
@@ -388,7 +372,7 @@ QJsonObject AccountsCommand::judge(const AccountList& list, const QJsonObject& r
     QJsonObject told{{QStringLiteral("list"), list.title},
                      {QStringLiteral("function"), list.function},
                      {QStringLiteral("arguments"), QJsonArray::fromStringList(list.arguments)}};
-    const QJsonValue accounts = ask(list.function, list.arguments);
+    const QJsonValue accounts = m_facade.ask(list.function, list.arguments);
     if (!accounts.isArray()) {
         told.insert(QStringLiteral("in"), QJsonValue::Null);
         told.insert(QStringLiteral("reasons"),
@@ -404,10 +388,11 @@ QJsonObject AccountsCommand::judge(const AccountList& list, const QJsonObject& r
 
 AccountsAnswer AccountsCommand::why(const QString& account, int columns) {
     AccountsAnswer answer;
-    const QJsonObject record =
-        ask(QStringLiteral("GetAccountInfoByTradingAccount"), {account, QStringLiteral("false")})
-            .toObject();
-    if (!m_interrupted && accountOf(record).isEmpty()) {
+    const QJsonObject record = m_facade
+                                   .ask(QStringLiteral("GetAccountInfoByTradingAccount"),
+                                        {account, QStringLiteral("false")})
+                                   .toObject();
+    if (!m_facade.interrupted() && accountOf(record).isEmpty()) {
         const QStringList close = closeNames(account, m_known);
         answer.error = QStringLiteral("no account is called '%1'").arg(account);
         if (!close.isEmpty()) {
@@ -440,6 +425,6 @@ AccountsAnswer AccountsCommand::why(const QString& account, int columns) {
         QString()};
     answer.lines += table.lines(columns);
     answer.json = told;
-    answer.interrupted = m_interrupted;
+    answer.interrupted = m_facade.interrupted();
     return answer;
 }

@@ -4,15 +4,10 @@
 #include <QJsonValue>
 #include <QString>
 #include <QStringList>
-#include <functional>
 
-#include "facade_library.h"
+#include "facade_questions.h"
 
 struct AccountList;
-
-/// Calls one exported function; false when an interrupt came before its answer.
-using FacadeAsk = std::function<bool(const FacadeFunction& function, const QStringList& arguments,
-                                     QJsonObject* answer)>;
 
 /// What a command about accounts has to say.
 struct AccountsAnswer {
@@ -38,7 +33,6 @@ public:
     AccountsAnswer why(const QString& account, int columns);
 
 private:
-    QJsonValue ask(const QString& function, const QStringList& arguments);
     QList<QJsonObject> allRecords();
     void readSecurityAccounts();
     QStringList exchangesOf(const QString& account) const;
@@ -46,11 +40,8 @@ private:
     QJsonObject describe(const QJsonObject& record) const;
     QJsonObject judge(const AccountList& list, const QJsonObject& record);
 
-    const FacadeLibrary& m_library;
-    const FacadeAsk m_ask;
+    FacadeQuestions m_facade;
     const QStringList m_known;
-    QStringList m_absent;  ///< functions that could not be called
-    bool m_interrupted = false;
     bool m_securityAccountsTold = false;
     QJsonObject m_securityAccounts;
 };

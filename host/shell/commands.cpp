@@ -81,6 +81,52 @@ bool installLog(const ShellOptions& options) {
     return true;
 }
 
+/// A client whose main thread an interrupt wakes.
+struct WatchedClient {
+    explicit WatchedClient(const Client::Options& options, const Client::Listener& listener = {})
+        : client(options, listener) {
+        QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
+    }
+
+    /// False when it did not start, with the reason printed.
+    bool start() {
+        QString error;
+        const bool started = client.start(&error);
+        if (!started) {
+            printError(error);
+        }
+        return started;
+    }
+    /// Asks this client, for as long as it lives.
+    FacadeAsk asking() {
+        return [this](const FacadeFunction& function, const QStringList& arguments,
+                      QJsonObject* answer) { return client.call(function, arguments, -1, answer); };
+    }
+
+    Client client;
+    InterruptWatch watch;
+};
+
+/// What is read from a file or through a pipe is not cut.
+int columnsOfOutput() {
+    return StatusLine::isTerminal() ? StatusLine::terminalColumns()
+                                    : std::numeric_limits<int>::max();
+}
+
+/// Prints why there is no answer to show; Well when there is one.
+template <class Answer>
+ExitCode faultOf(const Answer& answer) {
+    if (answer.interrupted) {
+        printError(QStringLiteral("interrupted"));
+        return StartFailed;
+    }
+    if (!answer.error.isEmpty()) {
+        printError(answer.error);
+        return WrongUsage;
+    }
+    return Well;
+}
+
 /// Prints each step with the time that it took.
 class StepPrinter {
 public:
@@ -135,13 +181,15 @@ int runMainJob(const ShellOptions& options) {
     Client::Options withNeighbour = clientOptions(options);
     withNeighbour.libraries.append(kNeighbourLibrary);
     ProgressBar progress;
-    Client client(withNeighbour,
-                  {[&steps](const QString& text) { steps.ended(text); },
-                   [&progress](int done, int total) { progress.show(done, total); }});
-    InterruptWatch watch;
-    QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
+    WatchedClient watched(withNeighbour,
+                          {[&steps](const QString& text) { steps.ended(text); },
+                           [&progress](int done, int total) { progress.show(done, total); }});
+    Client& client = watched.client;
     QString error;
-    if (!client.start(&error) || !client.makePluginObject(kNeighbourObject, &error)) {
+    if (!watched.start()) {
+        return StartFailed;
+    }
+    if (!client.makePluginObject(kNeighbourObject, &error)) {
         printError(error);
         return StartFailed;
     }
@@ -171,12 +219,10 @@ int runCall(const ShellOptions& options) {
     if (!installLog(options)) {
         return StartFailed;
     }
-    Client client(clientOptions(options), Client::Listener());
-    InterruptWatch watch;
-    QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
+    WatchedClient watched(clientOptions(options));
+    Client& client = watched.client;
     QJsonObject answer;
-    if (!client.start(&error)) {
-        printError(error);
+    if (!watched.start()) {
         return StartFailed;
     }
     if (!client.call(*function, options.arguments, -1, &answer)) {
@@ -198,29 +244,18 @@ int runAccounts(const ShellOptions& options) {
     if (!installLog(options)) {
         return StartFailed;
     }
-    Client client(clientOptions(options), Client::Listener());
-    InterruptWatch watch;
-    QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
-    QString error;
-    if (!client.start(&error)) {
-        printError(error);
+    WatchedClient watched(clientOptions(options));
+    if (!watched.start()) {
         return StartFailed;
     }
-    AccountsCommand accounts(
-        client.facade(),
-        [&client](const FacadeFunction& function, const QStringList& arguments,
-                  QJsonObject* answer) { return client.call(function, arguments, -1, answer); },
-        Client::platformAccounts());
-    // What is read from a file or through a pipe is not cut.
-    const int columns =
-        StatusLine::isTerminal() ? StatusLine::terminalColumns() : std::numeric_limits<int>::max();
-    const AccountsAnswer answer =
-        options.account.isEmpty() ? accounts.list(columns) : accounts.why(options.account, columns);
-    if (answer.interrupted || !answer.error.isEmpty()) {
-        printError(answer.interrupted ? QStringLiteral("interrupted") : answer.error);
-        return answer.interrupted ? StartFailed : WrongUsage;
+    AccountsCommand accounts(watched.client.facade(), watched.asking(), Client::platformAccounts());
+    const AccountsAnswer answer = options.account.isEmpty()
+                                      ? accounts.list(columnsOfOutput())
+                                      : accounts.why(options.account, columnsOfOutput());
+    if (const ExitCode fault = faultOf(answer)) {
+        return fault;
     }
-    client.stop();
+    watched.client.stop();
     if (options.asJson) {
         std::fputs(jsonText(answer.json).constData(), stdout);
     } else {
@@ -254,9 +289,8 @@ int runRules(const ShellOptions& options) {
     Client::Options withTicks = clientOptions(options);
     withTicks.tickSymbols.append(options.symbol);
     QVariantMap tick;  // outlives the client, whose end still takes ticks
-    Client client(withTicks, Client::Listener());
-    InterruptWatch watch;
-    QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
+    WatchedClient watched(withTicks);
+    Client& client = watched.client;
     QObject::connect(&CommonQuotaHandler::instance(), &CommonQuotaHandler::sigTickDataUpdate,
                      &client.gate(), [&](const QString& symbol, const QVariantMap& one) {
                          if (symbol == options.symbol) {
@@ -264,23 +298,14 @@ int runRules(const ShellOptions& options) {
                              client.gate().wake();
                          }
                      });
-    QString error;
-    if (!client.start(&error)) {
-        printError(error);
+    if (!watched.start()) {
         return StartFailed;
     }
-    RulesCommand rules(
-        client.facade(),
-        [&client](const FacadeFunction& function, const QStringList& arguments,
-                  QJsonObject* answer) { return client.call(function, arguments, -1, answer); },
-        options.language);
-    const int columns =
-        StatusLine::isTerminal() ? StatusLine::terminalColumns() : std::numeric_limits<int>::max();
+    RulesCommand rules(client.facade(), watched.asking(), options.language);
     const RulesAnswer answer =
-        rules.explain(options.symbol, gatherFacts(options, client, tick), columns);
-    if (answer.interrupted || !answer.error.isEmpty()) {
-        printError(answer.interrupted ? QStringLiteral("interrupted") : answer.error);
-        return answer.interrupted ? StartFailed : WrongUsage;
+        rules.explain(options.symbol, gatherFacts(options, client, tick), columnsOfOutput());
+    if (const ExitCode fault = faultOf(answer)) {
+        return fault;
     }
     client.stop();
     printTo(stdout, answer.lines.join(QLatin1Char('\n')));

@@ -82,44 +82,25 @@ QMap<QString, QString> conditionsOf(const QMap<QString, QString>& rules, const Q
 
 RulesCommand::RulesCommand(const FacadeLibrary& library, const FacadeAsk& ask,
                            TextLanguage language)
-    : m_library(library), m_ask(ask), m_language(language) {}
-
-QJsonObject RulesCommand::call(const QString& function, const QStringList& arguments) {
-    QString error;
-    const FacadeFunction* const found = m_library.choose(function, arguments, &error);
-    if (!found) {
-        if (!m_absent.contains(function)) {
-            m_absent.append(function);
-        }
-        return {};
-    }
-    QJsonObject answer;
-    if (m_interrupted || !m_ask(*found, arguments, &answer)) {
-        m_interrupted = true;
-        return {};
-    }
-    return answer;
-}
-
-QJsonValue RulesCommand::ask(const QString& function, const QStringList& arguments) {
-    return call(function, arguments).value(QLatin1String("result"));
-}
+    : m_facade(library, ask), m_language(language) {}
 
 QString RulesCommand::number(const QString& function, const QStringList& arguments) {
-    return ask(function, arguments).toVariant().toString();
+    return m_facade.ask(function, arguments).toVariant().toString();
 }
 
 RulesCommand::Subject RulesCommand::subjectOf(const QString& symbol) {
     const QStringList one{symbol};
     Subject security;
     security.symbol = symbol;
-    security.record = ask(QStringLiteral("GetSecurityDetailsBySymbol"), one).toObject();
-    security.type = ask(QStringLiteral("GetSecurityTypeBySymbol"), one).toString();
-    security.subType = ask(QStringLiteral("GetSecuritySubTypeBySymbol"), one).toString();
-    security.exchange = ask(QStringLiteral("GetASecurityExchangeBySymbol"), one).toString();
+    security.record = m_facade.ask(QStringLiteral("GetSecurityDetailsBySymbol"), one).toObject();
+    security.type = m_facade.ask(QStringLiteral("GetSecurityTypeBySymbol"), one).toString();
+    security.subType = m_facade.ask(QStringLiteral("GetSecuritySubTypeBySymbol"), one).toString();
+    security.exchange =
+        m_facade.ask(QStringLiteral("GetASecurityExchangeBySymbol"), one).toString();
     if (security.exchange.isEmpty()) {
         // Only Shanghai and Shenzhen are an "A" exchange; the cage goes on to this one too.
-        security.exchange = ask(QStringLiteral("GetFirstSecurityExchangeBySymbol"), one).toString();
+        security.exchange =
+            m_facade.ask(QStringLiteral("GetFirstSecurityExchangeBySymbol"), one).toString();
     }
     return security;
 }
@@ -247,7 +228,7 @@ QVariantMap RulesCommand::tickOf(const Subject& security, const RulesFacts& fact
 
 /// Cage and entry of the index that the symbol falls under, wildcards taken level by level.
 QString RulesCommand::classOf(const Subject& security) {
-    QJsonValue entry = ask(QStringLiteral("GetCageIndexMap"), {});
+    QJsonValue entry = m_facade.ask(QStringLiteral("GetCageIndexMap"), {});
     QStringList keys;
     for (const QString& key : {security.exchange, security.type, security.subType}) {
         const QJsonObject level = entry.toObject();
@@ -298,11 +279,12 @@ void RulesCommand::addLimit(const QVariantMap& tick, bool isSell, TextTable& tab
     bare.remove(TickField::maxPrice);
     bare.remove(TickField::minPrice);
     bare.insert(TickField::phase, TickPhase::continuous);
-    const QString limit =
-        priceText(ask(QStringLiteral("CheckCagePrice"),
-                      {isSell ? QStringLiteral("0") : QString::number(kHighPrice, 'f', 0),
-                       jsonOf(bare), isSell ? QStringLiteral("true") : QStringLiteral("false")})
-                      .toDouble());
+    const QString limit = priceText(
+        m_facade
+            .ask(QStringLiteral("CheckCagePrice"),
+                 {isSell ? QStringLiteral("0") : QString::number(kHighPrice, 'f', 0), jsonOf(bare),
+                  isSell ? QStringLiteral("true") : QStringLiteral("false")})
+            .toDouble());
     QString field;
     const QString base = priceText(basePrice(tick, isSell, &field));
     table.addRow(
@@ -312,7 +294,7 @@ void RulesCommand::addLimit(const QVariantMap& tick, bool isSell, TextTable& tab
 
 void RulesCommand::addCage(const Subject& security, const QVariantMap& tick, TextTable& table) {
     const QJsonObject cage =
-        ask(QStringLiteral("GetCageMapBySymbol"), {security.symbol}).toObject();
+        m_facade.ask(QStringLiteral("GetCageMapBySymbol"), {security.symbol}).toObject();
     if (cage.isEmpty()) {
         table.addRow({say(RulesTexts::kCage), QString(), say(RulesTexts::kNoCage)});
     } else {
@@ -322,14 +304,14 @@ void RulesCommand::addCage(const Subject& security, const QVariantMap& tick, Tex
         addLimit(tick, false, table);
         addLimit(tick, true, table);
     }
-    const QJsonObject tables = call(QStringLiteral("IsGetUserCageInfo"), {});
+    const QJsonObject tables = m_facade.call(QStringLiteral("IsGetUserCageInfo"), {});
     const QString notice = filledText(tables).simplified();
     table.addRow({say(RulesTexts::kTables), QString(),
                   notice.isEmpty() ? say(RulesTexts::kTablesUser) : notice});
-    const QJsonObject switches = ask(QStringLiteral("GetCageApplyMap"), {}).toObject();
+    const QJsonObject switches = m_facade.ask(QStringLiteral("GetCageApplyMap"), {}).toObject();
     QStringList on;
     for (auto it = switches.begin(); it != switches.end(); ++it) {
-        if (ask(QStringLiteral("IsCageApply"), {it.key()}).toBool()) {
+        if (m_facade.ask(QStringLiteral("IsCageApply"), {it.key()}).toBool()) {
             on.append(it.key());
         }
     }
@@ -348,7 +330,7 @@ void RulesCommand::addDayLimits(const QVariantMap& tick, TextTable& table) const
 RulesAnswer RulesCommand::explain(const QString& symbol, const RulesFacts& facts, int columns) {
     RulesAnswer answer;
     const Subject security = subjectOf(symbol);
-    if (!m_interrupted && security.record.isEmpty()) {
+    if (!m_facade.interrupted() && security.record.isEmpty()) {
         answer.error = say(RulesTexts::kUnknown).arg(symbol);
         return answer;
     }
@@ -357,7 +339,8 @@ RulesAnswer RulesCommand::explain(const QString& symbol, const RulesFacts& facts
     TextTable table({say(RulesTexts::kItem), say(RulesTexts::kValue), say(RulesTexts::kSource)});
     addQuantities(security, facts, table);
     addPrices(security, tick, table);
-    const QJsonObject cageState = call(QStringLiteral("IsUserCageInfoInited"), {QString()});
+    const QJsonObject cageState =
+        m_facade.call(QStringLiteral("IsUserCageInfoInited"), {QString()});
     const bool cageStands = cageState.value(QLatin1String("result")).toBool();
     if (cageStands) {
         addCage(security, tick, table);
@@ -378,9 +361,9 @@ RulesAnswer RulesCommand::explain(const QString& symbol, const RulesFacts& facts
     }
     answer.lines.append(filledText(cageState).isEmpty() ? QString() : filledText(cageState));
     answer.lines += table.lines(columns);
-    for (const QString& function : qAsConst(m_absent)) {
+    for (const QString& function : m_facade.absent()) {
         answer.lines.append(say(RulesTexts::kAbsent).arg(function));
     }
-    answer.interrupted = m_interrupted;
+    answer.interrupted = m_facade.interrupted();
     return answer;
 }

@@ -6,8 +6,7 @@
 #include <QStringList>
 #include <QVariantMap>
 
-#include "accounts_command.h"
-#include "facade_library.h"
+#include "facade_questions.h"
 #include "rules_texts.h"
 
 class TextTable;
@@ -44,8 +43,6 @@ public:
 private:
     struct Subject;
 
-    QJsonObject call(const QString& function, const QStringList& arguments);
-    QJsonValue ask(const QString& function, const QStringList& arguments);
     QString number(const QString& function, const QStringList& arguments);
     QString say(const RulesText& text) const { return text.in(m_language); }
 
@@ -63,9 +60,6 @@ private:
     QString ruleSource(const Subject& security, const QMap<QString, QString>& rules,
                        const QString& section, QString* expected) const;
 
-    const FacadeLibrary& m_library;
-    const FacadeAsk m_ask;
+    FacadeQuestions m_facade;
     const TextLanguage m_language;
-    QStringList m_absent;  ///< functions that could not be called
-    bool m_interrupted = false;
 };

@@ -165,6 +165,15 @@ CREATE TABLE trade_calendar(
     trade_date INTEGER NOT NULL,
     half_day INTEGER NOT NULL,
     PRIMARY KEY(trade_day_type, trade_date)) WITHOUT ROWID;
+
+-- The price bands of Hong Kong by type of security (2 shares, 8 funds): the upper end, which belongs
+-- to the band, and the minimum spread, both in dollars.
+CREATE TABLE hong_kong_spread(
+    security_type TEXT NOT NULL,
+    up_to REAL NOT NULL,
+    spread REAL NOT NULL,
+    PRIMARY KEY(security_type, up_to)) WITHOUT ROWID;
+
 -- The authority types that there are, and the kind of account that each applies to.
 CREATE TABLE authority_type(
     auth_type TEXT PRIMARY KEY,

@@ -43,14 +43,6 @@ QList<TestAccount> tree() {
             account("south", "P2", "S2", "c2", "F3", "R3").withSecurityAccount("S", "s5")};
 }
 
-QStringList namesOf(const QList<tagUserAccountInfo>& records) {
-    QStringList names;
-    for (const tagUserAccountInfo& record : records) {
-        names.append(record.tradingAccount);
-    }
-    return names;
-}
-
 using List = QStringList;
 
 }  // namespace

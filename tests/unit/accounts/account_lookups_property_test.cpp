@@ -98,14 +98,6 @@ QStringList expectedList(const std::vector<Account>& accounts, const QStringList
     return QStringList(names.begin(), names.end());
 }
 
-QStringList namesOf(const QList<tagUserAccountInfo>& records) {
-    QStringList names;
-    for (const tagUserAccountInfo& record : records) {
-        names.append(record.tradingAccount);
-    }
-    return names;
-}
-
 }  // namespace
 
 class AccountLookupsPropertyTest : public QObject {

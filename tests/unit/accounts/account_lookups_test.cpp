@@ -42,14 +42,6 @@ void setOrder(AccountState& state, const QStringList& order) {
     list->setList(order);
 }
 
-QStringList namesOf(const QList<tagUserAccountInfo>& records) {
-    QStringList names;
-    for (const tagUserAccountInfo& record : records) {
-        names.append(record.tradingAccount);
-    }
-    return names;
-}
-
 }  // namespace
 
 using Ask = std::function<int(const AccountLookups&)>;

@@ -5,6 +5,15 @@
 #include "security_account_sink.h"
 #include "security_accounts.h"
 
+/// The accounts of some records, in their order.
+inline QStringList namesOf(const QList<tagUserAccountInfo>& records) {
+    QStringList names;
+    for (const tagUserAccountInfo& record : records) {
+        names.append(record.tradingAccount);
+    }
+    return names;
+}
+
 struct LookupsOverParts : private SecurityAccountSink {
     explicit LookupsOverParts(AccountState& state) : securityAccounts(state, *this) {}
     SecurityAccounts securityAccounts;

@@ -1,6 +1,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "market_rules.h"
 #include "market_store.h"
 #include "profile_request.h"
 #include "sample_market.h"
@@ -89,29 +90,21 @@ private slots:
         QCOMPARE(exchanges, (QStringList{Exchange::hhk, Exchange::szhk}));
     }
 
-    void hongKongPriceUnits_sharesAndFunds_riseBandByBand_data() {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<int>("bands");
-        QTest::addColumn<double>("spreadAt20");
-        QTest::newRow("shares") << 2 << 12 << 0.01;
-        QTest::newRow("funds") << 8 << 10 << 0.01;
-    }
-    void hongKongPriceUnits_sharesAndFunds_riseBandByBand() {
-        QFETCH(int, type);
-        QFETCH(int, bands);
-        QFETCH(double, spreadAt20);
-        QVERIFY(
-            succeeds(Velmar_MsgType::HKPriceUnitRequest, {{HKSExchgRate::HKPriceUnitType, type}}));
-        QCOMPARE(rows().size(), bands);
-        double bound = 0;
-        double spread = 0;
-        for (const QVariantMap& row : rows()) {
-            QVERIFY(row.value(HKSExchgRate::HKLevelUpPrice).toDouble() > bound);
-            QVERIFY(row.value(HKSExchgRate::HKLevelPrice).toDouble() >= spread);
-            bound = row.value(HKSExchgRate::HKLevelUpPrice).toDouble();
-            spread = row.value(HKSExchgRate::HKLevelPrice).toDouble();
-            if (qFuzzyCompare(bound, 20.0)) {
-                QCOMPARE(spread, spreadAt20);
+    void hongKongPriceUnits_sharesAndFunds_areTheBandsOfTheRules() {
+        MarketRules rules;
+        QString error;
+        QVERIFY2(rules.load(&error), qPrintable(error));
+        const QMap<int, PriceLadder> ladders{{2, rules.hongKongShares}, {8, rules.hongKongFunds}};
+        for (auto it = ladders.cbegin(); it != ladders.cend(); ++it) {
+            QVERIFY(succeeds(Velmar_MsgType::HKPriceUnitRequest,
+                             {{HKSExchgRate::HKPriceUnitType, it.key()}}));
+            QCOMPARE(rows().size(), it->bands().size());
+            for (int i = 0; i < rows().size(); ++i) {
+                const PriceLadder::Band& band = it->bands().at(i);
+                QCOMPARE(rows().at(i).value(HKSExchgRate::HKLevelUpPrice).toDouble() * 1000,
+                         double(band.upTo));
+                QCOMPARE(rows().at(i).value(HKSExchgRate::HKLevelPrice).toDouble(),
+                         band.spread.toDouble());
             }
         }
     }

@@ -117,7 +117,7 @@ void MarketRulesTest::limitPercent_ofEachBoard_data() {
     QTest::newRow("Hong Kong") << Exchange::hhk << MdcSubSecurityType::HKSharesTypeList.first()
                                << QString() << 0;
     QTest::newRow("index future") << Exchange::cffex << "05100" << QString() << 10;
-    QTest::newRow("copper") << Exchange::shf << "05100" << QString() << 3;
+    QTest::newRow("copper") << Exchange::shf << "05100" << QString() << 9;
 }
 
 void MarketRulesTest::limitPercent_ofEachBoard() {
@@ -178,7 +178,8 @@ void MarketRulesTest::quantityRules_ofEachBoard_data() {
                                   << QString() << 0;
     QTest::newRow("repos") << MdcSubSecurityType::BondRepurchaseTypeList.first() << 10 << 10
                            << 1000000 << QString() << 0;
-    QTest::newRow("bonds") << MdcSecurityType::BondType << 10 << 10 << 1000000 << QString() << 0;
+    QTest::newRow("bonds") << MdcSecurityType::BondType << 1000 << 1000 << 100000000 << QString()
+                           << 0;
     QTest::newRow("options") << MdcSecurityType::OptionType << 1 << 1 << 50 << market << 10;
     QTest::newRow("futures") << MdcSecurityType::FuturesType << 1 << 1 << 500
                              << "securityExchange:7" << 20;

@@ -4,6 +4,7 @@
 #include <QtTest>
 #include <algorithm>
 
+#include "value_lists.h"
 #include "vocabulary/constants.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/names.h"
@@ -284,39 +285,6 @@ const QStringList kSectionNames = {DictionaryKey::BusiMsgMenuRela,
                                    QStringLiteral("BusiMsgCenter"),
                                    QStringLiteral("NetGateName"),
                                    QStringLiteral("ProductReports")};
-
-QStringList repeated(QStringList values) {
-    std::sort(values.begin(), values.end());
-    QStringList result;
-    for (int i = 1; i < values.size(); ++i) {
-        if (values.at(i) == values.at(i - 1)) {
-            result.append(values.at(i));
-        }
-    }
-    return result;
-}
-
-QStringList common(const QStringList& left, const QStringList& right) {
-    QStringList result;
-    for (const QString& value : left) {
-        if (right.contains(value)) {
-            result.append(value);
-        }
-    }
-    return result;
-}
-
-QStringList holdingAnyOf(const QStringList& values, const QString& characters) {
-    QStringList result;
-    for (const QString& value : values) {
-        const bool holds = std::any_of(characters.cbegin(), characters.cend(),
-                                       [&value](QChar one) { return value.contains(one); });
-        if (holds) {
-            result.append(value);
-        }
-    }
-    return result;
-}
 
 QStringList sorted(QStringList values) {
     std::sort(values.begin(), values.end());

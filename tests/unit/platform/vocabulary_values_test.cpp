@@ -1,8 +1,8 @@
 #include <QDateTime>
 #include <QStringList>
 #include <QtTest>
-#include <algorithm>
 
+#include "value_lists.h"
 #include "vocabulary/constants.h"
 #include "vocabulary/names.h"
 #include "vocabulary/net_state.h"
@@ -155,39 +155,6 @@ const ValueGroup kValueGroups[] = {
      {OwnKeys::ignoreDate, OwnKeys::symbol, OwnKeys::boxInput, OwnKeys::riskInfoItem,
       OwnKeys::dumpFileName, OwnKeys::dumpCreateTime, OwnKeys::ruleBase}},
     {"RequestExeStatus", {RequestExeStatus::success, RequestExeStatus::timeout}}};
-
-QStringList repeated(QStringList values) {
-    std::sort(values.begin(), values.end());
-    QStringList result;
-    for (int i = 1; i < values.size(); ++i) {
-        if (values.at(i) == values.at(i - 1)) {
-            result.append(values.at(i));
-        }
-    }
-    return result;
-}
-
-QStringList common(const QStringList& left, const QStringList& right) {
-    QStringList result;
-    for (const QString& value : left) {
-        if (right.contains(value)) {
-            result.append(value);
-        }
-    }
-    return result;
-}
-
-QStringList holdingAnyOf(const QStringList& values, const QString& characters) {
-    QStringList result;
-    for (const QString& value : values) {
-        const bool holds = std::any_of(characters.cbegin(), characters.cend(),
-                                       [&value](QChar one) { return value.contains(one); });
-        if (holds) {
-            result.append(value);
-        }
-    }
-    return result;
-}
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "child_process.h"
+#include "facade_recorder.h"
 #include "text_table.h"
 #include "vocabulary/values.h"
 
@@ -29,28 +30,16 @@ QJsonObject with(QJsonObject one, const QString& field, const QJsonValue& value)
     return one;
 }
 
-/// What the exported functions answer, by name; those without an answer of their own answer with an
-/// empty list.
-struct Answers {
-    QMap<QString, QJsonValue> results;
-    QMap<QString, QJsonObject> records;
-    QStringList asked;
-    int interruptAfter = -1;
+/// Functions without a result of their own answer with an empty list.
+class Answers final : public FacadeRecorder {
+public:
+    QMap<QString, QJsonObject> records;  ///< by account
 
-    FacadeAsk function() {
-        return [this](const FacadeFunction& function, const QStringList& arguments,
-                      QJsonObject* answer) {
-            if (asked.size() == interruptAfter) {
-                return false;
-            }
-            const QString name = QString::fromLatin1(function.name);
-            asked.append(name);
-            const QJsonValue result = name == "GetAccountInfoByTradingAccount"
-                                          ? QJsonValue(records.value(arguments.first()))
-                                          : results.value(name, QJsonArray());
-            answer->insert("result", result);
-            return true;
-        };
+protected:
+    void reply(const QString& name, const QStringList& arguments, QJsonObject* answer) override {
+        const bool isRecord = name == "GetAccountInfoByTradingAccount";
+        answer->insert("result", isRecord ? QJsonValue(records.value(arguments.first()))
+                                          : results.value(name, QJsonArray()));
     }
 };
 
@@ -78,10 +67,7 @@ class AccountsCommandTest : public QObject {
 private slots:
     void initTestCase() {
         QString error;
-        QVERIFY2(m_library.load(
-                     QStringLiteral(VELMAR_BINARY_DIR "/plugins/libVelmarBusinessDataManager.so"),
-                     &error),
-                 qPrintable(error));
+        QVERIFY2(m_library.load(facadeLibraryFile(), &error), qPrintable(error));
     }
 
     void list_listedFirstThenTheOthers_standAligned() {

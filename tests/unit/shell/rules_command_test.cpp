@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "child_process.h"
+#include "facade_recorder.h"
 #include "vocabulary/values.h"
 
 namespace {
@@ -15,53 +16,31 @@ constexpr int kWide = std::numeric_limits<int>::max();
 inline const QString kProgram = QStringLiteral(VELMAR_BINARY_DIR "/bin/velmar-client");
 inline const QString kSymbol = QStringLiteral("688001.SH");
 
-/// What the exported functions answer, by name.
-struct Answers {
-    QMap<QString, QJsonValue> results{
-        {"GetSecurityDetailsBySymbol", QJsonObject{{"symbol", kSymbol},
-                                                   {"chineseName", "某科技"},
-                                                   {"PreClosePx", 10.0},
-                                                   {"MaxPx", 12.0},
-                                                   {"MinPx", 8.0}}},
-        {"GetSecurityTypeBySymbol", "2"},
-        {"GetSecuritySubTypeBySymbol", "02200"},
-        {"GetASecurityExchangeBySymbol", "1"},
-        {"GetQtyStepBySymbol", 100},
-        {"GetMinQtyPerOrderBySymbol", 100},
-        {"GetMaxQtyPerOrderBySymbol", 1000000},
-        {"GetMinSoldQtyBySymbol", 200},
-        {"GetPriceUnitStringBySymbol", "0.01"},
-        {"GetPricePrecisionBySymbol", 2},
-        {"GetDispFactorBySymbol", 100},
-        {"IsUserCageInfoInited", true}};
+/// The answers about one symbol, and what was asked of its cage.
+class Answers final : public FacadeRecorder {
+public:
+    Answers() {
+        results = {{"GetSecurityDetailsBySymbol", QJsonObject{{"symbol", kSymbol},
+                                                              {"chineseName", "某科技"},
+                                                              {"PreClosePx", 10.0},
+                                                              {"MaxPx", 12.0},
+                                                              {"MinPx", 8.0}}},
+                   {"GetSecurityTypeBySymbol", "2"},
+                   {"GetSecuritySubTypeBySymbol", "02200"},
+                   {"GetASecurityExchangeBySymbol", "1"},
+                   {"GetQtyStepBySymbol", 100},
+                   {"GetMinQtyPerOrderBySymbol", 100},
+                   {"GetMaxQtyPerOrderBySymbol", 1000000},
+                   {"GetMinSoldQtyBySymbol", 200},
+                   {"GetPriceUnitStringBySymbol", "0.01"},
+                   {"GetPricePrecisionBySymbol", 2},
+                   {"GetDispFactorBySymbol", 100},
+                   {"IsUserCageInfoInited", true}};
+    }
+
     QString notice;
     QMap<QString, int> largestWhen;  ///< by the order as JSON
     QList<QStringList> cageAsked;
-    QStringList asked;
-    int interruptAfter = -1;
-
-    FacadeAsk function() {
-        return [this](const FacadeFunction& function, const QStringList& arguments,
-                      QJsonObject* answer) {
-            if (asked.size() == interruptAfter) {
-                return false;
-            }
-            const QString name = QString::fromLatin1(function.name);
-            asked.append(name);
-            answer->insert("result", results.value(name));
-            if (name == "IsGetUserCageInfo") {
-                answer->insert("out", QJsonArray{QJsonObject{{"parameter", 1}, {"value", notice}}});
-            }
-            if (name == "GetMaxQtyPerOrderBySymbol" && largestWhen.contains(arguments.last())) {
-                answer->insert("result", largestWhen.value(arguments.last()));
-            }
-            if (name == "CheckCagePrice") {
-                cageAsked.append(arguments);
-                answer->insert("result", arguments.last() == "true" ? 9.8 : 10.2);
-            }
-            return true;
-        };
-    }
 
     void setCage(const QJsonObject& figures) {
         QJsonObject cage = figures;
@@ -74,6 +53,21 @@ struct Answers {
         results.insert("GetCageMapBySymbol", cage);
         results.insert("GetCageIndexMap",
                        QJsonObject{{"1", QJsonObject{{"2", QJsonObject{{"*", "7"}}}}}});
+    }
+
+protected:
+    void reply(const QString& name, const QStringList& arguments, QJsonObject* answer) override {
+        FacadeRecorder::reply(name, arguments, answer);
+        if (name == "IsGetUserCageInfo") {
+            answer->insert("out", QJsonArray{QJsonObject{{"parameter", 1}, {"value", notice}}});
+        }
+        if (name == "GetMaxQtyPerOrderBySymbol" && largestWhen.contains(arguments.last())) {
+            answer->insert("result", largestWhen.value(arguments.last()));
+        }
+        if (name == "CheckCagePrice") {
+            cageAsked.append(arguments);
+            answer->insert("result", arguments.last() == "true" ? 9.8 : 10.2);
+        }
     }
 };
 
@@ -95,10 +89,7 @@ class RulesCommandTest : public QObject {
 private slots:
     void initTestCase() {
         QString error;
-        QVERIFY2(m_library.load(
-                     QStringLiteral(VELMAR_BINARY_DIR "/plugins/libVelmarBusinessDataManager.so"),
-                     &error),
-                 qPrintable(error));
+        QVERIFY2(m_library.load(facadeLibraryFile(), &error), qPrintable(error));
     }
 
     void languageOf_locale_isChineseForZh() {
