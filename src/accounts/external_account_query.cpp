@@ -169,7 +169,8 @@ void ExternalAccountQuery::takeRow(const QVariantMap& row,
         qCWarning(lcAccounts) << kTag << "row without a trading account dropped";
         return;
     }
-    if (!accounts.contains(account)) {
+    auto found = accounts.find(account);
+    if (found == accounts.end()) {
         qCWarning(lcAccounts) << kTag << "row of an account that was not asked about:" << account;
     }
     if (pass.seen.contains(account)) {
@@ -177,7 +178,10 @@ void ExternalAccountQuery::takeRow(const QVariantMap& row,
         return;
     }
     pass.seen.insert(account);
-    tagUserAccountInfo& record = accounts[account];
+    if (found == accounts.end()) {
+        found = accounts.insert(account, tagUserAccountInfo());
+    }
+    tagUserAccountInfo& record = *found;
     for (const TextField& field : textFields()) {
         record.*field.member = row.value(field.key).toString();
     }
@@ -195,10 +199,12 @@ void ExternalAccountQuery::publish(const QString& tradingAccount, tagUserAccount
     // record when this lock is given back.
     record.abbrName = m_abbrNames.abbrName(tradingAccount);
     record.accountName = record.abbrName.isEmpty() ? record.counterAccountName : record.abbrName;
-    if (tables->m_accountInfoMap.contains(tradingAccount)) {
+    QMap<QString, tagUserAccountInfo>& published = tables->m_accountInfoMap;
+    const auto place = published.lowerBound(tradingAccount);
+    if (place != published.end() && place.key() == tradingAccount) {
         return;
     }
-    tables->m_accountInfoMap.insert(tradingAccount, record);
+    published.insert(place, tradingAccount, record);
     const bool frozen = record.accountStatus == AccountStatus::freezing;
     if (!frozen) {
         insertIntoIndexes(*tables, tradingAccount, record);

@@ -140,7 +140,8 @@ void FundAccountTable::runPass(ZnPresenterClass* prtClass) {
     const QStringList platformAccounts = platformAccountList();
     QMap<QString, tagUserAccountInfo> records;
     for (const QString& account : platformAccounts) {
-        records.insert(account, recordOf(account));
+        // The platform's list is mostly in order.
+        records.insert(records.cend(), account, recordOf(account));
     }
     qCDebug(lcAccounts) << "开始查询外部绑定表信息";
     m_externalQuery.batchQueryExtAccountInfo(prtClass, records);

@@ -100,8 +100,11 @@ void SecurityAccounts::initMainSecurityAccount() {
         CBusinessDataBase::GetInstance()->GetTradeAccountList({AuthorityType::AccountTrade});
     for (const QString& account : accounts) {
         const QList<SecurityRow> rows = rowsOf(account);
+        if (rows.isEmpty()) {
+            continue;
+        }
+        Chosen& mainOfAccount = main->m_mainSecurityMap[account];
         for (const SecurityRow& row : rows) {
-            Chosen& mainOfAccount = main->m_mainSecurityMap[account];
             if (row.isMain || !mainOfAccount.contains(row.exchange)) {
                 mainOfAccount.insert(row.exchange, row.securityAccount);
             }
