@@ -119,19 +119,20 @@ private slots:
         auto use = std::make_unique<PresenterUse>();
         QPointer<VelmarBusinessDataManagerPresenterClass> presenter = use->presenter();
         QVERIFY(presenter);
-        std::atomic<bool> gone{false};
+        std::atomic<bool> over{false};
+        bool waited = false;
         std::thread ending([&] {
             LocalPlatform::instance().close();
-            gone = true;
+            waited = over;
         });
         const bool closing = waitFor([&] { return use->presenter()->isClosing(); });
-        const bool early = waitFor([&gone] { return gone.load(); }, 50);
         const bool alive = use->presenter()->getRequestTimeOut() > 0;
         const bool found = PresenterUse().presenter() != nullptr;
+        over = true;
         use.reset();
         ending.join();
         QVERIFY(closing);
-        QVERIFY(!early);
+        QVERIFY(waited);
         QVERIFY(alive);
         QVERIFY(!found);
         QVERIFY(!presenter);
