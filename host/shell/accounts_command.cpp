@@ -105,6 +105,16 @@ QString accountOf(const QJsonObject& record) {
     return textOf(record, "tradingAccount");
 }
 
+/// The platform lists the account, but the counter sent no row of it.
+bool isNotLoaded(const QJsonObject& record) {
+    return accountOf(record).isEmpty();
+}
+
+/// The account that a record is of; one that is not loaded has but the name that was asked for.
+QString nameOf(const QJsonObject& record) {
+    return isNotLoaded(record) ? textOf(record, "asked") : accountOf(record);
+}
+
 QString kindText(const QJsonObject& record) {
     QString type = textOf(record, "fundAccountType");
     for (const FundKind& kind : fundKinds()) {
@@ -133,8 +143,15 @@ bool isDistributed(const QJsonObject& record) {
     return numberOf(record, "counterSiteType") != 0;
 }
 
+QString counterText(const QJsonObject& record) {
+    if (isNotLoaded(record)) {
+        return QString();
+    }
+    return isDistributed(record) ? QStringLiteral("distributed") : QStringLiteral("central");
+}
+
 QString stateText(const QJsonObject& record) {
-    if (accountOf(record).isEmpty()) {
+    if (isNotLoaded(record)) {
         return QStringLiteral("not loaded");
     }
     return isFrozen(record) ? QStringLiteral("frozen") : QStringLiteral("normal");
@@ -265,6 +282,15 @@ QStringList AccountsCommand::exchangesOf(const QString& account) const {
     return exchanges;
 }
 
+QJsonObject AccountsCommand::recordOf(const QString& account) {
+    QJsonObject record = m_facade
+                             .ask(QStringLiteral("GetAccountInfoByTradingAccount"),
+                                  {account, QStringLiteral("false")})
+                             .toObject();
+    record.insert(QStringLiteral("asked"), account);
+    return record;
+}
+
 QList<QJsonObject> AccountsCommand::allRecords() {
     QList<QJsonObject> records;
     QSet<QString> listed;
@@ -276,31 +302,23 @@ QList<QJsonObject> AccountsCommand::allRecords() {
     }
     for (const QString& account : m_known) {
         if (!listed.contains(account)) {
-            QJsonObject record = m_facade
-                                     .ask(QStringLiteral("GetAccountInfoByTradingAccount"),
-                                          {account, QStringLiteral("false")})
-                                     .toObject();
-            record.insert(QStringLiteral("asked"), account);
-            records.append(record);
+            records.append(recordOf(account));
         }
     }
     return records;
 }
 
 QJsonObject AccountsCommand::describe(const QJsonObject& record) const {
-    const QString account =
-        accountOf(record).isEmpty() ? textOf(record, "asked") : accountOf(record);
+    const QString account = nameOf(record);
     const int flags = numberOf(record, "authorityFlags");
-    QJsonObject told{
-        {QStringLiteral("account"), account},
-        {QStringLiteral("name"), textOf(record, "accountName")},
-        {QStringLiteral("product"), textOf(record, "productName")},
-        {QStringLiteral("fundAccount"), textOf(record, "fundAccount")},
-        {QStringLiteral("kind"), kindText(record)},
-        {QStringLiteral("counter"),
-         isDistributed(record) ? QStringLiteral("distributed") : QStringLiteral("central")},
-        {QStringLiteral("authorities"), authorityWords(flags)},
-        {QStringLiteral("state"), stateText(record)}};
+    QJsonObject told{{QStringLiteral("account"), account},
+                     {QStringLiteral("name"), textOf(record, "accountName")},
+                     {QStringLiteral("product"), textOf(record, "productName")},
+                     {QStringLiteral("fundAccount"), textOf(record, "fundAccount")},
+                     {QStringLiteral("kind"), kindText(record)},
+                     {QStringLiteral("counter"), counterText(record)},
+                     {QStringLiteral("authorities"), authorityWords(flags)},
+                     {QStringLiteral("state"), stateText(record)}};
     if (m_securityAccountsTold) {
         told.insert(QStringLiteral("exchanges"), QJsonArray::fromStringList(exchangesOf(account)));
     }
@@ -332,6 +350,10 @@ AccountsAnswer AccountsCommand::list(int columns) {
 
 QStringList AccountsCommand::reasons(const AccountList& list, const QJsonObject& record) const {
     using Counter = AccountList::Counter;
+    if (isNotLoaded(record)) {
+        // What the record says is nothing that anybody told.
+        return {QStringLiteral("the counter sent no row for it")};
+    }
     if (isFrozen(record)) {
         return {QStringLiteral("it is frozen")};
     }
@@ -379,7 +401,7 @@ QJsonObject AccountsCommand::judge(const AccountList& list, const QJsonObject& r
                     QJsonArray{QStringLiteral("%1 is not exported").arg(list.function)});
         return told;
     }
-    const bool isIn = holds(accounts.toArray(), accountOf(record));
+    const bool isIn = holds(accounts.toArray(), nameOf(record));
     told.insert(QStringLiteral("in"), isIn);
     told.insert(QStringLiteral("reasons"),
                 isIn ? QJsonArray() : QJsonArray::fromStringList(reasons(list, record)));
@@ -388,11 +410,8 @@ QJsonObject AccountsCommand::judge(const AccountList& list, const QJsonObject& r
 
 AccountsAnswer AccountsCommand::why(const QString& account, int columns) {
     AccountsAnswer answer;
-    const QJsonObject record = m_facade
-                                   .ask(QStringLiteral("GetAccountInfoByTradingAccount"),
-                                        {account, QStringLiteral("false")})
-                                   .toObject();
-    if (!m_facade.interrupted() && accountOf(record).isEmpty()) {
+    const QJsonObject record = recordOf(account);
+    if (!m_facade.interrupted() && isNotLoaded(record) && !m_known.contains(account)) {
         const QStringList close = closeNames(account, m_known);
         answer.error = QStringLiteral("no account is called '%1'").arg(account);
         if (!close.isEmpty()) {
@@ -416,10 +435,12 @@ AccountsAnswer AccountsCommand::why(const QString& account, int columns) {
     told.insert(QStringLiteral("lists"), lists);
     const QString exchanges = exchangeTexts(exchangesOf(account));
     answer.lines = QStringList{
-        QStringLiteral("%1  %2").arg(account, textOf(told, "name")),
-        QStringLiteral("%1, %2 counter, may %3, %4")
-            .arg(textOf(told, "kind"), textOf(told, "counter"),
-                 authorityLetters(numberOf(record, "authorityFlags")), textOf(told, "state")),
+        QStringLiteral("%1  %2").arg(account, textOf(told, "name")).trimmed(),
+        isNotLoaded(record)
+            ? stateText(record)
+            : QStringLiteral("%1, %2 counter, may %3, %4")
+                  .arg(textOf(told, "kind"), textOf(told, "counter"),
+                       authorityLetters(numberOf(record, "authorityFlags")), stateText(record)),
         QStringLiteral("security accounts at: %1")
             .arg(exchanges.isEmpty() ? QStringLiteral("none told of") : exchanges),
         QString()};

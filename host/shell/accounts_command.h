@@ -29,10 +29,12 @@ public:
     /// One row per account: those of the exported lists in their order, then the others. What is
     /// wider than `columns` is cut.
     AccountsAnswer list(int columns);
-    /// Which lists an account is in, and for the others why it is not.
+    /// Which lists an account is in, and for the others why it is not; an error for one that
+    /// neither the functions nor the platform know.
     AccountsAnswer why(const QString& account, int columns);
 
 private:
+    QJsonObject recordOf(const QString& account);
     QList<QJsonObject> allRecords();
     void readSecurityAccounts();
     QStringList exchangesOf(const QString& account) const;

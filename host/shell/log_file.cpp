@@ -88,10 +88,17 @@ void rotateLocked(State& log) {
     openLocked(log, &ignored);
 }
 
+/// A text's further lines stand indented, so that none of them passes for a line of the log.
+QByteArray indented(const QString& message) {
+    QByteArray text = message.toUtf8();
+    text.replace("\r\n", "\n").replace('\r', '\n').replace("\n", "\n    ");
+    return text;
+}
+
 void handle(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     const QByteArray line = timeText() + ' ' + levelName(type) + ' ' +
                             (context.category ? context.category : "default") + ' ' +
-                            placeText(context) + "  " + message.toUtf8() + '\n';
+                            placeText(context) + "  " + indented(message) + '\n';
     State& log = state();
     const std::lock_guard<std::mutex> guard(log.lock);
     if (log.options.onStderr || type == QtFatalMsg) {

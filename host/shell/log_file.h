@@ -3,7 +3,8 @@
 #include <QString>
 
 /// The client's log: from install() on, every line of Qt's logger goes to a file, with its time,
-/// level, category and place. Fatal lines go to stderr too.
+/// level, category and place; further lines of a text follow it indented. Fatal lines go to stderr
+/// too.
 namespace LogFile {
 
 struct Options {

@@ -12,8 +12,9 @@ class SecurityAccounts;
 
 /// The read side of the account tables: lists of trading accounts by node of their tree, authority,
 /// fund property and exchange, in priority order, and single records. Each operation holds
-/// m_accountLock for reading during its set work; those with a wait do that first. A frozen account
-/// has a record but stands in no list.
+/// m_accountLock for reading during its set work; those with a wait do that first. The lists start
+/// from the accounts that the load listed: a frozen account, and one whose record was made later by
+/// SetFundAbbrName, has a record and stands in no list.
 class AccountLookups {
 public:
     AccountLookups(const AccountState& state, SecurityAccounts& securityAccounts)

@@ -47,8 +47,11 @@ QMap<QString, QStringList> accountsByExchange(const QString& tradingAccount) {
 
 /// The choice that the user saved, by trading account; empty when there is none.
 QVariantMap savedChoice() {
-    const QString text =
-        ZnCore::instance()->settings(SettingFieldName::LocalSecurityAccount).toString();
+    // A file edited by hand may hold a bare comma, which the settings read as a list.
+    const QString text = ZnCore::instance()
+                             ->settings(SettingFieldName::LocalSecurityAccount)
+                             .toStringList()
+                             .join(QLatin1Char(','));
     QVariantMap saved;
     if (text.isEmpty()) {
         return saved;

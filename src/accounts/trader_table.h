@@ -12,7 +12,9 @@ class ZnPresenterClass;
 
 /// The traders of the user's organisation, loaded once per process at the first question, and the
 /// traders that an account is bound to, asked each time. Operations may be called from any thread
-/// and block for their requests. Locks: m_traderLock, held for no request.
+/// and block for their requests. A load that failed stays failed, for every presenter and until the
+/// process ends, and one that a closing presenter cut short has failed like any other. Locks:
+/// m_traderLock, held for no request.
 class TraderTable {
 public:
     /// The user ids of the traders who may trade on an account, each once, in the server's order.

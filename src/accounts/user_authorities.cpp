@@ -83,6 +83,9 @@ void UserAuthorities::loadDefinitions() {
 
 QVariantMap UserAuthorities::GetUserAuthority(ZnPresenterClass* prtClass, const QString& authType) {
     loadDefinitions();
+    // Asked before the keys are: the fund accounts come row by row with the account load, and are
+    // all there once this is set. The keys of every other kind come with the log-in, at once.
+    const bool loaded = m_state.m_fundAccountInited;
     QString kind;
     QStringList keys;
     {
@@ -110,8 +113,10 @@ QVariantMap UserAuthorities::GetUserAuthority(ZnPresenterClass* prtClass, const 
         return *held;
     }
     const QVariantMap authority = queryAuthority(prtClass, authType, kind, keys);
-    // Before the accounts are known there is nobody to ask about, which is no answer to keep.
-    if (!prtClass->isClosing() && !keys.isEmpty()) {
+    // Kept even when it is empty, whether no row came or there was nobody to ask about. Not kept is
+    // what may lack accounts that nobody was asked about: it would stay so for the whole session.
+    const bool whole = !prtClass->isClosing() && (loaded || kind != AccountType::FundAccount);
+    if (whole) {
         tables->m_userAuthorityMap.insert(authType, authority);
     }
     return authority;

@@ -20,8 +20,10 @@ public:
 
     /// Account, or user, to the value of the authority there. Empty for a type that the static
     /// database does not define. The first question sends one request per account of the type's
-    /// kind; accounts that failed are left out, and are not asked about again. Without a presenter
-    /// nothing is sent and only what is kept is answered.
+    /// kind; accounts that failed are left out, and are not asked about again. An empty answer is
+    /// kept too; not kept is what a host that closes cut short, and what was asked about fund
+    /// accounts before the account tables stood. Without a presenter nothing is sent and only what
+    /// is kept is answered.
     QVariantMap GetUserAuthority(ZnPresenterClass* prtClass, const QString& authType);
     /// Changes one authority on the server, then in the table; a type that nobody has asked about
     /// yet is kept with this key alone from then on. False, with a log line, for an

@@ -6,6 +6,7 @@
         return *category;                                               \
     }
 
+VELMAR_CATEGORY(lcBase, "velmar.base")
 VELMAR_CATEGORY(lcPlugin, "velmar.plugin")
 VELMAR_CATEGORY(lcCore, "velmar.core")
 VELMAR_CATEGORY(lcPresenter, "velmar.presenter")

@@ -4,6 +4,7 @@
 
 // One category per subsystem. They are never destroyed, since objects that live to the end of the
 // process log from their destructors.
+const QLoggingCategory& lcBase();
 const QLoggingCategory& lcPlugin();
 const QLoggingCategory& lcCore();
 const QLoggingCategory& lcPresenter();

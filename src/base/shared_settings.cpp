@@ -2,6 +2,8 @@
 
 #include <QThread>
 
+#include "log.h"
+
 SharedSettings::SharedSettings(const QString& file, QObject* owner)
     : QSettings(file, QSettings::IniFormat) {
     setIniCodec("UTF-8");
@@ -34,6 +36,11 @@ void SharedSettings::lockedSetValues(const QVariantMap& values) {
         setValue(it.key(), it.value());
     }
     sync();
+    // This object's own status stays at the first trouble that it ever met. A new one on the file
+    // shares what is still to be written, tries that again, and tells how it is now.
+    if (QSettings(fileName(), IniFormat).status() == AccessError) {
+        qCWarning(lcBase) << "settings" << values.keys() << "not written to" << fileName();
+    }
 }
 
 QString SharedSettings::file() const {

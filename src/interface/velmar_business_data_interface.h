@@ -31,7 +31,8 @@
 /// - Authority mask: 1 query, 2 edit, 4 authority, 8 subscribe, 16 trade; an account must have
 ///   every bit of the mask; 0 asks for none.
 /// - Priority order: the user's order of accounts; accounts that it lacks come first.
-/// - A frozen account stands in no list.
+/// - Lists of accounts start from those that the load listed. A frozen one stands in none, nor does
+///   one that has a record only because SetFundAbbrName named it later.
 class VELMAR_BUSINESS_DATA_API VelmarBusinessDataInterface {
 public:
     VelmarBusinessDataInterface() = delete;

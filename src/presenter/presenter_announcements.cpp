@@ -5,12 +5,20 @@
 
 // What the core tells, published to the other plug-ins.
 
+namespace {
+
+/// A packed body without a value, so that a subscriber may unpack what it gets, as with any event.
+QVariant emptyBody() {
+    CPackMessageCommon empty;
+    return empty.GetPackedMsg(false);
+}
+
+}  // namespace
+
 void VelmarBusinessDataManagerPresenterClass::slotSecurityAccountSettingChanged() {
-    VelmarUtils::SendEventMsg(this, EventMsgName::SECURITY_ACCOUNT_SETTING_CHANGED, QVariant());
+    VelmarUtils::SendEventMsg(this, EventMsgName::SECURITY_ACCOUNT_SETTING_CHANGED, emptyBody());
 }
 
 void VelmarBusinessDataManagerPresenterClass::slotPriceCageInfoFinishInit() {
-    CPackMessageCommon empty;
-    VelmarUtils::SendEventMsg(this, EventMsgName::PRICE_CAGE_INFO_FINISH_INIT,
-                              empty.GetPackedMsg(false));
+    VelmarUtils::SendEventMsg(this, EventMsgName::PRICE_CAGE_INFO_FINISH_INIT, emptyBody());
 }

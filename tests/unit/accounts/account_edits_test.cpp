@@ -233,6 +233,32 @@ private slots:
         QCOMPARE(room.record("T3").accountName, QString("柜台T3"));
     }
 
+    void update_fundSharedWithAFrozenAccount_leavesThatOneAsItWas() {
+        AccountRoom room({TestAccount("T1").withCounter("10081", "F"),
+                          TestAccount("T2").withCounter("10081", "F"),
+                          TestAccount("cold").withCounter("10081", "F").frozen()});
+        room.world.login();
+        room.load();
+        room.edits.UpdateFundAccountInfo("T1", "shared", FundAccountType::Option);
+        QCOMPARE(room.record("T2").accountName, QString("shared"));
+        QCOMPARE(room.record("cold").accountName, QString("柜台cold"));
+        QCOMPARE(room.record("cold").fundAccountType, FundAccountType::Cash);
+    }
+
+    void update_kindOfFund_leavesTheAccountInTheListsOfTheOldOne() {
+        AccountRoom room(numberedAccounts(1));
+        room.world.login();
+        room.load();
+        room.edits.UpdateFundAccountInfo("T0001", "new", FundAccountType::Option);
+        const auto accountsOf = [&room](int fundProp) {
+            return room.lookups.GetFundAccountListByFundProp(fundProp, 0, true, {}, true);
+        };
+        QVERIFY(accountsOf(Torvi_InnerFundProp::optionTrade).isEmpty());
+        const auto normal = accountsOf(Torvi_InnerFundProp::normalTrade);
+        QCOMPARE(normal.size(), 1);
+        QCOMPARE(normal.first().fundAccountType, FundAccountType::Option);
+    }
+
     void update_unknownAccount_changesNothing() {
         AccountRoom room(numberedAccounts(1));
         room.world.login();

@@ -18,10 +18,32 @@ struct Account {
     bool distributed = false;
     bool frozen = false;
     QStringList exchanges;
+    QString clientNo;
+    QString product;
+    QString asset;
 };
 
 const QStringList kExchanges{"1", "2", "G"};
+/// Where no account is.
+inline const QString kNobodysExchange = QStringLiteral("9");
+/// Customers, products and assets alike; nobody is of the last.
+const QStringList kNodes{"a", "b", "c", "nobody's"};
 constexpr int kProps[] = {1, 2, 4, 8, 16};
+
+/// One of the nodes, less so many of the last.
+QString anyNode(int less = 0) {
+    return kNodes.at(*rc::gen::inRange(0, static_cast<int>(kNodes.size()) - less));
+}
+
+/// What a question may name: some exchanges, some of them twice, and one where no account is.
+QStringList anyExchanges() {
+    QStringList exchanges;
+    for (int i = *rc::gen::inRange(0, 5); i > 0; --i) {
+        exchanges.append(
+            *rc::gen::elementOf(std::vector<QString>{"1", "2", "G", kNobodysExchange}));
+    }
+    return exchanges;
+}
 
 std::vector<Account> anyAccounts() {
     const int count = *rc::gen::inRange(0, 25);
@@ -38,6 +60,9 @@ std::vector<Account> anyAccounts() {
                 account.exchanges.append(exchange);
             }
         }
+        account.clientNo = anyNode(1);
+        account.product = anyNode(1);
+        account.asset = anyNode(1);
         accounts.push_back(account);
     }
     return accounts;
@@ -58,6 +83,9 @@ void fill(AccountState& state, const std::vector<Account>& accounts, const QStri
     for (const Account& account : accounts) {
         tagUserAccountInfo record;
         record.tradingAccount = account.name;
+        record.clientNo = account.clientNo;
+        record.productAccount = account.product;
+        record.assetAccount = account.asset;
         tables->m_accountInfoMap.insert(account.name, record);
         for (const QString& exchange : account.exchanges) {
             tables->m_hStockCirculateAccounts[exchange].insert(account.name);
@@ -66,6 +94,9 @@ void fill(AccountState& state, const std::vector<Account>& accounts, const QStri
             continue;
         }
         tables->m_normalAccounts.insert(account.name);
+        tables->m_clientNoAccounts[account.clientNo].insert(account.name);
+        tables->m_productAccounts[account.product].append(account.name);
+        tables->m_assetAccounts[account.asset].append(account.name);
         (account.distributed ? tables->m_distributedAccounts : tables->m_centralAccounts)
             .insert(account.name);
         for (const int bit : kProps) {
@@ -127,12 +158,8 @@ private slots:
             const QStringList order = anyOrder(accounts);
             const int mask = *rc::gen::inRange(0, 32);
             const int prop = *rc::gen::inRange(0, 32);
-            QStringList exchanges;
-            for (const QString& exchange : kExchanges) {
-                if (*rc::gen::weightedElement<bool>({{1, true}, {3, false}})) {
-                    exchanges.append(exchange);
-                }
-            }
+            const bool distributed = *rc::gen::arbitrary<bool>();
+            const QStringList exchanges = anyExchanges();
             AccountState state;
             fill(state, accounts, order);
             const QStringList expected = expectedList(accounts, order, [&](const Account& account) {
@@ -141,11 +168,69 @@ private slots:
                     std::any_of(exchanges.begin(), exchanges.end(), [&](const QString& one) {
                         return account.exchanges.contains(one);
                     });
-                return (account.authority & mask) == mask && (account.prop & prop) && there;
+                return (account.authority & mask) == mask && (account.prop & prop) && there &&
+                       (distributed || !account.distributed);
             });
             const LookupsOver lookups(state);
-            RC_ASSERT(namesOf(lookups.GetFundAccountListByFundProp(prop, mask, true, exchanges,
-                                                                   true)) == expected);
+            RC_ASSERT(namesOf(lookups.GetFundAccountListByFundProp(prop, mask, distributed,
+                                                                   exchanges, true)) == expected);
+        }));
+    }
+
+    void product_anyAuthority_isTheNaiveList() {
+        QVERIFY(rc::check("list by product", [] {
+            const auto accounts = anyAccounts();
+            const QStringList order = anyOrder(accounts);
+            const QString product = anyNode();
+            const int mask = *rc::gen::inRange(0, 32);
+            const bool distributed = *rc::gen::arbitrary<bool>();
+            AccountState state;
+            fill(state, accounts, order);
+            const QStringList expected = expectedList(accounts, order, [&](const Account& account) {
+                return account.product == product && (account.authority & mask) == mask &&
+                       (distributed || !account.distributed);
+            });
+            const LookupsOver lookups(state);
+            RC_ASSERT(lookups.GetTradingAccountListByProduct(product, true, mask, distributed) ==
+                      expected);
+            RC_ASSERT(namesOf(lookups.GetAccountInfoListFromProduct(product, true, mask,
+                                                                    distributed)) == expected);
+        }));
+    }
+
+    void asset_anyAccounts_isTheNaiveList() {
+        QVERIFY(rc::check("list by asset account", [] {
+            const auto accounts = anyAccounts();
+            const QStringList order = anyOrder(accounts);
+            const QString asset = anyNode();
+            const bool distributed = *rc::gen::arbitrary<bool>();
+            AccountState state;
+            fill(state, accounts, order);
+            const QStringList expected = expectedList(accounts, order, [&](const Account& account) {
+                return account.asset == asset && (distributed || !account.distributed);
+            });
+            const LookupsOver lookups(state);
+            RC_ASSERT(namesOf(lookups.GetAccountInfoListFromAsset(asset, true, distributed)) ==
+                      expected);
+        }));
+    }
+
+    void clientNo_anyFundProp_isTheNaiveList() {
+        QVERIFY(rc::check("list by customer number and fund property", [] {
+            const auto accounts = anyAccounts();
+            const QStringList order = anyOrder(accounts);
+            const QString clientNo = anyNode();
+            const int prop = *rc::gen::inRange(0, 32);
+            const bool distributed = *rc::gen::arbitrary<bool>();
+            AccountState state;
+            fill(state, accounts, order);
+            const QStringList expected = expectedList(accounts, order, [&](const Account& account) {
+                return account.clientNo == clientNo && (account.prop & prop) &&
+                       (distributed || !account.distributed);
+            });
+            const LookupsOver lookups(state);
+            RC_ASSERT(namesOf(lookups.GetAccountInfoListFromClientNo(clientNo, prop, true,
+                                                                     distributed)) == expected);
         }));
     }
 };

@@ -235,6 +235,36 @@ private slots:
         QVERIFY(log.contains("检查到本地保存的股东账号数据不在可选列表内： \"gone\""));
     }
 
+    void current_savedByHandWithBareCommas_isUnderstoodOrTold_data() {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("chosen");
+        QTest::addColumn<bool>("warned");
+        QTest::newRow("quotes escaped")
+            << QByteArray(R"({\"unmarked\":{\"1\":\"A2\",\"2\":\"B1\"}})") << "A2" << false;
+        QTest::newRow("quotes bare")
+            << QByteArray(R"({"unmarked":{"1":"A2","2":"B1"}})") << "A1" << true;
+    }
+    void current_savedByHandWithBareCommas_isUnderstoodOrTold() {
+        QFETCH(QByteArray, text);
+        QFETCH(QString, chosen);
+        QFETCH(bool, warned);
+        AccountRoom room(allKinds());
+        QFile file(room.world.homeDir() + "/settings/client.ini");
+        QVERIFY(file.open(QFile::WriteOnly));
+        file.write("[General]\n" + SettingFieldName::LocalSecurityAccount.toUtf8() + '=' + text +
+                   '\n');
+        file.close();
+        // The settings take in what stands in their file when they write.
+        ZnCore::instance()->saveSetting("other", 1);
+        room.world.login();
+        const LogCapture log;
+        room.load();
+        QCOMPARE(
+            room.securityAccounts.GetCurrentSecurityAccountByTradingAndExchange("unmarked", "1"),
+            chosen);
+        QCOMPARE(log.contains(QtWarningMsg, "saved security accounts not understood:"), warned);
+    }
+
     void set_legalChoice_isStoredSavedAndTold() {
         AccountRoom room(allKinds());
         room.world.login();
@@ -265,6 +295,19 @@ private slots:
                  0);
         QCOMPARE(room.sink.told.load(), 0);
         QVERIFY(!savedText().isEmpty());
+    }
+
+    void set_nothing_savesTheTableAndTellsNobody() {
+        AccountRoom room(allKinds());
+        room.world.login();
+        room.load();
+        QCOMPARE(savedText(), QString());
+        QCOMPARE(room.securityAccounts.SetCurrentSecurityAccountMap({}), 0);
+        QCOMPARE(
+            savedText(),
+            QString(R"({"cold":{"Q":"E1"},"marked":{"1":"C2"},"unmarked":{"1":"A1","2":"B1"}})"));
+        QCOMPARE(room.sink.told.load(), 0);
+        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountMap(), kMain);
     }
 
     void set_accountThatHadNone_isAChange() {

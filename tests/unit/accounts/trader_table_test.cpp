@@ -6,6 +6,7 @@
 #include "client_world.h"
 #include "host_msg_type.h"
 #include "log_capture.h"
+#include "thread_hand_over.h"
 #include "velmarutils/velmar_init_state_mgr.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/quindar_msg_type.h"
@@ -175,6 +176,26 @@ private slots:
             QVERIFY(room.traders.GetTraderInfoList(room.presenter, QString()).isEmpty());
             QCOMPARE(room.world.link().requestCount(kTraders), 1);
         }
+    }
+
+    void load_closingPresenterCutsItShort_staysFailedForEveryPresenter() {
+        Room room;
+        room.world.link().on(kTraders, ScriptedReply::never());
+        const QPointer<RecordingPresenter> closing = new RecordingPresenter("Test.Closing");
+        closing->initPresenter();
+        QMap<QString, QString> names{{"none", "yet"}};
+        // On the presenter's own thread, so that a presenter that goes waits for the question.
+        runOnThreadOf(closing.data(), [&] { names = room.traders.GetOrganTraderList(closing); });
+        const bool sent = room.world.link().waitForRequestCount(kTraders, 1);
+        closing->deleteLater();
+        QVERIFY(sent);
+        QVERIFY(!closing);
+        QVERIFY(names.isEmpty());
+        QCOMPARE(loadState(), InitState::Failed);
+        room.world.link().on(kTraders, [](const QVariant& body) { return pageOf(body, 3); });
+        QVERIFY(room.traders.GetOrganTraderList(room.presenter).isEmpty());
+        QVERIFY(room.traders.GetTraderInfoList(room.presenter, QString()).isEmpty());
+        QCOMPARE(room.world.link().requestCount(kTraders), 1);
     }
 
     void load_secondPageFails_leavesNothing() {

@@ -23,6 +23,7 @@ inline const QString kByAccount = QStringLiteral("MaxOrder");
 inline const QString kByUser = QStringLiteral("Export%1");
 inline const QString kOfNoKind = QStringLiteral("Unkind");
 inline const QString kExternal = QStringLiteral("Foreign");
+inline const QString kByFund = QStringLiteral("Transfer");
 
 TestAccount account(const QString& name, const QString& product, const QString& investor) {
     return TestAccount(name).under(product, product).with(UserAccount::investorAccount, investor);
@@ -38,7 +39,8 @@ StaticDbBuilder definitions() {
     builder.section(UserAccount::authType, {{kByAccount, AccountType::TradingAccount},
                                             {kByUser, AccountType::UserId},
                                             {kOfNoKind, QString()},
-                                            {kExternal, AccountType::ExternUserAccount}});
+                                            {kExternal, AccountType::ExternUserAccount},
+                                            {kByFund, AccountType::FundAccount}});
     return builder;
 }
 
@@ -71,6 +73,10 @@ struct Room {
     }
     QVariantMap get(const QString& authType) {
         return authorities.GetUserAuthority(presenter, authType);
+    }
+    /// What is kept of a type: nobody is asked.
+    QVariantMap kept(const QString& authType) {
+        return authorities.GetUserAuthority(nullptr, authType);
     }
     bool set(const QString& authType, const QString& key, const QVariant& value) {
         return authorities.SetUserAuthority(presenter, authType, key, value);
@@ -188,6 +194,53 @@ private slots:
         QCOMPARE(room.world.link().requestCount(kGet), 2);
     }
 
+    void get_kindWithoutKeys_isKept() {
+        Room room;
+        const LogCapture log;
+        QVERIFY(room.get(kExternal).isEmpty());
+        QCOMPARE(room.world.link().requestCount(kGet), 0);
+        // Kept: without a presenter there is no other answer to give.
+        QVERIFY(room.kept(kExternal).isEmpty());
+        QVERIFY(!log.contains("GetUserAuthority PresenterClass is null"));
+    }
+
+    void get_kindWithoutAccountsOfTheUser_isKept() {
+        Room room(QList<TestAccount>{});
+        const LogCapture log;
+        QVERIFY(room.get(kByAccount).isEmpty());
+        QVERIFY(room.kept(kByAccount).isEmpty());
+        QVERIFY(!log.contains("GetUserAuthority PresenterClass is null"));
+    }
+
+    void get_fundAccountsBeforeTheyAreAllThere_isAskedAgain() {
+        Room room;
+        QVERIFY(room.get(kByFund).isEmpty());
+        {
+            const auto tables = room.state.m_accountLock.write();
+            tables->m_fundAccounts = {{"F1", {"T1"}}};
+        }
+        QCOMPARE(room.get(kByFund), (QVariantMap{{"F1", "vF1"}}));
+        {
+            const auto tables = room.state.m_accountLock.write();
+            tables->m_fundAccounts.insert("F2", {"T2"});
+        }
+        room.state.m_fundAccountInited = true;
+        const QVariantMap all{{"F1", "vF1"}, {"F2", "vF2"}};
+        QCOMPARE(room.get(kByFund), all);
+        QCOMPARE(room.kept(kByFund), all);
+        QCOMPARE(room.get(kByFund), all);
+        QCOMPARE(room.world.link().requestCount(kGet), 3);
+    }
+
+    void get_noFundAccountsOnceTheyAreAllThere_isKept() {
+        Room room;
+        room.state.m_fundAccountInited = true;
+        const LogCapture log;
+        QVERIFY(room.get(kByFund).isEmpty());
+        QVERIFY(room.kept(kByFund).isEmpty());
+        QVERIFY(!log.contains("GetUserAuthority PresenterClass is null"));
+    }
+
     void get_oneKeyFails_leavesTheOthers_data() {
         QTest::addColumn<int>("kind");
         QTest::addColumn<QString>("line");
@@ -221,39 +274,90 @@ private slots:
 
     void get_whileAnotherAsks_waitsAndSendsNothing() {
         Room room;
-        room.world.link().on(kGet, ScriptedReply::with(&Room::echo).held());
+        room.world.link().onOccurrence(kGet, 1, ScriptedReply::with(&Room::echo).held());
         QVariantMap first;
         QVariantMap second;
-        std::atomic<int> done{0};
-        std::thread asking([&] {
-            first = room.get(kByUser);
-            ++done;
-        });
-        QVERIFY(room.world.link().waitForRequestCount(kGet, 1));
+        std::atomic<bool> begun{false};
+        std::thread asking([&] { first = room.get(kByUser); });
+        const bool sent = room.world.link().waitForRequestCount(kGet, 1);
         std::thread waiting([&] {
+            begun = true;
             second = room.get(kByUser);
-            ++done;
         });
-        QVERIFY(!waitFor([&done] { return done > 0; }, 50));
+        const bool waits = waitFor([&begun] { return begun.load(); });
         room.world.link().release();
         asking.join();
         waiting.join();
+        QVERIFY(sent);
+        QVERIFY(waits);
         QCOMPARE(first, (QVariantMap{{"tester", "vtester"}}));
         QCOMPARE(second, first);
+        QCOMPARE(room.world.link().requestCount(kGet), 1);
+    }
+
+    void whileOneAsks_othersOfAnyType_waitForTheAnswers() {
+        Room room;
+        room.get(kByAccount);
+        UserAuthorities others(room.state);
+        others.GetUserAuthority(room.presenter, kByAccount);
+        room.world.link().on(kGet, ScriptedReply::with(&Room::echo).held());
+        room.world.link().clearRequests();
+        QVariantMap asked;
+        std::thread asking([&] { asked = room.get(kByUser); });
+        const bool sent = room.world.link().waitForRequestCount(kGet, 1);
+
+        std::atomic<bool> released{false};
+        std::atomic<int> begun{0};
+        bool readerWaited = false;
+        bool setterWaited = false;
+        QVariantMap cached;
+        std::thread reading([&] {
+            ++begun;
+            cached = room.get(kByAccount);
+            readerWaited = released;
+        });
+        std::thread setting([&] {
+            ++begun;
+            room.set(kByUser, "tester", 9);
+            setterWaited = released;
+        });
+        const bool bothBegun = waitFor([&begun] { return begun == 2; });
+        // The same two calls on a table that nobody is loading are over before the answer comes.
+        std::thread passing([&] {
+            others.GetUserAuthority(room.presenter, kByAccount);
+            others.SetUserAuthority(room.presenter, kByAccount, "T1", 1);
+        });
+        passing.join();
+        released = true;
+        room.world.link().release(kGet);
+        asking.join();
+        reading.join();
+        setting.join();
+        QVERIFY(sent);
+        QVERIFY(bothBegun);
+        QVERIFY(readerWaited);
+        QVERIFY(setterWaited);
+        QCOMPARE(asked, (QVariantMap{{"tester", "vtester"}}));
+        QCOMPARE(cached, (QVariantMap{{"T1", "vT1"}, {"T2", "vT2"}}));
+        QCOMPARE(room.kept(kByUser), (QVariantMap{{"tester", 9}}));
         QCOMPARE(room.world.link().requestCount(kGet), 1);
     }
 
     void get_hostCloses_endsAndKeepsNothing() {
         Room room;
         room.world.link().on(kGet, ScriptedReply::never());
+        room.world.link().onOccurrence(kGet, 1, ScriptedReply::with(&Room::echo));
         QVariantMap answer;
         // On the presenter's own thread, so that a presenter that goes waits for the question.
         runOnThreadOf(room.presenter, [&] { answer = room.get(kByAccount); });
-        const bool sent = room.world.link().waitForRequestCount(kGet, 1);
+        const bool sent = room.world.link().waitForRequestCount(kGet, 2);
         LocalPlatform::instance().close();
         QVERIFY(sent);
-        QVERIFY(answer.isEmpty());
-        QCOMPARE(room.world.link().requestCount(kGet), 1);
+        QCOMPARE(answer, (QVariantMap{{"T1", "vT1"}}));
+        const LogCapture log;
+        QVERIFY(room.kept(kByAccount).isEmpty());
+        QVERIFY(log.contains(QtWarningMsg, "GetUserAuthority PresenterClass is null"));
+        QCOMPARE(room.world.link().requestCount(kGet), 2);
     }
 
     void set_sendsItsFieldsAndChangesTheTable() {

@@ -232,7 +232,11 @@ private slots:
         QMetaObject::invokeMethod(
             s_presenter.load(), [] {}, Qt::BlockingQueuedConnection);
         QCOMPARE(listener->events().size(), 1);
-        QCOMPARE(listener->events().first().source, s_presenter.load()->pluginPid());
+        const RecordingPresenter::Event event = listener->events().first();
+        QCOMPARE(event.source, s_presenter.load()->pluginPid());
+        QVERIFY(event.body.isValid());
+        QVERIFY(headerOf(event.body).isEmpty());
+        QVERIFY(rowsOf(event.body).isEmpty());
         QCOMPARE(Facade::GetCurrentSecurityAccountByTradingAndExchange("T1", "1"), QString("A2"));
         QCOMPARE(Facade::GetMainSecurityAccount("T1", "1"), QString("A1"));
         listener->deleteLater();

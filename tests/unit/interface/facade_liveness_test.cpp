@@ -113,26 +113,46 @@ private slots:
     }
 
     void use_heldWhileThePresenterGoes_keepsItAlive() {
-        const ClientWorld world;
+        ClientWorld world(numberedAccounts(1));
+        world.login();
         auto object = std::make_unique<VelmarBusinessDataManager>();
         object->initialize();
+        // Past its start-up, so that nothing but the use keeps it.
+        QMetaObject::invokeMethod(
+            object->presenter(), [] {}, Qt::BlockingQueuedConnection);
         auto use = std::make_unique<PresenterUse>();
         QPointer<VelmarBusinessDataManagerPresenterClass> presenter = use->presenter();
         QVERIFY(presenter);
-        std::atomic<bool> gone{false};
+        // The closing would come to these after the one in use.
+        std::vector<QPointer<RecordingPresenter>> unused(5);
+        for (auto& one : unused) {
+            one = new RecordingPresenter;
+            one->initPresenter();
+        }
+        std::atomic<bool> over{false};
+        bool waited = false;
         std::thread ending([&] {
             LocalPlatform::instance().close();
-            gone = true;
+            waited = over;
         });
         const bool closing = waitFor([&] { return use->presenter()->isClosing(); });
-        const bool early = waitFor([&gone] { return gone.load(); }, 50);
-        const bool alive = use->presenter()->getRequestTimeOut() > 0;
+        // These go meanwhile, one after the other, which takes longer than it takes for one to go.
+        bool allThere = true;
+        for (auto& one : unused) {
+            allThere = allThere && one;
+            if (one) {
+                one->deleteLater();
+            }
+        }
+        const bool alive = presenter;
         const bool found = PresenterUse().presenter() != nullptr;
+        over = true;
         use.reset();
         ending.join();
         QVERIFY(closing);
-        QVERIFY(!early);
+        QVERIFY(allThere);
         QVERIFY(alive);
+        QVERIFY(waited);
         QVERIFY(!found);
         QVERIFY(!presenter);
     }

@@ -111,7 +111,9 @@ private slots:
         const RecordingPresenter::Event event = listener->events().first();
         QCOMPARE(event.id, id);
         QCOMPARE(event.source, object.presenter()->pluginPid());
-        QVERIFY(!event.body.isValid());
+        QVERIFY(event.body.isValid());
+        QVERIFY(headerOf(event.body).isEmpty());
+        QVERIFY(rowsOf(event.body).isEmpty());
         listener->deleteLater();
     }
 

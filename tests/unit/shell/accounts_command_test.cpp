@@ -100,8 +100,9 @@ private slots:
         QCOMPARE(first.value("account").toString(), QString("T2"));
         QCOMPARE(first.value("exchanges").toArray(), QJsonArray{Exchange::sh});
         QCOMPARE(first.value("authorities").toArray().size(), 5);
-        QCOMPARE(answer.json.toArray().last().toObject().value("account").toString(),
-                 QString("T4"));
+        const QJsonObject last = answer.json.toArray().last().toObject();
+        QCOMPARE(last.value("account").toString(), QString("T4"));
+        QCOMPARE(last.value("counter").toString(), QString());
     }
 
     void why_account_asksEveryListWithArgumentsThatFit() {
@@ -174,6 +175,29 @@ private slots:
         QCOMPARE(lists.value(list).first, QJsonValue(false));
         QCOMPARE(lists.value(list).second, reason);
         QVERIFY(answer.lines.join('\n').contains(list));
+    }
+
+    void why_listedButNotLoaded_saysSo() {
+        Answers answers;
+        // Records and texts of others: an account without a record stands in neither.
+        answers.results = {{"GetTradingAccountList", QJsonArray{"T2"}},
+                           {"GetDistributedAccountList", QJsonArray{record("T2")}}};
+        AccountsCommand command(m_library, answers.function(), {"T1", "T2"});
+        const AccountsAnswer answer = command.why("T1", kWide);
+        QCOMPARE(answer.error, QString());
+        QCOMPARE(answer.lines.value(0), QString("T1"));
+        QCOMPARE(answer.lines.value(1), QString("not loaded"));
+        const QJsonObject told = answer.json.toObject();
+        QCOMPARE(told.value("account").toString(), QString("T1"));
+        QCOMPARE(told.value("state").toString(), QString("not loaded"));
+        QCOMPARE(told.value("kind").toString(), QString());
+        QCOMPARE(told.value("counter").toString(), QString());
+        const auto lists = listsOf(answer);
+        QVERIFY(lists.size() > 10);
+        for (const auto& list : lists) {
+            QCOMPARE(list.first, QJsonValue(false));
+            QCOMPARE(list.second, QString("the counter sent no row for it"));
+        }
     }
 
     void why_unknownAccount_namesCloseOnes() {

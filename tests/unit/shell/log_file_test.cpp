@@ -11,6 +11,7 @@ class LogFileTest : public QObject {
 private slots:
     void init();
     void line_hasTimeLevelCategoryAndPlace();
+    void textOfSeveralLines_passesForOneLineAlone();
     void debugLine_writtenOnlyWhenWanted();
     void fullFile_isKeptOnceAndBegunAnew();
     void manyThreads_writeWholeLines();
@@ -68,6 +69,19 @@ void LogFileTest::line_hasTimeLevelCategoryAndPlace() {
         QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} warn  velmar.shelltest "
                        "log_file_test.cpp:\\d+  账户 7$"));
     QVERIFY2(form.match(written.first()).hasMatch(), qPrintable(written.first()));
+}
+
+void LogFileTest::textOfSeveralLines_passesForOneLineAlone() {
+    QString error;
+    QVERIFY(LogFile::install(options(), &error));
+    const QString forged = QStringLiteral("2024-01-31 09:15:00.123 error velmar.core a.cpp:1  no");
+    for (const char* const lineEnd : {"\n", "\r\n", "\r", "\n\r"}) {
+        qCWarning(lcTest).noquote() << "refused:" + (lineEnd + forged);
+    }
+    const QStringList written = lines(options().file);
+    QCOMPARE(written.filter(QRegularExpression(QStringLiteral("^\\d"))).size(), 4);
+    QCOMPARE(written.filter(QStringLiteral("    ") + forged).size(), 4);
+    QVERIFY(!written.join(QString()).contains(QLatin1Char('\r')));
 }
 
 void LogFileTest::debugLine_writtenOnlyWhenWanted() {

@@ -1,0 +1,216 @@
+#include <QMap>
+#include <QtTest>
+#include <atomic>
+#include <cstdio>
+#include <thread>
+
+#include "child_process.h"
+#include "client_world.h"
+#include "facade_function.h"
+#include "first_load.h"
+#include "local_platform.h"
+#include "log_capture.h"
+#include "vocabulary/values.h"
+#include "wait_for.h"
+
+// What the table says of each function's reach, held against what the function does when it is the
+// first one that its process calls. There is one first call in a process, so each has a child.
+
+namespace {
+
+inline const QString kAsk = QStringLiteral("--ask");
+inline const QString kAskWithPlugin = QStringLiteral("--ask-with-plugin");
+
+const FacadeFunction& functionAt(int index) {
+    int count = 0;
+    return velmarFacadeFunctions(&count)[index];
+}
+
+int functionCount() {
+    int count = 0;
+    velmarFacadeFunctions(&count);
+    return count;
+}
+
+/// "QMap<QString, QString>, bool" to its two types.
+QStringList splitTypes(const QString& text) {
+    QStringList types{QString()};
+    int depth = 0;
+    for (const QChar letter : text) {
+        depth += letter == '<' ? 1 : letter == '>' ? -1 : 0;
+        if (letter == ',' && depth == 0) {
+            types.append(QString());
+        } else {
+            types.last() += letter;
+        }
+    }
+    for (QString& type : types) {
+        type = type.trimmed();
+    }
+    types.removeAll(QString());
+    return types;
+}
+
+/// A text that reads as a value of the type: true, zero, or empty.
+QString plainValue(const QString& type) {
+    static const QMap<QString, QString> values{
+        {"bool", "true"}, {"QString", ""}, {"QStringList", "[]"}, {"tagUserAccountInfo", "{}"}};
+    if (values.contains(type)) {
+        return values.value(type);
+    }
+    if (type.startsWith("QList<")) {
+        return QStringLiteral("[]");
+    }
+    return type.startsWith("QMap<") || type == "QVariantMap" ? QStringLiteral("{}")
+                                                             : QStringLiteral("0");
+}
+
+/// Arguments for a function: plain values, so a wait that is asked for where it can be.
+QStringList argumentsOf(const FacadeFunction& function) {
+    if (QLatin1String(function.name) == QLatin1String("CheckOrderMatchSuperEtf")) {
+        // No other side of an order depends on its account.
+        return {QString(), QString(), SideUnion::financingBuy};
+    }
+    const QString signature = function.signature();
+    const int open = signature.indexOf('(');
+    QStringList arguments;
+    for (const QString& type : splitTypes(signature.mid(open + 1).chopped(1))) {
+        if (!type.endsWith('&') && !type.endsWith('*')) {
+            arguments.append(plainValue(type));
+        }
+    }
+    return arguments;
+}
+
+/// In a child: calls the functions one after the other, before any log-in, until one waits for the
+/// accounts, and tells how many presenters there are after each.
+int askInThisProcess(const QStringList& indices, bool withPlugin) {
+    const ClientWorld world;
+    if (withPlugin) {
+        InitVelmarBusinessManagePlugin();
+    }
+    const LogCapture log;
+    for (const QString& index : indices) {
+        const FacadeFunction& function = functionAt(index.toInt());
+        std::atomic<bool> returned{false};
+        std::thread caller([&] {
+            function.call(argumentsOf(function));
+            returned = true;
+        });
+        const auto waits = [&log] {
+            return log.contains("GetFundAccountList wait for FundAccountInit");
+        };
+        const bool done = waitFor([&] { return returned || waits(); });
+        const int presenters = LocalPlatform::instance().presenterCount();
+        const bool waited = waits();
+        if (waited || !done) {
+            LocalPlatform::instance().close();
+        }
+        caller.join();
+        const char* const end = waited ? "waits" : done ? "returns" : "hangs";
+        std::printf("said: %s %s %d\n", qPrintable(index), end, presenters);
+        if (waited || !done) {
+            break;
+        }
+    }
+    return 0;
+}
+
+/// What a child tells of each function, "waits 1" for one that waits and brought the plug-in up.
+QMap<int, QString> askInAChild(const QString& how, const QList<int>& indices) {
+    QStringList texts;
+    for (const int index : indices) {
+        texts.append(QString::number(index));
+    }
+    const ChildResult child =
+        runChild(QCoreApplication::applicationFilePath(), {how, texts.join(',')});
+    QMap<int, QString> said;
+    for (const QString& line : child.output.split('\n')) {
+        const QStringList words = line.split(' ');
+        if (words.size() == 4 && words.first() == "said:") {
+            said.insert(words.at(1).toInt(), words.at(2) + ' ' + words.at(3));
+        }
+    }
+    if (!child.succeeded()) {
+        qWarning().noquote() << child.output;
+        said.clear();
+    }
+    return said;
+}
+
+/// A wait that a function without a first load reaches only when the plug-in is up.
+bool waitsWithPluginAlone(unsigned reach) {
+    return (reach & FacadeWaits) && (reach & FacadePresenter) && !(reach & FacadeFirstLoad);
+}
+
+QString expectedFirst(unsigned reach) {
+    const bool waits = (reach & FacadeWaits) && !waitsWithPluginAlone(reach);
+    return QStringLiteral("%1 %2").arg(waits ? "waits" : "returns",
+                                       reach & FacadeFirstLoad ? "1" : "0");
+}
+
+template <class Fits>
+void addFunctions(Fits fits) {
+    QTest::addColumn<int>("index");
+    for (int i = 0; i < functionCount(); ++i) {
+        if (fits(functionAt(i).reach)) {
+            QTest::newRow(qPrintable(functionAt(i).signature())) << i;
+        }
+    }
+}
+
+}  // namespace
+
+class FacadeReachTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void arguments_everyFunction_fit() {
+        QVERIFY(functionCount() >= 89);
+        for (int i = 0; i < functionCount(); ++i) {
+            int score = 0;
+            QVERIFY2(functionAt(i).fits(argumentsOf(functionAt(i)), &score),
+                     qPrintable(functionAt(i).signature()));
+        }
+    }
+
+    void firstCall_functionOfReach_bringsThePluginUpAndWaits_data() {
+        addFunctions([](unsigned reach) { return reach & (FacadeFirstLoad | FacadeWaits); });
+    }
+    void firstCall_functionOfReach_bringsThePluginUpAndWaits() {
+        QFETCH(int, index);
+        QCOMPARE(askInAChild(kAsk, {index}).value(index), expectedFirst(functionAt(index).reach));
+    }
+
+    void firstCalls_allOtherFunctions_bringNothingUpAndReturn() {
+        QList<int> plain;
+        for (int i = 0; i < functionCount(); ++i) {
+            if (!(functionAt(i).reach & (FacadeFirstLoad | FacadeWaits))) {
+                plain.append(i);
+            }
+        }
+        QVERIFY(plain.size() > 10);
+        const QMap<int, QString> said = askInAChild(kAsk, plain);
+        for (const int index : plain) {
+            QVERIFY2(said.value(index) == "returns 0", qPrintable(functionAt(index).signature()));
+        }
+    }
+
+    void call_presenterNeededAndThere_waits_data() { addFunctions(waitsWithPluginAlone); }
+    void call_presenterNeededAndThere_waits() {
+        QFETCH(int, index);
+        QCOMPARE(askInAChild(kAskWithPlugin, {index}).value(index), QString("waits 1"));
+    }
+};
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() == 3 && arguments.at(1).startsWith(kAsk)) {
+        return askInThisProcess(arguments.at(2).split(','), arguments.at(1) == kAskWithPlugin);
+    }
+    FacadeReachTest suite;
+    return QTest::qExec(&suite, argc, argv);
+}
+
+#include "facade_reach_test.moc"
