@@ -195,7 +195,8 @@ void TickFeed::followSymbols(const QDate& day) {
 
 TickFeed::Walk TickFeed::walkOf(const QString& symbol) const {
     const QVariantMap record = recordOfSymbol(symbol);
-    return {symbol, DayPhases(record.value(UserAccount::securityExchange).toString()),
+    return {symbol,
+            DayPhases(record.value(UserAccount::securityExchange).toString(), m_options.calendar),
             TickWalk(seedOf(symbol, m_options.seed), figuresOf(record))};
 }
 

@@ -32,6 +32,9 @@ public:
         /// PriceTick, MaxPx and MinPx (0 or absent beside a close: no limit). Without a record the
         /// day begins at 10.00, steps of 0.01, and ends at 10 % more or less.
         QString staticDatabaseFile;
+        /// Holidays and half days; without one, and outside its years, no day but those of the
+        /// weekends is closed.
+        std::shared_ptr<const TradeCalendar> calendar;
         /// Tells date and time; without one it is the platform's business clock. Any thread.
         std::function<QDateTime()> clock;
     };

@@ -53,6 +53,7 @@ private slots:
     void figures();
     void unreadableDatabase_isTold_andTheStandingFiguresHold();
     void step_phaseFollowsTheClockAndTheExchange();
+    void step_onAHoliday_theMarketIsClosed();
     void newDay_beginsAtTheRecordsFigures();
     void subscribedSymbols_areFedToo_untilTakenOut();
     void slotThatAsksBack_meetsNoLock();
@@ -227,6 +228,24 @@ void TickSteppingTest::step_phaseFollowsTheClockAndTheExchange() {
     QCOMPARE(at(11, 45), QString("34"));
     QCOMPARE(at(14, 58), QString("35"));
     QCOMPARE(at(15, 30), QString("36"));
+}
+
+void TickSteppingTest::step_onAHoliday_theMarketIsClosed() {
+    const auto calendar = std::make_shared<TradeCalendar>();
+    QString error;
+    QVERIFY2(calendar->load(&error), qPrintable(error));
+    const auto phaseWith = [&](const std::shared_ptr<const TradeCalendar>& given) {
+        TickFeed::Options ofFeed = options({"600000.SH"});
+        ofFeed.calendar = given;
+        m_taken.clear();
+        TickFeed(ofFeed).stepOnce();
+        return m_taken.value(0).tick.value("TradingPhaseCode").toString();
+    };
+    m_clock->set(QDateTime(QDate(2025, 10, 1), QTime(10, 0)));
+    QCOMPARE(phaseWith(calendar), QString("6"));
+    QCOMPARE(phaseWith(nullptr), QString("3"));
+    m_clock->set(QDateTime(QDate(2025, 10, 9), QTime(10, 0)));
+    QCOMPARE(phaseWith(calendar), QString("3"));
 }
 
 void TickSteppingTest::newDay_beginsAtTheRecordsFigures() {
