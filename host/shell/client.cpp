@@ -112,6 +112,7 @@ bool Client::startPlatform(QString* error) {
     LocalPlatform::Options platform;
     platform.homeDir = m_options.homeDir;
     platform.staticDbFile = staticDatabaseFile(marketDir());
+    platform.bodyLimit = m_options.bodyLimit;
     if (!LocalPlatform::instance().start(platform, error)) {
         return false;
     }
