@@ -50,6 +50,10 @@ PresenterChannel::PresenterChannel(ZnPresenterClass* presenter, const QString& i
 
 PresenterChannel::~PresenterChannel() = default;
 
+std::shared_ptr<PresenterChannel> PresenterChannel::of(const ZnPresenterClass& presenter) {
+    return presenter.m_channel;
+}
+
 QThread* PresenterChannel::objectThread() const {
     return m_objectThread.get();
 }

@@ -9,6 +9,8 @@
 #include <mutex>
 #include <thread>
 
+#include "request_time_out.h"
+
 class QThread;
 class ZnPresenterClass;
 
@@ -23,8 +25,8 @@ struct IncomingMessage {
     QVariant body;
 };
 
-/// What belongs to a presenter and outlives it: its ids, its two threads, its queue, its standing
-/// time-out. Whoever talks to the message layer for a presenter holds the channel, so that the
+/// What belongs to a presenter and outlives it: its ids, its two threads, its queue, its time-out.
+/// Whoever talks to the message layer for a presenter holds the channel, so that the
 /// presenter itself may go meanwhile.
 class PresenterChannel {
 public:
@@ -65,8 +67,10 @@ public:
     /// The presenter's destructor has run.
     void presenterDestroyed();
 
-    /// Seconds.
-    std::atomic<int> timeOut{10};
+    /// The channel of a live presenter.
+    static std::shared_ptr<PresenterChannel> of(const ZnPresenterClass& presenter);
+
+    RequestTimeOut timeOut;
 
 private:
     class ObjectThread;

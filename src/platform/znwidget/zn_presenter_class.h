@@ -54,7 +54,8 @@ public:
     /// Returns 0 when the message was handed over, 2 when it could not be.
     int sendRequest_Async(CMessageCommon* msg);
 
-    /// The standing time-out of synchronous requests in seconds, 10 at first.
+    /// The standing time-out of synchronous requests in seconds, 10 at first. While a paged query
+    /// with a time-out of its own is under way, that one is read.
     void setRequestTimeOut(int seconds);
     int getRequestTimeOut() const;
 
