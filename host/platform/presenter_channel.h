@@ -41,8 +41,12 @@ public:
 
     /// Starts both threads. A second call, or one after the disposal began, does nothing.
     void start();
-    /// Queues for the message thread; dropped once the disposal began.
+    /// Queues for the message thread; dropped once the disposal began, and, with a log line for
+    /// the first one, while kMaxBeforeStart wait for a start().
     void enqueue(const IncomingMessage& message);
+    /// A presenter that nobody ever starts must not fill the memory. Far more than comes in while
+    /// plug-ins are brought up.
+    static constexpr size_t kMaxBeforeStart = 10000;
 
     bool isClosing() const { return m_closing; }
     /// True when the calling thread is one of this presenter's two.
@@ -91,6 +95,7 @@ private:
     bool m_started = false;
     bool m_built = false;
     bool m_deleted = false;
+    bool m_overflowTold = false;
     int m_openCalls = 0;
 
     std::thread m_messageThread;
