@@ -81,6 +81,7 @@ bool FaultyLink::start(GatewayLinkListener* listener, QString* error) {
         m_running = true;
         m_ending = false;
         m_heldGates.clear();
+        m_gatesBelow.clear();
     }
     m_listener = listener;
     m_thread = std::thread([this] { run(); });
@@ -216,12 +217,15 @@ void FaultyLink::setGate(const QString& gate, const QString& netState) {
 }
 
 void FaultyLink::setGateLocked(const QString& gate, const QString& netState) {
+    QString told = netState;
     if (netState == NET_STATE::CONNECTED) {
         m_heldGates.remove(gate);
+        // What became of it meanwhile was hidden, and the link below does not tell it again.
+        told = m_gatesBelow.value(gate, netState);
     } else {
         m_heldGates.insert(gate, netState);
     }
-    postLocked(0, {0, [=](auto& to) { to.onGateState(gate, netState); }});
+    postLocked(0, {0, [=](auto& to) { to.onGateState(gate, told); }});
 }
 
 void FaultyLink::disconnectLocked(quint64 envelopeId, const Fault& fault) {
@@ -312,7 +316,11 @@ void FaultyLink::onPush(const QString& msgType, const QVariant& body) {
 void FaultyLink::onGateState(const QString& gate, const QString& netState) {
     // Through the queue, so that states come in the order in which they were told.
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_running && !m_heldGates.contains(gate)) {
+    if (!m_running) {
+        return;
+    }
+    m_gatesBelow.insert(gate, netState);
+    if (!m_heldGates.contains(gate)) {
         postLocked(0, {0, [=](auto& to) { to.onGateState(gate, netState); }});
     }
 }

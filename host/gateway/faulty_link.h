@@ -36,8 +36,9 @@ public:
     bool send(const GatewayRequest& request) override;
 
     /// Tells a gate's state as a server would. A gate that is not CONNECTED keeps the state,
-    /// whatever the link below says of it, until it is told CONNECTED here. Any thread; nothing
-    /// happens while the link is stopped.
+    /// whatever the link below says of it, until it is told CONNECTED here; then it has the state
+    /// that the link below told last, CONNECTED when it told none. Any thread; nothing happens
+    /// while the link is stopped.
     void setGate(const QString& gate, const QString& netState);
 
 private:
@@ -91,5 +92,6 @@ private:
     std::unordered_map<quint64, Fault> m_changed;  // requests under way below
     QHash<QString, Group> m_groups;                // by the fault's text
     quint64 m_lastGroup = 0;
-    QHash<QString, QString> m_heldGates;  // gates that are not CONNECTED through this link
+    QHash<QString, QString> m_heldGates;   // gates that are not CONNECTED through this link
+    QHash<QString, QString> m_gatesBelow;  // what the link below told of its gates
 };

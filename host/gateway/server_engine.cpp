@@ -59,6 +59,10 @@ std::shared_ptr<ServerEngine> ServerEngine::open(const QString& storeFile, QStri
     return store ? std::make_shared<ServerEngine>(std::move(store), std::move(state)) : nullptr;
 }
 
+void ServerEngine::addHandler(const QString& msgType, const ServerHandler& handler) {
+    m_handlers.insert(msgType, handler);
+}
+
 Session ServerEngine::openSession(std::weak_ptr<PushTarget> target) {
     return m_subscriptions.open(std::move(target));
 }

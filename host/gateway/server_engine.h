@@ -18,6 +18,9 @@ public:
     static std::shared_ptr<ServerEngine> open(const QString& storeFile, QString* error,
                                               std::shared_ptr<ServerState> state = {});
 
+    /// Answers one more type, or a type in another way. Before the first session is opened.
+    void addHandler(const QString& msgType, const ServerHandler& handler);
+
     /// A link's connection. The target gets the pushes while it lives and the session is open.
     Session openSession(std::weak_ptr<PushTarget> target);
     void closeSession(const Session& session);
@@ -38,5 +41,5 @@ private:
     const std::shared_ptr<const MarketStore> m_store;
     const std::shared_ptr<ServerState> m_state;
     Subscriptions m_subscriptions;
-    ServerHandlers m_handlers;  // written by the constructor alone
+    ServerHandlers m_handlers;  // written before the first session alone
 };

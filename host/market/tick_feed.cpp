@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include "local_platform.h"
 #include "market_log.h"
@@ -20,7 +21,10 @@ namespace {
 
 inline const QString kPriceStep = QStringLiteral("PriceTick");
 constexpr double kStandardLimit = 0.1;
-constexpr auto kLongestRest = std::chrono::milliseconds(20);
+/// Ticks that fall due closer together are published together.
+constexpr auto kShortestRest = std::chrono::milliseconds(20);
+/// A time that never comes, and whose nanoseconds still fit.
+constexpr double kNeverSeconds = 1e9;
 constexpr double kMostSecondsToCatchUp = 1.0;
 constexpr double kMostTicksPerSecond = 1e6;
 
@@ -42,33 +46,65 @@ quint32 seedOf(const QString& symbol, quint32 seed) {
 /// The thread between start() and stop().
 class TickFeed::Runner {
 public:
-    explicit Runner(TickFeed& feed) : m_thread([this, &feed] { run(feed); }) {}
+    explicit Runner(TickFeed& feed)
+        : m_listening(PlatformData::onSubscriptionsChanged([bell = m_bell] { bell->ring(false); })),
+          m_thread([this, &feed] { run(feed); }) {}
 
     ~Runner() {
-        {
-            const std::lock_guard<std::mutex> guard(m_lock);
-            m_ending = true;
-        }
-        m_wake.notify_all();
+        m_bell->ring(true);
         m_thread.join();
     }
     Q_DISABLE_COPY(Runner)
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    /// Wakes the thread. Of its own, since a change of the subscriptions may ring while the feed
+    /// goes.
+    struct Bell {
+        std::mutex lock;  // guards what follows; not held while ticks are published
+        std::condition_variable wake;
+        bool rung = false;
+        bool ending = false;
+
+        void ring(bool toEnd) {
+            {
+                const std::lock_guard<std::mutex> guard(lock);
+                rung = true;
+                ending = ending || toEnd;
+            }
+            wake.notify_all();
+        }
+        /// Sleeps until it is rung. False at the end.
+        bool sleep() {
+            std::unique_lock<std::mutex> guard(lock);
+            wake.wait(guard, [this] { return rung; });
+            rung = false;
+            return !ending;
+        }
+        /// The same, but no longer than until that time.
+        bool sleepUntil(const Clock::time_point& time) {
+            std::unique_lock<std::mutex> guard(lock);
+            wake.wait_until(guard, time, [this] { return rung; });
+            rung = false;
+            return !ending;
+        }
+    };
+
     void run(TickFeed& feed) {
-        const auto began = std::chrono::steady_clock::now();
-        std::unique_lock<std::mutex> guard(m_lock);
-        while (!m_ending) {
-            guard.unlock();
-            feed.catchUp(std::chrono::steady_clock::now() - began);
-            guard.lock();
-            m_wake.wait_for(guard, kLongestRest, [this] { return m_ending; });
+        const auto began = Clock::now();
+        bool goesOn = true;
+        while (goesOn) {
+            const auto now = Clock::now();
+            feed.catchUp(now - began);
+            const auto due = feed.nextDue();
+            goesOn = due ? m_bell->sleepUntil(std::max(began + *due, now + kShortestRest))
+                         : m_bell->sleep();
         }
     }
 
-    std::mutex m_lock;  // guards m_ending; not held while ticks are published
-    std::condition_variable m_wake;
-    bool m_ending = false;
+    const std::shared_ptr<Bell> m_bell = std::make_shared<Bell>();
+    const std::shared_ptr<void> m_listening;
     std::thread m_thread;  // the last one: it uses the others
 };
 
@@ -90,6 +126,7 @@ TickFeed::~TickFeed() {
 void TickFeed::start() {
     if (!m_runner) {
         m_paid = 0;
+        m_idle = false;
         m_runner = std::make_unique<Runner>(*this);
         qCDebug(lcMarket) << "ticks begin," << m_options.symbols.size() << "symbols chosen,"
                           << m_options.ticksPerSecond << "a second";
@@ -117,7 +154,11 @@ QDateTime TickFeed::now() const {
                            : CBusinessDataBase::GetInstance()->getCurrentBusinessDateTime();
 }
 
+/// 0 while there is nothing to publish.
 double TickFeed::ratePerSecond() const {
+    if (m_walks.empty()) {
+        return 0;
+    }
     const double rate = m_options.ratePerSymbol
                             ? m_options.ticksPerSecond * static_cast<double>(m_walks.size())
                             : m_options.ticksPerSecond;
@@ -128,7 +169,8 @@ int TickFeed::catchUp(std::chrono::nanoseconds sinceStart) {
     const double elapsed = std::chrono::duration<double>(sinceStart).count();
     followSymbols(now().date());
     const double rate = ratePerSecond();
-    if (!(rate > 0) || m_walks.empty()) {
+    const bool wasIdle = std::exchange(m_idle, !(rate > 0));
+    if (m_idle || wasIdle) {
         m_paid = elapsed;
         return 0;
     }
@@ -142,6 +184,15 @@ int TickFeed::catchUp(std::chrono::nanoseconds sinceStart) {
     }
     m_paid += due / rate;
     return published;
+}
+
+std::optional<std::chrono::nanoseconds> TickFeed::nextDue() const {
+    const double rate = ratePerSecond();
+    if (!(rate > 0)) {
+        return std::nullopt;
+    }
+    const double seconds = std::min(m_paid + 1 / rate, kNeverSeconds);
+    return std::chrono::nanoseconds(static_cast<qint64>(std::ceil(seconds * 1e9)));
 }
 
 TickWalk::Figures TickFeed::figuresOf(const QVariantMap& record) {
@@ -195,7 +246,8 @@ void TickFeed::followSymbols(const QDate& day) {
 
 TickFeed::Walk TickFeed::walkOf(const QString& symbol) const {
     const QVariantMap record = recordOfSymbol(symbol);
-    return {symbol, DayPhases(record.value(UserAccount::securityExchange).toString()),
+    return {symbol,
+            DayPhases(record.value(UserAccount::securityExchange).toString(), m_options.calendar),
             TickWalk(seedOf(symbol, m_options.seed), figuresOf(record))};
 }
 

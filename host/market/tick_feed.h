@@ -7,6 +7,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "market_store.h"
@@ -32,6 +33,9 @@ public:
         /// PriceTick, MaxPx and MinPx (0 or absent beside a close: no limit). Without a record the
         /// day begins at 10.00, steps of 0.01, and ends at 10 % more or less.
         QString staticDatabaseFile;
+        /// Holidays and half days; without one, and outside its years, no day but those of the
+        /// weekends is closed.
+        std::shared_ptr<const TradeCalendar> calendar;
         /// Tells date and time; without one it is the platform's business clock. Any thread.
         std::function<QDateTime()> clock;
     };
@@ -54,8 +58,12 @@ public:
     int step(int count);
     /// What the thread does after that much time since start(): publishes the ticks that are due
     /// and returns how many. After a stall at most those of one second, or two; the others
-    /// are skipped.
+    /// are skipped. Where a call found nothing to publish, ticks fall due from the next one on that
+    /// does.
     int catchUp(std::chrono::nanoseconds sinceStart);
+    /// The time since start() at which the next tick is due, as of the last catchUp(). None while
+    /// there is nothing to publish: the thread then sleeps until the subscriptions change.
+    std::optional<std::chrono::nanoseconds> nextDue() const;
 
     /// The standing figures, or those of a security's record; an empty record gives the former.
     static TickWalk::Figures figuresOf(const QVariantMap& record);
@@ -82,6 +90,7 @@ private:
     std::vector<Walk> m_walks;  // in the order of their turns
     size_t m_next = 0;
     QDate m_day;
-    double m_paid = 0;  // seconds that the ticks so far stand for
+    double m_paid = 0;    // seconds that the ticks so far stand for
+    bool m_idle = false;  // the last catchUp() found nothing to publish
     std::unique_ptr<Runner> m_runner;
 };

@@ -70,8 +70,12 @@ bool TradeCalendar::hongKongOpen(const QDate& date) const {
     return !isWeekend(date) && m_hongKong.value(date, Mark::None) != Mark::Closed;
 }
 
+bool TradeCalendar::covers(const QDate& date) const {
+    return date.year() >= m_firstYear && date.year() <= m_lastYear;
+}
+
 bool TradeCalendar::isTradeDay(TradeDayType type, const QDate& date) const {
-    if (date.year() < m_firstYear || date.year() > m_lastYear) {
+    if (!covers(date)) {
         return false;
     }
     switch (type) {
@@ -90,14 +94,18 @@ bool TradeCalendar::isTradeDay(TradeDayType type, const QDate& date) const {
     return false;
 }
 
-QVector<TradeCalendar::Day> TradeCalendar::days(TradeDayType type, const QDate& from,
-                                                const QDate& to) const {
+bool TradeCalendar::isHalfDay(TradeDayType type, const QDate& date) const {
     const bool ofHongKong = type == TradeDayType::HongKong || type == TradeDayType::Southbound ||
                             type == TradeDayType::HongKongCirculation;
+    return ofHongKong && isTradeDay(type, date) && m_hongKong.value(date, Mark::None) == Mark::Half;
+}
+
+QVector<TradeCalendar::Day> TradeCalendar::days(TradeDayType type, const QDate& from,
+                                                const QDate& to) const {
     QVector<Day> list;
     for (QDate date = from; date <= to; date = date.addDays(1)) {
         if (isTradeDay(type, date)) {
-            list.append({date, ofHongKong && m_hongKong.value(date, Mark::None) == Mark::Half});
+            list.append({date, isHalfDay(type, date)});
         }
     }
     return list;

@@ -37,8 +37,13 @@ public:
     int firstYear() const { return m_firstYear; }
     int lastYear() const { return m_lastYear; }
 
+    /// Whether the day lies in those years.
+    bool covers(const QDate& date) const;
+
     /// Whether it is a trade day; false outside the years.
     bool isTradeDay(TradeDayType type, const QDate& date) const;
+    /// Whether it is a trade day with a morning session only.
+    bool isHalfDay(TradeDayType type, const QDate& date) const;
     /// The trade days from one day to another, both included, in order.
     QVector<Day> days(TradeDayType type, const QDate& from, const QDate& to) const;
 

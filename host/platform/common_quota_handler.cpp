@@ -3,8 +3,13 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <QSet>
+#include <algorithm>
 #include <atomic>
+#include <functional>
+#include <memory>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 #include "application_object.h"
 #include "data_log.h"
@@ -21,6 +26,8 @@ constexpr int kFiveLevels = 0;
 /// A main thread that is stuck for long must not fill the memory with ticks nobody wants any more.
 constexpr int kMaxUndelivered = 10000;
 
+using Listener = std::function<void()>;
+
 struct Feed {
     std::atomic<bool> ready{false};
     std::atomic<int> undelivered{0};
@@ -29,11 +36,55 @@ struct Feed {
     QHash<QString, double> lastPrices;
     QStringList subscribed;  // in the order of the first subscription
     QSet<QString> known;     // the same as a set
+    std::vector<std::weak_ptr<const Listener>> listeners;
 };
 
 Feed& feed() {
     static auto* const instance = new Feed;
     return *instance;
+}
+
+void tellListeners() {
+    std::vector<std::shared_ptr<const Listener>> told;
+    {
+        const std::lock_guard<std::mutex> guard(feed().lock);
+        auto& listeners = feed().listeners;
+        listeners.erase(std::remove_if(listeners.begin(), listeners.end(),
+                                       [](const auto& one) { return one.expired(); }),
+                        listeners.end());
+        for (const auto& one : listeners) {
+            told.push_back(one.lock());
+        }
+    }
+    for (const auto& one : told) {
+        if (one) {
+            (*one)();
+        }
+    }
+}
+
+/// False when nothing changes.
+bool changeSubscriptions(const QStringList& symbols, bool adds) {
+    const std::lock_guard<std::mutex> guard(feed().lock);
+    const int before = feed().known.size();
+    for (const QString& symbol : symbols) {
+        if (!adds) {
+            feed().known.remove(symbol);
+        } else if (!symbol.isEmpty() && !feed().known.contains(symbol)) {
+            feed().known.insert(symbol);
+            feed().subscribed.append(symbol);
+        }
+    }
+    if (!adds) {
+        QStringList kept;
+        for (const QString& symbol : std::as_const(feed().subscribed)) {
+            if (feed().known.contains(symbol)) {
+                kept.append(symbol);
+            }
+        }
+        feed().subscribed = kept;
+    }
+    return feed().known.size() != before;
 }
 
 /// False when the application's thread is too far behind.
@@ -59,10 +110,17 @@ void endDelivery() {
 
 void DataStores::resetTickFeed() {
     feed().ready = false;
-    const std::lock_guard<std::mutex> guard(feed().lock);
-    feed().lastPrices.clear();
-    feed().subscribed.clear();
-    feed().known.clear();
+    bool changed = false;
+    {
+        const std::lock_guard<std::mutex> guard(feed().lock);
+        changed = !feed().subscribed.isEmpty();
+        feed().lastPrices.clear();
+        feed().subscribed.clear();
+        feed().known.clear();
+    }
+    if (changed) {
+        tellListeners();
+    }
 }
 
 void PlatformData::publishTick(const QString& symbol, const QVariantMap& tick,
@@ -88,6 +146,13 @@ void PlatformData::publishTick(const QString& symbol, const QVariantMap& tick,
 QStringList PlatformData::subscribedSymbols() {
     const std::lock_guard<std::mutex> guard(feed().lock);
     return feed().subscribed;
+}
+
+std::shared_ptr<void> PlatformData::onSubscriptionsChanged(std::function<void()> changed) {
+    auto listener = std::make_shared<Listener>(std::move(changed));
+    const std::lock_guard<std::mutex> guard(feed().lock);
+    feed().listeners.push_back(listener);
+    return listener;
 }
 
 CommonQuotaHandler::CommonQuotaHandler() {
@@ -122,22 +187,7 @@ void CommonQuotaHandler::subscribe(const QStringList& symbols, int action, int d
                                   << depth << "for" << symbols.size() << "symbols";
         return;
     }
-    const std::lock_guard<std::mutex> guard(feed().lock);
-    for (const QString& symbol : symbols) {
-        if (action == kUnsubscribe) {
-            feed().known.remove(symbol);
-        } else if (!symbol.isEmpty() && !feed().known.contains(symbol)) {
-            feed().known.insert(symbol);
-            feed().subscribed.append(symbol);
-        }
-    }
-    if (action == kUnsubscribe) {
-        QStringList kept;
-        for (const QString& symbol : std::as_const(feed().subscribed)) {
-            if (feed().known.contains(symbol)) {
-                kept.append(symbol);
-            }
-        }
-        feed().subscribed = kept;
+    if (changeSubscriptions(symbols, action == kSubscribe)) {
+        tellListeners();
     }
 }

@@ -6,6 +6,7 @@
 #include <QStringList>
 #include <QVariantMap>
 #include <functional>
+#include <memory>
 
 #include "local_platform.h"
 #include "platform_export.h"
@@ -32,5 +33,9 @@ PLATFORM_API void publishTick(const QString& symbol, const QVariantMap& tick,
 /// What readers of CommonQuotaHandler have subscribed, in the order of their first asking. Any
 /// thread.
 PLATFORM_API QStringList subscribedSymbols();
+/// Has `changed` called after each change of them, on the thread that made it and with no lock
+/// held, for as long as the result lives. A call that is under way when the result goes still ends,
+/// so `changed` owns what it uses. Any thread.
+PLATFORM_API std::shared_ptr<void> onSubscriptionsChanged(std::function<void()> changed);
 
 }  // namespace PlatformData

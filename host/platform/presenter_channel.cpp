@@ -50,6 +50,10 @@ PresenterChannel::PresenterChannel(ZnPresenterClass* presenter, const QString& i
 
 PresenterChannel::~PresenterChannel() = default;
 
+std::shared_ptr<PresenterChannel> PresenterChannel::of(const ZnPresenterClass& presenter) {
+    return presenter.m_channel;
+}
+
 QThread* PresenterChannel::objectThread() const {
     return m_objectThread.get();
 }
@@ -82,12 +86,23 @@ void PresenterChannel::waitUntilBuilt() {
 }
 
 void PresenterChannel::enqueue(const IncomingMessage& message) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_closing) {
-        return;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_closing) {
+            return;
+        }
+        if (m_started || m_queue.size() < kMaxBeforeStart) {
+            m_queue.push_back(message);
+            m_changed.notify_all();
+            return;
+        }
+        if (std::exchange(m_overflowTold, true)) {
+            return;
+        }
     }
-    m_queue.push_back(message);
-    m_changed.notify_all();
+    qCWarning(lcChannel) << "presenter" << m_pid << "is not started and" << kMaxBeforeStart
+                         << "messages wait for it: further ones are dropped, the first is of type"
+                         << message.type;
 }
 
 bool PresenterChannel::isOwnThread() const {

@@ -9,6 +9,8 @@
 #include <mutex>
 #include <thread>
 
+#include "request_time_out.h"
+
 class QThread;
 class ZnPresenterClass;
 
@@ -23,8 +25,8 @@ struct IncomingMessage {
     QVariant body;
 };
 
-/// What belongs to a presenter and outlives it: its ids, its two threads, its queue, its standing
-/// time-out. Whoever talks to the message layer for a presenter holds the channel, so that the
+/// What belongs to a presenter and outlives it: its ids, its two threads, its queue, its time-out.
+/// Whoever talks to the message layer for a presenter holds the channel, so that the
 /// presenter itself may go meanwhile.
 class PresenterChannel {
 public:
@@ -39,8 +41,12 @@ public:
 
     /// Starts both threads. A second call, or one after the disposal began, does nothing.
     void start();
-    /// Queues for the message thread; dropped once the disposal began.
+    /// Queues for the message thread; dropped once the disposal began, and, with a log line for
+    /// the first one, while kMaxBeforeStart wait for a start().
     void enqueue(const IncomingMessage& message);
+    /// A presenter that nobody ever starts must not fill the memory. Far more than comes in while
+    /// plug-ins are brought up.
+    static constexpr size_t kMaxBeforeStart = 10000;
 
     bool isClosing() const { return m_closing; }
     /// True when the calling thread is one of this presenter's two.
@@ -65,8 +71,10 @@ public:
     /// The presenter's destructor has run.
     void presenterDestroyed();
 
-    /// Seconds.
-    std::atomic<int> timeOut{10};
+    /// The channel of a live presenter.
+    static std::shared_ptr<PresenterChannel> of(const ZnPresenterClass& presenter);
+
+    RequestTimeOut timeOut;
 
 private:
     class ObjectThread;
@@ -87,6 +95,7 @@ private:
     bool m_started = false;
     bool m_built = false;
     bool m_deleted = false;
+    bool m_overflowTold = false;
     int m_openCalls = 0;
 
     std::thread m_messageThread;

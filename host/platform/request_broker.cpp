@@ -148,7 +148,8 @@ std::shared_ptr<RequestBroker::Pending> RequestBroker::enter(
         return nullptr;
     }
     constexpr int kMsPerSecond = 1000;
-    const qint64 waitMs = isSync ? request.timeOutMs : qint64(channel->timeOut) * kMsPerSecond;
+    const qint64 waitMs =
+        isSync ? request.timeOutMs : qint64(channel->timeOut.seconds()) * kMsPerSecond;
     auto pending = std::make_shared<Pending>();
     pending->channel = channel;
     pending->deadline = RequestDeadlines::Clock::now() + std::chrono::milliseconds(waitMs);

@@ -2,6 +2,7 @@
 #include <functional>
 
 #include "data_log.h"
+#include "presenter_channel.h"
 #include "server_query.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
@@ -12,26 +13,25 @@ namespace {
 constexpr int kMsPerSecond = 1000;
 
 /// Another time-out for one request. It is the presenter's own that changes, for everybody who
-/// sends through it at that moment, so it is put back as soon as the request is done.
+/// sends through it at that moment, so it is taken back as soon as the request is done.
 class TimeOutForOneRequest {
 public:
-    TimeOutForOneRequest(ZnPresenterClass* presenter, int timeOutMs)
-        : m_presenter(timeOutMs > 0 ? presenter : nullptr) {
-        if (m_presenter) {
-            m_standing = m_presenter->getRequestTimeOut();
-            m_presenter->setRequestTimeOut((timeOutMs + kMsPerSecond - 1) / kMsPerSecond);
+    TimeOutForOneRequest(const ZnPresenterClass* presenter, int timeOutMs)
+        : m_channel(presenter && timeOutMs > 0 ? PresenterChannel::of(*presenter) : nullptr) {
+        if (m_channel) {
+            m_number = m_channel->timeOut.begin((timeOutMs - 1) / kMsPerSecond + 1);
         }
     }
     ~TimeOutForOneRequest() {
-        if (m_presenter) {
-            m_presenter->setRequestTimeOut(m_standing);
+        if (m_channel) {
+            m_channel->timeOut.end(m_number);
         }
     }
     Q_DISABLE_COPY(TimeOutForOneRequest)
 
 private:
-    ZnPresenterClass* const m_presenter;
-    int m_standing = 0;
+    const std::shared_ptr<PresenterChannel> m_channel;
+    quint64 m_number = 0;
 };
 
 /// What goes on: the next page's request, the end of the list, or an end with an error.

@@ -38,7 +38,7 @@ GatewayRequest requestFrom(const CMessageCommon& message, const PresenterChannel
 int timeOutMs(const PresenterChannel& channel, unsigned long furtherMs) {
     constexpr qint64 kLongest = std::numeric_limits<int>::max();
     const qint64 further = qint64(qMin<quint64>(furtherMs, quint64(kLongest)));
-    return int(qMin(channel.timeOut * kMsPerSecond + further, kLongest));
+    return int(qMin(channel.timeOut.seconds() * kMsPerSecond + further, kLongest));
 }
 
 /// Nothing here touches the presenter, which may be deleted as soon as the call is closed.
@@ -133,11 +133,11 @@ void ZnPresenterClass::setRequestTimeOut(int seconds) {
         qCWarning(lcRequest) << m_channel->pid() << "sets a time-out of" << seconds << "s, refused";
         return;
     }
-    m_channel->timeOut = seconds;
+    m_channel->timeOut.set(seconds);
 }
 
 int ZnPresenterClass::getRequestTimeOut() const {
-    return m_channel->timeOut;
+    return m_channel->timeOut.seconds();
 }
 
 bool ZnPresenterClass::isClosing() const {

@@ -15,6 +15,8 @@ bool RecordingLink::start(GatewayLinkListener* listener, QString* error) {
 
 void RecordingLink::stop() {
     m_below->stop();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_types.clear();
 }
 
 bool RecordingLink::send(const GatewayRequest& request) {
@@ -24,27 +26,46 @@ bool RecordingLink::send(const GatewayRequest& request) {
         m_types.emplace(request.envelopeId, type);
     }
     m_tape->add(RecordKind::Request, type, jsonOfBody(request.body));
-    return m_below->send(request);
+    if (m_below->send(request)) {
+        return true;
+    }
+    takeType(request.envelopeId);
+    return false;
 }
 
-QString RecordingLink::typeOf(quint64 envelopeId) const {
+int RecordingLink::underWay() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return static_cast<int>(m_types.size());
+}
+
+QString RecordingLink::takeType(quint64 envelopeId) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_types.find(envelopeId);
-    return found == m_types.end() ? QString() : found->second;
+    if (found == m_types.end()) {
+        return {};
+    }
+    QString type = found->second;
+    m_types.erase(found);
+    return type;
 }
 
 void RecordingLink::onAnswer(quint64 envelopeId, const QString& msgType, const QVariant& body) {
-    m_tape->add(RecordKind::Answer, typeOf(envelopeId), jsonOfBody(body));
+    QString type = takeType(envelopeId);
+    if (type.isEmpty()) {
+        // It comes a second time, or after the time-out: its own words have to do.
+        type = messageTypeOf(msgType, rowsOfPackedBody(body).first());
+    }
+    m_tape->add(RecordKind::Answer, type, jsonOfBody(body));
     m_listener->onAnswer(envelopeId, msgType, body);
 }
 
 void RecordingLink::onFailure(quint64 envelopeId, const QString& reason) {
-    m_tape->add(RecordKind::Failure, typeOf(envelopeId), {{QStringLiteral("reason"), reason}});
+    m_tape->add(RecordKind::Failure, takeType(envelopeId), {{QStringLiteral("reason"), reason}});
     m_listener->onFailure(envelopeId, reason);
 }
 
 void RecordingLink::onTimeOut(quint64 envelopeId) {
-    m_tape->add(RecordKind::TimeOut, typeOf(envelopeId), {});
+    m_tape->add(RecordKind::TimeOut, takeType(envelopeId), {});
     m_listener->onTimeOut(envelopeId);
 }
 

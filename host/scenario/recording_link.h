@@ -18,6 +18,10 @@ public:
     void stop() override;
     bool send(const GatewayRequest& request) override;
 
+    /// Requests whose outcome has not passed yet. One that never gets any counts until stop(). Any
+    /// thread.
+    int underWay() const;
+
 private:
     void onAnswer(quint64 envelopeId, const QString& msgType, const QVariant& body) override;
     void onFailure(quint64 envelopeId, const QString& reason) override;
@@ -25,12 +29,13 @@ private:
     void onPush(const QString& msgType, const QVariant& body) override;
     void onGateState(const QString& gate, const QString& netState) override;
 
-    QString typeOf(quint64 envelopeId) const;
+    /// The type of a request under way, which no longer is; empty for any other.
+    QString takeType(quint64 envelopeId);
 
     const std::unique_ptr<GatewayLink> m_below;
     const std::shared_ptr<ScenarioTape> m_tape;
     GatewayLinkListener* m_listener = nullptr;  // written before the link below starts
 
-    mutable std::mutex m_mutex;  // guards the types
-    std::unordered_map<quint64, QString> m_types;
+    mutable std::mutex m_mutex;                    // guards the types
+    std::unordered_map<quint64, QString> m_types;  // of the requests under way
 };

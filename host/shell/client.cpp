@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QJsonArray>
-#include <QLoggingCategory>
 #include <atomic>
 #include <thread>
 #include <utility>
@@ -13,9 +12,11 @@
 #include "faulty_link.h"
 #include "interrupt_watch.h"
 #include "local_platform.h"
+#include "market_log.h"
 #include "sample_market.h"
 #include "server_engine.h"
 #include "tick_feed.h"
+#include "trade_calendar.h"
 #include "vocabulary/values.h"
 #include "znbusinessdata/c_business_data_base.h"
 
@@ -111,6 +112,7 @@ bool Client::startPlatform(QString* error) {
     LocalPlatform::Options platform;
     platform.homeDir = m_options.homeDir;
     platform.staticDbFile = staticDatabaseFile(marketDir());
+    platform.bodyLimit = m_options.bodyLimit;
     if (!LocalPlatform::instance().start(platform, error)) {
         return false;
     }
@@ -135,6 +137,13 @@ void Client::startTicks() {
     feed.ticksPerSecond = m_options.ticksPerSecond;
     feed.ratePerSymbol = true;
     feed.staticDatabaseFile = staticDatabaseFile(marketDir());
+    const auto calendar = std::make_shared<TradeCalendar>();
+    QString error;
+    if (calendar->load(&error)) {
+        feed.calendar = calendar;
+    } else {
+        qCWarning(lcMarket) << "ticks know no holidays:" << error;
+    }
     m_ticks = std::make_unique<TickFeed>(feed);
     m_ticks->start();
 }

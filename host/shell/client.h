@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 
+#include "body_size.h"
 #include "facade_library.h"
 #include "fault_plan.h"
 #include "gateway_link.h"
@@ -32,6 +33,7 @@ public:
         MarketOptions market;
         QStringList tickSymbols;    ///< that get ticks beside those that somebody subscribed
         double ticksPerSecond = 1;  ///< of each symbol; 0: no ticks
+        qint64 bodyLimit = kStandingBodyLimit;  ///< bytes that a body may take
         /// What goes wrong between client and server; may change while the client runs.
         std::shared_ptr<FaultPlan> faults = std::make_shared<FaultPlan>();
         /// Puts a link of the caller's own around the client's; may be empty.

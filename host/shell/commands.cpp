@@ -62,6 +62,7 @@ Client::Options clientOptions(const ShellOptions& options) {
     client.accountWaitMs = options.waitSeconds * 1000;
     client.tickSymbols = options.tickSymbols;
     client.ticksPerSecond = options.tickRate;
+    client.bodyLimit = options.bodyLimit;
     for (const Fault& fault : options.faults) {
         client.faults->add(fault);
     }

@@ -1,13 +1,20 @@
 #include "shell_options.h"
 
 #include <QCommandLineParser>
+#include <utility>
 
+#include "line_words.h"
 #include "sample_market.h"
 
 namespace {
 
 constexpr int kMostSections = 1000;
 constexpr int kMostTicks = 1000;
+constexpr int kBytesPerKiB = 1024;
+constexpr int kBytesPerMiB = 1024 * kBytesPerKiB;
+/// Less would not take the log-in's own answer.
+constexpr int kLeastBodyLimit = kBytesPerKiB;
+constexpr int kMostBodyLimit = 1024 * kBytesPerMiB;
 
 const QString kHome = QStringLiteral("home");
 const QString kPlugins = QStringLiteral("plugins");
@@ -20,6 +27,7 @@ const QString kScenario = QStringLiteral("scenario");
 const QString kSection = QStringLiteral("scenario-section");
 const QString kTicks = QStringLiteral("ticks");
 const QString kTickRate = QStringLiteral("tick-rate");
+const QString kBodyLimit = QStringLiteral("body-limit");
 const QString kRebuild = QStringLiteral("rebuild");
 const QString kVerbose = QStringLiteral("verbose");
 const QString kStay = QStringLiteral("stay");
@@ -29,8 +37,8 @@ const QString kVersion = QStringLiteral("version");
 
 void addOptions(QCommandLineParser& parser) {
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    for (const QString& withValue :
-         {kHome, kPlugins, kUser, kWait, kScale, kFault, kScenario, kSection, kTicks, kTickRate}) {
+    for (const QString& withValue : {kHome, kPlugins, kUser, kWait, kScale, kFault, kScenario,
+                                     kSection, kTicks, kTickRate, kBodyLimit}) {
         parser.addOption(QCommandLineOption(withValue, QString(), QStringLiteral("value")));
     }
     for (const QString& flag : {kRebuild, kVerbose, kStay, kOnce, kVersion}) {
@@ -52,6 +60,40 @@ bool takeNumber(const QCommandLineParser& parser, const QString& name, int least
         return false;
     }
     *value = number;
+    return true;
+}
+
+/// Bytes, or with a suffix KiB or MiB; false for everything else.
+bool readSize(QString text, qint64* bytes) {
+    int unit = 1;
+    for (const auto& [suffix, size] : {std::pair{QLatin1String("KiB"), kBytesPerKiB},
+                                       std::pair{QLatin1String("MiB"), kBytesPerMiB}}) {
+        if (text.endsWith(suffix)) {
+            text.chop(suffix.size());
+            unit = size;
+            break;
+        }
+    }
+    int number = 0;
+    if (!readWholeNumber(text, 1, kMostBodyLimit / unit, &number)) {
+        return false;
+    }
+    *bytes = static_cast<qint64>(number) * unit;
+    return true;
+}
+
+bool takeBodyLimit(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
+    if (!parser.isSet(kBodyLimit)) {
+        return true;
+    }
+    qint64 bytes = 0;
+    if (!readSize(parser.value(kBodyLimit), &bytes) || bytes < kLeastBodyLimit) {
+        *error =
+            QStringLiteral("--%1 takes a size from 1KiB to 1024MiB, such as 65536, 512KiB or 64MiB")
+                .arg(kBodyLimit);
+        return false;
+    }
+    options->bodyLimit = bytes;
     return true;
 }
 
@@ -114,7 +156,8 @@ bool takeOptions(const QStringList& arguments, ShellOptions* options, QStringLis
     takeValue(kUser, &options->user);
     if (!takeNumber(parser, kWait, 0, 3600, &options->waitSeconds, error) ||
         !takeNumber(parser, kScale, 1, kMaxMarketScale, &options->scale, error) ||
-        !takeNumber(parser, kTickRate, 0, kMostTicks, &options->tickRate, error)) {
+        !takeNumber(parser, kTickRate, 0, kMostTicks, &options->tickRate, error) ||
+        !takeBodyLimit(parser, options, error)) {
         return false;
     }
     if (!takeFaults(parser.values(kFault), options, error) ||
@@ -140,12 +183,21 @@ bool takeOptions(const QStringList& arguments, ShellOptions* options, QStringLis
 
 /// A scenario brings everything along that the others take from the command line.
 bool standsAlone(const ShellOptions& options, bool withCommand, QString* error) {
-    if (options.command == ShellOptions::Command::Scenario &&
-        (withCommand || !options.faults.isEmpty() || !options.tickSymbols.isEmpty())) {
-        const QString& option = options.faults.isEmpty() ? kTicks : kFault;
-        *error = withCommand ? QStringLiteral("--scenario goes with no command")
-                             : QStringLiteral("--scenario goes with no --%1").arg(option);
+    if (options.command != ShellOptions::Command::Scenario) {
+        return true;
+    }
+    if (withCommand) {
+        *error = QStringLiteral("--scenario goes with no command");
         return false;
+    }
+    for (const auto& [option, isGiven] :
+         {std::pair{kFault, !options.faults.isEmpty()},
+          std::pair{kTicks, !options.tickSymbols.isEmpty()},
+          std::pair{kBodyLimit, options.bodyLimit != kStandingBodyLimit}}) {
+        if (isGiven) {
+            *error = QStringLiteral("--scenario goes with no --%1").arg(option);
+            return false;
+        }
     }
     return true;
 }
@@ -268,6 +320,9 @@ QString shellHelpText() {
         "  --ticks SYMBOLS publish ticks of these symbols too, such as 600000.SH,000001.SZ; those\n"
         "                  that a plug-in subscribes get them anyway\n"
         "  --tick-rate N   ticks a second of each symbol, 0 to 1000; 0: none (default: 1)\n"
+        "  --body-limit SIZE\n"
+        "                  refuse larger requests and answers, drop larger pushes: bytes, or with\n"
+        "                  KiB or MiB, such as 512KiB; 1KiB to 1024MiB (default: 64MiB)\n"
         "  --scenario FILE play a scenario in a home folder of its own and tell how it went\n"
         "  --rebuild       make the sample market anew\n"
         "  --stay, --once  stay up until Ctrl-C, or end after the table; by default it stays when\n"

@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <QVector>
 
+#include "body_size.h"
 #include "fault_plan.h"
 #include "rules_texts.h"
 
@@ -29,9 +30,10 @@ struct ShellOptions {
     bool verbose = false;     ///< the log on stderr too, with debug lines
     QStringList tickSymbols;  ///< that get ticks beside the subscribed ones
     int tickRate = 1;         ///< ticks a second of each symbol; 0 for none
-    QVector<Fault> faults;    ///< what goes wrong between client and server
-    QString scenarioFile;     ///< of Scenario
-    int section = 0;          ///< of Scenario: the one to play in this process, from 1; 0 for all
+    qint64 bodyLimit = kStandingBodyLimit;  ///< bytes that a body may take
+    QVector<Fault> faults;                  ///< what goes wrong between client and server
+    QString scenarioFile;                   ///< of Scenario
+    int section = 0;  ///< of Scenario: the one to play in this process, from 1; 0 for all
     Staying staying = Staying::ByTerminal;
 };
 

@@ -43,9 +43,10 @@ public:
     /// answers' System::totalSize is reached or a page is short, and returns all rows. `maxPages`
     /// ends it earlier, 0 being no limit. `timeOutMs` is the time-out of each page, rounded up to
     /// seconds, 0 being the presenter's standing one; another one is the presenter's own, for
-    /// whoever sends through it, while a page is under way. `error` as above: one page that fails
-    /// fails the query. A list that gets nowhere (an empty page before the total, one page twice)
-    /// is an error too. Blocks for its requests, one after the other.
+    /// whoever sends through it, while a page is under way. Of several threads that do so at once
+    /// each has its own for its pages, others have the latest. `error` as above: one page that
+    /// fails fails the query. A list that gets nowhere (an empty page before the total, one page
+    /// twice) is an error too. Blocks for its requests, one after the other.
     static QList<QVariantMap> QueryDatasFromServerByPage(ZnPresenterClass* p,
                                                          const QString& msgType,
                                                          const QVariantMap& request, QString& error,

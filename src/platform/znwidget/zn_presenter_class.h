@@ -17,10 +17,11 @@ class PresenterChannel;
 ///
 /// Threads. The constructor moves the object to an object thread of its own, which is not started
 /// before initPresenter(): a queued signal to it waits until then, and so does all incoming
-/// traffic. The given parent is the logical owner only. A child object made in a derived
-/// constructor must be made without a parent, moved to thread(), and only then be given its parent.
-/// The four Proc entries are called on the presenter's message thread, one at a time, in the order
-/// of arrival. Every other operation may be called from any thread.
+/// traffic, of which no more than ten thousand messages are kept. The given parent is the logical
+/// owner only. A child object made in a derived constructor must be made without a parent, moved to
+/// thread(), and only then be given its parent. The four Proc entries are called on the presenter's
+/// message thread, one at a time, in the order of arrival. Every other operation may be called from
+/// any thread.
 ///
 /// End. deleteLater() is the one way to dispose of a presenter; the platform does the same to every
 /// live one when the application is about to quit.
@@ -54,7 +55,8 @@ public:
     /// Returns 0 when the message was handed over, 2 when it could not be.
     int sendRequest_Async(CMessageCommon* msg);
 
-    /// The standing time-out of synchronous requests in seconds, 10 at first.
+    /// The standing time-out of synchronous requests in seconds, 10 at first. While a paged query
+    /// with a time-out of its own is under way, that one is read.
     void setRequestTimeOut(int seconds);
     int getRequestTimeOut() const;
 

@@ -1,15 +1,18 @@
 #pragma once
 
+#include <QDate>
 #include <QMap>
 #include <QSet>
 #include <QStringList>
 #include <mutex>
 
+#include "gate_events.h"
 #include "host_msg_type.h"
 #include "sample_market.h"
 #include "scripted_link.h"
 #include "server_under_test.h"
 #include "vocabulary/fields.h"
+#include "vocabulary/net_state.h"
 #include "vocabulary/quindar_msg_type.h"
 #include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
@@ -19,13 +22,17 @@ class ScriptedServer : public ServerUnderTest {
 public:
     std::shared_ptr<GatewayLink> makeLink() override {
         auto link = std::make_shared<ScriptedLink>();
-        link->on(HostMsgType::securityAccounts, &ScriptedServer::list);
+        link->on(HostMsgType::securityAccounts, &ScriptedServer::securityAccounts);
+        link->on(kTradedDays, &ScriptedServer::tradedDays);
         link->on(Quindar_MsgType::subscribeTopicRequest,
                  [this](const QVariant& body) { return subscribe(body); });
         link->on(Quindar_MsgType::getUserProfileDataRequest,
                  [this](const QVariant& body) { return readProfile(body); });
         link->on(Velmar_MsgType::alterAllUserProfileDataAndSendKafkaRequest,
                  [this](const QVariant& body) { return writeProfile(body); });
+        for (const GateEvent& event : gateEvents()) {
+            link->gateState(event.gate, NET_STATE::CONNECTED);
+        }
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_topics.clear();
         m_link = link;
@@ -39,8 +46,15 @@ public:
         }
     }
 
+    void setGate(const QString& gate, const QString& netState) override {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_link->gateState(gate, netState);
+    }
+
 private:
     static constexpr int kRows = 230;
+    static constexpr int kTradingAccounts = 4;
+    static constexpr int kDaysOfEach = 40;
     static constexpr int kMaxPageSize = 5000;
 
     static bool knows(const QVariant& user) {
@@ -52,63 +66,111 @@ private:
         return QStringLiteral("%1").arg(row, kWidth, kDecimal, QLatin1Char('0'));
     }
 
-    /// Row numbers that the request's accounts leave, in order.
-    static QList<int> wanted(const QVariantMap& request) {
-        const QStringList accounts = request.value(UserAccount::tradingAccount)
-                                         .toString()
-                                         .split(QLatin1Char(','), Qt::SkipEmptyParts);
-        QList<int> rows;
-        for (int row = 1; row <= kRows; ++row) {
-            if (accounts.isEmpty() || accounts.contains(accountOf(row))) {
-                rows.append(row);
-            }
-        }
-        return rows;
-    }
-    static QString accountOf(int row) { return QStringLiteral("T%1").arg((row + 1) / 2); }
-    static QVariantMap record(int row) {
-        return {{UserAccount::tradingAccount, accountOf(row)},
-                {UserAccount::securityAccount, QStringLiteral("S%1").arg(row)},
-                {UserAccount::securityExchange, QStringLiteral("1")},
-                {UserAccount::isMainAccount, QStringLiteral("1")}};
+    static QStringList accountsOf(const QVariantMap& request) {
+        return request.value(UserAccount::tradingAccount)
+            .toString()
+            .split(QLatin1Char(','), Qt::SkipEmptyParts);
     }
 
-    static QVariant list(const QVariant& body) {
+    static QVariant securityAccounts(const QVariant& body) {
+        const QStringList accounts = accountsOf(headerOf(body));
+        QMap<int, QVariantMap> rows;
+        for (int row = 1; row <= kRows; ++row) {
+            const QString account = QStringLiteral("T%1").arg((row + 1) / 2);
+            if (accounts.isEmpty() || accounts.contains(account)) {
+                rows.insert(row, {{UserAccount::tradingAccount, account},
+                                  {UserAccount::securityAccount, QStringLiteral("S%1").arg(row)},
+                                  {UserAccount::securityExchange, QStringLiteral("1")},
+                                  {UserAccount::isMainAccount, QStringLiteral("1")}});
+            }
+        }
+        return list(body, rows);
+    }
+
+    /// A day of a request as a number, in whatever form it came; `standard` when it names none, 0
+    /// when that is no day.
+    static int dayOf(const QVariantMap& request, const QString& field, int standard) {
+        const QString text = request.value(field).toString();
+        if (text.isEmpty()) {
+            return standard;
+        }
+        QDate day = QDate::fromString(text, QStringLiteral("yyyyMMdd"));
+        if (!day.isValid()) {
+            day = QDate::fromString(text, QStringLiteral("yyyy-MM-dd"));
+        }
+        return day.isValid() ? day.toString(QStringLiteral("yyyyMMdd")).toInt() : 0;
+    }
+
+    static QVariant tradedDays(const QVariant& body) {
+        const QVariantMap request = headerOf(body);
+        const QStringList accounts = accountsOf(request);
+        constexpr int kNoEnd = 99999999;
+        const int first = dayOf(request, System::startDate, 1);
+        const int last = dayOf(request, System::endDate, kNoEnd);
+        const int only = dayOf(request, System::queryDate, kNoEnd);
+        for (const QString& field : {System::startDate, System::endDate, System::queryDate}) {
+            if (dayOf(request, field, 1) == 0) {
+                return makeRefusal(body, "no such day: " + request.value(field).toString());
+            }
+        }
+        QMap<int, QVariantMap> rows;
+        QStringList without = accounts;
+        for (int i = 0; i < kTradingAccounts * kDaysOfEach; ++i) {
+            const QString account = QStringLiteral("T%1").arg(1 + i / kDaysOfEach);
+            const QDate date = QDate(2025, 1, 20).addDays(i % kDaysOfEach);
+            const int day = date.toString(QStringLiteral("yyyyMMdd")).toInt();
+            const bool isAsked = accounts.isEmpty() || accounts.contains(account);
+            if (isAsked && first <= day && day <= last && (only == kNoEnd || only == day)) {
+                rows.insert(i + 1, {{UserAccount::tradingAccount, account},
+                                    {UserAccount::tradeDate, day},
+                                    {System::requestExeStatus, RequestExeStatus::success}});
+                without.removeAll(account);
+            }
+        }
+        without.removeDuplicates();
+        QList<QVariantMap> refused;
+        for (const QString& account : qAsConst(without)) {
+            refused.append({{UserAccount::tradingAccount, account},
+                            {System::requestExeStatus, QStringLiteral("1")},
+                            {System::textDescription, account + " has no rows"}});
+        }
+        return list(body, rows, refused);
+    }
+
+    /// The part of the rows, by their positions, that the request asks for; when it asks for all,
+    /// with `further` ones behind them.
+    static QVariant list(const QVariant& body, QMap<int, QVariantMap> rows,
+                         const QList<QVariantMap>& further = {}) {
         const QVariantMap request = headerOf(body);
         if (!knows(request.value(UserAccount::loginUserId))) {
             return makeRefusal(body, QStringLiteral("no such user"));
         }
-        QList<int> rows = wanted(request);
         QVariantMap header{{System::totalSize, rows.size()}};
         const bool byPosition = request.contains(System::positionStr);
-        if (byPosition || request.contains(System::pageNo)) {
-            const int count =
-                request.value(byPosition ? System::requestNumber : System::pageSize).toInt();
-            const QString asked = request.value(System::positionStr).toString();
-            bool isCursor = asked.isEmpty();
-            const int after = isCursor ? 0 : asked.toInt(&isCursor);
-            const int page = request.value(System::pageNo).toInt();
-            if (count < 1 || count > kMaxPageSize || (byPosition ? !isCursor : page < 1)) {
-                return makeRefusal(body, QStringLiteral("no such page"));
-            }
-            if (byPosition) {
-                while (!rows.isEmpty() && rows.first() <= after) {
-                    rows.removeFirst();
-                }
-                rows = rows.mid(0, count);
-                header.insert(System::positionStr,
-                              rows.isEmpty() ? asked : positionOf(rows.last()));
-            } else {
-                rows = rows.mid((page - 1) * count, count);
-                header.insert(System::pageNo, page);
-                header.insert(System::pageSize, count);
-            }
+        if (!byPosition && !request.contains(System::pageNo)) {
+            return makeAnswer(body, rows.values() + further, header);
         }
-        QList<QVariantMap> records;
-        for (const int row : qAsConst(rows)) {
-            records.append(record(row));
+        const int count =
+            request.value(byPosition ? System::requestNumber : System::pageSize).toInt();
+        const QString asked = request.value(System::positionStr).toString();
+        bool isCursor = asked.isEmpty();
+        const int after = isCursor ? 0 : asked.toInt(&isCursor);
+        const int page = request.value(System::pageNo).toInt();
+        if (count < 1 || count > kMaxPageSize || (byPosition ? !isCursor : page < 1)) {
+            return makeRefusal(body, QStringLiteral("no such page"));
         }
-        return makeAnswer(body, records, header);
+        if (byPosition) {
+            while (!rows.isEmpty() && rows.firstKey() <= after) {
+                rows.erase(rows.begin());
+            }
+            const QList<int> positions = rows.keys().mid(0, count);
+            header.insert(System::positionStr,
+                          positions.isEmpty() ? asked : positionOf(positions.last()));
+            return makeAnswer(body, rows.values().mid(0, count), header);
+        }
+        header.insert(System::pageNo, page);
+        header.insert(System::pageSize, count);
+        return makeAnswer(body, rows.values().mid((page - 1) * count, count), header);
     }
 
     QVariant subscribe(const QVariant& body) {

@@ -6,9 +6,18 @@
 
 #include "gateway_link.h"
 
+/// A list that a server has for the suite alone: the days on which accounts of the login traded.
+/// Body: UserAccount::loginUserId; UserAccount::tradingAccount, joined with ",", System::startDate,
+/// System::endDate and System::queryDate to ask for some rows only; a page as for any list. Answer:
+/// rows of UserAccount::tradingAccount, UserAccount::tradeDate as a whole number yyyymmdd, and
+/// System::requestExeStatus; in the order of the accounts, then of the days. When no page is asked
+/// for, each account that was named and has no row gets one that refuses.
+inline const QString kTradedDays = QStringLiteral("suite.tradedDays");
+
 /// A server with a link to it, as the suite needs it. It knows the logins of SampleLogin and
-/// answers HostMsgType::securityAccounts (with at least 200 rows for the first login),
-/// subscriptions, and the reading and writing of profiles; any other type is refused by name.
+/// answers HostMsgType::securityAccounts (with at least 200 rows for the first login), kTradedDays
+/// (with at least 100 rows of three accounts for it), subscriptions, and the reading and writing of
+/// profiles; any other type is refused by name. Its four gates are connected when a link starts.
 class ServerUnderTest {
 public:
     virtual ~ServerUnderTest() = default;
@@ -17,4 +26,6 @@ public:
     virtual std::shared_ptr<GatewayLink> makeLink() = 0;
     /// Has the server push to whoever subscribed to the topic.
     virtual void push(const QString& topic, const QVariant& body) = 0;
+    /// Has the newest link tell a gate's state, NetGateType and NET_STATE values.
+    virtual void setGate(const QString& gate, const QString& netState) = 0;
 };

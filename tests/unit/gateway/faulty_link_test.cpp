@@ -1,120 +1,12 @@
-#include "faulty_link.h"
-
 #include <QtTest>
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "fault_control.h"
+#include "faulty_link_room.h"
 #include "host_msg_type.h"
-#include "scripted_link.h"
-#include "vocabulary/fields.h"
 #include "vocabulary/net_state.h"
-#include "wait_for.h"
-
-namespace {
-
-const QString kType = QStringLiteral("120006");
-
-QStringList sorted(QStringList lines) {
-    lines.sort();
-    return lines;
-}
-
-Fault faultOf(const char* line) {
-    Fault fault;
-    LineError error;
-    if (!readFault(QString::fromUtf8(line), &fault, &error)) {
-        qFatal("%s: %s", line, qPrintable(error.told()));
-    }
-    return fault;
-}
-
-/// Keeps what it is told, as "answer 3", in order.
-class Told : public GatewayLinkListener {
-public:
-    void onAnswer(quint64 id, const QString& msgType, const QVariant& body) override {
-        add(QStringLiteral("answer"), id, body);
-        QCOMPARE(msgType.isEmpty(), false);
-    }
-    void onFailure(quint64 id, const QString& reason) override {
-        add(QStringLiteral("failure"), id, reason);
-    }
-    void onTimeOut(quint64 id) override { add(QStringLiteral("timeout"), id, {}); }
-    void onPush(const QString& msgType, const QVariant& body) override {
-        add(QStringLiteral("push ") + msgType, 0, body);
-    }
-    void onGateState(const QString& gate, const QString& netState) override {
-        add(gate + QLatin1Char(' ') + netState, 0, {});
-    }
-
-    QStringList lines() const {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_lines;
-    }
-    QVariant body(int at) const {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_bodies.value(at);
-    }
-    int count(const QString& line) const { return lines().count(line); }
-    bool waitForLines(int count) const {
-        return waitFor([this, count] { return lines().size() >= count; });
-    }
-    bool toldOn(std::thread::id thread) const {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return std::find(m_threads.begin(), m_threads.end(), thread) != m_threads.end();
-    }
-
-private:
-    void add(const QString& kind, quint64 id, const QVariant& body) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_lines.append(id ? QStringLiteral("%1 %2").arg(kind).arg(id) : kind);
-        m_bodies.append(body);
-        m_threads.push_back(std::this_thread::get_id());
-    }
-
-    mutable std::mutex m_mutex;  // guards what follows
-    QStringList m_lines;
-    QVariantList m_bodies;
-    std::vector<std::thread::id> m_threads;
-};
-
-GatewayRequest requestOf(quint64 id, const QString& type = kType,
-                         const QList<QVariantMap>& rows = {}) {
-    GatewayRequest request;
-    request.envelopeId = id;
-    request.msgType = type;
-    request.body = packRows(
-        {{System::msgType, type}, {System::clientMsgID, QStringLiteral("c%1").arg(id)}}, rows);
-    request.timeOutMs = 10000;
-    return request;
-}
-
-/// A faulty link over a scripted one that answers with four rows.
-struct Room {
-    explicit Room(const QList<const char*>& faults = {}) {
-        auto below = std::make_unique<ScriptedLink>();
-        script = below.get();
-        script->on(kType, ScriptedReply::rows({{{"n", 1}}, {{"n", 2}}, {{"n", 3}}, {{"n", 4}}}));
-        for (const char* line : faults) {
-            plan->add(faultOf(line));
-        }
-        link = std::make_unique<FaultyLink>(std::move(below), plan);
-        QString error;
-        if (!link->start(&told, &error)) {
-            qFatal("%s", qPrintable(error));
-        }
-    }
-
-    Told told;
-    const std::shared_ptr<FaultPlan> plan = std::make_shared<FaultPlan>();
-    ScriptedLink* script = nullptr;
-    std::unique_ptr<FaultyLink> link;
-};
-
-}  // namespace
 
 class FaultyLinkTest : public QObject {
     Q_OBJECT
@@ -134,9 +26,6 @@ private slots:
     void silentTimeOut_tellsNothing();
     void reorder_reversesAndGivesUpWaiting();
     void drip_takesLongerTheMoreRows();
-    void disconnect_failsRequestsUntilReconnect();
-    void namedGate_goesDownAlone();
-    void heldGate_hidesTheStateFromBelow();
     void sharedEnvelope_isToldApartByTheBody();
     void control_addsListsAndClears();
     void control_wrongRow_changesNothing();
@@ -332,49 +221,6 @@ void FaultyLinkTest::drip_takesLongerTheMoreRows() {
     QVERIFY(room.link->send(requestOf(1)));
     QVERIFY(room.told.waitForLines(1));
     QVERIFY2(timer.elapsed() >= 4 * 30, QByteArray::number(timer.elapsed()));
-}
-
-void FaultyLinkTest::disconnect_failsRequestsUntilReconnect() {
-    Room room({"120006 1 disconnect", "120006 1 disconnect reconnect=3"});
-    QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.link->send(requestOf(2)));
-    QVERIFY(room.told.waitForLines(3));
-    QCOMPARE(room.told.lines(), (QStringList{"TradeGate NOCONNECT", "failure 1", "failure 2"}));
-    QVERIFY(room.told.body(2).toString().contains(QStringLiteral("TradeGate")));
-    QCOMPARE(room.script->requestCount(), 0);
-    room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    QVERIFY(room.link->send(requestOf(3)));
-    QVERIFY(room.told.waitForLines(5));
-    QCOMPARE(sorted(room.told.lines().mid(3)), (QStringList{"TradeGate CONNECTED", "answer 3"}));
-    room.plan->clear();
-    room.plan->add(faultOf("120006 1 disconnect reconnect=3"));
-    QVERIFY(room.link->send(requestOf(4)));
-    QVERIFY(room.told.waitForLines(8));
-    QCOMPARE(room.told.lines().mid(5),
-             (QStringList{"TradeGate NOCONNECT", "failure 4", "TradeGate CONNECTED"}));
-    QVERIFY(room.link->send(requestOf(5)));
-    QVERIFY(room.told.waitForLines(9));
-    QCOMPARE(room.told.lines().last(), QStringLiteral("answer 5"));
-}
-
-void FaultyLinkTest::namedGate_goesDownAlone() {
-    Room room;
-    room.link->setGate(NetGateType::InfoGate, NET_STATE::NOCONNECT);
-    QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.told.waitForLines(2));
-    QCOMPARE(sorted(room.told.lines()), (QStringList{"InfoGate NOCONNECT", "answer 1"}));
-}
-
-void FaultyLinkTest::heldGate_hidesTheStateFromBelow() {
-    Room room;
-    room.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
-    room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    room.script->gateState(NetGateType::InfoGate, NET_STATE::CONNECTED);
-    QVERIFY(room.told.waitForLines(2));
-    room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    QVERIFY(room.told.waitForLines(3));
-    QCOMPARE(room.told.lines(),
-             (QStringList{"TradeGate NOCONNECT", "InfoGate CONNECTED", "TradeGate CONNECTED"}));
 }
 
 void FaultyLinkTest::sharedEnvelope_isToldApartByTheBody() {

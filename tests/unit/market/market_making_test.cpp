@@ -19,11 +19,20 @@ private slots:
     void making_killedHalfWay_leavesNothingUsable();
     void making_overOlderMarket_replacesIt();
     void making_impossible_namesTheReason();
+    void scale_multipliesEverything_data() { scales(); }
     void scale_multipliesEverything();
+    void scale_isTheSameBytesEachTime_data() { scales(); }
     void scale_isTheSameBytesEachTime();
+    void scale_outOfItsRange_isRefused();
     void making_standardSize_hasItsCountsAndOpensAtOnce();
 
 private:
+    static void scales() {
+        QTest::addColumn<int>("scale");
+        for (const int scale : {2, 10, kMaxMarketScale}) {
+            QTest::addRow("%d", scale) << scale;
+        }
+    }
     static MarketOptions tinyOfScale(int scale) {
         MarketOptions options;
         options.accounts = 10;
@@ -31,6 +40,30 @@ private:
         options.historyOrders = 120;
         options.scale = scale;
         return options;
+    }
+
+    /// Makes the market of a scale and counts what it holds; nothing when it could not be made.
+    static QMap<QString, int> countsOfTiny(int scale, const QString& dir) {
+        QString error;
+        if (!makeSampleMarket(dir, tinyOfScale(scale), {}, &error) ||
+            !sampleMarketReady(dir, tinyOfScale(scale))) {
+            qWarning("no market: %s", qPrintable(error));
+            return {};
+        }
+        const auto store = MarketStore::open(marketStoreFile(dir), &error);
+        const auto statics = MarketStore::open(staticDatabaseFile(dir), &error);
+        const auto rows = [](const std::shared_ptr<const MarketStore>& of, const QString& from) {
+            return of ? number(*of, QStringLiteral("SELECT COUNT(*) FROM ") + from) : -1;
+        };
+        const QString first = QStringLiteral(" AND trading_account = 'T000001'");
+        return {{"accounts of the first login",
+                 rows(store, "account_authority WHERE user_id = '" + SampleLogin::user + "'")},
+                {"all accounts", rows(store, "trading_account")},
+                {"securities", rows(statics, "reference WHERE kind = 'security'")},
+                {"orders", rows(store, "history_order WHERE entrust_type <> 'F'" + first)},
+                {"deals", rows(store, "history_deal WHERE exchange_exec_type = '0'" + first)},
+                {"days of orders", rows(store, "(SELECT DISTINCT trade_date FROM history_order)")},
+                {"trade days", rows(store, "trade_calendar")}};
     }
 
     MarketFixture m_market;
@@ -158,39 +191,60 @@ void MarketMakingTest::making_impossible_namesTheReason() {
 }
 
 void MarketMakingTest::scale_multipliesEverything() {
+    QFETCH(int, scale);
+    QTemporaryDir baseDir;
     QTemporaryDir dir;
-    QString error;
-    QVERIFY2(makeSampleMarket(dir.path(), tinyOfScale(2), {}, &error), qPrintable(error));
-    const auto store = MarketStore::open(marketStoreFile(dir.path()), &error);
-    const auto statics = MarketStore::open(staticDatabaseFile(dir.path()), &error);
-    QVERIFY2(store && statics, qPrintable(error));
-    QCOMPARE(number(*store, "SELECT COUNT(*) FROM trading_account"), 2 * 10 + 3);
-    QCOMPARE(number(*store,
-                    "SELECT COUNT(*) FROM history_order WHERE entrust_type <> 'F' AND"
-                    " trading_account = 'T000001'"),
-             2 * 120);
-    QCOMPARE(number(*statics, "SELECT COUNT(*) FROM reference WHERE kind = 'security'"), 2 * 60);
-    QVERIFY(sampleMarketReady(dir.path(), tinyOfScale(2)));
+    const QMap<QString, int> base = countsOfTiny(1, baseDir.path());
+    const QMap<QString, int> scaled = countsOfTiny(scale, dir.path());
+    QCOMPARE(base.value("accounts of the first login"), 10);
+    QCOMPARE(base.value("all accounts"), 10 + 3);
+    QCOMPARE(base.value("securities"), 60);
+    QCOMPARE(base.value("orders"), 120);
+    QVERIFY(base.value("deals") > 120);
+    for (const char* of : {"accounts of the first login", "securities", "orders", "deals"}) {
+        QVERIFY2(scaled.value(of) == scale * base.value(of), of);
+    }
+    // The second login's own accounts stay three, and the year stays a year.
+    QCOMPARE(scaled.value("all accounts"), scale * 10 + 3);
+    QCOMPARE(scaled.value("trade days"), base.value("trade days"));
+    QVERIFY(scaled.value("days of orders") <= 243);
+
     QVERIFY(!sampleMarketReady(dir.path(), tinyOfScale(1)));
-    // Twice the options are another market than the scale of two, since both are kept.
-    MarketOptions twice = tinyOfScale(1);
-    twice.accounts *= 2;
-    QCOMPARE(sampleMarketState(dir.path(), twice), MarketState::Other);
+    // As many times the options are another market than that of the scale, since both are kept.
+    MarketOptions larger = tinyOfScale(1);
+    larger.accounts *= scale;
+    larger.symbols *= scale;
+    larger.historyOrders *= scale;
+    QCOMPARE(sampleMarketState(dir.path(), larger), MarketState::Other);
+}
+
+void MarketMakingTest::scale_outOfItsRange_isRefused() {
     for (const int scale : {0, -1, kMaxMarketScale + 1}) {
+        QTemporaryDir dir;
+        QString error;
         QVERIFY(!makeSampleMarket(dir.path(), tinyOfScale(scale), {}, &error));
         QVERIFY2(error.contains("scale"), qPrintable(error));
+        QCOMPARE(filesIn(dir.path()), QStringList());
     }
 }
 
 void MarketMakingTest::scale_isTheSameBytesEachTime() {
+    QFETCH(int, scale);
     QTemporaryDir first;
     QTemporaryDir second;
+    QTemporaryDir otherSeed;
+    MarketOptions other = tinyOfScale(scale);
+    ++other.seed;
     QString error;
-    QVERIFY(makeSampleMarket(first.path(), tinyOfScale(2), {}, &error));
-    QVERIFY(makeSampleMarket(second.path(), tinyOfScale(2), {}, &error));
-    QVERIFY(!hashOf(marketStoreFile(first.path())).isEmpty());
-    QCOMPARE(hashOf(marketStoreFile(first.path())), hashOf(marketStoreFile(second.path())));
-    QCOMPARE(hashOf(staticDatabaseFile(first.path())), hashOf(staticDatabaseFile(second.path())));
+    QVERIFY(makeSampleMarket(first.path(), tinyOfScale(scale), {}, &error));
+    QVERIFY(makeSampleMarket(second.path(), tinyOfScale(scale), {}, &error));
+    QVERIFY(makeSampleMarket(otherSeed.path(), other, {}, &error));
+    for (const auto& fileOf : {marketStoreFile, staticDatabaseFile}) {
+        const QByteArray hash = hashOf(fileOf(first.path()));
+        QVERIFY(!hash.isEmpty());
+        QCOMPARE(hashOf(fileOf(second.path())), hash);
+        QVERIFY(hashOf(fileOf(otherSeed.path())) != hash);
+    }
 }
 
 void MarketMakingTest::making_standardSize_hasItsCountsAndOpensAtOnce() {

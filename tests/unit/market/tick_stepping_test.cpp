@@ -16,6 +16,7 @@
 #include "wait_for.h"
 
 using namespace std::chrono_literals;
+using std::chrono::nanoseconds;
 
 namespace {
 
@@ -53,13 +54,20 @@ private slots:
     void figures();
     void unreadableDatabase_isTold_andTheStandingFiguresHold();
     void step_phaseFollowsTheClockAndTheExchange();
+    void step_onAHoliday_theMarketIsClosed();
     void newDay_beginsAtTheRecordsFigures();
     void subscribedSymbols_areFedToo_untilTakenOut();
     void slotThatAsksBack_meetsNoLock();
     void catchUp_publishesTheRate_data();
     void catchUp_publishesTheRate();
     void catchUp_afterAStall_skipsWhatIsOlderThanASecond();
+    void nextDue_isWhenTheNextTickComes_data();
+    void nextDue_isWhenTheNextTickComes();
+    void nextDue_withNothingToPublish_isNone();
+    void idleFeed_subscribed_beginsAtOnceWithoutCatchingUp();
     void started_publishesFromItsThread_untilStopped();
+    void started_asleep_isWokenByASubscription();
+    void started_asleep_ends();
     void started_leavesNoRoomForSteps();
 
 private:
@@ -229,6 +237,24 @@ void TickSteppingTest::step_phaseFollowsTheClockAndTheExchange() {
     QCOMPARE(at(15, 30), QString("36"));
 }
 
+void TickSteppingTest::step_onAHoliday_theMarketIsClosed() {
+    const auto calendar = std::make_shared<TradeCalendar>();
+    QString error;
+    QVERIFY2(calendar->load(&error), qPrintable(error));
+    const auto phaseWith = [&](const std::shared_ptr<const TradeCalendar>& given) {
+        TickFeed::Options ofFeed = options({"600000.SH"});
+        ofFeed.calendar = given;
+        m_taken.clear();
+        TickFeed(ofFeed).stepOnce();
+        return m_taken.value(0).tick.value("TradingPhaseCode").toString();
+    };
+    m_clock->set(QDateTime(QDate(2025, 10, 1), QTime(10, 0)));
+    QCOMPARE(phaseWith(calendar), QString("6"));
+    QCOMPARE(phaseWith(nullptr), QString("3"));
+    m_clock->set(QDateTime(QDate(2025, 10, 9), QTime(10, 0)));
+    QCOMPARE(phaseWith(calendar), QString("3"));
+}
+
 void TickSteppingTest::newDay_beginsAtTheRecordsFigures() {
     TickFeed feed(options({"A"}));
     feed.step(50);
@@ -311,6 +337,104 @@ void TickSteppingTest::catchUp_afterAStall_skipsWhatIsOlderThanASecond() {
     QCOMPARE(feed.catchUp(100ms), 10);
     QCOMPARE(feed.catchUp(1h), 100);
     QCOMPARE(feed.catchUp(1h + 50ms), 5);
+}
+
+void TickSteppingTest::nextDue_isWhenTheNextTickComes_data() {
+    QTest::addColumn<double>("rate");
+    QTest::addColumn<bool>("perSymbol");
+    QTest::addColumn<double>("seconds");
+    QTest::newRow("ten a second") << 10.0 << false << 0.1;
+    QTest::newRow("ten a second each") << 10.0 << true << 1 / 30.0;
+    QTest::newRow("a third of a thousand") << 333.0 << false << 1 / 333.0;
+    QTest::newRow("one in an hour") << 1 / 3600.0 << false << 3600.0;
+}
+
+void TickSteppingTest::nextDue_isWhenTheNextTickComes() {
+    QFETCH(double, rate);
+    QFETCH(bool, perSymbol);
+    QFETCH(double, seconds);
+    TickFeed::Options given = options({"A", "B", "C"});
+    given.ticksPerSecond = rate;
+    given.ratePerSymbol = perSymbol;
+    TickFeed feed(given);
+    QCOMPARE(feed.catchUp(0s), 0);
+    // Who sleeps from one to the next publishes one tick each time and wakes for nothing.
+    for (int i = 1; i <= 500; ++i) {
+        const auto due = feed.nextDue();
+        QVERIFY(due);
+        QVERIFY(std::abs(std::chrono::duration<double>(*due).count() - i * seconds) < 1e-6);
+        const auto shortBefore = std::chrono::duration<double>(seconds / 1000);
+        QCOMPARE(feed.catchUp(*due - std::chrono::duration_cast<nanoseconds>(shortBefore)), 0);
+        QCOMPARE(feed.catchUp(*due), 1);
+    }
+}
+
+void TickSteppingTest::nextDue_withNothingToPublish_isNone() {
+    TickFeed::Options given = options({});
+    TickFeed feed(given);
+    feed.catchUp(0s);
+    QVERIFY(!feed.nextDue());
+    quota().subscribe({"S"}, 1, 0);
+    feed.catchUp(1s);
+    QVERIFY(feed.nextDue());
+    quota().subscribe({"S"}, 0, 0);
+    feed.catchUp(2s);
+    QVERIFY(!feed.nextDue());
+    given.symbols = QStringList{"A"};
+    for (const double rate : {0.0, -5.0}) {
+        given.ticksPerSecond = rate;
+        TickFeed still(given);
+        still.catchUp(1s);
+        QVERIFY(!still.nextDue());
+    }
+    // So seldom that the time is far beyond every clock.
+    given.ticksPerSecond = 1e-300;
+    TickFeed seldom(given);
+    QCOMPARE(seldom.catchUp(1s), 0);
+    QVERIFY(seldom.nextDue() && *seldom.nextDue() > 24h);
+}
+
+void TickSteppingTest::idleFeed_subscribed_beginsAtOnceWithoutCatchingUp() {
+    TickFeed feed(options({}));
+    QCOMPARE(feed.catchUp(0s), 0);
+    quota().subscribe({"S"}, 1, 0);
+    QCOMPARE(feed.catchUp(1h), 0);
+    QVERIFY(feed.nextDue());
+    QCOMPARE(*feed.nextDue(), nanoseconds(1h + 100ms));
+    QCOMPARE(feed.catchUp(1h + 100ms), 1);
+    quota().subscribe({"S"}, 0, 0);
+    QCOMPARE(feed.catchUp(2h), 0);
+    quota().subscribe({"T"}, 1, 0);
+    QCOMPARE(feed.catchUp(3h), 0);
+    QCOMPARE(feed.catchUp(3h + 500ms), 5);
+    QCOMPARE(symbolsTaken(), (QStringList{"S", "T", "T", "T", "T", "T"}));
+}
+
+void TickSteppingTest::started_asleep_isWokenByASubscription() {
+    TickFeed::Options given = options({});
+    std::atomic<int> looked{0};
+    given.clock = [&looked, clock = m_clock->function()] {
+        ++looked;
+        return clock();
+    };
+    TickFeed feed(given);
+    feed.start();
+    QVERIFY(waitFor([&] { return looked > 0; }));
+    quota().subscribe({"S"}, 1, 0);
+    QVERIFY(waitFor([this] { return m_taken.size() >= 2; }));
+    feed.stop();
+    // Nobody listens any more.
+    quota().subscribe({"T"}, 1, 0);
+    QVERIFY(takenOf("T").isEmpty());
+}
+
+void TickSteppingTest::started_asleep_ends() {
+    for (int i = 0; i < 50; ++i) {
+        TickFeed feed(options({}));
+        feed.start();
+        feed.stop();
+        QVERIFY(!feed.running());
+    }
 }
 
 void TickSteppingTest::started_publishesFromItsThread_untilStopped() {

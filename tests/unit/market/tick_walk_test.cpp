@@ -3,9 +3,7 @@
 #include <QtTest>
 #include <cmath>
 
-#include "tick_day_phases.h"
 #include "tick_fields.h"
-#include "vocabulary/values.h"
 
 namespace {
 
@@ -102,9 +100,6 @@ private slots:
     void step_everyPhase_hasEveryKey();
     void impossibleFigures_areReplaced();
     void pricesOnTheGrid_readLikeDecimals();
-    void phaseAt_minuteTable_data();
-    void phaseAt_minuteTable();
-    void phaseAt_weekendOrNoTime_isClosed();
 };
 
 void TickWalkTest::step_anySeed_staysInLimitsAndOnTheGrid_data() {
@@ -296,55 +291,6 @@ void TickWalkTest::pricesOnTheGrid_readLikeDecimals() {
                     QString::number(price, 'f', 3).toDouble());
         }
     }
-}
-
-void TickWalkTest::phaseAt_minuteTable_data() {
-    QTest::addColumn<QString>("exchange");
-    QTest::addColumn<QString>("changes");
-    const QString mainland =
-        "00:00 0, 09:15 1, 09:25 2, 09:30 3, 11:30 4, 13:00 3, 14:57 5, 15:00 6";
-    const QString hongKong =
-        "00:00 0, 09:00 1, 09:22 2, 09:30 3, 12:00 4, 13:00 3, 16:00 5, 16:10 6";
-    const QString commodity =
-        "00:00 0, 08:55 1, 08:59 2, 09:00 3, 10:15 4, 10:30 3, 11:30 4, 13:30 3, 15:00 6";
-    QTest::newRow("Shanghai") << Exchange::sh << mainland;
-    QTest::newRow("Shenzhen") << Exchange::sz << mainland;
-    QTest::newRow("Beijing") << Exchange::bj << mainland;
-    QTest::newRow("unknown") << "?" << mainland;
-    QTest::newRow("Hong Kong via Shanghai") << Exchange::hhk << hongKong;
-    QTest::newRow("Hong Kong via Shenzhen") << Exchange::szhk << hongKong;
-    QTest::newRow("index futures")
-        << Exchange::cffex << "00:00 0, 09:25 1, 09:29 2, 09:30 3, 11:30 4, 13:00 3, 15:00 6";
-    QTest::newRow("metal futures") << Exchange::shf << commodity;
-    QTest::newRow("gold") << Exchange::sge << "00:00 0, 09:00 3, 11:30 4, 13:30 3, 15:30 6";
-}
-
-void TickWalkTest::phaseAt_minuteTable() {
-    QFETCH(QString, exchange);
-    QFETCH(QString, changes);
-    const DayPhases phases(exchange);
-    // Every minute of a Monday, and the last millisecond of each.
-    QMap<QString, QString> table;
-    for (const QString& change : changes.split(", ")) {
-        table.insert(change.section(' ', 0, 0), change.section(' ', 1));
-    }
-    QString expected;
-    for (int minute = 0; minute < 24 * 60; ++minute) {
-        const QTime begin = QTime(0, 0).addSecs(minute * 60);
-        expected = table.value(begin.toString("HH:mm"), expected);
-        for (const QTime& time : {begin, begin.addMSecs(59999)}) {
-            QCOMPARE(phases.at(QDateTime(QDate(2026, 1, 5), time)), expected);
-        }
-    }
-}
-
-void TickWalkTest::phaseAt_weekendOrNoTime_isClosed() {
-    const DayPhases phases(Exchange::sh);
-    for (const int day : {3, 4}) {
-        QCOMPARE(phases.at(QDateTime(QDate(2026, 1, day), QTime(10, 0))), TickPhase::closed);
-    }
-    QCOMPARE(phases.at(QDateTime()), TickPhase::closed);
-    QCOMPARE(phases.at(QDateTime(QDate(2026, 1, 2), QTime(10, 0))), TickPhase::continuous);
 }
 
 QTEST_GUILESS_MAIN(TickWalkTest)

@@ -1,7 +1,9 @@
 #include <QPointer>
+#include <future>
 
 #include "living_presenter.h"
 #include "log_capture.h"
+#include "presenter_channel.h"
 
 class Sender : public QObject {
     Q_OBJECT
@@ -35,6 +37,8 @@ private slots:
     void emission_toAnUnstartedPresenter_isDeliveredAfterInitPresenter();
     void emission_referenceArguments_crossThreadsAsCopies();
     void child_handedOver_keepsItsParentAndWorksOnTheObjectThread();
+    void queue_ofAnUnstartedPresenter_isBoundedAndSaysSoOnce();
+    void queue_ofAStartedPresenter_takesMore();
     void initPresenter_twice_startsOnce();
     void initPresenter_hostClosing_startsNothingAndSaysSo();
     void objectThread_askedToQuitBySomebodyElse_goesOn();
@@ -131,6 +135,55 @@ void PresenterThreadsTest::child_handedOver_keepsItsParentAndWorksOnTheObjectThr
     QCOMPARE(trace->slotThread.load(), presenter->thread());
     presenter->deleteLater();
     QVERIFY(child.isNull());
+}
+
+void PresenterThreadsTest::queue_ofAnUnstartedPresenter_isBoundedAndSaysSoOnce() {
+    constexpr int kMost = int(PresenterChannel::kMaxBeforeStart);
+    auto* const presenter = new ProbePresenter("Test.Unstarted");
+    auto* const other = new ProbePresenter;
+    other->initPresenter();
+    for (ProbePresenter* const one : {presenter, other}) {
+        one->SubEvent(one->pluginPid(), kLivingEvent, 1);
+    }
+    const LogCapture log;
+    for (int i = 0; i < kMost; ++i) {
+        LocalPlatform::instance().publishEvent(kLivingEvent, i);
+    }
+    QVERIFY(!log.contains("Test.Unstarted"));
+    for (int i = 0; i < 3; ++i) {
+        LocalPlatform::instance().publishEvent(kLivingEvent, kMost + i);
+    }
+    QCOMPARE(log.texts(QtWarningMsg).filter("Test.Unstarted").size(), 1);
+    QVERIFY(log.contains(QtWarningMsg, "further ones are dropped"));
+    // The ones before are kept, in order; from the start on there is room again.
+    presenter->initPresenter();
+    QVERIFY(presenter->log->waitForCount(kMost));
+    LocalPlatform::instance().publishEvent(kLivingEvent, "last");
+    QVERIFY(presenter->log->waitForCount(kMost + 1));
+    const QVariantList bodies = presenter->log->bodies();
+    QCOMPARE(bodies.size(), kMost + 1);
+    for (int i = 0; i < kMost; ++i) {
+        QCOMPARE(bodies.at(i).toInt(), i);
+    }
+    QCOMPARE(bodies.last().toString(), QString("last"));
+    QVERIFY(other->log->waitForCount(kMost + 4));
+}
+
+void PresenterThreadsTest::queue_ofAStartedPresenter_takesMore() {
+    constexpr int kMessages = int(PresenterChannel::kMaxBeforeStart) + 100;
+    std::promise<void> mayGo;
+    const std::shared_future<void> going = mayGo.get_future().share();
+    auto* const presenter =
+        new ProbePresenter("Test.Slow", [going](const ProbeLog::Call&) { going.wait(); });
+    presenter->SubEvent(presenter->pluginPid(), kLivingEvent, 1);
+    presenter->initPresenter();
+    const LogCapture log;
+    for (int i = 0; i < kMessages; ++i) {
+        LocalPlatform::instance().publishEvent(kLivingEvent, i);
+    }
+    mayGo.set_value();
+    QVERIFY(presenter->log->waitForCount(kMessages));
+    QVERIFY(!log.contains("Test.Slow"));
 }
 
 void PresenterThreadsTest::initPresenter_twice_startsOnce() {

@@ -1,5 +1,7 @@
 #include <QtTest>
 #include <atomic>
+#include <thread>
+#include <vector>
 
 #include "platform_fixture.h"
 #include "velmarutils/velmar_utils.h"
@@ -8,6 +10,7 @@
 namespace {
 
 inline const QString kType = QStringLiteral("type.1");
+inline const QString kOtherType = QStringLiteral("type.2");
 inline const QString kNumber = QStringLiteral("n");
 
 QList<QVariantMap> numbers(int from, int to) {
@@ -58,6 +61,10 @@ private slots:
     void pages_thatDoNotEnd_areAnError();
     void pages_timeOut_isSetForEachRequestAndRestored_data();
     void pages_timeOut_isSetForEachRequestAndRestored();
+    void timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOneReturns_data();
+    void timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOneReturns();
+    void timeOuts_ofManyThreads_leaveTheStandingOne();
+    void timeOut_setDuringAPage_holdsAtOnceAndStays();
     void positions_thatDoNotMove_areAnError_data();
     void positions_thatDoNotMove_areAnError();
     void anyQuery_badArguments_areRefusedUnsent();
@@ -73,6 +80,16 @@ private:
                    : VelmarUtils::QueryDatasFromServerByPage(m_presenter, kType, {{"key", "kept"}},
                                                              m_error, pageSize, firstPage, maxPages,
                                                              timeOutMs);
+    }
+    /// Any thread.
+    void queryOf(const QString& type, bool byPosition, int timeOutMs) const {
+        QString error;
+        if (byPosition) {
+            VelmarUtils::QueryDatasFromServerByPos(m_presenter, type, {}, error, 10, {}, timeOutMs);
+        } else {
+            VelmarUtils::QueryDatasFromServerByPage(m_presenter, type, {}, error, 10, 1, 0,
+                                                    timeOutMs);
+        }
     }
     void serve(int count) {
         link().on(kType, [count](const QVariant& body) { return pageOf(body, count); });
@@ -252,6 +269,94 @@ void ServerPagedQueryTest::pages_timeOut_isSetForEachRequestAndRestored() {
     link().on(kType, ScriptedReply::timeOut());
     query(byPosition, 10, 1, 0, timeOutMs);
     QCOMPARE(m_presenter->getRequestTimeOut(), 7);
+}
+
+void ServerPagedQueryTest::timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOneReturns_data() {
+    QTest::addColumn<bool>("byPosition");
+    QTest::addColumn<QString>("endsFirst");
+    QTest::newRow("pages, first ends first") << false << kType;
+    QTest::newRow("pages, second ends first") << false << kOtherType;
+    QTest::newRow("positions, first ends first") << true << kType;
+    QTest::newRow("positions, second ends first") << true << kOtherType;
+}
+
+void ServerPagedQueryTest::timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOneReturns() {
+    QFETCH(bool, byPosition);
+    QFETCH(QString, endsFirst);
+    const bool firstEndsFirst = endsFirst == kType;
+    m_presenter->setRequestTimeOut(7);
+    for (const QString& type : {kType, kOtherType}) {
+        link().on(type, ScriptedReply::with([](const QVariant& body) {
+                            return pageOf(body, 15);
+                        }).held());
+    }
+    QStringList seen;
+    const auto note = [&] { seen.append(QString::number(m_presenter->getRequestTimeOut())); };
+    std::thread first([&] { queryOf(kType, byPosition, 30000); });
+    const bool firstAsked = link().waitForRequestCount(kType, 1);
+    note();
+    std::thread second([&] { queryOf(kOtherType, byPosition, 20000); });
+    const bool secondAsked = link().waitForRequestCount(kOtherType, 1);
+    note();
+    // The second page of the one that goes on first is asked for while the other's first waits.
+    link().release(endsFirst);
+    const bool wentOn = link().waitForRequestCount(endsFirst, 2);
+    link().release(endsFirst);
+    (firstEndsFirst ? first : second).join();
+    note();
+    link().on(firstEndsFirst ? kOtherType : kType,
+              [](const QVariant& body) { return pageOf(body, 15); });
+    link().release();
+    (firstEndsFirst ? second : first).join();
+    note();
+    QVERIFY(firstAsked && secondAsked && wentOn);
+    QCOMPARE(seen, (QStringList{"30", "20", firstEndsFirst ? "20" : "30", "7"}));
+    for (const ScriptedLink::Request& request : link().requests()) {
+        QCOMPARE(request.timeOutMs, request.type == kType ? 30000 : 20000);
+    }
+    QCOMPARE(link().requestCount(), 4);
+}
+
+void ServerPagedQueryTest::timeOuts_ofManyThreads_leaveTheStandingOne() {
+    constexpr int kThreads = 4;
+    constexpr int kQueries = 25;
+    m_presenter->setRequestTimeOut(7);
+    serve(15);
+    std::vector<std::thread> threads;
+    for (int t = 1; t <= kThreads; ++t) {
+        threads.emplace_back([this, t] {
+            for (int i = 0; i < kQueries; ++i) {
+                queryOf(kType, i % 2 == 0, t * 10000);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    QCOMPARE(m_presenter->getRequestTimeOut(), 7);
+    QMap<int, int> sent;
+    for (const ScriptedLink::Request& request : link().requests(kType)) {
+        ++sent[request.timeOutMs];
+    }
+    for (int t = 1; t <= kThreads; ++t) {
+        QCOMPARE(sent.value(t * 10000), 2 * kQueries);
+    }
+}
+
+void ServerPagedQueryTest::timeOut_setDuringAPage_holdsAtOnceAndStays() {
+    m_presenter->setRequestTimeOut(7);
+    std::atomic<int> during{0};
+    link().on(kType, [this, &during](const QVariant& body) {
+        m_presenter->setRequestTimeOut(12);
+        during = m_presenter->getRequestTimeOut();
+        return pageOf(body, 15);
+    });
+    QCOMPARE(query(false, 10, 1, 0, 30000), numbers(1, 15));
+    QCOMPARE(during.load(), 12);
+    QCOMPARE(m_presenter->getRequestTimeOut(), 12);
+    for (const ScriptedLink::Request& request : link().requests(kType)) {
+        QCOMPARE(request.timeOutMs, 30000);
+    }
 }
 
 void ServerPagedQueryTest::positions_thatDoNotMove_areAnError_data() {

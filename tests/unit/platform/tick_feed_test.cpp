@@ -108,6 +108,39 @@ private slots:
         QVERIFY(PlatformData::subscribedSymbols().isEmpty());
     }
 
+    void listener_isCalledAfterEachChange_whileItsResultLives() {
+        CommonQuotaHandler& handler = CommonQuotaHandler::instance();
+        QList<QStringList> seen;
+        auto listening = PlatformData::onSubscriptionsChanged(
+            [&seen] { seen.append(PlatformData::subscribedSymbols()); });
+        handler.subscribe({"A", "B"}, 1, 0);
+        handler.subscribe({"A", ""}, 1, 0);    // nothing new
+        handler.subscribe({"unknown"}, 0, 0);  // nothing goes
+        handler.subscribe({"C"}, 2, 0);        // refused
+        handler.subscribe({"A", "unknown"}, 0, 0);
+        QVERIFY(PlatformData::open(m_home.options(), nullptr));
+        QCOMPARE(seen, (QList<QStringList>{{"A", "B"}, {"B"}, {}}));
+        listening.reset();
+        handler.subscribe({"D"}, 1, 0);
+        QCOMPARE(seen.size(), 3);
+    }
+
+    void listener_mayChangeTheListeners() {
+        CommonQuotaHandler& handler = CommonQuotaHandler::instance();
+        int first = 0;
+        int second = 0;
+        std::shared_ptr<void> later;
+        std::shared_ptr<void> listening = PlatformData::onSubscriptionsChanged([&] {
+            ++first;
+            later = PlatformData::onSubscriptionsChanged([&second] { ++second; });
+            listening.reset();
+        });
+        handler.subscribe({"A"}, 1, 0);
+        handler.subscribe({"B"}, 1, 0);
+        QCOMPARE(first, 1);
+        QCOMPARE(second, 1);
+    }
+
     void slotThatAsksBack_meetsNoLock() {
         CommonQuotaHandler& handler = CommonQuotaHandler::instance();
         QVERIFY(handler.Init());

@@ -76,6 +76,7 @@ private slots:
     void rebuild_overDamagedFiles_startsAgain();
     void missingPlugin_isNamed();
     void faults_reachTheRequestsOfStartAndCall();
+    void bodyLimit_isThePlatforms();
     void logInRefused_isTold();
     void accountsThatNeverLoad_endTheStart();
     void accountsThatNeverLoad_interrupted_endTheStart();
@@ -377,6 +378,15 @@ void ClientProcessTest::faults_reachTheRequestsOfStartAndCall() {
     ended = run({"--fault", "120006 1 loss", "--once"});
     QVERIFY2(ended.code == 2, ended.text());
     QVERIFY2(ended.err.contains(QStringLiteral("column 10: 'loss'")), ended.text());
+}
+
+void ClientProcessTest::bodyLimit_isThePlatforms() {
+    const Ended small = run({"--body-limit", "4KiB"});
+    QVERIFY2(small.code == 1 && !small.crashed, small.text());
+    QVERIFY2(small.err.contains("more than 4096 bytes"), small.text());
+    const Ended wrong = run({"--body-limit", "4kB"});
+    QVERIFY2(wrong.code == 2 && !wrong.crashed, wrong.text());
+    QVERIFY2(wrong.err.contains("--body-limit"), wrong.text());
 }
 
 void ClientProcessTest::logInRefused_isTold() {

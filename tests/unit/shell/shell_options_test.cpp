@@ -23,6 +23,8 @@ private slots:
     void wrongLine_isRefusedWithAText();
     void faults_standOnBothSidesAndAddUp();
     void ticks_standOnBothSidesAndAddUp();
+    void bodyLimit_isASizeWithOrWithoutUnit_data();
+    void bodyLimit_isASizeWithOrWithoutUnit();
     void scenario_isACommandOfItsOwn();
     void staying_lastWordCounts();
     void helpAndVersion_goBeforeCommands();
@@ -36,6 +38,7 @@ void ShellOptionsTest::noArguments_meanTheMainJob() {
     QCOMPARE(options.staying, ShellOptions::Staying::ByTerminal);
     QCOMPARE(options.waitSeconds, 60);
     QCOMPARE(options.scale, 1);
+    QCOMPARE(options.bodyLimit, qint64(64) * 1024 * 1024);
     QVERIFY(!options.rebuild && !options.verbose);
 }
 
@@ -127,6 +130,18 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
     QTest::newRow("high tick rate") << words("--tick-rate 1001") << QStringLiteral("0 to 1000");
     QTest::newRow("scenario and ticks")
         << words("--scenario a.scn --ticks 600000.SH") << QStringLiteral("no --ticks");
+    QTest::newRow("scenario and body limit")
+        << words("--scenario a.scn --body-limit 1MiB") << QStringLiteral("no --body-limit");
+    for (const char* size : {"1023", "0", "0KiB", "1025MiB", "1048577KiB", "1073741825", "-4096",
+                             "+4096", "64M", "64mib", "64 MiB", "1.5MiB", "MiB", "4096B",
+                             "64MiBMiB", "64KiBMiB", "0x10000", "99999999999999999999"}) {
+        QTest::addRow("body limit %s", size)
+            << QStringList{QStringLiteral("--body-limit=") + QLatin1String(size)}
+            << QStringLiteral("1KiB to 1024MiB");
+    }
+    QTest::newRow("empty body limit")
+        << QStringList{"--body-limit", ""} << QStringLiteral("--body-limit");
+    QTest::newRow("no body limit") << words("--body-limit") << QStringLiteral("body-limit");
     QTest::newRow("section") << words("--scenario a.scn --scenario-section 0")
                              << QStringLiteral("number");
     QTest::newRow("negative wait") << words("--wait=-1") << QStringLiteral("--wait");
@@ -166,6 +181,29 @@ void ShellOptionsTest::ticks_standOnBothSidesAndAddUp() {
         qPrintable(error));
     QCOMPARE(options.tickSymbols, words("A B C"));
     QCOMPARE(options.tickRate, 0);
+}
+
+void ShellOptionsTest::bodyLimit_isASizeWithOrWithoutUnit_data() {
+    QTest::addColumn<QString>("size");
+    QTest::addColumn<qint64>("bytes");
+    QTest::newRow("bytes") << "65536" << qint64(65536);
+    QTest::newRow("KiB") << "512KiB" << qint64(512) * 1024;
+    QTest::newRow("MiB") << "8MiB" << qint64(8) * 1024 * 1024;
+    QTest::newRow("least") << "1024" << qint64(1024);
+    QTest::newRow("most") << "1024MiB" << qint64(1024) * 1024 * 1024;
+    QTest::newRow("most in bytes") << "1073741824" << qint64(1024) * 1024 * 1024;
+}
+
+void ShellOptionsTest::bodyLimit_isASizeWithOrWithoutUnit() {
+    QFETCH(QString, size);
+    QFETCH(qint64, bytes);
+    for (const QStringList& line :
+         {QStringList{"--body-limit", size}, QStringList{"functions", "--body-limit=" + size}}) {
+        ShellOptions options;
+        QString error;
+        QVERIFY2(parseShellOptions(line, &options, &error), qPrintable(error));
+        QCOMPARE(options.bodyLimit, bytes);
+    }
 }
 
 void ShellOptionsTest::scenario_isACommandOfItsOwn() {
