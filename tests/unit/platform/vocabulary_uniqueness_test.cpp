@@ -1,8 +1,5 @@
-#include <QFile>
-#include <QRegularExpression>
 #include <QStringList>
 #include <QtTest>
-#include <algorithm>
 
 #include "vocabulary/constants.h"
 #include "vocabulary/fields.h"
@@ -10,6 +7,7 @@
 #include "vocabulary/quindar_msg_type.h"
 #include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
+#include "vocabulary_lists.h"
 
 namespace {
 
@@ -285,62 +283,6 @@ const QStringList kSectionNames = {DictionaryKey::BusiMsgMenuRela,
                                    QStringLiteral("NetGateName"),
                                    QStringLiteral("ProductReports")};
 
-QStringList repeated(QStringList values) {
-    std::sort(values.begin(), values.end());
-    QStringList result;
-    for (int i = 1; i < values.size(); ++i) {
-        if (values.at(i) == values.at(i - 1)) {
-            result.append(values.at(i));
-        }
-    }
-    return result;
-}
-
-QStringList common(const QStringList& left, const QStringList& right) {
-    QStringList result;
-    for (const QString& value : left) {
-        if (right.contains(value)) {
-            result.append(value);
-        }
-    }
-    return result;
-}
-
-QStringList holdingAnyOf(const QStringList& values, const QString& characters) {
-    QStringList result;
-    for (const QString& value : values) {
-        const bool holds = std::any_of(characters.cbegin(), characters.cend(),
-                                       [&value](QChar one) { return value.contains(one); });
-        if (holds) {
-            result.append(value);
-        }
-    }
-    return result;
-}
-
-QStringList sorted(QStringList values) {
-    std::sort(values.begin(), values.end());
-    return values;
-}
-
-// The values that stand in the given headers, so that a table above cannot fall behind them.
-QStringList literalsOf(const QStringList& headers) {
-    static const QRegularExpression constant(
-        QStringLiteral("inline const QString \\w+ =\\s+QStringLiteral\\(\"([^\"]*)\"\\);"));
-    QStringList result;
-    for (const QString& header : headers) {
-        QFile file(QStringLiteral(VELMAR_SOURCE_DIR "/src/platform/vocabulary/") + header);
-        if (!file.open(QIODevice::ReadOnly)) {
-            return {QStringLiteral("unreadable: ") + header};
-        }
-        auto match = constant.globalMatch(QString::fromUtf8(file.readAll()));
-        while (match.hasNext()) {
-            result.append(match.next().captured(1));
-        }
-    }
-    return result;
-}
-
 }  // namespace
 
 class VocabularyUniquenessTest : public QObject {
@@ -356,6 +298,7 @@ private slots:
     void messageTypes_besideLiteralTypes_differFromThem();
     void messageTypes_asSubscriptionTopics_holdNoJoiningCharacter();
     void boardKeys_ofAllWriters_areUnique();
+    void boardKeys_performanceItemsOfTheHeaders_areAllListedHere();
     void sectionNames_besideLiteralOnes_areUnique();
 };
 
@@ -402,6 +345,13 @@ void T::messageTypes_asSubscriptionTopics_holdNoJoiningCharacter() {
 
 void T::boardKeys_ofAllWriters_areUnique() {
     QCOMPARE(repeated(kBoardKeys), QStringList());
+}
+
+void T::boardKeys_performanceItemsOfTheHeaders_areAllListedHere() {
+    const QStringList items =
+        groupsOf({"quindar_values.h", "velmar_values.h"}).value("ClientPerformItem");
+    QVERIFY(items.size() > 1);
+    QCOMPARE(sorted(common(items, kBoardKeys)), sorted(items));
 }
 
 void T::sectionNames_besideLiteralOnes_areUnique() {
