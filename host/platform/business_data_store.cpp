@@ -39,25 +39,23 @@ QList<QVariantMap> takeSecurityAccounts(QVariantMap& row) {
 void BusinessDataStore::clear() {
     {
         const std::unique_lock<std::shared_mutex> guard(m_loginLock);
+        m_cache.clear();
         m_login.clear();
         m_tree = Tree();
     }
-    m_cache.clear();
     setClock(nullptr);
 }
 
 void BusinessDataStore::setLogin(const QVariantMap& record) {
-    bool otherLogin = false;
-    {
-        const std::unique_lock<std::shared_mutex> guard(m_loginLock);
-        otherLogin = m_login.value(UserAccount::userID) != record.value(UserAccount::userID);
-        m_login = record;
-        if (otherLogin) {
-            m_tree = Tree();
-        }
-    }
+    const std::unique_lock<std::shared_mutex> guard(m_loginLock);
+    const bool otherLogin = m_login.value(UserAccount::userID) != record.value(UserAccount::userID);
+    m_login = record;
     if (otherLogin) {
+        // The mark that the list is ready goes before the list: a presenter that starts in between
+        // waits for the next one instead of loading an empty one. Both under the lock, or a tree
+        // that comes meanwhile could lose its mark.
         m_cache.clear();
+        m_tree = Tree();
     }
 }
 
@@ -107,11 +105,10 @@ BusinessDataStore::Tree BusinessDataStore::buildTree(QList<QVariantMap>& rows) {
 
 void BusinessDataStore::setAccountTree(QList<QVariantMap> rows) {
     Tree tree = buildTree(rows);
-    {
-        const std::unique_lock<std::shared_mutex> guard(m_loginLock);
-        std::swap(m_tree, tree);
-    }
-    // Last, since whoever waits for the mark reads the tree next.
+    const std::unique_lock<std::shared_mutex> guard(m_loginLock);
+    std::swap(m_tree, tree);
+    // Last, since whoever waits for the mark reads the tree next; under the lock, so that the mark
+    // is always that of the tree.
     m_cache.set(Constants::USER_ACCOUNTLIST_INITED, true);
 }
 

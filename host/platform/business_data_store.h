@@ -57,7 +57,7 @@ private:
     QVariantMap m_login;
     Tree m_tree;
 
-    SharedValues m_cache;
+    SharedValues m_cache;  // its own lock is taken inside m_loginLock where tree and mark change
 
     mutable std::mutex m_clockLock;  // guards m_clock
     std::function<QDateTime()> m_clock;

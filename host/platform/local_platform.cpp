@@ -27,6 +27,7 @@ LocalPlatform& LocalPlatform::instance() {
 bool LocalPlatform::start(const Options& options, QString* error) {
     RequestBroker::instance().setClosing(false);
     RequestBroker::instance().setBodyLimit(options.bodyLimit);
+    PresenterRegistry::instance().setBuildLimit(options.buildLimit);
     return PlatformData::open(options, error);
 }
 
@@ -34,12 +35,17 @@ bool LocalPlatform::setLink(std::unique_ptr<GatewayLink> link, QString* error) {
     return RequestBroker::instance().setLink(std::move(link), error);
 }
 
-void LocalPlatform::close() {
-    // Each step finds nothing to do the second time; what came up in between is caught by it.
+void LocalPlatform::beginClose() {
     RequestBroker& broker = RequestBroker::instance();
     broker.setClosing(true);
     broker.failAll(QStringLiteral("the host is closing"));
+}
+
+void LocalPlatform::close() {
+    // Each step finds nothing to do the second time; what came up in between is caught by it.
+    beginClose();
     PresenterRegistry::instance().disposeAll();
+    RequestBroker& broker = RequestBroker::instance();
     broker.setLink(nullptr, nullptr);
     broker.stopDeadlines();
     qCDebug(lcHost) << "closed";

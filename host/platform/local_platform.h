@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QString>
 #include <QVariantMap>
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -21,6 +22,8 @@ public:
         /// Bytes that a body may take on a wire; larger requests and answers fail, larger pushes
         /// are dropped. See bodySize().
         qint64 bodyLimit = kStandingBodyLimit;
+        /// How long close() waits for a presenter that another thread is still making.
+        std::chrono::milliseconds buildLimit = std::chrono::seconds(2);
     };
 
     static LocalPlatform& instance();
@@ -40,9 +43,15 @@ public:
     bool loginUser(const QString& userId, const QString& password, QString* error);
     bool loadAccountTree(QString* error);
 
-    /// Shut-down: marks the host closing, fails every pending request with 2, disposes of every
-    /// live presenter, stops the link. Also run when the application is about to quit and once more
-    /// from a post routine. A second call does nothing.
+    /// The first step of the shut-down: marks the host closing, so that every wait without limit
+    /// ends, and fails every pending request with 2, as every later one. Presenters, events,
+    /// settings and databases work on. Whoever waits for a presenter to end calls this before. Any
+    /// thread; a second call does nothing.
+    void beginClose();
+    /// Shut-down: beginClose(), then disposes of every live presenter and stops the link. Also run
+    /// when the application is about to quit and once more from a post routine. A second call does
+    /// nothing. A presenter that another thread has not finished making within the build limit is
+    /// left undeleted, with a critical log line.
     void close();
     /// Any thread.
     bool isClosing() const;

@@ -1,7 +1,6 @@
 #include "presenter_channel.h"
 
 #include <QThread>
-#include <chrono>
 #include <utility>
 
 #include "message_log.h"
@@ -64,6 +63,8 @@ void PresenterChannel::start() {
         return;
     }
     m_started = true;
+    m_built = true;  // with the start, so that no running presenter is ever taken for unbuilt
+    m_changed.notify_all();
     m_objectThread->start();
     m_messageThread = std::thread([this] { runMessageThread(); });
 }
@@ -74,15 +75,13 @@ void PresenterChannel::markBuilt() {
     m_changed.notify_all();
 }
 
-void PresenterChannel::waitUntilBuilt() {
-    // A thread that is here is in no constructor. The limit is for a presenter whose maker never
-    // starts it; making one takes milliseconds.
-    constexpr std::chrono::seconds kLimit(2);
+bool PresenterChannel::waitUntilBuilt(std::chrono::milliseconds limit) {
+    // A thread that is here is in no constructor.
     if (m_builder == std::this_thread::get_id()) {
-        return;
+        return true;
     }
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_for(lock, kLimit, [this] { return m_built || m_closing; });
+    return m_changed.wait_for(lock, limit, [this] { return m_built || m_closing; });
 }
 
 void PresenterChannel::enqueue(const IncomingMessage& message) {
@@ -127,6 +126,11 @@ void PresenterChannel::endCall() {
 bool PresenterChannel::claimDisposal() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return !m_closing.exchange(true);
+}
+
+bool PresenterChannel::claimUnbuilt() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return !m_built && !m_closing.exchange(true);
 }
 
 void PresenterChannel::dispose() {

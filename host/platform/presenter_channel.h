@@ -3,6 +3,7 @@
 #include <QString>
 #include <QVariant>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -54,9 +55,9 @@ public:
 
     /// Whoever makes the presenter is done with it: its initPresenter() ran, or it is disposed of.
     void markBuilt();
-    /// Waits, for a moment at most, while another thread is still making the presenter, which must
-    /// not be deleted under its constructor.
-    void waitUntilBuilt();
+    /// Waits, up to the limit, while another thread is still making the presenter. False when it is
+    /// still at it: the presenter must not be deleted under its constructor then.
+    bool waitUntilBuilt(std::chrono::milliseconds limit);
 
     /// Opens a synchronous call; false once the disposal began. Each open call keeps the presenter
     /// alive until endCall().
@@ -65,6 +66,8 @@ public:
 
     /// The first caller gets true and has to see to dispose().
     bool claimDisposal();
+    /// The same for a presenter that is not built, which then never starts and is not disposed of.
+    bool claimUnbuilt();
     /// Stops and joins the message thread, waits for open calls, deletes the presenter on its
     /// object thread, ends and joins that. On no thread of the presenter's own.
     void dispose();

@@ -25,12 +25,16 @@ std::shared_ptr<PresenterChannel> PresenterRegistry::enrol(ZnPresenterClass* pre
     return m_channels.back();
 }
 
+void PresenterRegistry::cutOff(const std::shared_ptr<PresenterChannel>& channel) {
+    EventBus::instance().unsubscribe(channel.get());
+    RequestBroker::instance().failOf(channel.get(), QStringLiteral("the presenter is closing"));
+}
+
 void PresenterRegistry::dispose(const std::shared_ptr<PresenterChannel>& channel) {
     if (!channel->claimDisposal()) {
         return;
     }
-    EventBus::instance().unsubscribe(channel.get());
-    RequestBroker::instance().failOf(channel.get(), QStringLiteral("the presenter is closing"));
+    cutOff(channel);
     if (channel->isOwnThread()) {
         handToReaper(channel);
     } else {
@@ -41,6 +45,22 @@ void PresenterRegistry::dispose(const std::shared_ptr<PresenterChannel>& channel
 void PresenterRegistry::finish(const std::shared_ptr<PresenterChannel>& channel) {
     channel->dispose();
     qCDebug(lcChannel) << "presenter" << channel->pid() << "is gone";
+    remove(channel);
+}
+
+/// False when the presenter was built or went after all.
+bool PresenterRegistry::giveUp(const std::shared_ptr<PresenterChannel>& channel) {
+    if (!channel->claimUnbuilt()) {
+        return false;
+    }
+    cutOff(channel);
+    qCCritical(lcChannel) << "presenter" << channel->pid()
+                          << "is still being made by another thread: left undeleted";
+    remove(channel);
+    return true;
+}
+
+void PresenterRegistry::remove(const std::shared_ptr<PresenterChannel>& channel) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_channels.erase(std::remove(m_channels.begin(), m_channels.end(), channel), m_channels.end());
     m_changed.notify_all();
@@ -49,8 +69,9 @@ void PresenterRegistry::finish(const std::shared_ptr<PresenterChannel>& channel)
 void PresenterRegistry::disposeAll() {
     for (auto live = channels(); !live.empty(); live = channels()) {
         for (const auto& channel : live) {
-            channel->waitUntilBuilt();
-            dispose(channel);
+            if (channel->waitUntilBuilt(m_buildLimit) || !giveUp(channel)) {
+                dispose(channel);
+            }
         }
         // Others may be at it too: a caller of deleteLater(), or the reaper.
         std::unique_lock<std::mutex> lock(m_mutex);

@@ -2,6 +2,8 @@
 
 #include <QSet>
 #include <QString>
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -23,9 +25,12 @@ public:
     /// Disposes of the presenter, once. Returns when it is gone, unless the caller is one of its
     /// own threads: then the reaper does the work.
     void dispose(const std::shared_ptr<PresenterChannel>& channel);
-    /// Disposes of every presenter, waits for disposals that others began, and ends the reaper. On
-    /// no presenter's thread.
+    /// Disposes of every presenter, waits for disposals that others began, and ends the reaper. A
+    /// presenter that another thread does not finish making within the build limit is given up: it
+    /// takes part in nothing from then on and is never deleted. On no presenter's thread.
     void disposeAll();
+    /// 2 s at first: making a presenter takes milliseconds.
+    void setBuildLimit(std::chrono::milliseconds limit) { m_buildLimit = limit; }
 
     int count() const;
 
@@ -33,11 +38,16 @@ private:
     PresenterRegistry() = default;
     ~PresenterRegistry() = default;
 
+    static void cutOff(const std::shared_ptr<PresenterChannel>& channel);
     void finish(const std::shared_ptr<PresenterChannel>& channel);
+    bool giveUp(const std::shared_ptr<PresenterChannel>& channel);
+    void remove(const std::shared_ptr<PresenterChannel>& channel);
     void handToReaper(const std::shared_ptr<PresenterChannel>& channel);
     void runReaper();
     void joinReaper();
     std::vector<std::shared_ptr<PresenterChannel>> channels() const;
+
+    std::atomic<std::chrono::milliseconds> m_buildLimit{std::chrono::seconds(2)};
 
     mutable std::mutex m_mutex;  // guards everything below
     std::condition_variable m_changed;

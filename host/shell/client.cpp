@@ -288,6 +288,8 @@ void Client::stop() {
     }
     m_platformStarted = false;
     m_ticks.reset();
+    // A plug-in object waits for its presenter to end, which may be waiting for what never comes.
+    LocalPlatform::instance().beginClose();
     m_plugins.shutdown();
     m_link = nullptr;
     m_server.reset();

@@ -64,7 +64,8 @@ public:
     bool awaitCage(int limitMs);
     /// Makes and initialises the plug-in object of that name, of a loaded library.
     bool makePluginObject(const QString& name, QString* error);
-    /// Ticks, plug-ins, link and platform, in this order. A second call does nothing.
+    /// Ends the ticks and every wait without limit, then plug-ins, link and platform, in this
+    /// order. A second call does nothing.
     void stop();
 
     /// Runs the call beside the main loop, which it may need. False when an interrupt came first or

@@ -22,7 +22,8 @@ VelmarBusinessDataManager::~VelmarBusinessDataManager() {
 }
 
 void VelmarBusinessDataManager::initialize() {
-    // The platform deletes no presenter before its initPresenter(), the last use of this pointer.
+    // A closing platform deletes no presenter that another thread makes before its initPresenter(),
+    // the last use of this pointer, however long that takes.
     VelmarBusinessDataManagerPresenterClass* presenter = nullptr;
     {
         const InitializeGuard guard;

@@ -139,6 +139,11 @@ void VelmarBusinessDataManagerPresenterClass::procGateState(const QString& gate,
     }
 }
 
+QMap<QString, NetDelayStat> VelmarBusinessDataManagerPresenterClass::heartBeatInfo() const {
+    const auto heartBeats = m_heartBeatLock.read();
+    return heartBeats->m_heartBeatInfo;
+}
+
 void VelmarBusinessDataManagerPresenterClass::queueRealizedProfitInit() {
     invokeOn(this, [this] {
         if (!m_realizedProfitInited) {

@@ -33,6 +33,20 @@ public:
 
     ZnBusinessDataManager* dataManager() const { return m_dataManager; }
 
+    // What the constructor read. On the object thread, or before initPresenter().
+
+    /// Business messages always go to the database.
+    bool alwaysSaveDB() const { return m_alwaysSaveDB; }
+    /// "patchClientSet.cfg"; the settings' own operations may be called from any thread.
+    SharedSettings& patchSettings() const { return *m_patchSettings; }
+    /// The network delays of each gate that has a heartbeat.
+    const QMap<QString, VelmarStatisticAssist>& netElapseStat() const { return m_netElapseStat; }
+    /// Menu ids by message type; a type without a relation is not in it.
+    const QMap<QString, QStringList>& busiMsgMenuMap() const { return m_busiMsgMenuMap; }
+
+    /// The heart-beat records by gate, none for a gate that was never connected. Any thread.
+    QMap<QString, NetDelayStat> heartBeatInfo() const;
+
     void ProcSubMsg(QString pluginPid, QVariant msgType, QVariant body) override;
     void ProcEventMsg(QString srcId, QVariant eventId, QVariant body) override;
     void ProcOtherMsg(QString, QVariant, QVariant) override {}

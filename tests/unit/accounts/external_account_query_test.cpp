@@ -201,6 +201,23 @@ private slots:
         QCOMPARE(log.count(QtDebugMsg, "产品PB-没有授权交易账号下交易账号：T2"), 1);
     }
 
+    void products_passRepeatedAfterARefusedBatch_areThoseOfTheRowsThatWereNew() {
+        // A row that stands from the pass before is passed over, its product with it.
+        QList<TestAccount> accounts = numberedAccounts(102);
+        for (int i = 0; i < accounts.size(); ++i) {
+            accounts[i].under(i < 100 ? "PA" : "PB", i < 100 ? "甲" : "乙");
+        }
+        AccountRoom room(accounts);
+        room.world.login();
+        room.world.link().onOccurrence(kQuery, 2, ScriptedReply::refusal("柜台忙"));
+        room.load();
+        QCOMPARE(room.world.link().requestCount(kQuery), 4);
+        QCOMPARE(room.lookups.GetTradingAccountList(true, 0, true).size(), 102);
+        const QMap<QString, QString> last{{"PB", "乙"}};
+        QCOMPARE(room.lookups.GetAllProductAccountMap(), last);
+        QCOMPARE(room.lookups.GetAuthTradeProductAccountList(), last);
+    }
+
     void indexes_sharedFundAssetAndCustomer_collectTheirAccounts() {
         AccountRoom room({TestAccount("T1").withCounter("10081", "F").with("assetAccount", "A"),
                           TestAccount("T2").withCounter("10081", "F").with("assetAccount", "A")});

@@ -255,12 +255,14 @@ private slots:
     void reader_hostCloses_returnsWithWhatStands() {
         AccountRoom room(numberedAccounts(1));
         LogCapture log;
+        bool wasEmpty = false;
         std::thread reader(
-            [&room] { QVERIFY(room.lookups.GetTradingAccountList(true, 0, true).isEmpty()); });
+            [&] { wasEmpty = room.lookups.GetTradingAccountList(true, 0, true).isEmpty(); });
         QVERIFY(waitFor(
             [&log] { return log.contains("GetFundAccountList wait for FundAccountInit"); }));
         LocalPlatform::instance().close();
         reader.join();
+        QVERIFY(wasEmpty);
     }
 
     void load_nullPresenter_runsOnUntilTheHostCloses() {

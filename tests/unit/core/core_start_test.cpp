@@ -4,6 +4,7 @@
 
 #include "client_world.h"
 #include "commonquotahandler/common_quota_handler.h"
+#include "fund_account_table.h"
 #include "local_platform.h"
 #include "log_capture.h"
 #include "platform_data.h"
@@ -13,7 +14,9 @@
 #include "risk_notice_waiver.h"
 #include "shared_settings.h"
 #include "velmarutils/velmar_utils.h"
+#include "vocabulary/fields.h"
 #include "vocabulary/names.h"
+#include "vocabulary/values.h"
 #include "vocabulary/velmar_event_msg_id.h"
 #include "wait_for.h"
 #include "zn_business_data_manager.h"
@@ -202,6 +205,38 @@ private slots:
         QCOMPARE(ReferenceTable::of(ReferenceKind::NewStock).count(), 1);
         QCOMPARE(ReferenceTable::of(ReferenceKind::Rqt).count(), 1);
         QCOMPARE(ReferenceTable::of(ReferenceKind::Quota).count(), 0);
+    }
+
+    void initData_quotas_areThoseOfAccountsThatMaySubscribe() {
+        const auto on = [](const QString& account, const QString& exchange) {
+            return TestAccount(account).withSecurityAccount(exchange, "S" + account, "1");
+        };
+        const auto ofType = [](TestAccount account, const QString& type) {
+            return account.withCounter("10086", type);
+        };
+        const QList<TestAccount> accounts{
+            on("CashSh", Exchange::sh),
+            ofType(on("CreditSz", Exchange::sz), FundAccountType::Credit),
+            on("CashBj", Exchange::bj),
+            ofType(on("OptionSh", Exchange::sh), FundAccountType::Option),
+            on("CashHk", Exchange::hhk),
+            on("QueryOnlySh", Exchange::sh).withAuthorities({AuthorityType::AccountQuery}),
+            on("DistributedSh", Exchange::sh).distributed()};
+        StaticDbBuilder staticData;
+        for (const TestAccount& account : accounts) {
+            staticData.reference("quota", "Q" + account.account,
+                                 {{UserAccount::tradingAccount, account.account}});
+        }
+        ClientWorld world(accounts, staticData);
+        world.login();
+        auto* const presenter = new RecordingPresenter;
+        ZnBusinessDataManager* const core = ZnBusinessDataManager::instance();
+        QVERIFY(core->fundAccounts().InitFundAccountList(presenter));
+        core->InitData();
+        presenter->deleteLater();
+        QStringList loaded = ReferenceTable::of(ReferenceKind::Quota).records().keys();
+        loaded.sort();
+        QCOMPARE(loaded, (QStringList{"QCashBj", "QCashSh", "QCreditSz", "QDistributedSh"}));
     }
 
     void initData_hostClosing_endsWithoutAccounts() {

@@ -2,6 +2,7 @@
 #include <QSet>
 #include <QtTest>
 #include <algorithm>
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -223,6 +224,43 @@ private slots:
         PlatformData::setAccountTree(rows);
         reader.join();
         QCOMPARE(seen, 500);
+    }
+
+    void readyMark_otherLogin_isGoneBeforeTheTree() {
+        constexpr int kRounds = 10;
+        std::atomic<bool> over{false};
+        std::atomic<int> marksOfAnEmptyTree{0};
+        std::vector<std::thread> readers;
+        // These keep the mark's lock busy, so that whoever clears it has to wait.
+        for (int i = 0; i < 2; ++i) {
+            readers.emplace_back([&over]() {
+                while (!over) {
+                    accountListIsReady();
+                }
+            });
+        }
+        for (int round = 0; round < kRounds; ++round) {
+            PlatformData::setLogin({{UserAccount::userID, QString::number(round)}});
+            PlatformData::setAccountTree({treeRow("A", {AuthorityType::AccountTrade})});
+            std::atomic<bool> watching{false};
+            std::thread watcher([&]() {
+                watching = true;
+                while (!base().GetTradeAccountList({AuthorityType::AccountTrade}).isEmpty()) {
+                }
+                // No tree comes meanwhile, so a mark that is still there is the old one's.
+                marksOfAnEmptyTree += accountListIsReady() ? 1 : 0;
+            });
+            while (!watching) {
+                std::this_thread::yield();
+            }
+            PlatformData::setLogin({{UserAccount::userID, "other"}});
+            watcher.join();
+        }
+        over = true;
+        for (std::thread& reader : readers) {
+            reader.join();
+        }
+        QCOMPARE(marksOfAnEmptyTree.load(), 0);
     }
 
     void clock_isTheOneSet() {

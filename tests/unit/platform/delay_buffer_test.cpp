@@ -1,4 +1,3 @@
-#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QThread>
 #include <QtTest>
@@ -22,6 +21,26 @@ void passOneDelay(int delayMs = kDelayMs) {
     QVERIFY(waitFor([&over]() { return over; }));
 }
 
+/// Says at a signal of the buffer whether a timer of a given length, started here, had fired
+/// before. Timers fire in the order in which they are due, however late the event loop is, so no
+/// clock is read.
+class DueBefore {
+public:
+    explicit DueBefore(int delayMs) {
+        QTimer::singleShot(delayMs, Qt::PreciseTimer, &m_context, [this]() { m_fired = true; });
+    }
+    void watch(VelmarDelayBuffer& buffer) {
+        QObject::connect(&buffer, &VelmarDelayBuffer::bufferTimeOut, &m_context,
+                         [this]() { m_firedBefore = m_firedBefore && m_fired; });
+    }
+    bool firedBeforeEverySignal() const { return m_fired && m_firedBefore; }
+
+private:
+    QObject m_context;
+    bool m_fired = false;
+    bool m_firedBefore = true;
+};
+
 }  // namespace
 
 class DelayBufferTest : public QObject {
@@ -31,13 +50,13 @@ private slots:
     void items_comeInOneSignalAfterTheDelay() {
         VelmarDelayBuffer buffer(nullptr, kDelayMs);
         QSignalSpy timeOuts(&buffer, &VelmarDelayBuffer::bufferTimeOut);
-        QElapsedTimer elapsed;
-        elapsed.start();
+        DueBefore aDelay(kDelayMs);
+        aDelay.watch(buffer);
         buffer.AppendItem(1);
         buffer.AppendItem("two");
         QCOMPARE(timeOuts.count(), 0);
         QVERIFY(waitFor([&timeOuts]() { return timeOuts.count() > 0; }));
-        QVERIFY2(elapsed.elapsed() >= kDelayMs, qPrintable(QString::number(elapsed.elapsed())));
+        QVERIFY(aDelay.firedBeforeEverySignal());
         QCOMPARE(buffer.GetBufferItems(), QList<QVariant>({1, "two"}));
         passOneDelay();
         QCOMPARE(timeOuts.count(), 1);
@@ -72,17 +91,16 @@ private slots:
     }
 
     void itemAfterAForcedFlush_waitsItsOwnDelay() {
-        constexpr int kLongDelayMs = 200;
-        VelmarDelayBuffer buffer(nullptr, kLongDelayMs);
+        VelmarDelayBuffer buffer(nullptr, kDelayMs);
         QSignalSpy timeOuts(&buffer, &VelmarDelayBuffer::bufferTimeOut);
         buffer.AppendItem(1);
-        passOneDelay(kLongDelayMs / 2);
         buffer.GetBufferItems();
-        QElapsedTimer elapsed;
-        elapsed.start();
+        // Due after the first item's delay and before the second one's.
+        DueBefore inBetween(kDelayMs);
+        inBetween.watch(buffer);
         buffer.AppendItem(2);
         QVERIFY(waitFor([&timeOuts]() { return timeOuts.count() > 0; }));
-        QVERIFY2(elapsed.elapsed() >= kLongDelayMs, qPrintable(QString::number(elapsed.elapsed())));
+        QVERIFY(inBetween.firedBeforeEverySignal());
         QCOMPARE(buffer.GetBufferItems(), QList<QVariant>{2});
     }
 

@@ -1,4 +1,5 @@
 #include "living_presenter.h"
+#include "log_capture.h"
 #include "thread_hand_over.h"
 
 namespace {
@@ -7,6 +8,30 @@ namespace {
 void callSlot(LivingPresenter* presenter) {
     runOnThreadOf(presenter, [presenter] { presenter->slotWork(); });
 }
+
+/// What a presenter that is long in the making shares with the test.
+struct Making {
+    std::atomic<bool> begun{false};
+    std::atomic<bool> mayEnd{false};
+    std::atomic<int> destroyed{0};
+};
+
+/// Its constructor ends when the test says so.
+class SlowPresenter : public ZnPresenterClass {
+public:
+    explicit SlowPresenter(Making& making)
+        : ZnPresenterClass(QStringLiteral("Test.Slow"), nullptr, IMessageInterface::OwnThreads),
+          m_making(making) {
+        m_making.begun = true;
+        while (!m_making.mayEnd) {
+            std::this_thread::yield();
+        }
+    }
+    ~SlowPresenter() override { ++m_making.destroyed; }
+
+private:
+    Making& m_making;
+};
 
 }  // namespace
 
@@ -32,6 +57,7 @@ private slots:
     void deleteLater_afterTheHostClosed_stillDeletes();
     void isClosing_followsPresenterAndHost();
     void close_disposesOfEveryPresenter();
+    void close_presenterStillInItsConstructorElsewhere_isLeftUndeleted();
     void close_whileAPresenterDisposesOfItself_waitsForIt();
     void close_twice_catchesWhatCameUpInBetween();
     void start_afterClose_takesTheClosingStateBack();
@@ -296,6 +322,38 @@ void PresenterLifecycleTest::close_disposesOfEveryPresenter() {
     for (const auto& trace : traces) {
         QCOMPARE(trace->destroyed.load(), 1);
     }
+}
+
+void PresenterLifecycleTest::close_presenterStillInItsConstructorElsewhere_isLeftUndeleted() {
+    TempHome home;
+    LocalPlatform::Options options = home.options();
+    options.buildLimit = std::chrono::milliseconds(1);
+    QString error;
+    QVERIFY2(LocalPlatform::instance().start(options, &error), qPrintable(error));
+    Making making;
+    LogCapture log;
+    SlowPresenter* made = nullptr;
+    int sendResult = -1;
+    std::thread builder([&] {
+        made = new SlowPresenter(making);
+        made->initPresenter();
+        made->deleteLater();  // it takes part in nothing any more, and that is not undone
+        QVariant response;
+        sendResult = made->sendRequest_Sync(makeMessage(made, kLivingType), response);
+    });
+    const bool begun = waitFor([&] { return making.begun.load(); });
+    LocalPlatform::instance().close();
+    const int destroyedByClose = making.destroyed;
+    const int left = LocalPlatform::instance().presenterCount();
+    making.mayEnd = true;
+    builder.join();
+    QVERIFY(begun);
+    QCOMPARE(destroyedByClose, 0);
+    QCOMPARE(left, 0);
+    QVERIFY(log.contains(QtCriticalMsg, "is still being made by another thread"));
+    QCOMPARE(sendResult, 2);
+    QCOMPARE(making.destroyed.load(), 0);
+    delete made;  // nobody else ever does
 }
 
 void PresenterLifecycleTest::close_whileAPresenterDisposesOfItself_waitsForIt() {

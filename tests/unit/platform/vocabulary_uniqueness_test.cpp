@@ -1,16 +1,13 @@
-#include <QFile>
-#include <QRegularExpression>
 #include <QStringList>
 #include <QtTest>
-#include <algorithm>
 
-#include "value_lists.h"
 #include "vocabulary/constants.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/names.h"
 #include "vocabulary/quindar_msg_type.h"
 #include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
+#include "vocabulary_lists.h"
 
 namespace {
 
@@ -286,29 +283,6 @@ const QStringList kSectionNames = {DictionaryKey::BusiMsgMenuRela,
                                    QStringLiteral("NetGateName"),
                                    QStringLiteral("ProductReports")};
 
-QStringList sorted(QStringList values) {
-    std::sort(values.begin(), values.end());
-    return values;
-}
-
-// The values that stand in the given headers, so that a table above cannot fall behind them.
-QStringList literalsOf(const QStringList& headers) {
-    static const QRegularExpression constant(
-        QStringLiteral("inline const QString \\w+ =\\s+QStringLiteral\\(\"([^\"]*)\"\\);"));
-    QStringList result;
-    for (const QString& header : headers) {
-        QFile file(QStringLiteral(VELMAR_SOURCE_DIR "/src/platform/vocabulary/") + header);
-        if (!file.open(QIODevice::ReadOnly)) {
-            return {QStringLiteral("unreadable: ") + header};
-        }
-        auto match = constant.globalMatch(QString::fromUtf8(file.readAll()));
-        while (match.hasNext()) {
-            result.append(match.next().captured(1));
-        }
-    }
-    return result;
-}
-
 }  // namespace
 
 class VocabularyUniquenessTest : public QObject {
@@ -324,6 +298,7 @@ private slots:
     void messageTypes_besideLiteralTypes_differFromThem();
     void messageTypes_asSubscriptionTopics_holdNoJoiningCharacter();
     void boardKeys_ofAllWriters_areUnique();
+    void boardKeys_performanceItemsOfTheHeaders_areAllListedHere();
     void sectionNames_besideLiteralOnes_areUnique();
 };
 
@@ -370,6 +345,13 @@ void T::messageTypes_asSubscriptionTopics_holdNoJoiningCharacter() {
 
 void T::boardKeys_ofAllWriters_areUnique() {
     QCOMPARE(repeated(kBoardKeys), QStringList());
+}
+
+void T::boardKeys_performanceItemsOfTheHeaders_areAllListedHere() {
+    const QStringList items =
+        groupsOf({"quindar_values.h", "velmar_values.h"}).value("ClientPerformItem");
+    QVERIFY(items.size() > 1);
+    QCOMPARE(sorted(common(items, kBoardKeys)), sorted(items));
 }
 
 void T::sectionNames_besideLiteralOnes_areUnique() {

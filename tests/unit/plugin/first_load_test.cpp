@@ -160,12 +160,14 @@ private slots:
     void hostCloses_whileAFacadeCallWaits_theCallReturns() {
         const ClientWorld world;
         LogCapture log;
-        std::thread caller([] {
-            QVERIFY(VelmarBusinessDataInterface::GetFundAccountList(true, 0, true).isEmpty());
+        bool wasEmpty = false;
+        std::thread caller([&wasEmpty] {
+            wasEmpty = VelmarBusinessDataInterface::GetFundAccountList(true, 0, true).isEmpty();
         });
         QVERIFY(log.waitFor("GetFundAccountList wait for FundAccountInit"));
         LocalPlatform::instance().close();
         caller.join();
+        QVERIFY(wasEmpty);
     }
 
     void hostCloses_whileAnotherThreadBuildsThePlugin_waitsForIt() {
@@ -208,10 +210,12 @@ private slots:
         logOutlivesTheTestFramework();
         static auto* const world = new ClientWorld(numberedAccounts(1));
         world->login();
-        std::thread caller([] {
-            QCOMPARE(VelmarBusinessDataInterface::GetTradingAccountList(true, 0, true).size(), 1);
+        int accounts = 0;
+        std::thread caller([&accounts] {
+            accounts = VelmarBusinessDataInterface::GetTradingAccountList(true, 0, true).size();
         });
         caller.join();
+        QCOMPARE(accounts, 1);
     }
 
 private:

@@ -1,4 +1,6 @@
+#include <QThread>
 #include <QtTest>
+#include <atomic>
 #include <thread>
 
 #include "client_world.h"
@@ -19,6 +21,15 @@ using Core = ZnBusinessDataManager;
 using Presenter = VelmarBusinessDataManagerPresenterClass;
 
 inline const QString kId = QStringLiteral("ZNApp.VelmarBusinessDataManager");
+
+// What a message handler saw: -1 before the line came, then whether the object thread ran by then.
+std::atomic<int> s_ranAtLaunch{-1};
+
+void noteLaunch(QtMsgType, const QMessageLogContext&, const QString& text) {
+    if (text.startsWith("lauch VelmarBusinessDataManager")) {
+        s_ranAtLaunch = s_presenter.load()->thread()->isRunning() ? 1 : 0;
+    }
+}
 
 }  // namespace
 
@@ -56,6 +67,17 @@ private slots:
         object.initialize();
         LogCapture log;
         QVERIFY(log.waitFor("userAccountDataInited check not ready !!!!!!!!!!"));
+    }
+
+    void initialize_presenterStarts_onceEveryConnectionStands() {
+        ClientWorld world(numberedAccounts(1));
+        world.login();  // nothing keeps the start-up sequence from running at once
+        VelmarBusinessDataManager object;
+        const QtMessageHandler before = qInstallMessageHandler(noteLaunch);
+        object.initialize();
+        qInstallMessageHandler(before);
+        QCOMPARE(s_ranAtLaunch.load(), 0);
+        QVERIFY(object.presenter()->thread()->isRunning());
     }
 
     void initialize_connections_allStand() {
@@ -148,14 +170,18 @@ private slots:
         object.initialize();
         Presenter* const presenter = object.presenter();
         LogCapture log;
-        std::thread emitter([presenter, &log] {
+        bool reconnectHeard = false;
+        bool disconnectHeard = false;
+        std::thread emitter([&] {
             emit presenter->signalNetReconnect("g", presenter);
             // Direct: the core has heard of it before the emission returns.
-            QVERIFY(log.contains("ZnBusinessDataManager::slotNetReconnect"));
+            reconnectHeard = log.contains("ZnBusinessDataManager::slotNetReconnect");
             emit presenter->signalNetDisconnected("g");
-            QVERIFY(log.contains("ZnBusinessDataManager::slotNetDisconnected"));
+            disconnectHeard = log.contains("ZnBusinessDataManager::slotNetDisconnected");
         });
         emitter.join();
+        QVERIFY(reconnectHeard);
+        QVERIFY(disconnectHeard);
     }
 
     void twoObjects_initialisedByHand_shareOneCoreAndTheLastPresenterCounts() {

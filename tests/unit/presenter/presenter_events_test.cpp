@@ -211,6 +211,21 @@ private slots:
         QCOMPARE(m_counts->took(), (Counts{{"signalNetReconnect", 2}, {"signalRestartTimer", 2}}));
     }
 
+    void gate_connected_startsAFreshHeartBeatRecord() {
+        send(0x10006, NET_STATE::CONNECTTING);
+        send(0x10012, NET_STATE::CONNECTED);  // has no heartbeat
+        QVERIFY(m_presenter->heartBeatInfo().isEmpty());
+        send(0x10006, NET_STATE::CONNECTED);
+        const QMap<QString, NetDelayStat> records = m_presenter->heartBeatInfo();
+        QCOMPARE(records.keys(), QStringList{NetGateType::TradeGate});
+        const NetDelayStat record = records.first();
+        QCOMPARE(record.count, 0);
+        QCOMPARE(record.avgElapse, 0.0);
+        QCOMPARE(record.lastElapse, 0);
+        QCOMPARE(record.maxElapse, 0);
+        QVERIFY(record.lastTime.isNull() && record.maxTime.isNull());
+    }
+
     void gate_informationReconnected_subscribesTheMessageTopicAgain() {
         send(0x10006, NET_STATE::CONNECTED);
         QVERIFY(m_world->link().waitUntilIdle());

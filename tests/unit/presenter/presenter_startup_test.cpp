@@ -7,9 +7,11 @@
 #include "process_per_case.h"
 #include "velmar_business_data_manager.h"
 #include "velmarutils/velmar_utils.h"
+#include "vocabulary/fields.h"
 #include "vocabulary/names.h"
 #include "vocabulary/net_state.h"
 #include "vocabulary/quindar_msg_type.h"
+#include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
 #include "wait_for.h"
 #include "zn_business_data_manager.h"
@@ -65,14 +67,29 @@ private slots:
         QCOMPARE(types.mid(2), expected);
         const QString all = log.texts().join('\n');
         const int loaded = all.indexOf("InitFundAccountList over putevent:");
+        const int cage = all.indexOf("读取内置价格笼子应用设置:");
         const int newStocks = all.indexOf("初始化新股信息");
         const int lending = all.indexOf("初始化融券通代码信息");
-        QVERIFY(0 <= loaded && loaded < newStocks && newStocks < lending);
+        QVERIFY(0 <= loaded && loaded < cage && cage < newStocks && newStocks < lending);
         QCOMPARE(ZnBusinessDataManager::instance()
                      ->lookups()
                      .GetTradingAccountList(false, 0, true)
                      .size(),
                  150);
+    }
+
+    void startUp_exchangeRatesOutstanding_loadsNoNewShares() {
+        ClientWorld world(numberedAccounts(1));
+        const QString rates = Velmar_MsgType::HKStockExchangeRateRequest;
+        world.link().on(rates, ScriptedReply::rows({}).held());
+        world.login();
+        LogCapture log;
+        VelmarBusinessDataManager object;
+        object.initialize();
+        QVERIFY(waitFor([&] { return world.link().heldCount(rates) == 1; }));
+        QVERIFY(!log.contains("初始化新股信息"));
+        QCOMPARE(world.link().release(rates), 1);
+        QVERIFY(log.waitFor("初始化新股信息"));
     }
 
     void initFundAccount_alone_stopsBeforeTheSubscription() {
@@ -144,6 +161,12 @@ private slots:
         log.clear();
         world.link().push(Velmar_MsgType::MessageCenterPushMsg, packRows({{"a", 1}}, {}));
         QVERIFY(log.waitFor("MessageCenterPushMsg"));
+        log.clear();
+        world.link().push(Velmar_MsgType::ClientPatchInfoPush,
+                          packRows({{System::SubMsgType, SubscribeTopicSubType::clientPatchInfo},
+                                    {System::textDescription, R"({"id":1})"}},
+                                   {}));
+        QVERIFY(log.waitFor("takeClientPatchInfo"));
     }
 
     void construction_childObjects_liveOnTheObjectThread() {

@@ -1,0 +1,47 @@
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "client.h"
+#include "local_platform.h"
+#include "log_capture.h"
+#include "small_market.h"
+#include "zncore/zn_core.h"
+
+class ClientStopTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void stop_pluginWaitsForAccountsThatNeverCome_returnsAndKeepsWhatItSaved() {
+        const QTemporaryDir home;
+        Client::Options options;
+        options.homeDir = home.path();
+        options.pluginsDir = QStringLiteral(VELMAR_BINARY_DIR "/plugins");
+        options.libraries = QStringList{"WaitingPlugin"};
+        options.user = SampleLogin::user;
+        options.market = smallMarket();
+        options.ticksPerSecond = 0;
+        Fault refusal;
+        refusal.msgType = "120006";
+        refusal.kind = FaultKind::Refusal;
+        options.faults->add(refusal);
+        const LogCapture log;
+        Client client(options, Client::Listener());
+        QString error;
+        QVERIFY2(client.begin(&error), qPrintable(error));
+        QVERIFY2(client.makePluginObject("Waiting", &error), qPrintable(error));
+        // Nobody but the fixture's presenter asks for accounts before they are there.
+        QVERIFY(log.waitFor("GetFundAccountList wait for FundAccountInit"));
+        client.stop();
+        QCOMPARE(LocalPlatform::instance().presenterCount(), 0);
+        QVERIFY(LocalPlatform::instance().isClosing());
+        // What the plug-in object wrote while it went is in the file.
+        LocalPlatform::Options again;
+        again.homeDir = home.path();
+        QVERIFY2(LocalPlatform::instance().start(again, &error), qPrintable(error));
+        QCOMPARE(ZnCore::instance()->settings("waitingFixture"), QVariant("saved at the end"));
+        LocalPlatform::instance().close();
+    }
+};
+
+QTEST_GUILESS_MAIN(ClientStopTest)
+#include "client_stop_test.moc"
