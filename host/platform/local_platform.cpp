@@ -5,6 +5,7 @@
 #include "platform_data.h"
 #include "presenter_registry.h"
 #include "request_broker.h"
+#include "server_query.h"
 #include "shut_down_hooks.h"
 
 namespace {
@@ -27,6 +28,7 @@ LocalPlatform& LocalPlatform::instance() {
 bool LocalPlatform::start(const Options& options, QString* error) {
     RequestBroker::instance().setClosing(false);
     RequestBroker::instance().setBodyLimit(options.bodyLimit);
+    setMostPagesOfAQuery(options.mostPages);
     return PlatformData::open(options, error);
 }
 

@@ -21,6 +21,9 @@ public:
         /// Bytes that a body may take on a wire; larger requests and answers fail, larger pushes
         /// are dropped. See bodySize().
         qint64 bodyLimit = kStandingBodyLimit;
+        /// Pages after which VelmarUtils' paged queries give up: no server has so many, but one
+        /// that never ends its list.
+        int mostPages = 100000;
     };
 
     static LocalPlatform& instance();
