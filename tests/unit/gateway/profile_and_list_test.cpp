@@ -1,7 +1,10 @@
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include "host_msg_type.h"
+#include "log_capture.h"
 #include "profile_request.h"
 #include "sample_market.h"
 #include "scripted_link.h"
@@ -22,6 +25,7 @@ private slots:
 
     void profile_written_isReadBackByFuzzyKey();
     void profile_exactKey_givesItAlone();
+    void profile_exactKey_looksAtNoOther();
     void profile_writtenAgain_isReplaced();
     void profile_otherUser_seesNothingOfIt();
     void profile_engineAnew_keepsIt();
@@ -30,6 +34,9 @@ private slots:
     void profile_badRow_isRefusedAndNothingWritten();
     void profile_unknownUser_isRefused();
     void anyRequest_fewerRowsThanTold_isRefused();
+    void anyRequest_numberOfRowsThatIsNone_isRefused_data();
+    void anyRequest_numberOfRowsThatIsNone_isRefused();
+    void anyRequest_moreRowsThanTold_hasThoseToldAlone();
     void securityAccounts_pages_areThoseOfTheLogin();
     void securityAccounts_positions_giveTheSameList();
     void securityAccounts_someAccounts_areTheirs();
@@ -103,6 +110,25 @@ void ProfileAndListTest::profile_exactKey_givesItAlone() {
     QVERIFY(read("ke", "0").isEmpty());
 }
 
+void ProfileAndListTest::profile_exactKey_looksAtNoOther() {
+    const QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("state.sqlite"));
+    QString error;
+    m_state = ServerState::open(file, &error);
+    QVERIFY2(m_state, qPrintable(error));
+    openEngine();
+    QVERIFY(write({profileRow("key", "a"), profileRow("key2", "b"), profileRow("key%", "c")}));
+    ThreadConnections connections(file, {});
+    QSqlQuery broken(QSqlDatabase::database(connections.forThisThread(&error), false));
+    QVERIFY(broken.exec(QStringLiteral("UPDATE document SET record = x'00' WHERE key LIKE '%2'")));
+    const LogCapture log;
+    QCOMPARE(read("key", "").size(), 1);
+    QVERIFY(!log.contains(QtWarningMsg, QStringLiteral("holds no record")));
+    // With the beginning of a key both the good ones come, and the broken one is told.
+    QCOMPARE(read("key", "1").size(), 2);
+    QVERIFY(log.contains(QtWarningMsg, QStringLiteral("holds no record")));
+}
+
 void ProfileAndListTest::profile_writtenAgain_isReplaced() {
     QVERIFY(write({profileRow("key", "a")}));
     QVariantMap again = profileRow("key", "b");
@@ -170,6 +196,31 @@ void ProfileAndListTest::anyRequest_fewerRowsThanTold_isRefused() {
     QVERIFY(!isSuccess(ask(kWrite, {{System::subGroupNumber, 2}}, {profileRow("key", "a")})));
     QVERIFY2(refusal().contains(kWrite) && refusal().contains("2"), qPrintable(refusal()));
     QVERIFY(read("", "1").isEmpty());
+}
+
+void ProfileAndListTest::anyRequest_numberOfRowsThatIsNone_isRefused_data() {
+    QTest::addColumn<QVariant>("told");
+    QTest::newRow("negative") << QVariant(-1);
+    QTest::newRow("no number") << QVariant("x");
+    QTest::newRow("fraction") << QVariant(0.5);
+    QTest::newRow("truth value") << QVariant(true);
+    QTest::newRow("list") << QVariant(QVariantList{1});
+}
+
+void ProfileAndListTest::anyRequest_numberOfRowsThatIsNone_isRefused() {
+    QFETCH(QVariant, told);
+    QVERIFY(!isSuccess(ask(kWrite, {{System::subGroupNumber, told}}, {profileRow("key", "a")})));
+    QVERIFY2(refusal().contains(kWrite) && refusal().contains("行数无效"), qPrintable(refusal()));
+    QVERIFY(read("", "1").isEmpty());
+}
+
+void ProfileAndListTest::anyRequest_moreRowsThanTold_hasThoseToldAlone() {
+    QVERIFY(isSuccess(ask(kWrite, {{System::subGroupNumber, 1}},
+                          {profileRow("key", "a"), profileRow("key2", "b")})));
+    QCOMPARE(rowsOf(m_answer).size(), 1);
+    const QList<QVariantMap> rows = read("", "1");
+    QCOMPARE(rows.size(), 1);
+    QCOMPARE(rows.first().value(System::profileKey).toString(), QStringLiteral("key"));
 }
 
 void ProfileAndListTest::securityAccounts_pages_areThoseOfTheLogin() {
