@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "embedded_link.h"
+#include "recorded_server.h"
 #include "sample_market.h"
 #include "scripted_server.h"
 #include "server_engine.h"
@@ -43,6 +44,7 @@ struct LinkKind {
 inline const std::vector<LinkKind>& linksUnderTest() {
     static const std::vector<LinkKind> kinds{
         {"embedded link", [] { return std::make_unique<EmbeddedServer>(); }},
+        {"recorded link", [] { return std::make_unique<RecordedServer<EmbeddedServer>>(); }},
         {"scripted link", [] { return std::make_unique<ScriptedServer>(); }},
     };
     return kinds;
