@@ -155,6 +155,13 @@ int runMainJob(const ShellOptions& options) {
     return Well;
 }
 
+/// Of a command that prints its answer on stdout and nothing else.
+Client::Listener showOnStderr(ProgressBar& progress) {
+    Client::Listener listener;
+    listener.marketProgress = [&progress](int done, int total) { progress.show(done, total); };
+    return listener;
+}
+
 int runCall(const ShellOptions& options) {
     QString error;
     FacadeLibrary library;
@@ -171,7 +178,8 @@ int runCall(const ShellOptions& options) {
     if (!installLog(options)) {
         return StartFailed;
     }
-    Client client(clientOptions(options), Client::Listener());
+    ProgressBar progress(stderr);
+    Client client(clientOptions(options), showOnStderr(progress));
     InterruptWatch watch;
     QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
     QJsonObject answer;
@@ -198,7 +206,8 @@ int runAccounts(const ShellOptions& options) {
     if (!installLog(options)) {
         return StartFailed;
     }
-    Client client(clientOptions(options), Client::Listener());
+    ProgressBar progress(stderr);
+    Client client(clientOptions(options), showOnStderr(progress));
     InterruptWatch watch;
     QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
     QString error;
@@ -254,7 +263,8 @@ int runRules(const ShellOptions& options) {
     Client::Options withTicks = clientOptions(options);
     withTicks.tickSymbols.append(options.symbol);
     QVariantMap tick;  // outlives the client, whose end still takes ticks
-    Client client(withTicks, Client::Listener());
+    ProgressBar progress(stderr);
+    Client client(withTicks, showOnStderr(progress));
     InterruptWatch watch;
     QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
     QObject::connect(&CommonQuotaHandler::instance(), &CommonQuotaHandler::sigTickDataUpdate,
