@@ -98,6 +98,7 @@ bool MarketStore::loadMeta(QString* reason) {
 
 bool MarketStore::select(const QString& sql, const QVariantList& values,
                          const std::function<void(const QSqlQuery&)>& onRow, QString* error) const {
+    qCDebug(lcGatewaySql).noquote() << sql;
     QString reason;
     const QString name = m_connections.forThisThread(&reason);
     if (!name.isEmpty()) {

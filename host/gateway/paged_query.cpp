@@ -107,10 +107,14 @@ bool readRows(const ServerCall& call, const PagedSource& source, const QVariantL
               qint64* lastPosition) {
     if (page.mode == PageRequest::Mode::Position) {
         conditions.add(QStringLiteral("%1 > ?").arg(source.position), page.after);
+        if (!source.seek.isEmpty()) {
+            conditions.add(source.seek, page.after);
+        }
     }
     QString sql =
-        QStringLiteral("SELECT %1, %2 FROM %3%4 ORDER BY %2")
-            .arg(columnList(source.columns), source.position, source.from, conditions.where());
+        QStringLiteral("SELECT %1, %2 FROM %3%4 ORDER BY %5")
+            .arg(columnList(source.columns), source.position, source.from, conditions.where(),
+                 source.order.isEmpty() ? source.position : source.order);
     QVariantList values = fromValues + conditions.values;
     if (page.mode != PageRequest::Mode::All) {
         sql += QStringLiteral(" LIMIT ? OFFSET ?");

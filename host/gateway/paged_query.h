@@ -35,6 +35,12 @@ struct PagedSource {
     QString position;
     QVector<PagedFilter> filters;
     int maxPageSize = 5000;
+    /// Where no index is on the position itself. Columns that give the same order and that the
+    /// database can walk along, so that it need not sort the list for each part of it:
+    QString order = {};
+    /// and a condition with one "?", which gets a position, on such a column: all rows behind that
+    /// position fulfil it, so that a cursor begins near its place.
+    QString seek = {};
     bool positionInRows = false;  ///< rows hold System::positionStr, each its own
     /// For a list of one row per account: rows hold System::requestExeStatus, and an account of
     /// this OneOf field that has no row gets one that refuses, when no page is asked for. Empty:

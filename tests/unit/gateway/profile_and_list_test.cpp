@@ -1,3 +1,4 @@
+#include <QLoggingCategory>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTemporaryDir>
@@ -39,6 +40,8 @@ private slots:
     void anyRequest_moreRowsThanTold_hasThoseToldAlone();
     void securityAccounts_pages_areThoseOfTheLogin();
     void securityAccounts_positions_giveTheSameList();
+    void lists_anyPart_isReadWithoutSorting_data();
+    void lists_anyPart_isReadWithoutSorting();
     void securityAccounts_someAccounts_areTheirs();
     void securityAccounts_unknownUser_isRefused();
 
@@ -271,6 +274,53 @@ void ProfileAndListTest::securityAccounts_positions_giveTheSameList() {
         followed += rowsOf(m_answer);
     }
     QCOMPARE(followed, all);
+}
+
+void ProfileAndListTest::lists_anyPart_isReadWithoutSorting_data() {
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QVariantMap>("part");
+    QTest::addColumn<QString>("seeks");
+    const QVariantMap page{{System::pageNo, 3}, {System::pageSize, 10}};
+    const QVariantMap cursor{{System::positionStr, "0000000000050000"},
+                             {System::requestNumber, 10}};
+    const QString accounts = HostMsgType::securityAccounts;
+    const QString users = Quindar_MsgType::quant_GetUserRequest;
+    QTest::newRow("security accounts, page") << accounts << page << QString();
+    QTest::newRow("security accounts, cursor") << accounts << cursor << QStringLiteral("rowid>?");
+    QTest::newRow("users, page") << users << page << QString();
+    QTest::newRow("users, cursor") << users << cursor << QStringLiteral("rowid>?");
+}
+
+void ProfileAndListTest::lists_anyPart_isReadWithoutSorting() {
+    QFETCH(QString, type);
+    QFETCH(QVariantMap, part);
+    QFETCH(QString, seeks);
+    part.insert(UserAccount::loginUserId, SampleLogin::user);
+    part.insert(UserAccount::organCode, QStringLiteral("0101"));
+    QLoggingCategory::setFilterRules(QStringLiteral("velmar.gateway.sql.debug=true"));
+    QStringList statements;
+    {
+        const LogCapture log;
+        QVERIFY2(isSuccess(ask(type, part)), qPrintable(refusal()));
+        statements = log.texts(QtDebugMsg).filter(QStringLiteral("ORDER BY"));
+    }
+    QLoggingCategory::setFilterRules({});
+    QCOMPARE(statements.size(), 1);
+
+    QString error;
+    ThreadConnections connections(marketStoreFile(m_dir.path()), {});
+    QSqlQuery query(QSqlDatabase::database(connections.forThisThread(&error), false));
+    QVERIFY(query.prepare(QStringLiteral("EXPLAIN QUERY PLAN ") + statements.first()));
+    for (int i = statements.first().count(QLatin1Char('?')); i > 0; --i) {
+        query.addBindValue(1);
+    }
+    QVERIFY(query.exec());
+    QString plan;
+    while (query.next()) {
+        plan += query.value(3).toString() + QLatin1Char('\n');
+    }
+    QVERIFY2(!plan.isEmpty() && !plan.contains(QStringLiteral("TEMP B-TREE")), qPrintable(plan));
+    QVERIFY2(plan.contains(seeks), qPrintable(plan));
 }
 
 void ProfileAndListTest::securityAccounts_someAccounts_areTheirs() {
