@@ -82,13 +82,17 @@ const PagedSource& securityAccountSource() {
             {QStringLiteral("s.exchange"), UserAccount::securityExchange},
             {QStringLiteral("s.is_main"), UserAccount::isMainAccount},
         };
+        // Crossed, so that the accounts are walked through in their order.
         made.from = QStringLiteral(
-            "security_account s JOIN trading_account t ON t.trading_account = s.trading_account"
-            " JOIN account_authority o ON o.trading_account = s.trading_account AND o.user_id = ?");
+            "trading_account t CROSS JOIN account_authority o"
+            " ON o.trading_account = t.trading_account AND o.user_id = ?"
+            " CROSS JOIN security_account s ON s.trading_account = t.trading_account");
         // No account has anything near a thousand of them.
         made.position = QStringLiteral("(t.seq * 1000 + s.position)");
+        made.order = QStringLiteral("t.seq, s.position");
+        made.seek = QStringLiteral("t.seq >= ? / 1000");
         made.filters = {{PagedFilter::Kind::OneOf, UserAccount::tradingAccount,
-                         QStringLiteral("s.trading_account")}};
+                         QStringLiteral("t.trading_account")}};
         return made;
     }();
     return source;

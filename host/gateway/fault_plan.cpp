@@ -197,6 +197,12 @@ QString faultText(const Fault& fault) {
     return words.join(QLatin1Char(' '));
 }
 
+qint64 heldMs(const Fault& fault, int dataRows) {
+    constexpr qint64 kDayMs = 24LL * 3600 * 1000;
+    const qint64 ms = fault.ms;
+    return fault.kind == FaultKind::Drip ? std::min(ms * dataRows, kDayMs) : ms;
+}
+
 void FaultPlan::add(const Fault& fault) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_entries.append({fault, 0});
@@ -230,5 +236,9 @@ std::optional<Fault> FaultPlan::take(const QString& msgType) {
             decided = entry.fault;
         }
     }
+    const auto isOver = [](const Entry& entry) {
+        return entry.fault.last > 0 && entry.counted >= entry.fault.last;
+    };
+    m_entries.erase(std::remove_if(m_entries.begin(), m_entries.end(), isOver), m_entries.end());
     return decided;
 }

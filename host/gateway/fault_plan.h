@@ -57,9 +57,12 @@ bool readFault(const QVector<LineWord>& words, int from, Fault* fault, LineError
 bool readFault(const QString& line, Fault* fault, LineError* error);
 /// The line that reads back as the fault.
 QString faultText(const Fault& fault);
+/// How long the outcome of a request is held whose answer has so many data rows; a day at most.
+qint64 heldMs(const Fault& fault, int dataRows);
 
 /// The faults of a link. Each counts the requests that match its type, from the moment that it was
-/// added; the first one in the list that is for a request decides. Any thread.
+/// added; the first one in the list that is for a request decides. One that is for no later request
+/// is dropped. Any thread.
 class FaultPlan {
 public:
     void add(const Fault& fault);

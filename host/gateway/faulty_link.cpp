@@ -212,7 +212,17 @@ bool FaultyLink::postOutcome(quint64 envelopeId, int afterMs, Tell tell) {
 void FaultyLink::setGate(const QString& gate, const QString& netState) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_running) {
+        m_reconnects.remove(gate);
         setGateLocked(gate, netState);
+    }
+}
+
+/// Ends a disconnection, unless something else has become of the gate since.
+void FaultyLink::reconnect(const QString& gate, quint64 number) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_running && m_reconnects.value(gate) == number) {
+        m_reconnects.remove(gate);
+        setGateLocked(gate, NET_STATE::CONNECTED);
     }
 }
 
@@ -233,13 +243,15 @@ void FaultyLink::disconnectLocked(quint64 envelopeId, const Fault& fault) {
     postLocked(0, {envelopeId, [envelopeId, gate = fault.gate](auto& to) {
                        to.onFailure(envelopeId, QStringLiteral("%1 is disconnected").arg(gate));
                    }});
+    const quint64 number = ++m_lastReconnect;
+    m_reconnects.insert(fault.gate, number);
     if (fault.reconnectMs >= 0) {
         postLocked(fault.reconnectMs,
-                   {0, [this, gate = fault.gate](auto&) { setGate(gate, NET_STATE::CONNECTED); }});
+                   {0, [this, gate = fault.gate, number](auto&) { reconnect(gate, number); }});
     }
 }
 
-void FaultyLink::postLocked(int afterMs, Due due) {
+void FaultyLink::postLocked(qint64 afterMs, Due due) {
     m_due.emplace(Clock::now() + std::chrono::milliseconds(afterMs), std::move(due));
     m_wake.notify_one();
 }
@@ -268,17 +280,14 @@ void FaultyLink::onAnswer(quint64 envelopeId, const QString& msgType, const QVar
         told = extended(body, fault->row);
     }
     const Due answer{envelopeId, [=](auto& to) { to.onAnswer(envelopeId, msgType, told); }};
-    int ms = fault->ms;
-    if (fault->kind == FaultKind::Drip) {
-        ms *= dataRowsOf(body);
-    }
-    if (!postAnswer(*fault, ms, answer) && fault->kind != FaultKind::Late) {
+    if (!postAnswer(*fault, heldMs(*fault, dataRowsOf(body)), answer) &&
+        fault->kind != FaultKind::Late) {
         answer.tell(*m_listener);
     }
 }
 
 /// Queues an answer as its fault says; false once the link is stopping.
-bool FaultyLink::postAnswer(const Fault& fault, int afterMs, const Due& answer) {
+bool FaultyLink::postAnswer(const Fault& fault, qint64 afterMs, const Due& answer) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_running) {
         return false;
@@ -354,6 +363,15 @@ void FaultyLink::releaseLocked(const QString& groupKey) {
     for (Due& due : held) {
         postLocked(0, std::move(due));
     }
+}
+
+int FaultyLink::openCount() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    size_t count = m_due.size() + m_changed.size();
+    for (const Group& group : m_groups) {
+        count += static_cast<size_t>(group.held.size());
+    }
+    return static_cast<int>(count);
 }
 
 void FaultyLink::run() {

@@ -41,6 +41,10 @@ public:
     /// while the link is stopped.
     void setGate(const QString& gate, const QString& netState);
 
+    /// What it still has to do: requests whose answers it waits for or holds back, and whatever
+    /// else it has to tell. A silent time-out is none of it. Any thread.
+    int openCount() const;
+
 private:
     using Clock = std::chrono::steady_clock;
     using Tell = std::function<void(GatewayLinkListener&)>;
@@ -67,13 +71,14 @@ private:
                    const Fault& fault);
     bool passOn(const GatewayRequest& request, const Fault& fault);
     bool postOutcome(quint64 envelopeId, int afterMs, Tell tell);
-    bool postAnswer(const Fault& fault, int afterMs, const Due& answer);
+    bool postAnswer(const Fault& fault, qint64 afterMs, const Due& answer);
 
     /// The fault that waits for an answer, taken out of the table; nothing for an untouched one.
     std::optional<Fault> takeChanged(quint64 envelopeId);
-    void postLocked(int afterMs, Due due);
+    void postLocked(qint64 afterMs, Due due);
     void setGateLocked(const QString& gate, const QString& netState);
     void disconnectLocked(quint64 envelopeId, const Fault& fault);
+    void reconnect(const QString& gate, quint64 number);
     void holdLocked(const Fault& fault, Due due);
     void releaseLocked(const QString& groupKey);
     void run();
@@ -84,7 +89,8 @@ private:
     GatewayLinkListener* m_listener = nullptr;  // written before the link below starts
     std::thread m_thread;
 
-    std::mutex m_mutex;  // guards what follows; never held while a link or the listener is called
+    mutable std::mutex
+        m_mutex;  // guards what follows; never held while a link or the listener is called
     std::condition_variable m_wake;
     bool m_running = false;
     bool m_ending = false;
@@ -92,6 +98,8 @@ private:
     std::unordered_map<quint64, Fault> m_changed;  // requests under way below
     QHash<QString, Group> m_groups;                // by the fault's text
     quint64 m_lastGroup = 0;
+    QHash<QString, quint64> m_reconnects;  // the last disconnection of a gate, until it is over
+    quint64 m_lastReconnect = 0;
     QHash<QString, QString> m_heldGates;   // gates that are not CONNECTED through this link
     QHash<QString, QString> m_gatesBelow;  // what the link below told of its gates
 };

@@ -96,6 +96,7 @@ bool MarketStore::loadMeta(QString* reason) {
 
 bool MarketStore::select(const QString& sql, const QVariantList& values,
                          const std::function<void(const QSqlQuery&)>& onRow, QString* error) const {
+    qCDebug(lcGatewaySql).noquote() << sql;
     QString reason;
     if (m_connections.run(sql, values, onRow, &reason)) {
         return true;

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "vocabulary/fields.h"
+#include "whole_number.h"
 
 namespace {
 
@@ -14,9 +15,13 @@ constexpr int kMaxValues = 1000;
 inline const QString kRefusedRow = QStringLiteral("1");
 
 bool isPositive(const QVariant& value, int* number) {
-    bool isNumber = false;
-    *number = value.toInt(&isNumber);
-    return isNumber && *number > 0;
+    *number = wholeNumberOf(value).value_or(0);
+    return *number > 0;
+}
+
+/// Whether a filter may be compared with it: no list, no record, nothing without a text.
+bool isSingle(const QVariant& value) {
+    return value.userType() != QMetaType::QStringList && value.canConvert<QString>();
 }
 
 /// What the filters of a request come to.
@@ -72,6 +77,10 @@ bool addDate(const PagedFilter& filter, const QVariant& value, Conditions* condi
 bool addFilter(const PagedFilter& filter, const ServerCall& call, Conditions* conditions,
                QString* refusal) {
     const QVariant value = call.value(filter.field);
+    if (!value.isNull() && !isSingle(value)) {
+        *refusal = QStringLiteral("%1应为单个值").arg(filter.field);
+        return false;
+    }
     if (value.toString().isEmpty()) {
         if (filter.required) {
             *refusal = QStringLiteral("请求缺少%1").arg(filter.field);
@@ -98,10 +107,14 @@ bool readRows(const ServerCall& call, const PagedSource& source, const QVariantL
               qint64* lastPosition) {
     if (page.mode == PageRequest::Mode::Position) {
         conditions.add(QStringLiteral("%1 > ?").arg(source.position), page.after);
+        if (!source.seek.isEmpty()) {
+            conditions.add(source.seek, page.after);
+        }
     }
     QString sql =
-        QStringLiteral("SELECT %1, %2 FROM %3%4 ORDER BY %2")
-            .arg(columnList(source.columns), source.position, source.from, conditions.where());
+        QStringLiteral("SELECT %1, %2 FROM %3%4 ORDER BY %5")
+            .arg(columnList(source.columns), source.position, source.from, conditions.where(),
+                 source.order.isEmpty() ? source.position : source.order);
     QVariantList values = fromValues + conditions.values;
     if (page.mode != PageRequest::Mode::All) {
         sql += QStringLiteral(" LIMIT ? OFFSET ?");
@@ -174,7 +187,7 @@ std::optional<PageRequest> PageRequest::of(const ServerCall& call, int maxCount,
     page.mode = Mode::Position;
     page.asked = position.toString();
     const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
-    if (page.asked.size() > kPositionWidth ||
+    if (!isSingle(position) || page.asked.size() > kPositionWidth ||
         !std::all_of(page.asked.cbegin(), page.asked.cend(), isDigit)) {
         *refusal = QStringLiteral("查询位置无效：%1").arg(page.asked);
         return std::nullopt;

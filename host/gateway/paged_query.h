@@ -30,9 +30,17 @@ struct PagedFilter {
 struct PagedSource {
     StoreColumns columns;  ///< what a row of the answer holds
     QString from;          ///< tables and joins; each "?" in it gets a value at the call
-    QString position;  ///< expression: a whole number from 1 on, another for each row; the order
+    /// Expression: a whole number from 1 to 9,999,999,999,999,999, which is what a position's 16
+    /// digits hold, another for each row; the order.
+    QString position;
     QVector<PagedFilter> filters;
     int maxPageSize = 5000;
+    /// Where no index is on the position itself. Columns that give the same order and that the
+    /// database can walk along, so that it need not sort the list for each part of it:
+    QString order = {};
+    /// and a condition with one "?", which gets a position, on such a column: all rows behind that
+    /// position fulfil it, so that a cursor begins near its place.
+    QString seek = {};
     bool positionInRows = false;  ///< rows hold System::positionStr, each its own
     /// For a list of one row per account: rows hold System::requestExeStatus, and an account of
     /// this OneOf field that has no row gets one that refuses, when no page is asked for. Empty:
@@ -60,7 +68,8 @@ struct PageRequest {
     static std::optional<PageRequest> of(const ServerCall& call, int maxCount, QString* refusal);
 };
 
-/// A position as text: all of one width, so that they are in order as texts too.
+/// A position of at most 16 digits as text: all of one width, so that they are in order as texts
+/// too.
 QString positionText(qint64 position);
 /// A date given as a number (20260105) or a text ("20260105", "2026-01-05"), or a date itself; an
 /// invalid one when it is none.

@@ -26,13 +26,16 @@ ServerAnswer readProfile(const ServerCall& call) {
         return ServerAnswer::refused(QStringLiteral("用户%1不存在").arg(userId));
     }
     const QString key = recordKey(userId, call.text(System::profileKey));
-    const bool isFuzzy = call.text(System::fuzzy) == kFuzzy;
     ServerAnswer answer;
+    if (call.text(System::fuzzy) != kFuzzy) {
+        if (const auto record = call.state.record(kTable, key)) {
+            answer.rows.append(*record);
+        }
+        return answer;
+    }
     const auto records = call.state.records(kTable, key);
     for (const auto& record : records) {
-        if (isFuzzy || record.first == key) {
-            answer.rows.append(record.second);
-        }
+        answer.rows.append(record.second);
     }
     return answer;
 }

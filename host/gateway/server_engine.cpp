@@ -7,6 +7,7 @@
 #include "packed_body.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
+#include "whole_number.h"
 #include "znmsg/c_pack_message_common.h"
 
 namespace {
@@ -38,6 +39,30 @@ QVariant pack(const QString& msgType, const QVariant& clientMsgId, const ServerA
         packer.AddRowVaule(row);
     }
     return packer.GetPackedMsg(false);
+}
+
+/// Leaves the rows that the header tells of; without a number there all are meant. False with a
+/// text for what is no number, and where it tells of more than there are.
+bool cutToToldRows(const QString& msgType, const QVariantMap& header, QList<QVariantMap>* rows,
+                   QString* refusal) {
+    const QVariant value = header.value(System::subGroupNumber);
+    if (!value.isValid()) {
+        return true;
+    }
+    const std::optional<int> told = wholeNumberOf(value);
+    if (!told || *told < 0) {
+        *refusal = QStringLiteral("消息%1的数据行数无效：%2").arg(msgType, value.toString());
+        return false;
+    }
+    if (*told > rows->size()) {
+        *refusal = QStringLiteral("消息%1应有%2行数据，实有%3行")
+                       .arg(msgType)
+                       .arg(*told)
+                       .arg(rows->size());
+        return false;
+    }
+    *rows = rows->mid(0, *told);
+    return true;
 }
 
 }  // namespace
@@ -76,8 +101,10 @@ QVariant ServerEngine::handle(const Session& session, const QString& envelopeTyp
     QList<QVariantMap> rows = rowsOfPackedBody(body);
     const QVariantMap header = rows.takeFirst();
     const QString msgType = messageTypeOf(envelopeType, header);
+    QString refusal;
+    const bool isWhole = cutToToldRows(msgType, header, &rows, &refusal);
     const ServerCall call{session, msgType, header, rows, *m_store, m_subscriptions, *m_state};
-    const ServerAnswer answer = dispatch(call);
+    const ServerAnswer answer = isWhole ? dispatch(call) : ServerAnswer::refused(refusal);
     if (!answer.refusal.isEmpty()) {
         qCInfo(lcGateway).noquote() << "ServerEngine refused" << msgType << "under" << envelopeType
                                     << ":" << answer.refusal;
@@ -89,13 +116,6 @@ ServerAnswer ServerEngine::dispatch(const ServerCall& call) const {
     // Every request has at least its type in the header; garbage reads as an empty one.
     if (call.header.isEmpty()) {
         return ServerAnswer::refused(QStringLiteral("消息%1的内容无法解析").arg(call.msgType));
-    }
-    const int told = call.header.value(System::subGroupNumber).toInt();
-    if (told > call.rows.size()) {
-        return ServerAnswer::refused(QStringLiteral("消息%1应有%2行数据，实有%3行")
-                                         .arg(call.msgType)
-                                         .arg(told)
-                                         .arg(call.rows.size()));
     }
     const auto handler = m_handlers.constFind(call.msgType);
     if (handler == m_handlers.cend()) {

@@ -4,6 +4,7 @@
 #include <QIODevice>
 #include <QSqlQuery>
 #include <QStringList>
+#include <QVector>
 #include <algorithm>
 #include <atomic>
 
@@ -33,6 +34,23 @@ std::optional<QVariantMap> toRecord(const QByteArray& bytes) {
         return std::nullopt;
     }
     return record;
+}
+
+/// The least text that is behind all that begin with the prefix, in the order of code points, which
+/// is that of the keys; empty when there is none.
+QString behindPrefix(const QString& prefix) {
+    constexpr uint kBeforeSurrogates = 0xD7FF;
+    constexpr uint kBehindSurrogates = 0xE000;
+    QVector<uint> points = prefix.toUcs4();
+    while (!points.isEmpty() && points.last() >= QChar::LastValidCodePoint) {
+        points.removeLast();
+    }
+    if (points.isEmpty()) {
+        return {};
+    }
+    uint& last = points.last();
+    last = last == kBeforeSurrogates ? kBehindSurrogates : last + 1;
+    return QString::fromUcs4(points.constData(), points.size());
 }
 
 /// A null text would be bound as NULL, which equals nothing.
@@ -142,22 +160,27 @@ bool ServerState::run(const QString& sql, const QVariantList& values, QString* r
 
 QList<QPair<QString, QVariantMap>> ServerState::records(const QString& table,
                                                         const QString& keyPrefix) const {
-    // Not LIKE, to which letters of either case are the same and some characters are special.
-    static const QString sql = QStringLiteral(
-        "SELECT key, record FROM document WHERE tab = ? AND substr(key, 1, length(?)) = ?"
-        " ORDER BY key");
+    // A range, which the table's own order finds. Not LIKE, to which letters of either case are the
+    // same and some characters are special.
+    QString sql = QStringLiteral(
+        "SELECT key, record FROM document WHERE tab = ? AND key >= ?%1 ORDER BY key");
+    QVariantList values{bound(table), bound(keyPrefix)};
+    const QString end = behindPrefix(keyPrefix);
+    sql = sql.arg(end.isEmpty() ? QString() : QStringLiteral(" AND key < ?"));
+    if (!end.isEmpty()) {
+        values.append(end);
+    }
     QList<QPair<QString, QVariantMap>> found;
     QString reason;
-    const bool read = run(sql, {bound(table), bound(keyPrefix), bound(keyPrefix)}, &reason,
-                          [&](const QSqlQuery& query) {
-                              const QString key = query.value(0).toString();
-                              if (const auto record = toRecord(query.value(1).toByteArray())) {
-                                  found.append({key, *record});
-                              } else {
-                                  qCWarning(lcGateway) << "ServerState" << m_file
-                                                       << "holds no record under" << table << key;
-                              }
-                          });
+    const bool read = run(sql, values, &reason, [&](const QSqlQuery& query) {
+        const QString key = query.value(0).toString();
+        if (const auto record = toRecord(query.value(1).toByteArray())) {
+            found.append({key, *record});
+        } else {
+            qCWarning(lcGateway) << "ServerState" << m_file << "holds no record under" << table
+                                 << key;
+        }
+    });
     if (!read) {
         qCWarning(lcGateway).noquote() << "ServerState" << m_file << "not read:" << reason;
         return {};

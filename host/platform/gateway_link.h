@@ -29,14 +29,20 @@ struct GatewayRequest {
     int timeOutMs = 0;       ///< how long the sender waits; 0 for an asynchronous request
 };
 
-/// The one seam to a server.
+/// The one seam to a server. The platform starts a link once and stops it once, both on the thread
+/// that changes the link, never two at a time and never from inside a call of the listener.
 class GatewayLink {
 public:
     virtual ~GatewayLink() = default;
 
-    /// Connects; the listener outlives the link's stop(). False with a text on failure.
+    /// Connects; the listener outlives the link's stop(). It may be called from here on, before
+    /// this returns too. Until this returns every request of the platform waits to be handed over,
+    /// so it must not wait for one. False with a text on failure: then it has left nothing running
+    /// and calls the listener no more; stop() does not follow, the link is destroyed.
     virtual bool start(GatewayLinkListener* listener, QString* error) = 0;
-    /// Disconnects and ends the link's threads; no call of the listener after it returns.
+    /// Disconnects and ends the link's threads; no call of the listener after it returns. The
+    /// platform hands no request over once it has begun. A link that is not running, or no longer,
+    /// does nothing.
     virtual void stop() = 0;
     /// Hands a request over and returns without waiting. False when it could not be handed over.
     /// Any thread.

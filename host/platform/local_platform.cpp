@@ -5,6 +5,7 @@
 #include "platform_data.h"
 #include "presenter_registry.h"
 #include "request_broker.h"
+#include "server_query.h"
 #include "shut_down_hooks.h"
 
 namespace {
@@ -28,6 +29,7 @@ bool LocalPlatform::start(const Options& options, QString* error) {
     RequestBroker::instance().setClosing(false);
     RequestBroker::instance().setBodyLimit(options.bodyLimit);
     PresenterRegistry::instance().setBuildLimit(options.buildLimit);
+    setMostPagesOfAQuery(options.mostPages);
     return PlatformData::open(options, error);
 }
 

@@ -24,6 +24,9 @@ public:
         qint64 bodyLimit = kStandingBodyLimit;
         /// How long close() waits for a presenter that another thread is still making.
         std::chrono::milliseconds buildLimit = std::chrono::seconds(2);
+        /// Pages after which VelmarUtils' paged queries give up: no server has so many, but one
+        /// that never ends its list.
+        int mostPages = 100000;
     };
 
     static LocalPlatform& instance();
@@ -33,7 +36,10 @@ public:
     /// the closing state is taken back.
     bool start(const Options& options, QString* error);
 
-    /// Takes the link over and starts it; the one before is stopped. A null link disconnects.
+    /// Takes the link over and starts it; the one before is stopped first, requests under way on it
+    /// fail, and its gates are told NOCONNECT. A null link disconnects. Blocks until the one has
+    /// stopped and the other started. False with a text when it does not start; then there is no
+    /// link. `error` may be null.
     bool setLink(std::unique_ptr<GatewayLink> link, QString* error);
 
     /// Logs in over the link and loads the account tree. Blocks for both requests, 10 s each. Sets
@@ -58,8 +64,9 @@ public:
 
     /// Publishes an event as the host itself; any thread.
     void publishEvent(int eventId, const QVariant& body);
-    /// Publishes one tick to the readers of CommonQuotaHandler; any thread. Dropped before its
-    /// Init().
+    /// Publishes one tick to the readers of CommonQuotaHandler. Any thread: the application's own
+    /// calls the readers at once, for others it is queued there. Dropped before the handler's
+    /// Init(), and with a log line while 10,000 ticks wait for the application's thread.
     void publishTick(const QString& symbol, const QVariantMap& tick);
 
     /// The server-aligned clock; a test hands in its own. Any thread may read.

@@ -300,22 +300,33 @@ void RequestBroker::onPush(const QString& msgType, const QVariant& body) {
         qCWarning(lcRequest).noquote() << "push dropped:" << reason;
         return;
     }
+    const int held = body.toList().size() - 1;
+    const QVariant told = rowsOfPackedBody(body).first().value(System::subGroupNumber, 0);
+    bool isNumber = false;
+    const int rows = told.toInt(&isNumber);
+    if (!isNumber || rows < 0 || rows > held) {
+        qCWarning(lcRequest).noquote()
+            << QStringLiteral("push dropped: the push of type %1 tells of \"%2\" rows and holds %3")
+                   .arg(msgType, told.toString())
+                   .arg(held);
+        return;
+    }
     EventBus::instance().push(msgType, body);
 }
 
 void RequestBroker::onGateState(const QString& gate, const QString& netState) {
+    const auto event = std::find_if(gateEvents().cbegin(), gateEvents().cend(),
+                                    [&gate](const GateEvent& it) { return it.gate == gate; });
+    if (event == gateEvents().cend()) {
+        qCWarning(lcRequest) << "state" << netState << "of an unknown gate:" << gate;
+        return;
+    }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_gateStates.insert(gate, netState);
     }
     if (gate == NetGateType::TradeGate && netState == NET_STATE::NOCONNECT) {
         failAll(QStringLiteral("%1 is disconnected").arg(gate));
-    }
-    const auto event = std::find_if(gateEvents().cbegin(), gateEvents().cend(),
-                                    [&gate](const GateEvent& it) { return it.gate == gate; });
-    if (event == gateEvents().cend()) {
-        qCWarning(lcRequest) << "state" << netState << "of an unknown gate:" << gate;
-        return;
     }
     EventBus::instance().publish(PluginID::PLUGINNET_GLOBALID, event->id, netState);
 }

@@ -13,7 +13,11 @@ constexpr int kTimeOut = 1;
 /// False with a text when the body doesn't hold what its header tells.
 bool dataRows(const QString& msgType, CUnPackMessageCommon& body, QList<QVariantMap>* rows,
               QString* error) {
-    const QVariant number = body.GetValue(System::subGroupNumber, 0);
+    const int held = body.GetRowCount() - 1;
+    const QVariant number = body.GetValue(System::subGroupNumber, {});
+    if (!number.isValid() && held == 0) {
+        return true;
+    }
     bool isNumber = false;
     const int told = number.toInt(&isNumber);
     if (!isNumber || told < 0) {
@@ -21,7 +25,6 @@ bool dataRows(const QString& msgType, CUnPackMessageCommon& body, QList<QVariant
                      .arg(msgType, number.toString());
         return false;
     }
-    const int held = body.GetRowCount() - 1;
     if (told > held) {
         *error = QStringLiteral("the answer to %1 is cut short: it tells of %2 rows and holds %3")
                      .arg(msgType)

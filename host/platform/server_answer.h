@@ -21,5 +21,6 @@ struct ServerAnswer {
 /// - 0 with another status than success, a refusal: the body's status and text.
 /// - 0 and success: rows 1 to System::subGroupNumber. A body that holds fewer, or whose number is
 ///   none, was cut or mangled on its way: a failure like any other, with a text and no row at all.
+///   A number that is missing is one only where there are rows.
 /// A failure or refusal without a text gets one.
 ServerAnswer judgeAnswer(const QString& msgType, int sendResult, const QVariant& response);

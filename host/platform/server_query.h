@@ -8,3 +8,7 @@ class ZnPresenterClass;
 /// null presenter gives an error.
 ServerAnswer queryServer(ZnPresenterClass* presenter, const QString& msgType,
                          const QVariantMap& request);
+
+/// Pages after which a paged query gives a list up that has not ended. Any thread.
+int mostPagesOfAQuery();
+void setMostPagesOfAQuery(int pages);

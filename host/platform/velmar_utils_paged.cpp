@@ -50,10 +50,22 @@ struct PagedQuery {
 using NextPage = std::function<Next(const ServerAnswer& answer, int collected, QVariantMap* request,
                                     QString* error)>;
 
+Next endless(const QString& msgType, const QString& what, QString* error) {
+    *error = QStringLiteral("the list of %1 does not end: %2").arg(msgType, what);
+    qCWarning(lcPlatformQuery).noquote() << *error;
+    return Next::Error;
+}
+
 QList<QVariantMap> collect(PagedQuery query, const NextPage& next, QString* error) {
     QList<QVariantMap> rows;
     Next step = Next::Page;
+    const int most = mostPagesOfAQuery();
     for (int page = 1; step == Next::Page; ++page) {
+        if (page > most) {
+            endless(query.msgType, QStringLiteral("%1 pages came and more is left").arg(most),
+                    error);
+            return {};
+        }
         ServerAnswer answer;
         {
             const TimeOutForOneRequest timeOut(query.presenter, query.timeOutMs);
@@ -76,8 +88,23 @@ QList<QVariantMap> collect(PagedQuery query, const NextPage& next, QString* erro
     return rows;
 }
 
-Next endless(const QString& msgType, const QString& what, QString* error) {
-    *error = QStringLiteral("the list of %1 does not end: %2").arg(msgType, what);
+/// How many rows the server has in all; negative when the answer does not tell. False for what is
+/// no number of rows.
+bool readTotal(const QVariantMap& header, qint64* total) {
+    const QString told = header.value(System::totalSize).toString();
+    bool isNumber = false;
+    *total = told.toLongLong(&isNumber);
+    if (told.isEmpty()) {
+        *total = -1;
+        return true;
+    }
+    return isNumber && *total >= 0;
+}
+
+Next badTotal(const QString& msgType, const QVariant& told, qint64 atLeast, QString* error) {
+    *error = QStringLiteral("the answer to %1 is garbage: it tells of \"%2\" rows in all, %3 came")
+                 .arg(msgType, told.toString())
+                 .arg(atLeast);
     qCWarning(lcPlatformQuery).noquote() << *error;
     return Next::Error;
 }
@@ -101,12 +128,17 @@ QList<QVariantMap> VelmarUtils::QueryDatasFromServerByPage(
     QList<QVariantMap> last;
     const auto next = [&](const ServerAnswer& answer, int collected, QVariantMap* page,
                           QString* why) {
-        bool isTold = false;
-        const qint64 total = answer.header.value(System::totalSize).toLongLong(&isTold);
-        if (isTold && before + collected >= total) {
+        const bool isFull = answer.rows.size() >= pageSize;
+        const qint64 reached = before + collected;
+        qint64 total = 0;
+        if (!readTotal(answer.header, &total) || (isFull && total >= 0 && reached > total)) {
+            return badTotal(msgType, answer.header.value(System::totalSize), reached, why);
+        }
+        const bool isTold = total >= 0;
+        if (isTold && reached >= total) {
             return Next::End;
         }
-        if (answer.rows.size() < pageSize && isTold) {
+        if (!isFull && isTold) {
             return endless(msgType,
                            QStringLiteral("%1 rows of %2 came, the last page %3")
                                .arg(collected)
@@ -115,7 +147,7 @@ QList<QVariantMap> VelmarUtils::QueryDatasFromServerByPage(
                                                           : QStringLiteral("not full")),
                            why);
         }
-        if (answer.rows.size() < pageSize) {
+        if (!isFull) {
             return Next::End;
         }
         if (answer.rows == last) {

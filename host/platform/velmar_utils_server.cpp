@@ -1,10 +1,27 @@
+#include <atomic>
+
 #include "data_log.h"
+#include "local_platform.h"
 #include "server_query.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
 #include "znmsg/c_message_common.h"
 #include "znmsg/c_pack_message_common.h"
 #include "znwidget/zn_presenter_class.h"
+
+namespace {
+
+std::atomic<int> g_mostPages{LocalPlatform::Options().mostPages};
+
+}  // namespace
+
+int mostPagesOfAQuery() {
+    return g_mostPages;
+}
+
+void setMostPagesOfAQuery(int pages) {
+    g_mostPages = pages;
+}
 
 ServerAnswer queryServer(ZnPresenterClass* presenter, const QString& msgType,
                          const QVariantMap& request) {

@@ -8,6 +8,10 @@
 RecordingLink::RecordingLink(std::unique_ptr<GatewayLink> below, std::shared_ptr<ScenarioTape> tape)
     : m_below(std::move(below)), m_tape(std::move(tape)) {}
 
+RecordingLink::~RecordingLink() {
+    RecordingLink::stop();  // what derives from it has gone
+}
+
 bool RecordingLink::start(GatewayLinkListener* listener, QString* error) {
     m_listener = listener;
     return m_below->start(this, error);

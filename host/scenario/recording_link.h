@@ -13,6 +13,9 @@
 class RecordingLink : public GatewayLink, private GatewayLinkListener {
 public:
     RecordingLink(std::unique_ptr<GatewayLink> below, std::shared_ptr<ScenarioTape> tape);
+    /// Stops: what is below must not call in any more once the types are gone.
+    ~RecordingLink() override;
+    Q_DISABLE_COPY(RecordingLink)
 
     bool start(GatewayLinkListener* listener, QString* error) override;
     void stop() override;

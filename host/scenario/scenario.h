@@ -46,6 +46,7 @@ struct ScenarioStep {
     int line = 0;
     QString text;        ///< the line as it stands
     QString name;        ///< setting, topic, symbol, gate, function, or what is expected
+    int nameColumn = 1;  ///< where the name of what is expected stands
     QString value;       ///< of a setting, a gate's state, a tick's source
     QString user;        ///< of a start and a push
     QStringList values;  ///< arguments of a call
@@ -67,7 +68,12 @@ struct ScenarioSection {
     QVector<ScenarioStep> steps;
 };
 
+/// The largest history of orders in a scenario's market, which is made before each play.
+constexpr int kScenarioHistoryOrders = 400;
+
 struct Scenario {
+    Scenario() { market.historyOrders = kScenarioHistoryOrders; }
+
     QString fileName;
     MarketOptions market;
     QVector<ScenarioSection> sections;

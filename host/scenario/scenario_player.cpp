@@ -39,17 +39,6 @@ QVariant bodyOf(const ScenarioStep& step) {
     return rows;
 }
 
-QStringList eventsOf(const ScenarioSection& section) {
-    QStringList events;
-    for (const ScenarioStep& step : section.steps) {
-        if (step.kind == Kind::Expect && step.record == RecordKind::Event) {
-            events.append(step.name);
-        }
-    }
-    events.removeDuplicates();
-    return events;
-}
-
 }  // namespace
 
 ScenarioPlayer::ScenarioPlayer(ScenarioStage& stage, std::shared_ptr<const ScenarioTape> tape)
@@ -62,9 +51,7 @@ bool ScenarioPlayer::fail(const QString& came) {
 
 bool ScenarioPlayer::play(const QString& fileName, const ScenarioSection& section,
                           QString* report) {
-    QString error;
-    if (!m_stage.listenTo(eventsOf(section), &error)) {
-        *report = QStringLiteral("%1:%2: %3").arg(fileName).arg(section.line).arg(error);
+    if (!listenToEvents(fileName, section, report)) {
         return false;
     }
     for (const ScenarioStep& step : section.steps) {
@@ -73,6 +60,27 @@ bool ScenarioPlayer::play(const QString& fileName, const ScenarioSection& sectio
                           .arg(fileName, QString::number(step.line), step.text, m_came);
             return false;
         }
+    }
+    return true;
+}
+
+/// Before the first step, since the client tells of some events while it starts.
+bool ScenarioPlayer::listenToEvents(const QString& fileName, const ScenarioSection& section,
+                                    QString* report) {
+    QStringList known;
+    for (const ScenarioStep& step : section.steps) {
+        if (step.kind != Kind::Expect || step.record != RecordKind::Event ||
+            known.contains(step.name)) {
+            continue;
+        }
+        QString error;
+        if (!m_stage.listenTo(step.name, &error)) {
+            *report = QStringLiteral("%1:%2:%3: %4")
+                          .arg(fileName, QString::number(step.line),
+                               QString::number(step.nameColumn), error);
+            return false;
+        }
+        known.append(step.name);
     }
     return true;
 }

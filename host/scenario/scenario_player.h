@@ -14,10 +14,12 @@ class ScenarioPlayer {
 public:
     ScenarioPlayer(ScenarioStage& stage, std::shared_ptr<const ScenarioTape> tape);
 
-    /// False with a report of several lines: "FILE:LINE: ...", what was expected and what came.
+    /// False with a report of several lines: "FILE:LINE: ...", what was expected and what came. An
+    /// event that nobody knows is told before anything is played, as "FILE:LINE:COLUMN: ...".
     bool play(const QString& fileName, const ScenarioSection& section, QString* report);
 
 private:
+    bool listenToEvents(const QString& fileName, const ScenarioSection& section, QString* report);
     bool playStep(const ScenarioStep& step);
     bool playStart(const ScenarioStep& step);
     bool playCall(const ScenarioStep& step);

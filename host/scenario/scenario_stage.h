@@ -15,8 +15,8 @@ class ScenarioStage {
 public:
     virtual ~ScenarioStage() = default;
 
-    /// The events, by name or number, that go to the tape once the client is started.
-    virtual bool listenTo(const QStringList& events, QString* error) = 0;
+    /// An event, by name or number, that goes to the tape once the client is started.
+    virtual bool listenTo(const QString& event, QString* error) = 0;
     virtual bool setSetting(const QString& name, const QString& value, QString* error) = 0;
     virtual FaultPlan& faults() = 0;
     /// Stops the clock at a time, or moves it on and leaves it there.

@@ -346,9 +346,11 @@ bool readExpect(const Words& words, ScenarioStep* step, LineError* error) {
         return false;
     }
     ++at;
-    if (step->record != RecordKind::Log &&
-        !takePlain(words, at++, "the type, gate, event or symbol", &step->name, error)) {
-        return false;
+    if (step->record != RecordKind::Log) {
+        if (!takePlain(words, at, "the type, gate, event or symbol", &step->name, error)) {
+            return false;
+        }
+        step->nameColumn = words.at(at++).column;
     }
     for (; at < words.size(); ++at) {
         if (!readExpectWord(words.at(at), step, error)) {

@@ -63,19 +63,17 @@ ClientStage::~ClientStage() {
     stop();
 }
 
-bool ClientStage::listenTo(const QStringList& events, QString* error) {
-    for (const QString& name : events) {
-        bool isNumber = false;
-        int id = name.toInt(&isNumber, 0);
-        if (!isNumber) {
-            id = VelmarUtils::GetTorviEventMsgIdByStr(name);
-        }
-        if (id == 0) {
-            *error = QStringLiteral("no event has the name '%1'").arg(name);
-            return false;
-        }
-        m_events.append({id, name});
+bool ClientStage::listenTo(const QString& event, QString* error) {
+    bool isNumber = false;
+    int id = event.toInt(&isNumber, 0);
+    if (!isNumber) {
+        id = VelmarUtils::GetTorviEventMsgIdByStr(event);
     }
+    if (id == 0) {
+        *error = QStringLiteral("no event has the name '%1'").arg(event);
+        return false;
+    }
+    m_events.append({id, event});
     return true;
 }
 

@@ -14,7 +14,7 @@ public:
     ~ClientStage() override;
     Q_DISABLE_COPY(ClientStage)
 
-    bool listenTo(const QStringList& events, QString* error) override;
+    bool listenTo(const QString& event, QString* error) override;
     bool setSetting(const QString& name, const QString& value, QString* error) override;
     FaultPlan& faults() override;
     void setClock(const QDateTime& time) override;

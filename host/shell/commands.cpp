@@ -204,6 +204,13 @@ int runMainJob(const ShellOptions& options) {
     return Well;
 }
 
+/// Of a command that prints its answer on stdout and nothing else.
+Client::Listener showOnStderr(ProgressBar& progress) {
+    Client::Listener listener;
+    listener.marketProgress = [&progress](int done, int total) { progress.show(done, total); };
+    return listener;
+}
+
 int runCall(const ShellOptions& options) {
     QString error;
     FacadeLibrary library;
@@ -220,7 +227,8 @@ int runCall(const ShellOptions& options) {
     if (!installLog(options)) {
         return StartFailed;
     }
-    WatchedClient watched(clientOptions(options));
+    ProgressBar progress(stderr);
+    WatchedClient watched(clientOptions(options), showOnStderr(progress));
     Client& client = watched.client;
     QJsonObject answer;
     if (!watched.start()) {
@@ -245,7 +253,8 @@ int runAccounts(const ShellOptions& options) {
     if (!installLog(options)) {
         return StartFailed;
     }
-    WatchedClient watched(clientOptions(options));
+    ProgressBar progress(stderr);
+    WatchedClient watched(clientOptions(options), showOnStderr(progress));
     if (!watched.start()) {
         return StartFailed;
     }
@@ -290,7 +299,8 @@ int runRules(const ShellOptions& options) {
     Client::Options withTicks = clientOptions(options);
     withTicks.tickSymbols.append(options.symbol);
     QVariantMap tick;  // outlives the client, whose end still takes ticks
-    WatchedClient watched(withTicks);
+    ProgressBar progress(stderr);
+    WatchedClient watched(withTicks, showOnStderr(progress));
     Client& client = watched.client;
     QObject::connect(&CommonQuotaHandler::instance(), &CommonQuotaHandler::sigTickDataUpdate,
                      &client.gate(), [&](const QString& symbol, const QVariantMap& one) {

@@ -30,18 +30,22 @@ QString progressText(int done, int total, int columns) {
 
 void ProgressBar::draw(int done, int total) {
     // The last column stays free: some terminals go to the next line when it is written.
-    const QString text =
-        done < total ? progressText(done, total, StatusLine::terminalColumns() - 1) : QString();
+    const QString text = done < total
+                             ? progressText(done, total, StatusLine::terminalColumns(m_stream) - 1)
+                             : QString();
     if (text != m_drawn) {
         m_drawn = text;
-        std::printf("\r%s\x1b[K", text.toUtf8().constData());
-        std::fflush(stdout);
+        std::fprintf(m_stream, "\r%s\x1b[K", text.toUtf8().constData());
+        std::fflush(m_stream);
     }
 }
 
 void ProgressBar::show(int done, int total) {
-    if (StatusLine::isTerminal()) {
+    if (StatusLine::isTerminal(m_stream)) {
         draw(done, total);
+        return;
+    }
+    if (m_stream != stdout) {
         return;
     }
     if (!m_sinceLine.isValid()) {

@@ -127,6 +127,12 @@ bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QStri
     if (parser.isSet(kScenario)) {
         options->command = ShellOptions::Command::Scenario;
         options->scenarioFile = parser.value(kScenario);
+        for (const QString& other : {kScale, kRebuild, kWait, kStay, kOnce, kTickRate}) {
+            if (parser.isSet(other)) {
+                *error = QStringLiteral("--%1 goes with no --%2").arg(kScenario, other);
+                return false;
+            }
+        }
     }
     if (parser.isSet(kSection) &&
         !readWholeNumber(parser.value(kSection), 1, kMostSections, &options->section)) {

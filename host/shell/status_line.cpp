@@ -47,14 +47,14 @@ QString statusText(const ClientStatus& status, int columns) {
     return line.isEmpty() ? parts.first().left(qMax(0, columns)) : line;
 }
 
-int StatusLine::terminalColumns() {
+int StatusLine::terminalColumns(std::FILE* stream) {
     winsize size{};
-    const bool told = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    const bool told = ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return told ? size.ws_col : 80;
 }
 
-bool StatusLine::isTerminal() {
-    return isatty(STDOUT_FILENO) == 1;
+bool StatusLine::isTerminal(std::FILE* stream) {
+    return isatty(fileno(stream)) == 1;
 }
 
 void StatusLine::draw(const ClientStatus& status) {

@@ -2,6 +2,7 @@
 
 #include <QMap>
 #include <QString>
+#include <cstdio>
 
 /// What the live line tells of the running client.
 struct ClientStatus {
@@ -19,9 +20,9 @@ QString statusText(const ClientStatus& status, int columns);
 /// A line at the bottom of a terminal that is drawn over itself.
 class StatusLine {
 public:
-    /// The columns of the terminal on stdout, 80 when it does not tell.
-    static int terminalColumns();
-    static bool isTerminal();
+    /// The columns of the stream's terminal, 80 when it does not tell.
+    static int terminalColumns(std::FILE* stream = stdout);
+    static bool isTerminal(std::FILE* stream = stdout);
 
     void draw(const ClientStatus& status);
     /// Ends the line, so that what is printed next stands below it.

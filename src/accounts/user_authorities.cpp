@@ -179,6 +179,7 @@ bool UserAuthorities::SetUserAuthority(ZnPresenterClass* prtClass, const QString
                       {UserAccount::authType, authType},
                       {UserAccount::authValue, value},
                       {System::alterType, Velmar_Values::AlterType::Add}};
+    request.answer = AnswerForm::NamedStatus;
     const ServerReply reply = sendToServer(prtClass, request);
     if (reply.outcome == ServerReply::Outcome::TimedOut) {
         qCWarning(lcAccounts).noquote() << QStringLiteral("用户权限修改超时");

@@ -61,7 +61,7 @@ QString textOf(CUnPackMessageCommon& body, AnswerForm form) {
 
 /// Whether the answer's status means success; a numbered one is left in `code`.
 bool isSuccess(const QString& status, AnswerForm form, int* code) {
-    if (form == AnswerForm::Named) {
+    if (form != AnswerForm::Numbered) {
         return status == RequestExeStatus::success;
     }
     bool isNumber = true;
@@ -72,20 +72,35 @@ bool isSuccess(const QString& status, AnswerForm form, int* code) {
     return *code == 0;
 }
 
-QList<QVariantMap> rowsOf(const ServerRequest& request, CUnPackMessageCommon& body) {
-    const int told = request.answer == AnswerForm::Numbered
-                         ? body.GetRowCount() - 1
-                         : body.GetValue(System::subGroupNumber, 0).toInt();
-    QList<QVariantMap> rows;
-    for (int row = 1; row <= told; ++row) {
-        if (!body.SetCurrentRow(row)) {
-            qCWarning(lcRequests) << "the answer to" << request.msgType << "tells of" << told
-                                  << "rows and holds" << row - 1;
-            break;
-        }
-        rows.append(body.GetRowValue());
+/// How many rows the header tells of; negative for what is no number. One that is missing is none
+/// where there are rows.
+int toldRows(CUnPackMessageCommon& body, int held) {
+    const QVariant told = body.GetValue(System::subGroupNumber, {});
+    if (!told.isValid()) {
+        return held == 0 ? 0 : -1;
     }
-    return rows;
+    bool isNumber = false;
+    const int number = told.toInt(&isNumber);
+    return isNumber ? number : -1;
+}
+
+/// Takes the rows over; false, with a text, when a header tells of more than there are.
+bool takeRows(const ServerRequest& request, CUnPackMessageCommon& body, ServerReply* reply) {
+    const int held = body.GetRowCount() - 1;
+    const int told = request.answer == AnswerForm::Numbered ? held : toldRows(body, held);
+    if (told < 0 || told > held) {
+        reply->text =
+            QStringLiteral("the answer to %1 tells of \"%2\" rows and holds %3")
+                .arg(request.msgType, body.GetValue(System::subGroupNumber, QString()).toString())
+                .arg(held);
+        qCWarning(lcRequests).noquote() << reply->text;
+        return false;
+    }
+    for (int row = 1; row <= told; ++row) {
+        body.SetCurrentRow(row);
+        reply->rows.append(body.GetRowValue());
+    }
+    return true;
 }
 
 ServerReply judge(const ServerRequest& request, int code, const QVariant& response) {
@@ -107,8 +122,9 @@ ServerReply judge(const ServerRequest& request, int code, const QVariant& respon
         reply.outcome = ServerReply::Outcome::Refused;
         return reply;
     }
-    reply.outcome = ServerReply::Outcome::Answered;
-    reply.rows = rowsOf(request, body);
+    if (request.answer == AnswerForm::NamedStatus || takeRows(request, body, &reply)) {
+        reply.outcome = ServerReply::Outcome::Answered;
+    }
     return reply;
 }
 

@@ -10,6 +10,8 @@ class ZnPresenterClass;
 enum class AnswerForm {
     /// System::requestExeStatus as a text, System::textDescription, System::subGroupNumber rows.
     Named,
+    /// The same without the rows, which nobody reads: what came of them is no matter.
+    NamedStatus,
     /// Messages of the older kind: a number as the status, 0 or none meaning success, the text
     /// under "58", as many rows as the body holds.
     Numbered
@@ -33,7 +35,8 @@ struct ServerReply {
     enum class Outcome {
         Answered,  ///< a success: header and rows hold the answer
         TimedOut,  ///< no answer came in time
-        Failed,    ///< the platform could not send it, or there is no presenter
+        Failed,    ///< the platform could not send it, there is no presenter, or the success that
+                   ///< came does not hold the rows that it tells of; the text says which
         Refused    ///< the server answered with another status than success
     };
 

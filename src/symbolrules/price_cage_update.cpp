@@ -82,6 +82,7 @@ QString PriceCage::sendUserCageInfo(ZnPresenterClass* presenter, const QString& 
     request.msgType = Velmar_MsgType::alterAllUserProfileDataAndSendKafkaRequest;
     request.rows = {profileRow(CageProfile::kApply, applyJson),
                     profileRow(CageProfile::kCages, cageJson)};
+    request.answer = AnswerForm::NamedStatus;
     const ServerReply reply = sendToServer(presenter, request);
     QString failure;
     switch (reply.outcome) {

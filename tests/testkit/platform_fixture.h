@@ -24,9 +24,12 @@
 /// A started platform over a scripted link, closed at the end.
 class PlatformFixture {
 public:
-    PlatformFixture() {
+    /// `mostPages`: where a paged query gives up; 0 for the standing number.
+    explicit PlatformFixture(int mostPages = 0) {
         QString error;
-        if (!LocalPlatform::instance().start(m_home.options(), &error)) {
+        LocalPlatform::Options options = m_home.options();
+        options.mostPages = mostPages > 0 ? mostPages : options.mostPages;
+        if (!LocalPlatform::instance().start(options, &error)) {
             QTest::qFail(qPrintable(error), __FILE__, __LINE__);
         }
         auto scripted = std::make_unique<ScriptedLink>();

@@ -40,13 +40,14 @@ public:
                                        QString& error, QList<QVariantMap>& rows, bool, bool);
 
     /// A paged query: asks with System::pageNo, from `firstPage` on, and System::pageSize until the
-    /// answers' System::totalSize is reached or a page is short, and returns all rows. `maxPages`
-    /// ends it earlier, 0 being no limit. `timeOutMs` is the time-out of each page, rounded up to
-    /// seconds, 0 being the presenter's standing one; another one is the presenter's own, for
+    /// answers' System::totalSize is reached, or where they tell none up to a short page, and
+    /// returns all rows. `maxPages` ends it earlier, 0 being no limit. `timeOutMs` is the time-out
+    /// of each page, rounded up to seconds, 0 being the presenter's standing one; another one is the presenter's own, for
     /// whoever sends through it, while a page is under way. Of several threads that do so at once
     /// each has its own for its pages, others have the latest. `error` as above: one page that
-    /// fails fails the query. A list that gets nowhere (an empty page before the total, one page
-    /// twice) is an error too. Blocks for its requests, one after the other.
+    /// fails fails the query. A list that gets nowhere (a page that is not full before the total,
+    /// one page twice, 100,000 pages) is an error too, and so is a total that is none or that a
+    /// full page goes beyond. Blocks for its requests, one after the other.
     static QList<QVariantMap> QueryDatasFromServerByPage(ZnPresenterClass* p,
                                                          const QString& msgType,
                                                          const QVariantMap& request, QString& error,
@@ -55,7 +56,7 @@ public:
     /// The same by cursor: asks with System::positionStr, at first `startPos`, and
     /// System::requestNumber, and goes on from the answer's System::positionStr for as long as
     /// pages are full, so that a full last page costs one request more. A full page that leads to
-    /// no new position is an error.
+    /// no new position is an error, and so is a list of more than 100,000 pages.
     static QList<QVariantMap> QueryDatasFromServerByPos(ZnPresenterClass* p, const QString& msgType,
                                                         const QVariantMap& request, QString& error,
                                                         int pageSize, QString startPos,

@@ -437,6 +437,23 @@ private slots:
         QVERIFY(!room.authorities.SetUserAuthority(nullptr, kByAccount, "T1", 9));
         QCOMPARE(room.world.link().requestCount(kAlter), 0);
     }
+
+    void set_acceptedByACutAnswer_isAccepted() {
+        Room room;
+        // Nobody reads the rows of this answer.
+        room.world.link().on(kAlter, ScriptedReply::rows({}, {{System::subGroupNumber, 2}}));
+        QVERIFY(room.set(kByAccount, "T1", 9));
+    }
+
+    void get_cutAnswer_isToldAndGivesNothingOfItself() {
+        Room room;
+        room.world.link().onOccurrence(
+            kGet, 1,
+            ScriptedReply::rows({authorityRow("T1", "half")}, {{System::subGroupNumber, 2}}));
+        const LogCapture log;
+        QCOMPARE(room.get(kByAccount), (QVariantMap{{"T2", "vT2"}}));
+        QVERIFY(log.contains(QtWarningMsg, "查询账号权限失败，原因：the answer to"));
+    }
 };
 
 QTEST_GUILESS_MAIN(UserAuthoritiesTest)

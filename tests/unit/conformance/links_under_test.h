@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "embedded_server.h"
+#include "recorded_server.h"
 #include "scripted_server.h"
 #include "server_under_test.h"
 
@@ -17,6 +18,7 @@ struct LinkKind {
 inline const std::vector<LinkKind>& linksUnderTest() {
     static const std::vector<LinkKind> kinds{
         {"embedded link", [] { return std::make_unique<EmbeddedServer>(); }},
+        {"recorded link", [] { return std::make_unique<RecordedServer<EmbeddedServer>>(); }},
         {"scripted link", [] { return std::make_unique<ScriptedServer>(); }},
     };
     return kinds;

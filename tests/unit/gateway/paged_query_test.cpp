@@ -67,6 +67,7 @@ private slots:
     void initTestCase();
 
     void byPage_everyPage_hasItsRowsAndTheTrueTotal();
+    void byPage_wholeNumberOfAnyType_isTaken();
     void byPage_behindTheEnd_isEmptyWithTheTotal();
     void byPosition_followed_givesEveryRowOnceInOrder_data();
     void byPosition_followed_givesEveryRowOnceInOrder();
@@ -130,6 +131,13 @@ void PagedQueryTest::byPage_everyPage_hasItsRowsAndTheTrueTotal() {
         QCOMPARE(answer.totalSize, kDeals);
         QCOMPARE(answer.header.value(System::pageNo).toInt(), page);
         QCOMPARE(answer.header.value(System::pageSize).toInt(), 10);
+    }
+}
+
+void PagedQueryTest::byPage_wholeNumberOfAnyType_isTaken() {
+    for (const QVariant& two :
+         {QVariant(2), QVariant(2U), QVariant(Q_INT64_C(2)), QVariant(2.0), QVariant("2")}) {
+        QCOMPARE(idsOf(ask({{System::pageNo, two}, {System::pageSize, two}})), range(3, 4));
     }
 }
 
@@ -262,6 +270,22 @@ void PagedQueryTest::badRequest_isRefusedWithItsValue_data() {
                              << "日期无效：tomorrow";
     QTest::newRow("no such day") << QVariantMap{{System::endDate, 20260230}}
                                  << "日期无效：20260230";
+    QTest::newRow("page with a fraction") << page(1.5, 10) << "页码无效：1.5";
+    QTest::newRow("page of a truth value") << page(true, 10) << "页码无效：true";
+    QTest::newRow("size with a fraction") << page(1, "1.5") << "每页条数无效：1.5";
+    QTest::newRow("size of a truth value") << page(1, true) << "每页条数无效：true";
+    QTest::newRow("page beyond 32 bits") << page(Q_INT64_C(4294967297), 10) << "页码无效";
+    QTest::newRow("number that is a list") << part("", QVariantList{5}) << "每页条数无效";
+    QTest::newRow("cursor that is a list") << part(QVariantList{"0"}, 10) << "查询位置无效";
+    for (const QString& field :
+         {UserAccount::tradingAccount, System::startDate, System::queryDate, kId}) {
+        QTest::newRow(qPrintable(field + " as a list"))
+            << QVariantMap{{field, QVariantList{"A1"}}} << field + "应为单个值";
+        QTest::newRow(qPrintable(field + " as texts"))
+            << QVariantMap{{field, QStringList{"A1"}}} << field + "应为单个值";
+        QTest::newRow(qPrintable(field + " as a record"))
+            << QVariantMap{{field, QVariantMap{{"a", 1}}}} << field + "应为单个值";
+    }
     QTest::newRow("too many accounts")
         << QVariantMap{{UserAccount::tradingAccount, QString("A,").repeated(1001)}} << "1001";
 }

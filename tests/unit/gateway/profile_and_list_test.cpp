@@ -1,7 +1,11 @@
+#include <QLoggingCategory>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include "host_msg_type.h"
+#include "log_capture.h"
 #include "profile_request.h"
 #include "sample_market.h"
 #include "scripted_link.h"
@@ -22,6 +26,7 @@ private slots:
 
     void profile_written_isReadBackByFuzzyKey();
     void profile_exactKey_givesItAlone();
+    void profile_exactKey_looksAtNoOther();
     void profile_writtenAgain_isReplaced();
     void profile_otherUser_seesNothingOfIt();
     void profile_engineAnew_keepsIt();
@@ -30,8 +35,13 @@ private slots:
     void profile_badRow_isRefusedAndNothingWritten();
     void profile_unknownUser_isRefused();
     void anyRequest_fewerRowsThanTold_isRefused();
+    void anyRequest_numberOfRowsThatIsNone_isRefused_data();
+    void anyRequest_numberOfRowsThatIsNone_isRefused();
+    void anyRequest_moreRowsThanTold_hasThoseToldAlone();
     void securityAccounts_pages_areThoseOfTheLogin();
     void securityAccounts_positions_giveTheSameList();
+    void lists_anyPart_isReadWithoutSorting_data();
+    void lists_anyPart_isReadWithoutSorting();
     void securityAccounts_someAccounts_areTheirs();
     void securityAccounts_unknownUser_isRefused();
 
@@ -103,6 +113,25 @@ void ProfileAndListTest::profile_exactKey_givesItAlone() {
     QVERIFY(read("ke", "0").isEmpty());
 }
 
+void ProfileAndListTest::profile_exactKey_looksAtNoOther() {
+    const QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("state.sqlite"));
+    QString error;
+    m_state = ServerState::open(file, &error);
+    QVERIFY2(m_state, qPrintable(error));
+    openEngine();
+    QVERIFY(write({profileRow("key", "a"), profileRow("key2", "b"), profileRow("key%", "c")}));
+    ThreadConnections connections(file, {});
+    QSqlQuery broken(QSqlDatabase::database(connections.forThisThread(&error), false));
+    QVERIFY(broken.exec(QStringLiteral("UPDATE document SET record = x'00' WHERE key LIKE '%2'")));
+    const LogCapture log;
+    QCOMPARE(read("key", "").size(), 1);
+    QVERIFY(!log.contains(QtWarningMsg, QStringLiteral("holds no record")));
+    // With the beginning of a key both the good ones come, and the broken one is told.
+    QCOMPARE(read("key", "1").size(), 2);
+    QVERIFY(log.contains(QtWarningMsg, QStringLiteral("holds no record")));
+}
+
 void ProfileAndListTest::profile_writtenAgain_isReplaced() {
     QVERIFY(write({profileRow("key", "a")}));
     QVariantMap again = profileRow("key", "b");
@@ -172,6 +201,31 @@ void ProfileAndListTest::anyRequest_fewerRowsThanTold_isRefused() {
     QVERIFY(read("", "1").isEmpty());
 }
 
+void ProfileAndListTest::anyRequest_numberOfRowsThatIsNone_isRefused_data() {
+    QTest::addColumn<QVariant>("told");
+    QTest::newRow("negative") << QVariant(-1);
+    QTest::newRow("no number") << QVariant("x");
+    QTest::newRow("fraction") << QVariant(0.5);
+    QTest::newRow("truth value") << QVariant(true);
+    QTest::newRow("list") << QVariant(QVariantList{1});
+}
+
+void ProfileAndListTest::anyRequest_numberOfRowsThatIsNone_isRefused() {
+    QFETCH(QVariant, told);
+    QVERIFY(!isSuccess(ask(kWrite, {{System::subGroupNumber, told}}, {profileRow("key", "a")})));
+    QVERIFY2(refusal().contains(kWrite) && refusal().contains("行数无效"), qPrintable(refusal()));
+    QVERIFY(read("", "1").isEmpty());
+}
+
+void ProfileAndListTest::anyRequest_moreRowsThanTold_hasThoseToldAlone() {
+    QVERIFY(isSuccess(ask(kWrite, {{System::subGroupNumber, 1}},
+                          {profileRow("key", "a"), profileRow("key2", "b")})));
+    QCOMPARE(rowsOf(m_answer).size(), 1);
+    const QList<QVariantMap> rows = read("", "1");
+    QCOMPARE(rows.size(), 1);
+    QCOMPARE(rows.first().value(System::profileKey).toString(), QStringLiteral("key"));
+}
+
 void ProfileAndListTest::securityAccounts_pages_areThoseOfTheLogin() {
     ask(HostMsgType::accountTree, {{UserAccount::loginUserId, SampleLogin::user}});
     QStringList tree;
@@ -220,6 +274,53 @@ void ProfileAndListTest::securityAccounts_positions_giveTheSameList() {
         followed += rowsOf(m_answer);
     }
     QCOMPARE(followed, all);
+}
+
+void ProfileAndListTest::lists_anyPart_isReadWithoutSorting_data() {
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QVariantMap>("part");
+    QTest::addColumn<QString>("seeks");
+    const QVariantMap page{{System::pageNo, 3}, {System::pageSize, 10}};
+    const QVariantMap cursor{{System::positionStr, "0000000000050000"},
+                             {System::requestNumber, 10}};
+    const QString accounts = HostMsgType::securityAccounts;
+    const QString users = Quindar_MsgType::quant_GetUserRequest;
+    QTest::newRow("security accounts, page") << accounts << page << QString();
+    QTest::newRow("security accounts, cursor") << accounts << cursor << QStringLiteral("rowid>?");
+    QTest::newRow("users, page") << users << page << QString();
+    QTest::newRow("users, cursor") << users << cursor << QStringLiteral("rowid>?");
+}
+
+void ProfileAndListTest::lists_anyPart_isReadWithoutSorting() {
+    QFETCH(QString, type);
+    QFETCH(QVariantMap, part);
+    QFETCH(QString, seeks);
+    part.insert(UserAccount::loginUserId, SampleLogin::user);
+    part.insert(UserAccount::organCode, QStringLiteral("0101"));
+    QLoggingCategory::setFilterRules(QStringLiteral("velmar.gateway.sql.debug=true"));
+    QStringList statements;
+    {
+        const LogCapture log;
+        QVERIFY2(isSuccess(ask(type, part)), qPrintable(refusal()));
+        statements = log.texts(QtDebugMsg).filter(QStringLiteral("ORDER BY"));
+    }
+    QLoggingCategory::setFilterRules({});
+    QCOMPARE(statements.size(), 1);
+
+    QString error;
+    ThreadConnections connections(marketStoreFile(m_dir.path()), {});
+    QSqlQuery query(QSqlDatabase::database(connections.forThisThread(&error), false));
+    QVERIFY(query.prepare(QStringLiteral("EXPLAIN QUERY PLAN ") + statements.first()));
+    for (int i = statements.first().count(QLatin1Char('?')); i > 0; --i) {
+        query.addBindValue(1);
+    }
+    QVERIFY(query.exec());
+    QString plan;
+    while (query.next()) {
+        plan += query.value(3).toString() + QLatin1Char('\n');
+    }
+    QVERIFY2(!plan.isEmpty() && !plan.contains(QStringLiteral("TEMP B-TREE")), qPrintable(plan));
+    QVERIFY2(plan.contains(seeks), qPrintable(plan));
 }
 
 void ProfileAndListTest::securityAccounts_someAccounts_areTheirs() {

@@ -200,6 +200,7 @@ void RequestStormTest::initTestCase() {
     MarketOptions market;
     market.accounts = 12;
     market.symbols = 20;
+    market.historyOrders = 400;
     QString error;
     QVERIFY2(makeSampleMarket(m_dir.path(), market, {}, &error), qPrintable(error));
 }
@@ -249,6 +250,7 @@ void RequestStormTest::storm(unsigned seed) {
     auto engine = ServerEngine::open(marketStoreFile(m_dir.path()), &error);
     QVERIFY2(engine, qPrintable(error));
     auto faulty = std::make_unique<FaultyLink>(std::make_unique<EmbeddedLink>(engine), plan);
+    const FaultyLink& faults = *faulty;  // the platform's until it closes
     QVERIFY2(platform.setLink(std::make_unique<CountingLink>(std::move(faulty), m_counts), &error),
              qPrintable(error));
     m_presenter = new StormPresenter(m_answers);
@@ -267,6 +269,9 @@ void RequestStormTest::storm(unsigned seed) {
     }
     QVERIFY(waitFor([&] { return platform.pendingRequestCount() == 0; }, kLimitMs));
     checkOutcomes(log);
+    // Answers that nobody waits for any more, and gates that come back, take their time.
+    QVERIFY2(waitFor([&] { return faults.openCount() == 0; }, kLimitMs),
+             QByteArray::number(faults.openCount()) + " left in the faulty link");
 
     platform.close();
     engine.reset();

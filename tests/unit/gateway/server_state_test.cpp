@@ -30,6 +30,8 @@ private slots:
     void write_again_replaces();
     void records_areSortedByKeyAndOfTheirTableOnly();
     void records_prefix_isTakenLiterally();
+    void records_anyPrefix_areThoseThatBeginWithIt_data();
+    void records_anyPrefix_areThoseThatBeginWithIt();
     void remove_record_isGone_missingOrNamelessOneIsNoError();
     void open_again_keepsWhatWasWritten();
     void open_inMemory_eachHasItsOwn();
@@ -112,6 +114,64 @@ void ServerStateTest::records_prefix_isTakenLiterally() {
              (Records{{"a_b:1", {}}, {"a_b:2", {}}}));
     QCOMPARE(state->records(kTable, QStringLiteral("a%")), (Records{{"a%:5", {}}}));
     QCOMPARE(state->records(kTable).size(), 5);
+}
+
+void ServerStateTest::records_anyPrefix_areThoseThatBeginWithIt_data() {
+    const auto text = [](std::initializer_list<uint> points) {
+        return QString::fromUcs4(points.begin(), static_cast<int>(points.size()));
+    };
+    QTest::addColumn<QString>("prefix");
+    QTest::addColumn<int>("count");
+    QTest::newRow("none") << QString() << 4;
+    QTest::newRow("percent") << "a%" << 3;
+    QTest::newRow("underscore") << "a_" << 3;
+    QTest::newRow("letter before a capital's") << "@" << 3;
+    QTest::newRow("Chinese") << text({0x4EF7, 0x683C}) << 3;
+    QTest::newRow("last before the surrogates") << text({'a', 0xD7FF}) << 3;
+    QTest::newRow("behind the surrogates") << text({0xE000}) << 3;
+    QTest::newRow("beyond 16 bits") << text({0x1F600}) << 3;
+    QTest::newRow("last of all") << text({'a', 0x10FFFF}) << 3;
+    QTest::newRow("nothing behind it") << text({0x10FFFF, 0x10FFFF}) << 3;
+    // A text's length ends there for the database, the text itself does not.
+    QTest::newRow("zero inside") << text({'a', 0, 'b'}) << 3;
+}
+
+void ServerStateTest::records_anyPrefix_areThoseThatBeginWithIt() {
+    QFETCH(QString, prefix);
+    QFETCH(int, count);
+    const auto state = open(file());
+    // Its neighbours: shorter, in the other case, and behind all that begin with it.
+    QStringList keys{QStringLiteral("zzzz")};
+    if (!prefix.isEmpty()) {
+        QVector<uint> points = prefix.toUcs4();
+        const uint last = points.takeLast();
+        const QString begin = QString::fromUcs4(points.constData(), points.size());
+        for (const uint other : {last - 1, last == 0xD7FF ? 0xE000 : last + 1}) {
+            if (other <= 0x10FFFF && !QChar::isSurrogate(other)) {
+                keys << begin + QString::fromUcs4(&other, 1);
+            }
+        }
+        keys << begin << prefix.toUpper() + QLatin1Char('x');
+    }
+    for (const QString& rest : {QString(), QStringLiteral("x"), QString(QChar(0xFFFD))}) {
+        keys << prefix + rest;
+    }
+    QStringList expected;
+    for (const QString& key : qAsConst(keys)) {
+        QVERIFY(state->write(kTable, key, {}, &m_error));
+        if (key.startsWith(prefix)) {
+            expected << key;
+        }
+    }
+    expected.removeDuplicates();
+    QStringList found;
+    for (const auto& record : state->records(kTable, prefix)) {
+        found << record.first;
+    }
+    expected.sort();
+    found.sort();
+    QCOMPARE(found, expected);
+    QCOMPARE(found.size(), count);
 }
 
 void ServerStateTest::remove_record_isGone_missingOrNamelessOneIsNoError() {

@@ -55,9 +55,12 @@ private slots:
     void push_subscribed_reachesSubscribersAlone();
     void push_subscribedTwice_isDeliveredOnce();
     void push_thatIsNoPackedBody_isDroppedAndTold();
+    void push_numberOfRowsThatIsNone_isDroppedAndTold_data();
+    void push_numberOfRowsThatIsNone_isDroppedAndTold();
     void gateState_known_isPublishedUnderItsEventId_data();
     void gateState_known_isPublishedUnderItsEventId();
     void gateState_unknownGate_warns();
+    void gateState_unknownGate_isNotKept();
 
 private:
     ProbePresenter* subscriber(int event = kEvent, const QString& name = "Test.Probe") {
@@ -316,6 +319,36 @@ void EventBusTest::push_thatIsNoPackedBody_isDroppedAndTold() {
     QVERIFY(log.contains(QtWarningMsg, "is garbage, no packed body"));
 }
 
+void EventBusTest::push_numberOfRowsThatIsNone_isDroppedAndTold_data() {
+    QTest::addColumn<QVariant>("told");
+    QTest::addColumn<bool>("comes");
+    QTest::newRow("as many") << QVariant(2) << true;
+    QTest::newRow("as a text") << QVariant("2") << true;
+    QTest::newRow("fewer") << QVariant(1) << true;
+    QTest::newRow("not told") << QVariant() << true;
+    QTest::newRow("more") << QVariant(3) << false;
+    QTest::newRow("negative") << QVariant(-1) << false;
+    QTest::newRow("no number") << QVariant("x") << false;
+}
+
+void EventBusTest::push_numberOfRowsThatIsNone_isDroppedAndTold() {
+    QFETCH(QVariant, told);
+    QFETCH(bool, comes);
+    auto* const presenter = new ProbePresenter;
+    presenter->Sub(presenter->pluginPid(), "type.1", kMode);
+    presenter->initPresenter();
+    const LogCapture log;
+    QVariantMap header{{"text", "first"}};
+    if (told.isValid()) {
+        header.insert(System::subGroupNumber, told);
+    }
+    m_platform->link->push("type.1", QVariantList{header, QVariantMap(), QVariantMap()});
+    m_platform->link->push("type.1", packRows({{"text", "last"}}, {}));
+    QVERIFY(presenter->log->waitForCount(comes ? 2 : 1));
+    QCOMPARE(textOf(*presenter->log, 0), comes ? QString("first") : QString("last"));
+    QCOMPARE(log.contains(QtWarningMsg, "push dropped: the push of type type.1 tells of"), !comes);
+}
+
 void EventBusTest::gateState_known_isPublishedUnderItsEventId_data() {
     QTest::addColumn<QString>("gate");
     QTest::addColumn<int>("event");
@@ -340,6 +373,20 @@ void EventBusTest::gateState_unknownGate_warns() {
     m_platform->link->gateState("NoGate", NET_STATE::CONNECTED);
     QVERIFY(log.waitFor("NoGate"));
     QVERIFY(log.contains(QtWarningMsg, "NoGate"));
+}
+
+void EventBusTest::gateState_unknownGate_isNotKept() {
+    LogCapture log;
+    m_platform->link->gateState("NoGate", NET_STATE::CONNECTED);
+    QVERIFY(m_platform->link->waitUntilIdle());
+    // A link that goes takes every gate down that was told of.
+    QVERIFY(LocalPlatform::instance().setLink(nullptr, nullptr));
+    m_platform->link = nullptr;
+    int told = 0;
+    for (const QString& text : log.texts(QtWarningMsg)) {
+        told += text.contains("NoGate") ? 1 : 0;
+    }
+    QCOMPARE(told, 1);
 }
 
 QTEST_GUILESS_MAIN(EventBusTest)

@@ -59,6 +59,10 @@ private slots:
     void pages_oneFails_givesNothingButTheText();
     void pages_thatDoNotEnd_areAnError_data();
     void pages_thatDoNotEnd_areAnError();
+    void pages_wrongTotal_isAnError_data();
+    void pages_wrongTotal_isAnError();
+    void pages_withoutEnd_areGivenUpAtTheMost_data();
+    void pages_withoutEnd_areGivenUpAtTheMost();
     void pages_timeOut_isSetForEachRequestAndRestored_data();
     void pages_timeOut_isSetForEachRequestAndRestored();
     void timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOneReturns_data();
@@ -216,6 +220,7 @@ void ServerPagedQueryTest::pages_thatDoNotEnd_areAnError_data() {
     QTest::addColumn<int>("requests");
     QTest::newRow("first page empty before the total") << 0 << QVariant(100) << 1;
     QTest::newRow("empty page before the total") << 20 << QVariant(100) << 3;
+    QTest::newRow("short page before the total") << 25 << QVariant(100) << 3;
 }
 
 void ServerPagedQueryTest::pages_thatDoNotEnd_areAnError() {
@@ -237,6 +242,65 @@ void ServerPagedQueryTest::pages_thatDoNotEnd_areAnError() {
         QVERIFY2(m_error.contains("same page"), qPrintable(m_error));
         QCOMPARE(link().requestCount(kType), 2);
     }
+}
+
+void ServerPagedQueryTest::pages_wrongTotal_isAnError_data() {
+    QTest::addColumn<int>("held");
+    QTest::addColumn<QVariant>("total");
+    QTest::addColumn<int>("requests");
+    QTest::addColumn<int>("rows");
+    QTest::newRow("0 beside a full page") << 95 << QVariant(0) << 1 << 0;
+    QTest::newRow("below what came, full page") << 95 << QVariant(15) << 2 << 0;
+    QTest::newRow("negative") << 95 << QVariant(-1) << 1 << 0;
+    QTest::newRow("negative beside a short page") << 5 << QVariant(-1) << 1 << 0;
+    QTest::newRow("no number") << 95 << QVariant("many") << 1 << 0;
+    QTest::newRow("as a text") << 25 << QVariant("25") << 3 << 25;
+    QTest::newRow("empty text") << 25 << QVariant(QString()) << 3 << 25;
+    // A page that is not full is the last one, whatever else the answer tells.
+    QTest::newRow("0 beside a short page") << 5 << QVariant(0) << 1 << 5;
+}
+
+void ServerPagedQueryTest::pages_wrongTotal_isAnError() {
+    QFETCH(int, held);
+    QFETCH(QVariant, total);
+    QFETCH(int, requests);
+    QFETCH(int, rows);
+    link().on(kType, [held, total](const QVariant& body) {
+        return makeAnswer(body, rowsOf(pageOf(body, held)), {{System::totalSize, total}});
+    });
+    QCOMPARE(query(false, 10), numbers(1, rows));
+    QCOMPARE(m_error.contains("garbage"), rows == 0);
+    QCOMPARE(m_error.isEmpty(), rows > 0);
+    QCOMPARE(link().requestCount(kType), requests);
+}
+
+void ServerPagedQueryTest::pages_withoutEnd_areGivenUpAtTheMost_data() {
+    QTest::addColumn<bool>("byPosition");
+    QTest::addColumn<int>("mostPages");
+    QTest::addColumn<int>("rows");
+    QTest::newRow("pages") << false << 10 << 0;
+    QTest::newRow("pages, just enough") << false << 11 << 100;
+    QTest::newRow("positions") << true << 10 << 0;
+    QTest::newRow("positions, just enough") << true << 11 << 100;
+}
+
+void ServerPagedQueryTest::pages_withoutEnd_areGivenUpAtTheMost() {
+    QFETCH(bool, byPosition);
+    QFETCH(int, mostPages);
+    QFETCH(int, rows);
+    m_platform.reset();
+    m_platform = std::make_unique<PlatformFixture>(mostPages);
+    m_presenter = new ProbePresenter;
+    m_presenter->initPresenter();
+    // Ever new rows and positions, and no total.
+    link().on(kType, [](const QVariant& body) {
+        const QVariant page = pageOf(body, 100);
+        return makeAnswer(body, rowsOf(page),
+                          {{System::positionStr, headerOf(page).value(System::positionStr)}});
+    });
+    QCOMPARE(query(byPosition, 10), numbers(1, rows));
+    QCOMPARE(m_error.contains("does not end"), rows == 0);
+    QCOMPARE(link().requestCount(kType), mostPages);
 }
 
 void ServerPagedQueryTest::pages_timeOut_isSetForEachRequestAndRestored_data() {

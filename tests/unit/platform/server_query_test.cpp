@@ -176,6 +176,7 @@ private slots:
         QTest::newRow("far more told") << QVariant(2000000000) << 0 << "cut short";
         QTest::newRow("negative") << QVariant(-1) << 0 << "garbage";
         QTest::newRow("no number") << QVariant("x") << 0 << "garbage";
+        QTest::newRow("missing") << QVariant() << 0 << "garbage";
     }
 
     void numberOfRows_isTheHeaders() {
@@ -191,6 +192,13 @@ private slots:
         QCOMPARE(send() == RequestExeStatus::success, why.isEmpty());
         QCOMPARE(m_rows.size(), read);
         QCOMPARE(log.texts(QtWarningMsg).size(), why.isEmpty() ? 0 : 2);
+    }
+
+    void numberOfRows_missingBesideNoRow_isNone() {
+        m_link->on(kType, ScriptedReply::rows({}, {{System::subGroupNumber, QVariant()}}));
+        QVERIFY(query().isEmpty());
+        QCOMPARE(m_error, QString());
+        QCOMPARE(send(), RequestExeStatus::success);
     }
 
     void withoutPresenter_isAnError() {

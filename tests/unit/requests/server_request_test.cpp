@@ -104,12 +104,36 @@ private slots:
                  (QList<QVariantMap>{{{"x", 1}}}));
     }
 
-    void answer_moreRowsToldThanHeld_endsWhereTheyEndAndTellsIt() {
-        m_world->link().on(kType, ScriptedReply::rows({{{"x", 1}}}, {{System::subGroupNumber, 3}}));
+    void answer_numberOfRowsThatIsNone_isAFailure_data() {
+        QTest::addColumn<QVariant>("told");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("more than held") << QVariant(3) << "tells of \"3\" rows and holds 1";
+        QTest::newRow("missing") << QVariant() << "tells of \"\" rows and holds 1";
+        QTest::newRow("negative") << QVariant(-1) << "tells of \"-1\" rows and holds 1";
+        QTest::newRow("no number") << QVariant("x") << "tells of \"x\" rows and holds 1";
+    }
+    void answer_numberOfRowsThatIsNone_isAFailure() {
+        QFETCH(QVariant, told);
+        QFETCH(QString, text);
+        m_world->link().on(kType,
+                           ScriptedReply::rows({{{"x", 1}}}, {{System::subGroupNumber, told}}));
         const LogCapture log;
-        QCOMPARE(sendToServer(m_presenter, {kType, kFields}).rows,
-                 (QList<QVariantMap>{{{"x", 1}}}));
-        QVERIFY(log.contains(QtWarningMsg, "tells of 3 rows and holds 1"));
+        ServerRequest request{kType, kFields};
+        ServerReply reply = sendToServer(m_presenter, request);
+        QCOMPARE(reply.outcome, Outcome::Failed);
+        QVERIFY(reply.rows.isEmpty());
+        QVERIFY2(reply.text.contains(text) && reply.text.contains(kType), qPrintable(reply.text));
+        QCOMPARE(log.count(QtWarningMsg, reply.text), 1);
+        // Who does not read the rows is told of the success all the same.
+        request.answer = AnswerForm::NamedStatus;
+        reply = sendToServer(m_presenter, request);
+        QCOMPARE(reply.outcome, Outcome::Answered);
+        QVERIFY(reply.rows.isEmpty());
+    }
+
+    void answer_numberOfRowsMissingBesideNoRow_isNone() {
+        m_world->link().on(kType, ScriptedReply::rows({}, {{System::subGroupNumber, QVariant()}}));
+        QCOMPARE(sendToServer(m_presenter, {kType, kFields}).outcome, Outcome::Answered);
     }
 
     void answer_refusal_givesStatusAndText() {

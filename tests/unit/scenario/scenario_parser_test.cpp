@@ -66,6 +66,7 @@ void ScenarioParserTest::everyDirective_isRead() {
     QCOMPARE(scenario.market.accounts, 12);
     QCOMPARE(scenario.market.seed, 7U);
     QCOMPARE(scenario.market.symbols, 60);
+    QCOMPARE(scenario.market.historyOrders, kScenarioHistoryOrders);
     QCOMPARE(scenario.sections.size(), 2);
     const auto steps = scenario.sections.first().steps;
     const QVector<Kind> kinds{Kind::Setting, Kind::Fault, Kind::ClearFaults,  Kind::ClockSet,

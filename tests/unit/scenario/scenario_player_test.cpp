@@ -14,9 +14,9 @@ class FakeStage : public ScenarioStage {
 public:
     explicit FakeStage(std::shared_ptr<ScenarioTape> tape) : m_tape(std::move(tape)) {}
 
-    bool listenTo(const QStringList& events, QString*) override {
-        did(QStringLiteral("listen ") + events.join(QLatin1Char(',')));
-        return true;
+    bool listenTo(const QString& event, QString* error) override {
+        *error = QStringLiteral("never heard of it");
+        return did(QStringLiteral("listen ") + event) && event != QLatin1String("Unknown");
     }
     bool setSetting(const QString& name, const QString& value, QString*) override {
         return did(QStringLiteral("set %1=%2").arg(name, value));
@@ -86,6 +86,7 @@ class ScenarioPlayerTest : public QObject {
 
 private slots:
     void steps_arePlayedInOrder();
+    void unknownEvent_isToldAtItsPlaceBeforeAnythingIsPlayed();
     void expectations_lookAtTheTape_data();
     void expectations_lookAtTheTape();
     void call_isRepeatedUntilItsChecksHold();
@@ -133,6 +134,16 @@ void ScenarioPlayerTest::steps_arePlayedInOrder() {
                  report.contains(QStringLiteral("no such user")),
              qPrintable(report));
     QVERIFY2(play("start fails user=nobody error*=\"such user\"\n", &report), qPrintable(report));
+}
+
+void ScenarioPlayerTest::unknownEvent_isToldAtItsPlaceBeforeAnythingIsPlayed() {
+    QString report;
+    QVERIFY(
+        !play("start\nexpect event E\nexpect event E count=1\n"
+              "  expect no event Unknown # who knows\n",
+              &report));
+    QCOMPARE(report, QStringLiteral("f.scn:4:19: never heard of it"));
+    QCOMPARE(m_done, (QStringList{"listen E", "listen Unknown"}));
 }
 
 void ScenarioPlayerTest::expectations_lookAtTheTape_data() {
@@ -225,29 +236,40 @@ void ScenarioPlayerTest::check_seesPartsOfAValue() {
 }
 
 void ScenarioPlayerTest::failedStep_endsTheClientWithItsLine_data() {
-    QTest::addColumn<int>("line");
+    QTest::addColumn<QString>("place");
     QTest::addColumn<QString>("part");
-    QTest::newRow("wrong_count") << 4 << "1 of them";
-    QTest::newRow("wrong_answer") << 3 << "result.tradingAccount is T000001";
-    QTest::newRow("event_that_came") << 5 << "1 of them";
-    QTest::newRow("missing_log_line") << 3 << "all is lost";
-    QTest::newRow("push_to_nobody") << 3 << "nobody has subscribed";
-    QTest::newRow("start_that_fails") << 3 << "not loaded within";
-    QTest::newRow("start_that_works") << 2 << "started well";
-    QTest::newRow("second_section") << 6 << "result is {";
-    QTest::newRow("unknown_function") << 3 << "GetEverything";
-    QTest::newRow("unknown_event") << 1 << "NoSuchEvent";
-    QTest::newRow("wrong_field") << 3 << "header.10094 is 2";
+    QTest::newRow("wrong_count") << "4"
+                                 << "1 of them";
+    QTest::newRow("wrong_answer") << "3"
+                                  << "result.tradingAccount is T000001";
+    QTest::newRow("event_that_came") << "5"
+                                     << "1 of them";
+    QTest::newRow("missing_log_line") << "3"
+                                      << "all is lost";
+    QTest::newRow("push_to_nobody") << "3"
+                                    << "nobody has subscribed";
+    QTest::newRow("start_that_fails") << "3"
+                                      << "not loaded within";
+    QTest::newRow("start_that_works") << "2"
+                                      << "started well";
+    QTest::newRow("second_section") << "6"
+                                    << "result is {";
+    QTest::newRow("unknown_function") << "3"
+                                      << "GetEverything";
+    QTest::newRow("unknown_event") << "3:14"
+                                   << "NoSuchEvent";
+    QTest::newRow("wrong_field") << "3"
+                                 << "header.10094 is 2";
 }
 
 void ScenarioPlayerTest::failedStep_endsTheClientWithItsLine() {
-    QFETCH(int, line);
+    QFETCH(QString, place);
     QFETCH(QString, part);
     const QString file = QStringLiteral(VELMAR_SOURCE_DIR "/tests/unit/scenario/data/%1.scn")
                              .arg(QString::fromLatin1(QTest::currentDataTag()));
     const ChildResult result = runChild(client(), {QStringLiteral("--scenario"), file});
     QVERIFY2(result.started && !result.crashed && result.exitCode == 1, qPrintable(result.output));
-    QVERIFY2(result.output.contains(file + QStringLiteral(":%1: ").arg(line)),
+    QVERIFY2(result.output.contains(file + QStringLiteral(":%1: ").arg(place)),
              qPrintable(result.output));
     QVERIFY2(result.output.contains(part), qPrintable(result.output));
     QVERIFY2(result.output.trimmed().endsWith(QStringLiteral(".scn: failed")),

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
@@ -10,6 +11,7 @@ class ClientTerminalTest : public QObject {
     Q_OBJECT
 
 private slots:
+    void answerApart_marketIsMade_showsTheBarOnStderr();
     void terminal_staysWithALiveLine_untilCtrlC();
     void narrowTerminal_cutsLineAndTable();
     void terminal_once_endsByItself();
@@ -22,6 +24,7 @@ private:
     };
 
     Terminal open(const char* staying, int columns) const;
+    static Terminal open(std::vector<const char*> arguments, int columns, bool answerApart);
     bool readUntil(Terminal& terminal, const QByteArray& text, int times = 1) const;
     bool readUntil(Terminal& terminal, const QRegularExpression& form) const;
     bool readUntil(Terminal& terminal, const std::function<bool(const QByteArray&)>& seen) const;
@@ -34,19 +37,33 @@ namespace {
 constexpr int kLimitMs = 100000;
 }
 
-ClientTerminalTest::Terminal ClientTerminalTest::open(const char* staying, int columns) const {
+/// With the answer apart, what the program prints on stdout does not reach the terminal.
+ClientTerminalTest::Terminal ClientTerminalTest::open(std::vector<const char*> arguments,
+                                                      int columns, bool answerApart) {
     Terminal terminal;
     winsize size{};
     size.ws_row = 24;
     size.ws_col = static_cast<unsigned short>(columns);
-    const QByteArray home = m_home.path().toUtf8();
+    arguments.insert(arguments.begin(), "velmar-client");
+    arguments.push_back(nullptr);
     terminal.child = forkpty(&terminal.master, nullptr, nullptr, &size);
     if (terminal.child == 0) {
-        execl(VELMAR_BINARY_DIR "/bin/velmar-client", "velmar-client", "--home", home.constData(),
-              staying, static_cast<char*>(nullptr));
+        if (answerApart) {
+            dup2(::open("/dev/null", O_WRONLY), STDOUT_FILENO);
+        }
+        execv(VELMAR_BINARY_DIR "/bin/velmar-client", const_cast<char**>(arguments.data()));
         _exit(127);
     }
     return terminal;
+}
+
+ClientTerminalTest::Terminal ClientTerminalTest::open(const char* staying, int columns) const {
+    const QByteArray home = m_home.path().toUtf8();
+    std::vector<const char*> arguments{"--home", home.constData()};
+    if (staying) {
+        arguments.push_back(staying);
+    }
+    return open(arguments, columns, false);
 }
 
 bool ClientTerminalTest::readUntil(Terminal& terminal, const QByteArray& text, int times) const {
@@ -86,6 +103,17 @@ int ClientTerminalTest::ended(Terminal& terminal) const {
     waitpid(terminal.child, &status, 0);
     close(terminal.master);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+void ClientTerminalTest::answerApart_marketIsMade_showsTheBarOnStderr() {
+    // Its home is a new one, so that a market is made.
+    const QByteArray home = m_home.path().toUtf8();
+    Terminal terminal = open({"--home", home.constData(), "accounts", "list"}, 80, true);
+    QVERIFY(terminal.child > 0);
+    QCOMPARE(ended(terminal), 0);
+    QVERIFY2(terminal.out.contains("\rmaking the sample market  [#"), terminal.out);
+    // The last that is drawn is nothing.
+    QVERIFY2(terminal.out.endsWith("\r\x1b[K"), terminal.out);
 }
 
 void ClientTerminalTest::terminal_staysWithALiveLine_untilCtrlC() {

@@ -142,6 +142,15 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
     QTest::newRow("empty body limit")
         << QStringList{"--body-limit", ""} << QStringLiteral("--body-limit");
     QTest::newRow("no body limit") << words("--body-limit") << QStringLiteral("body-limit");
+    for (const char* option :
+         {"--scale=2", "--rebuild", "--wait=9", "--stay", "--once", "--tick-rate=1"}) {
+        const QString name = QString::fromLatin1(option).section('=', 0, 0);
+        for (const QString& line :
+             {QStringLiteral("--scenario a.scn %1"), QStringLiteral("%1 --scenario a.scn")}) {
+            QTest::newRow(qPrintable(line.arg(option)))
+                << words(qPrintable(line.arg(option))) << QStringLiteral("goes with no ") + name;
+        }
+    }
     QTest::newRow("section") << words("--scenario a.scn --scenario-section 0")
                              << QStringLiteral("number");
     QTest::newRow("negative wait") << words("--wait=-1") << QStringLiteral("--wait");

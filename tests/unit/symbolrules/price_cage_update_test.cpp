@@ -161,6 +161,16 @@ private slots:
         QVERIFY(!savedSetting(ETFTradeSetting::Self_AllPriceCageMap).isValid());
     }
 
+    void update_acceptedByACutAnswer_isAccepted() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        // Nobody reads the rows of this answer.
+        room.world.link().on(kWrite, ScriptedReply::rows({}, {{System::subGroupNumber, 2}}));
+        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
+                 QString());
+        QVERIFY(!room.cage.IsCageApply("ETF"));
+    }
+
     void update_noPresenter_saysSoAndChangesNothing() {
         PriceRoom room;
         room.cage.initCageMap(nullptr, false);

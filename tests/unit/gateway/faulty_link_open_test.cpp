@@ -1,0 +1,104 @@
+#include <QtTest>
+
+#include "faulty_link_room.h"
+#include "vocabulary/net_state.h"
+
+/// What a faulty link still has to do, and what puts an end to it.
+class FaultyLinkOpenTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void open_countsWhatIsHeldOrAwaited();
+    void open_answerHeldBelow_isAwaited();
+    void drip_beyondAllNumbers_isHeldAndNotToldAtOnce();
+    void reconnect_gateTakenDownSince_leavesItDown_data();
+    void reconnect_gateTakenDownSince_leavesItDown();
+    void gateDown_requests_meetNoFaultAndAreNotCounted();
+};
+
+void FaultyLinkOpenTest::open_countsWhatIsHeldOrAwaited() {
+    Room room({"120006 1 delay ms=60000", "120006 2 timeout silent=true",
+               "120006 3 timeout ms=60000", "120006 4 duplicate", "120006 5 reorder ms=60000"});
+    QCOMPARE(room.link->openCount(), 0);
+    for (quint64 id = 1; id <= 4; ++id) {
+        QVERIFY(room.link->send(requestOf(id)));
+    }
+    QVERIFY(room.told.waitForLines(2));
+    // The delayed answer and the late time-out; the silent one is nobody's.
+    QVERIFY(waitFor([&] { return room.link->openCount() == 2; }));
+    QVERIFY(room.link->send(requestOf(5)));
+    QVERIFY(room.script->waitUntilIdle());
+    // The held answer, and the end of its waiting.
+    QCOMPARE(room.link->openCount(), 4);
+    room.link->stop();
+    QCOMPARE(room.link->openCount(), 0);
+}
+
+void FaultyLinkOpenTest::open_answerHeldBelow_isAwaited() {
+    Room room({"120006 1 duplicate"});
+    room.script->on(kType, ScriptedReply::rows({}).held());
+    QVERIFY(room.link->send(requestOf(1)));
+    QCOMPARE(room.link->openCount(), 1);
+    room.script->release();
+    QVERIFY(room.told.waitForLines(2));
+    QVERIFY(waitFor([&] { return room.link->openCount() == 0; }));
+}
+
+void FaultyLinkOpenTest::drip_beyondAllNumbers_isHeldAndNotToldAtOnce() {
+    Room room({"120006 1 drip ms=600000"});
+    QList<QVariantMap> rows;
+    for (int i = 0; i < 4000; ++i) {
+        rows.append({{"n", i}});
+    }
+    room.script->on(kType, ScriptedReply::rows(rows));
+    QVERIFY(room.link->send(requestOf(1)));
+    QVERIFY(room.script->waitUntilIdle());
+    QVERIFY(room.link->send(requestOf(2)));
+    QVERIFY(room.told.waitForLines(1));
+    room.link->stop();
+    QCOMPARE(room.told.lines(), (QStringList{"answer 2", "failure 1"}));
+}
+
+void FaultyLinkOpenTest::reconnect_gateTakenDownSince_leavesItDown_data() {
+    QTest::addColumn<bool>("byHand");
+    QTest::newRow("by hand") << true;
+    QTest::newRow("by a disconnection for good") << false;
+}
+
+void FaultyLinkOpenTest::reconnect_gateTakenDownSince_leavesItDown() {
+    QFETCH(bool, byHand);
+    Room room({"a 1 disconnect gate=InfoGate reconnect=20", "b 1 disconnect gate=InfoGate",
+               "c 1 disconnect gate=MarketTcpGate reconnect=30"});
+    QVERIFY(room.link->send(requestOf(1, QStringLiteral("a"))));
+    if (byHand) {
+        room.link->setGate(NetGateType::InfoGate, NET_STATE::NOCONNECT);
+    } else {
+        QVERIFY(room.link->send(requestOf(2, QStringLiteral("b"))));
+    }
+    // It comes back after the other one would have.
+    QVERIFY(room.link->send(requestOf(3, QStringLiteral("c"))));
+    QVERIFY(waitFor([&] { return room.told.count("MarketTcpGate CONNECTED") == 1; }));
+    const QStringList told = room.told.lines().filter("InfoGate");
+    QVERIFY(told.size() >= 2);
+    QCOMPARE(told.last(), QStringLiteral("InfoGate NOCONNECT"));
+    room.link->setGate(NetGateType::InfoGate, NET_STATE::CONNECTED);
+    QVERIFY(waitFor([&] { return room.told.lines().last() == "InfoGate CONNECTED"; }));
+}
+
+void FaultyLinkOpenTest::gateDown_requests_meetNoFaultAndAreNotCounted() {
+    Room room({"120006 1-2 disconnect", "120006 3 refusal"});
+    for (quint64 id = 1; id <= 3; ++id) {
+        QVERIFY(room.link->send(requestOf(id)));
+    }
+    QVERIFY(room.told.waitForLines(4));
+    QCOMPARE(room.plan->list(), (QStringList{"120006 1-2 disconnect # 1", "120006 3 refusal # 1"}));
+    room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
+    QVERIFY(room.link->send(requestOf(4)));
+    QVERIFY(room.told.waitForLines(7));
+    QCOMPARE(room.told.lines().filter("NOCONNECT").size(), 2);
+    QCOMPARE(room.told.count("failure 4"), 1);
+    QCOMPARE(room.script->requestCount(), 0);
+}
+
+QTEST_GUILESS_MAIN(FaultyLinkOpenTest)
+#include "faulty_link_open_test.moc"
