@@ -3,8 +3,10 @@
 #include <cmath>
 #include <limits>
 
+#include "local_platform.h"
+#include "log_capture.h"
 #include "price_room.h"
-#include "velmarutils/velmar_init_state_mgr.h"
+#include "wait_for.h"
 
 namespace {
 
@@ -28,11 +30,13 @@ struct CageRoom : PriceRoom {
     void setCage(const Figures& buy, const Figures& sell, int control,
                  const QString& covered = QStringLiteral("1-2-*")) {
         const auto ratio = [](double value) { return QString::number(value, 'g', 17); };
-        const QString text =
+        setCageText(
             QStringLiteral(R"({"M":{"securityType":["%1"],"buyPercent":%2,"sellPercent":%3,)"
                            R"("buyUnit":%4,"sellUnit":%5,"controlType":%6}})")
                 .arg(covered, ratio(buy.ratio), ratio(sell.ratio), QString::number(buy.ticks),
-                     QString::number(sell.ticks), QString::number(control));
+                     QString::number(sell.ticks), QString::number(control)));
+    }
+    void setCageText(const QString& text) {
         world.link().on(kConfig, ScriptedReply::rows({{{System::itemValue, text}}}));
         cage.initCageMap(presenter, true);
     }
@@ -92,8 +96,36 @@ private slots:
         const QVariantMap expected = room.cage.GetAllCageMap().value(cageId);
         QCOMPARE(expected.isEmpty(), cageId.isEmpty());
         QCOMPARE(room.cage.GetCageMapBySymbol(symbol), expected);
-        // And from what is remembered, the empty id included.
-        QCOMPARE(room.cage.GetCageMapBySymbol(symbol), expected);
+    }
+
+    void cageOfSymbol_askedBefore_isTheRememberedOne() {
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const QVariantMap mainBoard = room.cage.GetAllCageMap().value("1");
+        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
+        QVERIFY(room.cage.GetCageMapBySymbol("later").isEmpty());
+        // Reference data by which the two have changed places.
+        const auto share = [](const QString& type) {
+            return QVariantMap{{UserAccount::securityExchange, Exchange::sh},
+                               {MDCFieldDefine::mdcSecurityType, type},
+                               {MDCFieldDefine::mdcSubSecurityType, "02001"}};
+        };
+        LocalPlatform::Options other;
+        other.homeDir = room.world.homeDir();
+        other.staticDbFile = other.homeDir + "/other.sqlite";
+        StaticDbBuilder()
+            .reference("security", "later", share(MdcSecurityType::StockType))
+            .reference("security", "600000.SH", share(MdcSecurityType::FundType))
+            .write(other.staticDbFile);
+        QString error;
+        QVERIFY2(LocalPlatform::instance().start(other, &error), qPrintable(error));
+        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
+        QVERIFY(room.cage.GetCageMapBySymbol("later").isEmpty());
+        // One that was never asked goes by that data.
+        PriceCage fresh(room.identity, room.clock, room.sink);
+        fresh.initCageMap(nullptr, true);
+        QVERIFY(fresh.GetCageMapBySymbol("600000.SH").isEmpty());
+        QCOMPARE(fresh.GetCageMapBySymbol("later"), mainBoard);
     }
 
     void cageOfSymbol_levelThatFails_doesNotFallBackToAHigherWildcard() {
@@ -130,6 +162,50 @@ private slots:
             thread.join();
         }
         QCOMPARE(different.load(), 0);
+    }
+
+    void cageOfSymbol_refreshedMeanwhile_isTheOldOrTheNewOneWhole() {
+        const LogCapture quiet;
+        CageRoom room;
+        const auto take = [&room](const QString& id, int units) {
+            room.setCageText(QString(R"({"%1":{"securityType":["1-2-*"],"buyUnit":%2,)"
+                                     R"("sellUnit":%2,"controlType":2}})")
+                                 .arg(id)
+                                 .arg(units));
+            return room.cage.GetAllCageMap().value(id);
+        };
+        const QVariantMap m = take("M", 3);
+        const QVariantMap n = take("N", 5);
+        QVERIFY(!m.isEmpty() && !n.isEmpty() && m != n);
+        std::atomic<bool> over{false};
+        std::atomic<int> asked{0};
+        std::atomic<int> other{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 2; ++i) {
+            threads.emplace_back([&] {
+                while (!over) {
+                    for (const char* symbol : {"600000.SH", "688001.SH", "600001"}) {
+                        const QVariantMap found = room.cage.GetCageMapBySymbol(symbol);
+                        other += found == m || found == n ? 0 : 1;
+                        ++asked;
+                    }
+                }
+            });
+        }
+        for (int round = 0; round < 60; ++round) {
+            const int before = asked;
+            take(round % 2 == 0 ? "M" : "N", round % 2 == 0 ? 3 : 5);
+            // Every table is looked into before the next one comes.
+            waitFor([&] { return asked > before; });
+        }
+        over = true;
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        QCOMPARE(other.load(), 0);
+        for (const char* symbol : {"600000.SH", "688001.SH", "600001"}) {
+            QCOMPARE(room.cage.GetCageMapBySymbol(symbol), n);
+        }
     }
 
     void basePrice_eachQuoteMissing_fallsThrough_data() {
@@ -191,6 +267,46 @@ private slots:
         const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
         QVERIFY(isNear(room.limit(tick, false), buy));
         QVERIFY(isNear(room.limit(tick, true), sell));
+    }
+
+    void limit_figuresThatAreNoWholeNumbers_areReadAsOnes_data() {
+        QTest::addColumn<QString>("units");
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<double>("buy");
+        QTest::addColumn<double>("sell");
+        const double most = std::numeric_limits<int>::max();
+        QTest::newRow("rounded") << "9.7"
+                                 << "2" << 10.10 << 9.90;
+        QTest::newRow("rounded down") << "9.4"
+                                      << "2" << 10.09 << 9.91;
+        QTest::newRow("text") << R"("9")"
+                              << "2" << 10.09 << 9.91;
+        QTest::newRow("text that is none") << R"("9.7")"
+                                           << "2" << 10.00 << 10.00;
+        // As many ticks as an int holds; the limit itself is cut off at as many, too.
+        QTest::newRow("too large") << "1e300"
+                                   << "2" << most * 0.01 << 10.00 - most * 0.01;
+        QTest::newRow("too large a whole") << "4294967297"
+                                           << "2" << most * 0.01 << 10.00 - most * 0.01;
+        // 2 percent of 10.00 against 10 ticks: the third type takes the wider.
+        QTest::newRow("control rounded") << "10"
+                                         << "2.6" << 10.20 << 9.80;
+        QTest::newRow("control as text") << "10"
+                                         << R"("2.6")" << 0.0 << 9.80;
+    }
+    void limit_figuresThatAreNoWholeNumbers_areReadAsOnes() {
+        QFETCH(QString, units);
+        QFETCH(QString, control);
+        QFETCH(double, buy);
+        QFETCH(double, sell);
+        CageRoom room;
+        room.setCageText(
+            QString(R"({"M":{"securityType":["1-2-*"],"buyPercent":0.02,"sellPercent":0.02,)"
+                    R"("buyUnit":%1,"sellUnit":%1,"controlType":%2}})")
+                .arg(units, control));
+        const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
+        QCOMPARE(room.limit(tick, false), buy);
+        QCOMPARE(room.limit(tick, true), sell);
     }
 
     void limit_sidesWithFiguresOfTheirOwn_takeEachItsOwn_data() {
@@ -401,6 +517,7 @@ private slots:
         QTest::newRow("Hong Kong at 1") << "02001.HK" << 1.000 << 1.009 << 0.991;
         QTest::newRow("Hong Kong, ratio is less") << "02001.HK" << 0.100 << 0.109 << 0.091;
         QTest::newRow("Hong Kong from Shenzhen") << "08001.HK" << 50.000 << 50.009 << 49.991;
+        QTest::newRow("Hong Kong without suffix") << "02002" << 1.000 << 1.009 << 0.991;
     }
     void otherBuiltInCages_byHand_areTheseLimits() {
         QFETCH(QString, symbol);
