@@ -1,8 +1,9 @@
 #include <QtTest>
 
+#include "local_platform.h"
 #include "log_capture.h"
 #include "price_room.h"
-#include "velmarutils/velmar_init_state_mgr.h"
+#include "wait_for.h"
 #include "zncore/zn_core.h"
 
 namespace {
@@ -323,6 +324,30 @@ private slots:
                  InitState::Done);
     }
 
+    void load_over_isToldWithoutALockWhenTheTablesStand_data() {
+        QTest::addColumn<bool>("succeeds");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QStringList>("cageIds");
+        QTest::newRow("succeeded") << true << int(InitState::Done) << QStringList{"U"};
+        QTest::newRow("failed") << false << int(InitState::Failed) << QStringList();
+    }
+    void load_over_isToldWithoutALockWhenTheTablesStand() {
+        QFETCH(bool, succeeds);
+        QFETCH(int, state);
+        QFETCH(QStringList, cageIds);
+        PriceRoom room(CageBuiltIn{});
+        if (succeeds) {
+            room.world.link().on(kProfile, ScriptedReply::rows({profileRow(kCageKey, kOneCage),
+                                                                profileRow(kApplyKey, kOneApply)}));
+        }
+        room.cage.initCageMap(room.presenter, false);
+        QCOMPARE(room.sink.count.load(), 1);
+        const CountingSink::Moment told = room.sink.last();
+        QCOMPARE(int(told.state), state);
+        QVERIFY(!told.underLock);
+        QCOMPARE(QStringList(told.cages.keys()), cageIds);
+    }
+
     void load_fewerUserCagesThanTheServer_areUnitedWholeByKeyAndExchange() {
         PriceRoom room;
         room.world.link().on(
@@ -408,6 +433,30 @@ private slots:
         QCOMPARE(QStringList(room.cage.GetAllCageMap().keys()), QStringList{"N"});
         QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), room.cage.GetAllCageMap().value("N"));
         QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 31, 15));
+    }
+
+    void refresh_underWay_leavesTheOldTablesToEverybody() {
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const CageRecords before = room.cage.GetAllCageMap();
+        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), before.value("1"));
+        room.world.link().on(kProfile, ScriptedReply::rows({profileRow(kCageKey, kOneCage),
+                                                            profileRow(kApplyKey, kOneApply)})
+                                           .held());
+        room.world.link().on(kConfig, items({{SystemItemName::TagPriceCage, R"({"S":{}})"}}));
+        const auto refresh = std::async(std::launch::async,
+                                        [&room] { room.cage.initCageMap(room.presenter, true); });
+        QVERIFY(room.world.link().waitForRequestCount(kProfile, 1));
+        QCOMPARE(room.cage.GetAllCageMap(), before);
+        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), before.value("1"));
+        QVERIFY(room.cage.IsCageApply("ETF"));
+        QVERIFY(!room.cage.GetCageIndexMap().isEmpty());
+        // Whoever had waited for the lock would have met the end of the request.
+        QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
+        QVERIFY(waitFor([&] { return room.world.link().release(kProfile) == 1; }));
+        refresh.wait();
+        QCOMPARE(QStringList(room.cage.GetAllCageMap().keys()), QStringList{"U"});
+        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), room.cage.GetAllCageMap().value("U"));
     }
 
     void refresh_userQueryFailsServerDefaultWorks_givesANotice() {
