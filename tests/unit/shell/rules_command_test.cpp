@@ -457,6 +457,10 @@ private slots:
         QVERIFY(english.output.contains("cage 2, class 1-2-02200"));
         QVERIFY(!english.output.contains("cannot be told"));
         QVERIFY(!english.output.contains("is not exported"));
+        const ChildResult hongKong = run("02001.HK");
+        QVERIFY2(hongKong.succeeded(), qPrintable(hongKong.output));
+        QVERIFY(hongKong.output.contains("lot size of the security"));
+        QVERIFY(!hongKong.output.contains("cannot be told"));
         qputenv("LC_ALL", "zh_CN.UTF-8");
         const ChildResult chinese = run("600000.SH");
         QVERIFY2(chinese.succeeded(), qPrintable(chinese.output));
