@@ -1,6 +1,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QtTest>
+#include <future>
+#include <memory>
+#include <mutex>
 
 #include "local_platform.h"
 #include "log_capture.h"

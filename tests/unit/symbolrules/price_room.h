@@ -3,7 +3,6 @@
 #include <QPointer>
 #include <QtTest>
 #include <atomic>
-#include <future>
 #include <mutex>
 #include <thread>
 
