@@ -7,14 +7,15 @@
 // What the closed library computes is not known beyond its names; these are this platform's own
 // rules, all of them here.
 //
-// The numbered price types are the levels of the bids and the asks, of which a tick has five or
-// ten; those of the limits are the day's, as orders too; those of a quantity the level at which the
-// depth reaches it. The types of a ratio have no price here.
+// The numbered price types are the first five levels of the bids and the asks; those of the limits
+// are the day's, as orders too; those of a quantity the level at which the depth reaches it, of the
+// five or ten that a tick has. The types of a ratio have no price here, nor has any other number.
 
 namespace {
 
 constexpr double kNothing = 1e-10;
-constexpr int kLevels = 10;
+constexpr int kQuoteLevels = 5;                 // that have a price type of their own
+constexpr int kDepthLevels = 10;                // that a tick may have
 constexpr qint64 kMaxQty = Q_INT64_C(1) << 53;  // exact as a double
 inline const QString kBeijingPost = QStringLiteral("BJ");
 
@@ -55,7 +56,7 @@ qint64 levelQty(const QVariantMap& tick, bool isBid, int level) {
 /// The level at which the depth reaches the quantity, the last one that has a price when none does.
 double depthPrice(const QVariantMap& tick, bool isBid, qint64 wanted, HandicapInfo* handicap) {
     HandicapInfo reached;
-    for (int level = 1; level <= kLevels; ++level) {
+    for (int level = 1; level <= kDepthLevels; ++level) {
         const double price = levelPrice(tick, isBid, level);
         if (price <= 0) {
             break;
@@ -140,11 +141,11 @@ double VelmarBusiUtils::GetPriceByTickAndType(const QVariantMap& tick, CustomPri
                                               qint64 qty, HandicapInfo* handicap) {
     // Wider than the type, which may hold any number.
     const qint64 bid = qint64(type) - qint64(CustomPriceType::Bid1) + 1;
-    if (1 <= bid && bid <= kLevels) {
+    if (1 <= bid && bid <= kQuoteLevels) {
         return quotePrice(tick, true, static_cast<int>(bid), handicap);
     }
     const qint64 ask = qint64(type) - qint64(CustomPriceType::Ask1) + 1;
-    if (1 <= ask && ask <= kLevels) {
+    if (1 <= ask && ask <= kQuoteLevels) {
         return quotePrice(tick, false, static_cast<int>(ask), handicap);
     }
     if (handicap) {

@@ -21,6 +21,7 @@
 #include "scenario_command.h"
 #include "static_config.h"
 #include "velmarutils/velmar_utils.h"
+#include "znbusinessdata/c_business_data_base.h"
 #include "zndatabase/c_data_base.h"
 
 namespace {
@@ -282,6 +283,7 @@ RulesFacts gatherFacts(const ShellOptions& options, Client& client, const QVaria
     facts.minRules = data->GetStaticValuesBySection(QuantitySection::min);
     facts.maxRules = data->GetStaticValuesBySection(QuantitySection::max);
     facts.isHongKong = VelmarUtils::isHKTypeSymbol(options.symbol);
+    facts.security = CBusinessDataBase::GetInstance()->GetSecurityDetailsBySymbol(options.symbol);
     facts.cageWaitSeconds = kCageWaitSeconds;
     client.awaitCage(kCageWaitSeconds * 1000);
     if (options.tickRate > 0) {

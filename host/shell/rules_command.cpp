@@ -4,6 +4,8 @@
 #include <QJsonDocument>
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <limits>
 
 #include "static_config.h"
 #include "text_table.h"
@@ -40,6 +42,18 @@ QString priceText(double price) {
 QString jsonOf(const QVariantMap& record) {
     return QString::fromUtf8(
         QJsonDocument(QJsonObject::fromVariantMap(record)).toJson(QJsonDocument::Compact));
+}
+
+/// Cut off to a whole number, and the nearest end when an int cannot hold it.
+int cutOff(double value) {
+    constexpr double kLeast = std::numeric_limits<int>::min();
+    constexpr double kMost = std::numeric_limits<int>::max();
+    return std::isnan(value) ? 0 : static_cast<int>(std::clamp(value, kLeast, kMost));
+}
+
+/// A whole number of a cage as the cage reads it: a number is rounded, a text that is none is 0.
+int wholeOf(const QJsonValue& value) {
+    return value.isDouble() ? cutOff(std::round(value.toDouble())) : value.toVariant().toInt();
 }
 
 /// What a filled parameter came back with, the first one.
@@ -134,8 +148,9 @@ void RulesCommand::addQuantities(const Subject& security, const RulesFacts& fact
                                  TextTable& table) {
     const QStringList one{security.symbol};
     const QString step = number(QStringLiteral("GetQtyStepBySymbol"), one);
-    const double lot = security.record.value(Security::LotSize).toVariant().toDouble();
-    QString expected = QString::number(static_cast<int>(lot));
+    // Redemption codes, new issues and portfolios have details too, but no lot that counts.
+    const double lot = facts.security.value(Security::LotSize).toDouble();
+    QString expected = QString::number(cutOff(lot));
     QString source = say(RulesTexts::kLotSize);
     if (!(lot > kNothing)) {
         source = ruleSource(security, facts.stepRules, QuantitySection::step, &expected);
@@ -248,7 +263,7 @@ void RulesCommand::addFigures(const QJsonObject& cage, TextTable& table) const {
     };
     const auto figures = [&cage](const QString& share, const QString& units) {
         return QStringLiteral("%1, %2").arg(priceText(cage.value(share).toVariant().toDouble()),
-                                            QString::number(cage.value(units).toVariant().toInt()));
+                                            QString::number(wholeOf(cage.value(units))));
     };
     for (const Side& side :
          {Side{RulesTexts::kBuyFigures, CageField::userBuyPercent, CageField::userBuyUnit,
@@ -266,7 +281,7 @@ void RulesCommand::addFigures(const QJsonObject& cage, TextTable& table) const {
     }
     static const std::array<RulesText, 3> kinds{
         RulesTexts::kControlShare, RulesTexts::kControlUnits, RulesTexts::kControlWider};
-    const int kind = cage.value(CageField::controlType).toVariant().toInt();
+    const int kind = wholeOf(cage.value(CageField::controlType));
     const bool known = kind >= 1 && kind <= static_cast<int>(kinds.size());
     table.addRow(
         {say(RulesTexts::kControl), QString::number(kind),

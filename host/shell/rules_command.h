@@ -19,6 +19,7 @@ struct RulesFacts {
     QMap<QString, QString> minRules;
     QMap<QString, QString> maxRules;
     bool isHongKong = false;  ///< by the platform's test of the symbol
+    QVariantMap security;     ///< the business data's own record; empty for what it does not know
     QVariantMap tick;         ///< the last of the feed; empty without one
     int cageWaitSeconds = 0;  ///< how long the cage was waited for; told when it did not load
 };

@@ -72,8 +72,8 @@ constexpr RulesText kUserFigures{"the user's own; the server's default is %1",
 constexpr RulesText kFiguresAlone{"the user's own or built-in, no server's default beside it",
                                   "用户自定义或内置，无后台默认可比"};
 constexpr RulesText kTables{"cage tables", "笼子参数表"};
-constexpr RulesText kTablesUser{"the user's, over the server's or built-in defaults",
-                                "用户设置，其余取后台或内置默认"};
+constexpr RulesText kTablesUser{"the user's own, or united with the defaults",
+                                "用户设置，或与默认设置合并"};
 constexpr RulesText kSwitches{"switched on for", "已启用功能"};
 constexpr RulesText kNowhere{"nothing", "无"};
 

@@ -374,7 +374,9 @@ public:
     /// The price that a price type means at a tick. `useDispFactor` tells that `qty` is to be
     /// divided by the display factor for a type that takes a quantity; `applyCage` brings the price
     /// inside the cage and the day's limits. `handicap` may be null. Any thread; blocks at most on
-    /// a change of the cage. 0 when the tick does not have it.
+    /// a change of the cage. 0 when the tick does not have it; with `applyCage` that 0 is brought
+    /// inside the limits like any price, so it comes back as what the cage lets a sell go down to,
+    /// or as the day's lower limit.
     static double GetPriceByTickAndType(const QVariantMap& tick, const CustomPriceType& type,
                                         const qint64& qty, bool useDispFactor, bool applyCage,
                                         bool isSell, HandicapInfo* handicap);
@@ -394,11 +396,13 @@ public:
 
     /// Fills `rates` with the Hong Kong exchange rate rows by exchange. Any thread; first load;
     /// blocks for a request when it is the first to ask. Empty without a presenter and after a
-    /// failed request, which is not repeated.
+    /// failed request, which is not repeated, and while another caller's first request is under
+    /// way.
     static void GetHKStockExchangeRate(QMap<QString, QVariantMap>& rates);
 
     /// One figure of an exchange's rate. Any thread; first load; blocks for a request when it is
-    /// the first to ask. 0 without one.
+    /// the first to ask. 0 without one, and at once while another caller's first request is under
+    /// way.
     static double GetHKStockRate(const QString& exchange, RateSideType side);
 
     // The price cage. Questions wait while updateUserCageInfo is under way.
@@ -423,8 +427,8 @@ public:
     /// Whether the cage is switched on for a function, false for an unknown one. Any thread.
     static bool IsCageApply(const QString& key);
 
-    /// Whether the cages in force are the user's own; `text` tells where they are from otherwise.
-    /// Any thread; does not block.
+    /// Whether the cages in force are the user's own or united with the defaults; `text` tells
+    /// where they are from otherwise. Any thread; does not block.
     static bool IsGetUserCageInfo(QString& text);
 
     /// Whether the load is over; `text` becomes advice for a user of the function `key`, if there

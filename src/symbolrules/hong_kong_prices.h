@@ -23,16 +23,17 @@ public:
     /// then.
     void initHKPriceUnit(ZnPresenterClass* presenter);
 
-    /// The price unit in dollars at a price in dollars: of the server's ladder of funds or, for any
-    /// other type, of shares; of the built-in one until the server's is there. A price on a bound
-    /// belongs to the band below it, one above all of them to the highest. 0.001 from an empty
-    /// ladder.
+    /// The price unit in dollars at a price in dollars: of the ladder of funds or, for any other
+    /// type, of shares; the server's ladder once the load of this very type is done, the built-in
+    /// one until then. No load is made for a type other than shares and funds, so that type keeps
+    /// the built-in ladder. A price on a bound belongs to the band below it, one above all of them
+    /// to the highest. 0.001 from an empty ladder.
     double GetHKStockPriceUnit(double price, const QString& securityType) const;
-    /// Fills `rates` with the rate rows by exchange; empty without a presenter and after a failed
-    /// load. May load first.
+    /// Fills `rates` with the rate rows by exchange; empty without a presenter, after a failed load
+    /// and, at once, while another caller loads. May load first.
     void GetHKStockExchangeRate(ZnPresenterClass* presenter, QMap<QString, QVariantMap>& rates);
     /// One figure of an exchange's rate; 0 without a presenter, for an unknown exchange or side,
-    /// and after a failed load. May load first.
+    /// after a failed load and, at once, while another caller loads. May load first.
     double GetHKStockRate(ZnPresenterClass* presenter, const QString& exchange, RateSideType side);
 
 private:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "clock.h"
 #include "log.h"
@@ -40,9 +41,15 @@ bool isPrice(double value) {
     return std::isfinite(value) && value > kNothing;
 }
 
-/// A whole number of a record that anybody may have written.
+/// A whole number of a record that anybody may have written: read as an integer, so that a double
+/// is rounded and a text that is none counts 0. What an int cannot hold becomes its nearest end.
 int wholeOf(const QVariantMap& cage, const QString& field) {
-    return saturated<int>(cage.value(field).toDouble());
+    const QVariant value = cage.value(field);
+    if (value.userType() == QMetaType::Double || value.userType() == QMetaType::Float) {
+        return saturated<int>(std::round(value.toDouble()));
+    }
+    return static_cast<int>(qBound<qint64>(std::numeric_limits<int>::min(), value.toLongLong(),
+                                           std::numeric_limits<int>::max()));
 }
 
 double lowestSell(const QVariantMap& cage, const QVariantMap& tick, double tickSize) {
@@ -225,18 +232,17 @@ bool PriceCage::IsUserCageInfoInited(const QString& key, QString& text) const {
     }
     if (m_userCageQueryFailed) {
         text = QStringLiteral(
-            "查询价格笼子设置失败，请点击右上角【设置】，在【价格笼子设置】中确认当前价格笼子的启用"
-            "情"
-            "况及参数详情，如不符合预期，您可手工刷新或重新设置。");
+            "查询价格笼子设置失败，请点击右上角【设置】，"
+            "在【价格笼子设置】中确认当前价格笼子的启用情况及参数详情，"
+            "如不符合预期，您可手工刷新或重新设置。");
     } else if (!key.isEmpty() && !IsCageApply(key)) {
         text = QStringLiteral(
-            "当前未启用价格笼子控制，买卖股票易出现废单，建议点击右上角【设置】，在【价格笼子设置】"
-            "中"
-            "启用并调整参数值。");
+            "当前未启用价格笼子控制，买卖股票易出现废单，"
+            "建议点击右上角【设置】，在【价格笼子设置】中启用并调整参数值。");
     } else if (m_cageMapSource == CageSource::ServerDefault) {
         text = QStringLiteral(
-            "当前价格笼子参数是按交易所规则默认处理，买卖股票易出现废单，建议点击右上角【设置】，在"
-            "【价格笼子设置】中调整参数值。");
+            "当前价格笼子参数是按交易所规则默认处理，买卖股票易出现废单，"
+            "建议点击右上角【设置】，在【价格笼子设置】中调整参数值。");
     }
     return true;
 }

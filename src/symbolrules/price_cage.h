@@ -47,7 +47,8 @@ public:
 
     /// Whether the cage is switched on for a function; false for an unknown one.
     bool IsCageApply(const QString& key) const;
-    /// Whether the tables are the user's own; `text` tells where they are from otherwise.
+    /// Whether the tables are the user's own or united with the defaults; `text` tells where they
+    /// are from otherwise.
     bool IsGetUserCageInfo(QString& text) const;
     /// Whether the load is over. `text` becomes the advice for a user of the function `key`, if
     /// there is any.

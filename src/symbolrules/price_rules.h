@@ -28,10 +28,11 @@ public:
     int GetPricePrecisionBySymbol(const QString& symbol, const QString& side) const;
     /// By what a quantity is divided for display.
     int GetDispFactorBySymbol(const QString& symbol) const;
-    /// The price that a price type means at a tick, checked against the day's limits; with
-    /// `applyCage` brought inside the cage during continuous trading. `useDispFactor` tells that
-    /// `qty` is one to be divided by the display factor where a type takes a quantity. `handicap`
-    /// may be null.
+    /// The price that a price type means at a tick; with `applyCage` brought inside the cage during
+    /// continuous trading and checked against the day's limits. `useDispFactor` tells that `qty` is
+    /// one to be divided by the display factor where a type takes a quantity. `handicap` may be
+    /// null. 0 when the tick does not have it, which `applyCage` checks like any price: it comes
+    /// back as the lowest that cage and day allow.
     double GetPriceByTickAndType(const QVariantMap& tick, const CustomPriceType& type,
                                  const qint64& qty, bool useDispFactor, bool applyCage, bool isSell,
                                  HandicapInfo* handicap) const;

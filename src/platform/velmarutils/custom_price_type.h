@@ -4,9 +4,9 @@
 
 /// Which price of a tick is meant, held as an int. Quotes are counted from the best one.
 enum class CustomPriceType : int {
-    Bid1 = 1,  ///< the best bid; 2 to 10 are the bids behind it
+    Bid1 = 1,  ///< the best bid; 2 to 5 are the bids behind it
     Bid5 = 5,
-    Ask1 = 11,  ///< the best ask; 12 to 20 are the asks behind it
+    Ask1 = 11,  ///< the best ask; 12 to 15 are the asks behind it
     Ask5 = 15,
     // The prices of the day that bound an order on boards without a ratio of their own.
     UpperLimit = 22,

@@ -59,19 +59,35 @@ private slots:
         QCOMPARE(QStringList(value.keys()), keys);
     }
 
-    void systemItem_mainBoards_isTwoPercentAndTenTicks() {
+    void systemItem_eachCage_hasTheFiguresOfItsBoards_data() {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<QStringList>("classes");
+        QTest::addColumn<double>("ratio");
+        QTest::addColumn<int>("ticks");
+        QTest::addColumn<int>("control");
+        // By ratio alone (1), by ticks alone (2), the wider of both (3).
+        QTest::newRow("main boards") << "1" << QStringList{"1-2-*", "2-2-*"} << 0.02 << 10 << 3;
+        QTest::newRow("science board") << "2" << QStringList{"1-2-02200"} << 0.02 << 10 << 1;
+        QTest::newRow("Hong Kong") << "3" << QStringList{"G-2-*", "S-2-*"} << 0.02 << 9 << 2;
+        QTest::newRow("Beijing") << "4" << QStringList{"B-2-*"} << 0.05 << 10 << 3;
+    }
+    void systemItem_eachCage_hasTheFiguresOfItsBoards() {
+        QFETCH(QString, id);
+        QFETCH(QStringList, classes);
+        QFETCH(double, ratio);
+        QFETCH(int, ticks);
+        QFETCH(int, control);
         QVERIFY(succeeds(Velmar_MsgType::getSysConfigRequest,
                          {{System::itemName, SystemItemName::TagPriceCage}}));
         QVariantMap value;
         VelmarUtils::TransStr2Map(rows().first().value(System::itemValue).toString(), value);
-        const QVariantMap cage = value.value("1").toMap();
-        QCOMPARE(cage.value(CageField::securityType).toStringList(),
-                 (QStringList{"1-2-*", "2-2-*"}));
-        QCOMPARE(cage.value(CageField::buyPercent).toDouble(), 0.02);
-        QCOMPARE(cage.value(CageField::sellPercent).toDouble(), 0.02);
-        QCOMPARE(cage.value(CageField::buyUnit).toInt(), 10);
-        QCOMPARE(cage.value(CageField::sellUnit).toInt(), 10);
-        QCOMPARE(cage.value(CageField::controlType).toInt(), 3);
+        const QVariantMap cage = value.value(id).toMap();
+        QCOMPARE(cage.value(CageField::securityType).toStringList(), classes);
+        QCOMPARE(cage.value(CageField::buyPercent).toDouble(), ratio);
+        QCOMPARE(cage.value(CageField::sellPercent).toDouble(), ratio);
+        QCOMPARE(cage.value(CageField::buyUnit).toInt(), ticks);
+        QCOMPARE(cage.value(CageField::sellUnit).toInt(), ticks);
+        QCOMPARE(cage.value(CageField::controlType).toInt(), control);
     }
 
     void systemItem_unknown_isASuccessWithoutRows() {

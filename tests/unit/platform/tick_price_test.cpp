@@ -10,11 +10,11 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 QVariantMap levels() {
-    return {{"Buy1Price", 9.9},   {"Buy1OrderQty", 10},   {"Buy2Price", 9.8},
-            {"Buy2OrderQty", 20}, {"Sell1Price", 10.1},   {"Sell1OrderQty", 5},
-            {"Sell2Price", 10.2}, {"Sell2OrderQty", 5},   {"Sell3Price", 0},
-            {"Sell4Price", 10.4}, {"Sell4OrderQty", 100}, {"MaxPx", 11.0},
-            {"MinPx", 9.0},       {"LastPx", 10.0}};
+    return {
+        {"Buy1Price", 9.9},   {"Buy1OrderQty", 10}, {"Buy2Price", 9.8},     {"Buy2OrderQty", 20},
+        {"Sell1Price", 10.1}, {"Sell1OrderQty", 5}, {"Sell2Price", 10.2},   {"Sell2OrderQty", 5},
+        {"Sell3Price", 0},    {"Sell4Price", 10.4}, {"Sell4OrderQty", 100}, {"Buy6Price", 9.4},
+        {"Sell6Price", 10.6}, {"MaxPx", 11.0},      {"MinPx", 9.0},         {"LastPx", 10.0}};
 }
 
 double price(const QVariantMap& tick, CustomPriceType type, qint64 qty = 0) {
@@ -36,6 +36,9 @@ private slots:
         QTest::newRow("best ask") << 11 << 10.1;
         QTest::newRow("ask of nothing") << 13 << 0.0;
         QTest::newRow("fourth ask") << 14 << 10.4;
+        // Five levels have a type; the tick has a sixth.
+        QTest::newRow("sixth bid") << 6 << 0.0;
+        QTest::newRow("sixth ask") << 16 << 0.0;
         QTest::newRow("upper limit") << 22 << 11.0;
         QTest::newRow("lower limit") << 23 << 9.0;
         QTest::newRow("upper limit order") << 26 << 11.0;

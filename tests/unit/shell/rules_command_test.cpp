@@ -135,10 +135,8 @@ private slots:
         QFETCH(double, lot);
         QFETCH(QStringList, keys);
         Answers answers;
-        QJsonObject record = answers.results.value("GetSecurityDetailsBySymbol").toObject();
-        record.insert("LotSize", lot);
-        answers.results.insert("GetSecurityDetailsBySymbol", record);
         RulesFacts facts;
+        facts.security = {{"LotSize", lot}};
         for (const QString& key : keys) {
             facts.stepRules.insert(key, "100");
         }
@@ -147,6 +145,60 @@ private slots:
         QCOMPARE(lineOf(explain(answers, facts), "quantity step"), "quantity step 100 " + english);
         QCOMPARE(lineOf(explain(answers, facts, TextLanguage::Chinese), "数量步长"),
                  "数量步长 100 " + chinese);
+    }
+
+    void step_lotBeyondAnInt_isTheLargestThereIs() {
+        Answers answers;
+        answers.results.insert("GetQtyStepBySymbol", std::numeric_limits<int>::max());
+        RulesFacts facts;
+        facts.security = {{"LotSize", 1e12}};
+        QCOMPARE(lineOf(explain(answers, facts), "quantity step"),
+                 QString("quantity step 2147483647 lot size of the security"));
+    }
+
+    void step_lotOfTheJoinedDetailsAlone_isNotItsSource() {
+        Answers answers;
+        QJsonObject record = answers.results.value("GetSecurityDetailsBySymbol").toObject();
+        record.insert("LotSize", 7);
+        answers.results.insert("GetSecurityDetailsBySymbol", record);
+        QCOMPARE(lineOf(explain(answers, {}), "quantity step"),
+                 QString("quantity step 100 built-in default"));
+    }
+
+    void smallestAndLargest_eachSource_isNamed_data() {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("source");
+        QTest::newRow("sub-type") << "02200"
+                                  << "%1, sub-type 02200";
+        QTest::newRow("type") << "2"
+                              << "%1, type 2";
+        QTest::newRow("any") << "*"
+                             << "%1, every security (*)";
+        QTest::newRow("default") << ""
+                                 << "built-in default";
+    }
+    void smallestAndLargest_eachSource_isNamed() {
+        QFETCH(QString, key);
+        QFETCH(QString, source);
+        Answers answers;
+        RulesFacts facts;
+        if (!key.isEmpty()) {
+            facts.minRules = {{key, "100"}};
+            facts.maxRules = {{key, "1000000"}};
+        }
+        const RulesAnswer answer = explain(answers, facts);
+        QCOMPARE(lineOf(answer, "smallest order"),
+                 "smallest order 100 " + QString(source).replace("%1", "MinQtyRule"));
+        QCOMPARE(lineOf(answer, "largest order"),
+                 "largest order 1000000 " + QString(source).replace("%1", "MaxQtyRule"));
+    }
+
+    void prices_unitDecimalsAndFactor_areTold() {
+        Answers answers;
+        const RulesAnswer answer = explain(answers, {});
+        QCOMPARE(lineOf(answer, "price unit"), QString("price unit 0.01 at a price of 10"));
+        QCOMPARE(lineOf(answer, "price decimals"), QString("price decimals 2"));
+        QCOMPARE(lineOf(answer, "display factor"), QString("display factor 100"));
     }
 
     void sourceThatDisagrees_isNotTold() {
@@ -208,6 +260,112 @@ private slots:
         answers.notice = "价格笼子应用设置:初始化失败\n价格笼子参数设置:初始化失败";
         QVERIFY(
             lineOf(explain(answers, {}), "cage tables").endsWith("价格笼子参数设置:初始化失败"));
+    }
+
+    void cage_controlType_isToldInWords_data() {
+        QTest::addColumn<QJsonValue>("type");
+        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("chinese");
+        QTest::newRow("share") << QJsonValue(1) << "1 the share"
+                               << "1 按比例";
+        QTest::newRow("units") << QJsonValue(2) << "2 the price units"
+                               << "2 按价位数";
+        QTest::newRow("both") << QJsonValue(3) << "3 the wider one"
+                              << "3 取较宽者";
+        QTest::newRow("rounded") << QJsonValue(2.6) << "3 the wider one"
+                                 << "3 取较宽者";
+        const QString unknown = "unknown kind: buying 0, selling the wider one";
+        QTest::newRow("none") << QJsonValue(0) << "0 " + unknown
+                              << "0 未知方式：买入为0，卖出取较宽者";
+        QTest::newRow("unknown") << QJsonValue(4) << "4 " + unknown
+                                 << "4 未知方式：买入为0，卖出取较宽者";
+    }
+    void cage_controlType_isToldInWords() {
+        QFETCH(QJsonValue, type);
+        QFETCH(QString, english);
+        QFETCH(QString, chinese);
+        Answers answers;
+        answers.setCage({});
+        QJsonObject cage = answers.results.value("GetCageMapBySymbol").toObject();
+        cage.insert(CageField::controlType, type);
+        answers.results.insert("GetCageMapBySymbol", cage);
+        QCOMPARE(lineOf(explain(answers, {}), "which of the two counts"),
+                 "which of the two counts " + english);
+        QCOMPARE(lineOf(explain(answers, {}, TextLanguage::Chinese), "生效方式"),
+                 "生效方式 " + chinese);
+    }
+
+    void cage_unitsThatAreNoWholeNumbers_areToldAsTheyCount() {
+        Answers answers;
+        answers.setCage({});
+        QJsonObject cage = answers.results.value("GetCageMapBySymbol").toObject();
+        cage.insert(CageField::userBuyUnit, 9.7);
+        cage.insert(CageField::userSellUnit, 1e300);
+        answers.results.insert("GetCageMapBySymbol", cage);
+        const RulesAnswer answer = explain(answers, {});
+        QVERIFY(lineOf(answer, "buying: share and price units").contains(" 0.02, 10 "));
+        QVERIFY(lineOf(answer, "selling: share and price units").contains(" 0.02, 2147483647 "));
+    }
+
+    void switches_onlyThoseThatAreOn_areListed_data() {
+        QTest::addColumn<QStringList>("on");
+        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("chinese");
+        QTest::newRow("one") << QStringList{"Strategy"} << "Strategy"
+                             << "Strategy";
+        QTest::newRow("two") << QStringList{"ETF", "Strategy"} << "ETF, Strategy"
+                             << "ETF, Strategy";
+        QTest::newRow("none") << QStringList() << "nothing"
+                              << "无";
+    }
+    void switches_onlyThoseThatAreOn_areListed() {
+        QFETCH(QStringList, on);
+        QFETCH(QString, english);
+        QFETCH(QString, chinese);
+        Answers answers;
+        answers.results.insert("GetCageApplyMap", QJsonObject{{"ETF", QJsonObject()},
+                                                              {"Other", QJsonObject()},
+                                                              {"Strategy", QJsonObject()}});
+        const auto isOn = [&on](const QString& function, const QStringList& arguments,
+                                QJsonObject* answer) {
+            if (function == "IsCageApply") {
+                answer->insert("result", on.contains(arguments.first()));
+            }
+        };
+        QCOMPARE(lineOf(explainWith(answers, isOn, TextLanguage::English), "switched on for"),
+                 "switched on for " + english);
+        QCOMPARE(lineOf(explainWith(answers, isOn, TextLanguage::Chinese), "已启用功能"),
+                 "已启用功能 " + chinese);
+    }
+
+    void cage_adviceForTheUser_isPassedOn() {
+        Answers answers;
+        QStringList keys;
+        const RulesAnswer answer = explainWith(
+            answers,
+            [&keys](const QString& function, const QStringList& arguments, QJsonObject* answered) {
+                if (function == "IsUserCageInfoInited") {
+                    keys = arguments;
+                    answered->insert("out", QJsonArray{QJsonObject{{"parameter", 1},
+                                                                   {"value", "请点击【设置】"}}});
+                }
+            },
+            TextLanguage::English);
+        QVERIFY(answer.lines.contains("请点击【设置】"));
+        // Of no function in particular.
+        QCOMPARE(keys, QStringList(QString()));
+    }
+
+    void cage_tickWithoutPrices_hasNoBase() {
+        Answers answers;
+        answers.setCage({});
+        RulesFacts facts;
+        facts.tick = {{"Symbol", kSymbol}, {"TradingPhaseCode", "3"}};
+        const RulesAnswer answer = explain(answers, facts);
+        QCOMPARE(lineOf(answer, "cage: buy at most"),
+                 QString("cage: buy at most 10.2 no base price"));
+        QCOMPARE(lineOf(explain(answers, facts, TextLanguage::Chinese), "笼子：最低卖出价"),
+                 QString("笼子：最低卖出价 9.8 无基准价"));
     }
 
     void cage_limits_areOfTheTickWithItsBase() {
@@ -290,6 +448,10 @@ private slots:
         QVERIFY(english.output.contains("cage 2, class 1-2-02200"));
         QVERIFY(!english.output.contains("cannot be told"));
         QVERIFY(!english.output.contains("is not exported"));
+        const ChildResult hongKong = run("02001.HK");
+        QVERIFY2(hongKong.succeeded(), qPrintable(hongKong.output));
+        QVERIFY(hongKong.output.contains("lot size of the security"));
+        QVERIFY(!hongKong.output.contains("cannot be told"));
         qputenv("LC_ALL", "zh_CN.UTF-8");
         const ChildResult chinese = run("600000.SH");
         QVERIFY2(chinese.succeeded(), qPrintable(chinese.output));
@@ -303,6 +465,18 @@ private:
     RulesAnswer explain(Answers& answers, const RulesFacts& facts,
                         TextLanguage language = TextLanguage::English) {
         return RulesCommand(m_library, answers.function(), language).explain(kSymbol, facts, kWide);
+    }
+    /// With answers that `more` adds to or puts in the place of those by name.
+    template <class More>
+    RulesAnswer explainWith(Answers& answers, More more, TextLanguage language) {
+        const auto byName = answers.function();
+        const auto ask = [&](const FacadeFunction& function, const QStringList& arguments,
+                             QJsonObject* answer) {
+            const bool answered = byName(function, arguments, answer);
+            more(QString::fromLatin1(function.name), arguments, answer);
+            return answered;
+        };
+        return RulesCommand(m_library, ask, language).explain(kSymbol, {}, kWide);
     }
 
     FacadeLibrary m_library;

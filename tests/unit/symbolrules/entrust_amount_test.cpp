@@ -15,6 +15,7 @@
 #include "vocabulary/names.h"
 #include "vocabulary/values.h"
 #include "znbasebusinessdatamgr/zn_bond_data_mgr.h"
+#include "znbasebusinessdatamgr/zn_etf_data_handler.h"
 #include "zncore/zn_core.h"
 
 namespace {
@@ -41,7 +42,10 @@ StaticDbBuilder symbols() {
                    record("1", "3", MdcSubSecurityType::BondRepurchaseTypeList.at(0)))
         .reference("security", "REPO2.SH",
                    record("1", "3", MdcSubSecurityType::BondRepurchaseTypeList.at(1)))
-        .reference("bond", "BOND.SH", {{"accruedInterest", 25.0}});
+        .reference("bond", "BOND.SH", {{"accruedInterest", 25.0}})
+        // A bond to whoever joins the sources, and to the bonds' own data.
+        .reference("etf", "REDEEM.SH", record("1", "3", "03200"))
+        .reference("bond", "REDEEM.SH", {{"accruedInterest", 25.0}});
 }
 
 QVariantMap someFees() {
@@ -70,6 +74,7 @@ private slots:
     void init() {
         m_world = std::make_unique<ClientWorld>(QList<TestAccount>(), symbols());
         QVERIFY(ZnBondDataMgr::instance().load());
+        QVERIFY(ZnEtfDataHandler::instance().load());
         m_rules = std::make_unique<QuantityRules>(m_identity);
         m_rules->initSymbolQtyRules();
     }
@@ -131,6 +136,14 @@ private slots:
         };
         QCOMPARE(qty(false), plain);
         QCOMPARE(qty(true), withFee);
+    }
+
+    void qty_bondOfAnotherSource_isBoughtByItsPriceAlone() {
+        QCOMPARE(m_identity.GetSecurityTypeBySymbol("REDEEM.SH"), MdcSecurityType::BondType);
+        stuBaseInfo bond;
+        QCOMPARE(ZnBondDataMgr::instance().GetSingelBondBaseInfo("REDEEM.SH", bond), QString("0"));
+        QCOMPARE(bond.stockInterest, 25.0);
+        QCOMPARE(m_rules->CalcEntrustQty(10000, 100, "REDEEM.SH", 1, false), qint64(100));
     }
 
     void fees_beforeTheyAreLoadedAndWhenOff_count0() {

@@ -1,14 +1,17 @@
 #include "hong_kong_prices.h"
 
 #include <QtTest>
+#include <future>
 
 #include "client_world.h"
+#include "local_platform.h"
 #include "price_unit_ladders.h"
 #include "velmarutils/velmar_init_state_mgr.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/names.h"
 #include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
+#include "wait_for.h"
 
 namespace {
 
@@ -144,6 +147,25 @@ private slots:
         QCOMPARE(room.link().requestCount(kRates), 1);
     }
 
+    void rates_loadUnderWay_areZeroAtOnceAndAskNobody() {
+        Room room;
+        room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}).held());
+        auto first =
+            std::async(std::launch::async, [&room] { return room.rate("G", RateSideType::Mid); });
+        QVERIFY(room.link().waitForRequestCount(kRates, 1));
+        QCOMPARE(room.rate("G", RateSideType::Mid), 0.0);
+        QMap<QString, QVariantMap> rates{{"old", {}}};
+        room.prices.GetHKStockExchangeRate(room.presenter, rates);
+        QVERIFY(rates.isEmpty());
+        // Nobody waited for the end of the request.
+        QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
+        QCOMPARE(room.link().requestCount(kRates), 1);
+        QVERIFY(waitFor([&] { return room.link().release(kRates) == 1; }));
+        QCOMPARE(first.get(), 0.9);
+        QCOMPARE(room.rate("G", RateSideType::Mid), 0.9);
+        QCOMPARE(room.link().requestCount(kRates), 1);
+    }
+
     void rates_noPresenter_areEmptyAndAskNobody() {
         Room room;
         room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
@@ -170,6 +192,26 @@ private slots:
         QCOMPARE(room.fundUnit(0.2), 0.2);
         room.prices.initHKPriceUnit(room.presenter);
         QCOMPARE(room.link().requestCount(kUnits), 2);
+    }
+
+    void units_loadUnderWay_areThoseOfTheBuiltInLadder() {
+        Room room(StaticDbBuilder()
+                      .section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}})
+                      .section(DictionaryKey::HkFundPriceUnitDict, {{"250", "0.4"}}));
+        room.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.1)}).held());
+        const auto load = std::async(std::launch::async,
+                                     [&room] { room.prices.initHKPriceUnit(room.presenter); });
+        QVERIFY(room.link().waitForRequestCount(kUnits, 1));
+        QCOMPARE(room.stockUnit(0.2), 0.3);
+        QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
+        QVERIFY(waitFor([&] { return room.link().release(kUnits) == 1; }));
+        // Then the funds', when the shares' are there.
+        QVERIFY(room.link().waitForRequestCount(kUnits, 2));
+        QCOMPARE(room.stockUnit(0.2), 0.1);
+        QCOMPARE(room.fundUnit(0.2), 0.4);
+        QVERIFY(waitFor([&] { return room.link().release(kUnits) == 1; }));
+        load.wait();
+        QCOMPARE(room.fundUnit(0.2), 0.1);
     }
 
     void units_stocksClaimedElsewhere_fundsAreStillLoaded() {
@@ -214,9 +256,18 @@ private slots:
         QCOMPARE(room.stockUnit(1.005), 0.2);
     }
 
-    void unit_otherType_isThatOfStocksUntilItsOwnStep() {
+    void unit_otherType_isThatOfStocksByAStepOfItsOwn() {
         Room room(StaticDbBuilder().section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}}));
-        QCOMPARE(room.prices.GetHKStockPriceUnit(0.2, "5"), 0.3);
+        room.link().onOccurrence(kUnits, 1, ScriptedReply::rows({unitRow(0.25, 0.1)}));
+        room.link().onOccurrence(kUnits, 2, ScriptedReply::rows({unitRow(0.25, 0.2)}));
+        const auto unit = [&room] { return room.prices.GetHKStockPriceUnit(0.2, "5"); };
+        QCOMPARE(unit(), 0.3);
+        // The load of shares is not one of this type.
+        room.prices.initHKPriceUnit(room.presenter);
+        QCOMPARE(room.stockUnit(0.2), 0.1);
+        QCOMPARE(unit(), 0.3);
+        VelmarInitStateMgr::instance().FinishInit(InitTypeCode::HkPriceUnitInfo + "5", true, true);
+        QCOMPARE(unit(), 0.1);
     }
 
     void unit_emptyLadder_isAThousandth() {

@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "price_room.h"
-#include "velmarutils/velmar_init_state_mgr.h"
 
 namespace {
 
@@ -28,11 +27,13 @@ struct CageRoom : PriceRoom {
     void setCage(const Figures& buy, const Figures& sell, int control,
                  const QString& covered = QStringLiteral("1-2-*")) {
         const auto ratio = [](double value) { return QString::number(value, 'g', 17); };
-        const QString text =
+        setCageText(
             QStringLiteral(R"({"M":{"securityType":["%1"],"buyPercent":%2,"sellPercent":%3,)"
                            R"("buyUnit":%4,"sellUnit":%5,"controlType":%6}})")
                 .arg(covered, ratio(buy.ratio), ratio(sell.ratio), QString::number(buy.ticks),
-                     QString::number(sell.ticks), QString::number(control));
+                     QString::number(sell.ticks), QString::number(control)));
+    }
+    void setCageText(const QString& text) {
         world.link().on(kConfig, ScriptedReply::rows({{{System::itemValue, text}}}));
         cage.initCageMap(presenter, true);
     }
@@ -61,77 +62,6 @@ class PriceCageLimitsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void cageOfSymbol_builtIn_followsTheIndexLevelByLevel_data() {
-        QTest::addColumn<QString>("symbol");
-        QTest::addColumn<QString>("cageId");
-        QTest::newRow("main board") << "600000.SH"
-                                    << "1";
-        QTest::newRow("science board") << "688001.SH"
-                                       << "2";
-        QTest::newRow("Shenzhen") << "000001.SZ"
-                                  << "1";
-        QTest::newRow("growth board") << "300001.SZ"
-                                      << "1";
-        QTest::newRow("Hong Kong from Shanghai") << "02001.HK"
-                                                 << "3";
-        QTest::newRow("Hong Kong from Shenzhen") << "08001.HK"
-                                                 << "3";
-        // The type that an exchange lacks is looked for as "*", which it lacks too.
-        QTest::newRow("fund") << "510050.SH"
-                              << "";
-        QTest::newRow("Beijing") << "920001.BJ"
-                                 << "";
-        QTest::newRow("unknown") << "nothing"
-                                 << "";
-    }
-    void cageOfSymbol_builtIn_followsTheIndexLevelByLevel() {
-        QFETCH(QString, symbol);
-        QFETCH(QString, cageId);
-        PriceRoom room;
-        room.cage.initCageMap(nullptr, false);
-        const QVariantMap expected = room.cage.GetAllCageMap().value(cageId);
-        QCOMPARE(expected.isEmpty(), cageId.isEmpty());
-        QCOMPARE(room.cage.GetCageMapBySymbol(symbol), expected);
-        // And from what is remembered, the empty id included.
-        QCOMPARE(room.cage.GetCageMapBySymbol(symbol), expected);
-    }
-
-    void cageOfSymbol_levelThatFails_doesNotFallBackToAHigherWildcard() {
-        PriceRoom room;
-        room.world.link().on(
-            kConfig,
-            ScriptedReply::rows({{{System::itemValue,
-                                   R"({"any":{"securityType":["*-*-*"],"controlType":1},)"
-                                   R"("own":{"securityType":["1-2-02001"],"controlType":1}})"}}}));
-        room.cage.initCageMap(room.presenter, false);
-        const auto cageOf = [&room](const QString& symbol) {
-            return room.cage.GetAllCageMap().key(room.cage.GetCageMapBySymbol(symbol));
-        };
-        QCOMPARE(cageOf("600000.SH"), QString("own"));
-        QCOMPARE(cageOf("000001.SZ"), QString("any"));
-        QVERIFY(room.cage.GetCageMapBySymbol("688001.SH").isEmpty());
-        QVERIFY(room.cage.GetCageMapBySymbol("510050.SH").isEmpty());
-    }
-
-    void cageOfSymbol_manyThreadsAtOnce_agree() {
-        PriceRoom room;
-        room.cage.initCageMap(nullptr, false);
-        const QVariantMap expected = room.cage.GetAllCageMap().value("1");
-        std::atomic<int> different{0};
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 6; ++i) {
-            threads.emplace_back([&] {
-                for (const char* symbol : {"600000.SH", "000001.SZ", "300001.SZ"}) {
-                    different += room.cage.GetCageMapBySymbol(symbol) == expected ? 0 : 1;
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-        QCOMPARE(different.load(), 0);
-    }
-
     void basePrice_eachQuoteMissing_fallsThrough_data() {
         QTest::addColumn<QVariantMap>("tick");
         QTest::addColumn<double>("buy");
@@ -191,6 +121,46 @@ private slots:
         const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
         QVERIFY(isNear(room.limit(tick, false), buy));
         QVERIFY(isNear(room.limit(tick, true), sell));
+    }
+
+    void limit_figuresThatAreNoWholeNumbers_areReadAsOnes_data() {
+        QTest::addColumn<QString>("units");
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<double>("buy");
+        QTest::addColumn<double>("sell");
+        const double most = std::numeric_limits<int>::max();
+        QTest::newRow("rounded") << "9.7"
+                                 << "2" << 10.10 << 9.90;
+        QTest::newRow("rounded down") << "9.4"
+                                      << "2" << 10.09 << 9.91;
+        QTest::newRow("text") << R"("9")"
+                              << "2" << 10.09 << 9.91;
+        QTest::newRow("text that is none") << R"("9.7")"
+                                           << "2" << 10.00 << 10.00;
+        // As many ticks as an int holds; the limit itself is cut off at as many, too.
+        QTest::newRow("too large") << "1e300"
+                                   << "2" << most * 0.01 << 10.00 - most * 0.01;
+        QTest::newRow("too large a whole") << "4294967297"
+                                           << "2" << most * 0.01 << 10.00 - most * 0.01;
+        // 2 percent of 10.00 against 10 ticks: the third type takes the wider.
+        QTest::newRow("control rounded") << "10"
+                                         << "2.6" << 10.20 << 9.80;
+        QTest::newRow("control as text") << "10"
+                                         << R"("2.6")" << 0.0 << 9.80;
+    }
+    void limit_figuresThatAreNoWholeNumbers_areReadAsOnes() {
+        QFETCH(QString, units);
+        QFETCH(QString, control);
+        QFETCH(double, buy);
+        QFETCH(double, sell);
+        CageRoom room;
+        room.setCageText(
+            QString(R"({"M":{"securityType":["1-2-*"],"buyPercent":0.02,"sellPercent":0.02,)"
+                    R"("buyUnit":%1,"sellUnit":%1,"controlType":%2}})")
+                .arg(units, control));
+        const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
+        QCOMPARE(room.limit(tick, false), buy);
+        QCOMPARE(room.limit(tick, true), sell);
     }
 
     void limit_sidesWithFiguresOfTheirOwn_takeEachItsOwn_data() {
@@ -401,6 +371,7 @@ private slots:
         QTest::newRow("Hong Kong at 1") << "02001.HK" << 1.000 << 1.009 << 0.991;
         QTest::newRow("Hong Kong, ratio is less") << "02001.HK" << 0.100 << 0.109 << 0.091;
         QTest::newRow("Hong Kong from Shenzhen") << "08001.HK" << 50.000 << 50.009 << 49.991;
+        QTest::newRow("Hong Kong without suffix") << "02002" << 1.000 << 1.009 << 0.991;
     }
     void otherBuiltInCages_byHand_areTheseLimits() {
         QFETCH(QString, symbol);

@@ -1,33 +1,10 @@
 #include <QtTest>
 
 #include "log_capture.h"
-#include "price_room.h"
-#include "velmarutils/velmar_init_state_mgr.h"
+#include "price_cage_script.h"
 #include "zncore/zn_core.h"
 
 namespace {
-
-const QString kProfile = Quindar_MsgType::getUserProfileDataRequest;
-const QString kConfig = Velmar_MsgType::getSysConfigRequest;
-const QString kCageKey = QStringLiteral("user_priceCage:Self_AllPriceCageMap");
-const QString kApplyKey = QStringLiteral("user_priceCage:Self_PriceCageApply");
-
-const QString kOneCage = QStringLiteral(R"({"U":{"securityType":["1-2-*"],"controlType":1}})");
-const QString kOneApply = QStringLiteral(R"({"ETF":{"status":"1"}})");
-
-QVariantMap profileRow(const QString& key, const QString& data) {
-    return {{System::profileKey, key}, {System::profileData, data}};
-}
-
-/// The server's configuration items by name; one that is missing gives no row.
-ScriptedReply::Function items(const QMap<QString, QString>& values) {
-    return [values](const QVariant& body) {
-        const QString name = headerOf(body).value(System::itemName).toString();
-        return makeAnswer(body, values.contains(name)
-                                    ? QList<QVariantMap>{{{System::itemValue, values.value(name)}}}
-                                    : QList<QVariantMap>());
-    };
-}
 
 void saveLocal(const QString& key, const QVariant& value) {
     ZnCore::instance()->saveSetting(key, value);
@@ -36,12 +13,6 @@ void saveLocal(const QString& key, const QVariant& value) {
 CageIndex indexOf(const QString& exchange, const QString& type, const QString& subType,
                   const QString& cageId) {
     return {{exchange, {{type, {{subType, cageId}}}}}};
-}
-
-QString sourceText(PriceCage& cage) {
-    QString text = QStringLiteral("untouched");
-    cage.IsGetUserCageInfo(text);
-    return text;
 }
 
 }  // namespace
@@ -323,6 +294,30 @@ private slots:
                  InitState::Done);
     }
 
+    void load_over_isToldWithoutALockWhenTheTablesStand_data() {
+        QTest::addColumn<bool>("succeeds");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QStringList>("cageIds");
+        QTest::newRow("succeeded") << true << int(InitState::Done) << QStringList{"U"};
+        QTest::newRow("failed") << false << int(InitState::Failed) << QStringList();
+    }
+    void load_over_isToldWithoutALockWhenTheTablesStand() {
+        QFETCH(bool, succeeds);
+        QFETCH(int, state);
+        QFETCH(QStringList, cageIds);
+        PriceRoom room(CageBuiltIn{});
+        if (succeeds) {
+            room.world.link().on(kProfile, ScriptedReply::rows({profileRow(kCageKey, kOneCage),
+                                                                profileRow(kApplyKey, kOneApply)}));
+        }
+        room.cage.initCageMap(room.presenter, false);
+        QCOMPARE(room.sink.count.load(), 1);
+        const CountingSink::Moment told = room.sink.last();
+        QCOMPARE(int(told.state), state);
+        QVERIFY(!told.underLock);
+        QCOMPARE(QStringList(told.cages.keys()), cageIds);
+    }
+
     void load_fewerUserCagesThanTheServer_areUnitedWholeByKeyAndExchange() {
         PriceRoom room;
         room.world.link().on(
@@ -371,53 +366,6 @@ private slots:
         QCOMPARE(room.sink.count.load(), 1);
         QCOMPARE(sourceText(room.cage), QStringLiteral("价格笼子应用设置:初始化失败"
                                                        "\n价格笼子参数设置:初始化失败"));
-    }
-
-    void refresh_failed_leavesTheTablesAndTellsNobody() {
-        PriceRoom room(CageBuiltIn{});
-        room.world.link().on(kProfile, ScriptedReply::rows({profileRow(kCageKey, kOneCage),
-                                                            profileRow(kApplyKey, kOneApply)}));
-        QCOMPARE(room.cage.initCageMap(room.presenter, false), QString());
-        QCOMPARE(room.sink.count.load(), 1);
-        const CageRecords before = room.cage.GetAllCageMap();
-        QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 30, 15));
-        room.clock.m_now = room.clock.m_now.addSecs(60);
-        room.world.link().on(kProfile, ScriptedReply::refusal("closed"));
-        QVERIFY(!room.cage.initCageMap(room.presenter, true).isEmpty());
-        QCOMPARE(room.cage.GetAllCageMap(), before);
-        QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 30, 15));
-        QVERIFY(room.cage.IsCageApply("ETF"));
-        QCOMPARE(sourceText(room.cage), QString());
-        QCOMPARE(room.sink.count.load(), 1);
-        QCOMPARE(VelmarInitStateMgr::instance().GetInitState(InitTypeCode::PriceCageInfo),
-                 InitState::Done);
-    }
-
-    void refresh_succeeded_replacesTheTablesAndTellsSo() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        // Known by its old cage, it has to be looked up anew.
-        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), room.cage.GetAllCageMap().value("1"));
-        room.world.link().on(kConfig,
-                             items({{SystemItemName::TagPriceCage,
-                                     R"({"N":{"securityType":["1-*-*"],"controlType":1}})"}}));
-        room.clock.m_now = room.clock.m_now.addSecs(60);
-        room.world.link().on(kProfile, ScriptedReply::rows({}));
-        QCOMPARE(room.cage.initCageMap(room.presenter, true), QString());
-        QCOMPARE(room.sink.count.load(), 2);
-        QCOMPARE(QStringList(room.cage.GetAllCageMap().keys()), QStringList{"N"});
-        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), room.cage.GetAllCageMap().value("N"));
-        QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 31, 15));
-    }
-
-    void refresh_userQueryFailsServerDefaultWorks_givesANotice() {
-        PriceRoom room;
-        room.world.link().on(kConfig, items({{SystemItemName::TagPriceCage, kOneCage},
-                                             {SystemItemName::TagPriceCageApply, kOneApply}}));
-        QCOMPARE(room.cage.initCageMap(room.presenter, true),
-                 QStringLiteral("价格笼子应用设置:当前使用后台默认配置\n价格笼子参数设置:"));
-        room.world.link().on(kProfile, ScriptedReply::rows({}));
-        QCOMPARE(room.cage.initCageMap(room.presenter, true), QString());
     }
 
     void securityTypes_ofAnotherForm_areToldAndLeftOut() {

@@ -1,10 +1,13 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QtTest>
+#include <future>
+#include <memory>
+#include <mutex>
 
+#include "local_platform.h"
 #include "log_capture.h"
 #include "price_room.h"
-#include "velmarutils/velmar_init_state_mgr.h"
 #include "wait_for.h"
 #include "zncore/zn_core.h"
 
@@ -22,6 +25,27 @@ const CageRecords kCageChange{{"1",
                                 {CageField::userSellPercent, 0.016},
                                 {CageField::userSellUnit, 7},
                                 {CageField::controlType, 1}}}};
+
+/// Notes of each request, by its type, whether its sender held a lock of the plug-in.
+class LockNotingLink final : public ScriptedLink {
+public:
+    bool send(const GatewayRequest& sent) override {
+        const QString type = headerOf(sent.body).value(System::msgType).toString();
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_underLock[type].append(HeldLocks::any());
+        }
+        return ScriptedLink::send(sent);
+    }
+    QMap<QString, QList<bool>> underLock() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_underLock;
+    }
+
+private:
+    mutable std::mutex m_mutex;  // guards m_underLock
+    QMap<QString, QList<bool>> m_underLock;
+};
 
 QVariant savedSetting(const QString& key) {
     return ZnCore::instance()->settings(key);
@@ -181,28 +205,75 @@ private slots:
         QCOMPARE(room.world.link().requestCount(kWrite), 0);
     }
 
-    void update_underWay_holdsBackOtherQuestions() {
+    void update_underWay_answersWhatNeedsNoTable() {
         PriceRoom room;
+        room.world.link().on(kProfile, ScriptedReply::rows({}));
         room.cage.initCageMap(room.presenter, false);
         room.world.link().on(kWrite, ScriptedReply::rows({}).held());
-        std::thread writer(
-            [&room] { room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange); });
-        QVERIFY(room.world.link().waitForRequestCount(kWrite, 1));
-        std::atomic<bool> answered{false};
-        std::atomic<bool> applies{true};
-        std::thread reader([&] {
-            applies = room.cage.IsCageApply("ETF");
-            answered = true;
+        const auto writer = std::async(std::launch::async, [&room] {
+            room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
         });
-        // What needs no lock is answered meanwhile, the tables are not.
-        QString text;
-        room.cage.IsGetUserCageInfo(text);
-        room.cage.getCageUpdateTime();
-        QVERIFY(!answered);
+        QVERIFY(room.world.link().waitForRequestCount(kWrite, 1));
+        QString text = "untouched";
+        QVERIFY(room.cage.IsGetUserCageInfo(text));
+        QVERIFY(room.cage.IsUserCageInfoInited(QString(), text));
+        QCOMPARE(text, QString("untouched"));
+        QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 30, 15));
+        // Whoever had waited for the lock would have met the end of the request.
+        QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
         QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
-        writer.join();
-        reader.join();
-        QVERIFY(!applies);
+        writer.wait();
+        QVERIFY(!room.cage.IsCageApply("ETF"));
+    }
+
+    void requests_ofLoadsAndOfTheUpdate_areSentUnderALockByTheUpdateAlone() {
+#ifdef QT_NO_DEBUG
+        QSKIP("held locks are known to debug builds only");
+#endif
+        PriceRoom room;
+        auto made = std::make_unique<LockNotingLink>();
+        LockNotingLink& link = *made;
+        QString error;
+        QVERIFY2(LocalPlatform::instance().setLink(std::move(made), &error), qPrintable(error));
+        link.on(kWrite, ScriptedReply::rows({}));
+        room.hongKong.initHKExchangeRate(room.presenter);
+        room.hongKong.initHKPriceUnit(room.presenter);
+        room.cage.initCageMap(room.presenter, false);
+        room.cage.initCageMap(room.presenter, true);
+        // Nobody may judge a price by figures of which the server is just told otherwise.
+        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
+                 QString());
+        const QMap<QString, QList<bool>> expected{
+            {Velmar_MsgType::HKStockExchangeRateRequest, {false}},
+            {Velmar_MsgType::HKPriceUnitRequest, {false, false}},
+            {kProfile, {false, false}},
+            {kConfig, {false, false, false, false}},
+            {kWrite, {true}}};
+        QCOMPARE(link.underLock(), expected);
+    }
+
+    void update_symbolAskedBefore_hasTheNewFigures() {
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const QVariantMap tick{{"Symbol", "600000.SH"},
+                               {"TradingPhaseCode", "3"},
+                               {"Buy1Price", 10.0},
+                               {"Sell1Price", 10.0}};
+        const auto limit = [&](bool isSell) {
+            double found = -1.0;
+            return room.cage.getCageLimitPrice(found, tick, isSell) ? found : -2.0;
+        };
+        QCOMPARE(limit(false), 10.20);
+        QCOMPARE(limit(true), 9.80);
+        room.world.link().on(kWrite, ScriptedReply::rows({}));
+        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
+                 QString());
+        const QVariantMap cage = room.cage.GetCageMapBySymbol("600000.SH");
+        QCOMPARE(cage, room.cage.GetAllCageMap().value("1"));
+        QCOMPARE(cage.value(CageField::userBuyPercent).toDouble(), 0.015);
+        // 1.5 percent and 8 ticks up, 1.6 percent and 7 ticks down, the wider of the two.
+        QCOMPARE(limit(false), 10.15);
+        QCOMPARE(limit(true), 9.84);
     }
 
     void inited_beforeTheLoad_isFalse() {
@@ -219,17 +290,14 @@ private slots:
         room.cage.initCageMap(room.presenter, false);  // the profile is refused
         QString text;
         QVERIFY(room.cage.IsUserCageInfoInited("Strategy", text));
-        QCOMPARE(
-            text,
-            QStringLiteral(
-                "查询价格笼子设置失败，请点击右上角【设置】，在【价格笼子设置】中确认当前价格笼子"
-                "的启用情况及参数详情，如不符合预期，您可手工刷新或重新设置。"));
+        QCOMPARE(text, QStringLiteral("查询价格笼子设置失败，请点击右上角【设置】，"
+                                      "在【价格笼子设置】中确认当前价格笼子的启用情况及参数详情，"
+                                      "如不符合预期，您可手工刷新或重新设置。"));
         room.world.link().on(kProfile, ScriptedReply::rows({}));
         room.cage.initCageMap(room.presenter, true);
         const QString off = QStringLiteral(
-            "当前未启用价格笼子控制，买卖股票易出现废单，建议点击右上角【设置】，在【价格笼子设置】"
-            "中"
-            "启用并调整参数值。");
+            "当前未启用价格笼子控制，买卖股票易出现废单，"
+            "建议点击右上角【设置】，在【价格笼子设置】中启用并调整参数值。");
         for (const char* key : {"Strategy", "nobody"}) {
             QVERIFY(room.cage.IsUserCageInfoInited(key, text));
             QCOMPARE(text, off);

@@ -3,16 +3,19 @@
 #include <QPointer>
 #include <QtTest>
 #include <atomic>
+#include <mutex>
 #include <thread>
 
 #include "client_world.h"
 #include "clock.h"
 #include "hong_kong_prices.h"
+#include "lock_rank.h"
 #include "price_cage.h"
 #include "price_cage_sink.h"
 #include "price_rules.h"
 #include "price_unit_ladders.h"
 #include "symbol_identity.h"
+#include "velmarutils/velmar_init_state_mgr.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/names.h"
 #include "vocabulary/quindar_msg_type.h"
@@ -50,8 +53,9 @@ inline StaticDbBuilder priceData() {
     add("09001.HK", Exchange::HkStockCirculation, MdcSecurityType::StockType, HStcokCirculation);
     add("10000001.SH", Exchange::sh, MdcSecurityType::OptionType, "06100");
     add("IF2601.CFE", Exchange::cffex, MdcSecurityType::FuturesType, "05100");
-    // One that is asked for without its suffix.
+    // Those that are asked for without their suffix.
     add("600001", Exchange::sh, MdcSecurityType::StockType, "02001");
+    add("02002", Exchange::hhk, MdcSecurityType::StockType, HKSharesTypeList.at(0));
     data.section(DictionaryKey::Markert2SymbolPost, {{Exchange::sh, SymbolPost::sh},
                                                      {Exchange::sz, SymbolPost::sz},
                                                      {Exchange::hhk, SymbolPost::hk}});
@@ -66,10 +70,33 @@ public:
     QDateTime m_now{QDate(2026, 3, 10), QTime(9, 30, 15)};
 };
 
+/// Counts what it is told, and keeps what could be asked at that moment.
 class CountingSink final : public PriceCageSink {
 public:
-    void priceCageInfoFinishInit() override { ++count; }
+    struct Moment {
+        InitState state = InitState::None;
+        bool underLock = true;
+        CageRecords cages;
+    };
+
+    void priceCageInfoFinishInit() override {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_last.state = VelmarInitStateMgr::instance().GetInitState(InitTypeCode::PriceCageInfo);
+        m_last.underLock = HeldLocks::any();
+        m_last.cages = cage->GetAllCageMap();
+        ++count;
+    }
+    Moment last() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_last;
+    }
+
+    const PriceCage* cage = nullptr;
     std::atomic<int> count{0};
+
+private:
+    mutable std::mutex m_mutex;  // guards m_last
+    Moment m_last;
 };
 
 /// The price companions on a world of their own, with a presenter to send through.
@@ -81,6 +108,7 @@ struct PriceRoom {
         world.link().clearRequests();
         presenter->initPresenter();
         ladders.load();
+        sink.cage = &cage;
     }
     ~PriceRoom() {
         if (presenter) {

@@ -117,6 +117,7 @@ private slots:
             << "113001.SH" << SideUnion::FixIncomeTradeSell << 3;
         QTest::newRow("option") << "10000001.SH" << SideUnion::normalBuy << 4;
         QTest::newRow("Hong Kong") << "02001.HK" << SideUnion::normalBuy << 3;
+        QTest::newRow("Hong Kong without suffix") << "02002" << SideUnion::normalBuy << 3;
         QTest::newRow("unknown") << "nothing"
                                  << "" << 2;
     }
@@ -275,6 +276,22 @@ private slots:
         tick.insert("Sell1Price", 12.0);  // beyond the day's limit of 11
         QCOMPARE(room.price(tick, 11), 12.0);
         QCOMPARE(room.caged(tick, 11, false), 11.0);
+    }
+
+    void priceByType_missingQuote_isCheckedLikeAnyPrice() {
+        RulesRoom room;
+        QVariantMap tick = tickOf("600000.SH");
+        tick.remove("Buy3Price");
+        QCOMPARE(room.price(tick, 3), 0.0);
+        QCOMPARE(room.caged(tick, 3, false), 9.0);
+        QCOMPARE(room.caged(tick, 3, true), 9.0);
+        // In the cage a sell may go down to 9.80, on any day.
+        room.cage.initCageMap(nullptr, false);
+        QCOMPARE(room.caged(tick, 3, false), 9.0);
+        QVERIFY(isNear(room.caged(tick, 3, true), 9.80));
+        tick.remove("MinPx");
+        QCOMPARE(room.caged(tick, 3, false), 0.0);
+        QVERIFY(isNear(room.caged(tick, 3, true), 9.80));
     }
 
     void byRatio_eachBoard_hasItsOwnRule_data() {

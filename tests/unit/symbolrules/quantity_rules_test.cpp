@@ -9,8 +9,7 @@
 #include "vocabulary/fields.h"
 #include "vocabulary/names.h"
 #include "vocabulary/values.h"
-#include "znbasebusinessdatamgr/zn_bond_data_mgr.h"
-#include "zncore/zn_core.h"
+#include "znbasebusinessdatamgr/zn_etf_data_handler.h"
 
 namespace {
 
@@ -231,6 +230,22 @@ private slots:
         QCOMPARE(Rules(builder).rules.GetQtyStepBySymbol("A.SH"), step);
     }
 
+    void step_lotOfAnotherSource_isNone() {
+        StaticDbBuilder builder;
+        builder.section("StepQtyRule", {{"8", "50"}});
+        builder.reference("etf", "510011.SH",
+                          {{UserAccount::securityExchange, "1"},
+                           {MDCFieldDefine::mdcSecurityType, "2"},
+                           {MDCFieldDefine::mdcSubSecurityType, "08900"},
+                           {Security::LotSize, 7}});
+        const Rules all(builder);
+        QVERIFY(ZnEtfDataHandler::instance().load());
+        // The joined details have the lot; the rules ask the business data alone.
+        const QVariantMap details = all.identity.GetSecurityDetailsBySymbol("510011.SH");
+        QCOMPARE(details.value(Security::LotSize).toInt(), 7);
+        QCOMPARE(all.rules.GetQtyStepBySymbol("510011.SH"), 100);
+    }
+
     void boards_limitsOfEachExchange_areThoseOfItsRules_data() {
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QList<int>>(
@@ -368,6 +383,13 @@ private slots:
         add(builder, "A.SH", "2", "02001", {{Security::LotSize, 0.5}});
         const Rules all(builder);
         LogCapture log;
+        for (int type = 0; type <= 5; ++type) {
+            QCOMPARE(
+                all.rules.GetQtyByOddLotType("A.SH", static_cast<CustomOddLotType>(type), 0, true),
+                qint64(0));
+        }
+        // Nothing is asked about the symbol then.
+        QVERIFY(!log.contains("no quantity step"));
         for (int type = 1; type <= 4; ++type) {
             QCOMPARE(all.rules.GetQtyByOddLotType("A.SH", static_cast<CustomOddLotType>(type), 150,
                                                   true),

@@ -1,0 +1,172 @@
+#include <QtTest>
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "local_platform.h"
+#include "log_capture.h"
+#include "price_room.h"
+#include "wait_for.h"
+
+namespace {
+
+const QString kConfig = Velmar_MsgType::getSysConfigRequest;
+
+}  // namespace
+
+/// Which cage a symbol has, and that it is remembered.
+class PriceCageLookupTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cageOfSymbol_builtIn_followsTheIndexLevelByLevel_data() {
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<QString>("cageId");
+        QTest::newRow("main board") << "600000.SH"
+                                    << "1";
+        QTest::newRow("science board") << "688001.SH"
+                                       << "2";
+        QTest::newRow("Shenzhen") << "000001.SZ"
+                                  << "1";
+        QTest::newRow("growth board") << "300001.SZ"
+                                      << "1";
+        QTest::newRow("Hong Kong from Shanghai") << "02001.HK"
+                                                 << "3";
+        QTest::newRow("Hong Kong from Shenzhen") << "08001.HK"
+                                                 << "3";
+        // The type that an exchange lacks is looked for as "*", which it lacks too.
+        QTest::newRow("fund") << "510050.SH"
+                              << "";
+        QTest::newRow("Beijing") << "920001.BJ"
+                                 << "";
+        QTest::newRow("unknown") << "nothing"
+                                 << "";
+    }
+    void cageOfSymbol_builtIn_followsTheIndexLevelByLevel() {
+        QFETCH(QString, symbol);
+        QFETCH(QString, cageId);
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const QVariantMap expected = room.cage.GetAllCageMap().value(cageId);
+        QCOMPARE(expected.isEmpty(), cageId.isEmpty());
+        QCOMPARE(room.cage.GetCageMapBySymbol(symbol), expected);
+    }
+
+    void cageOfSymbol_askedBefore_isTheRememberedOne() {
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const QVariantMap mainBoard = room.cage.GetAllCageMap().value("1");
+        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
+        QVERIFY(room.cage.GetCageMapBySymbol("later").isEmpty());
+        // Reference data by which the two have changed places.
+        const auto share = [](const QString& type) {
+            return QVariantMap{{UserAccount::securityExchange, Exchange::sh},
+                               {MDCFieldDefine::mdcSecurityType, type},
+                               {MDCFieldDefine::mdcSubSecurityType, "02001"}};
+        };
+        LocalPlatform::Options other;
+        other.homeDir = room.world.homeDir();
+        other.staticDbFile = other.homeDir + "/other.sqlite";
+        StaticDbBuilder()
+            .reference("security", "later", share(MdcSecurityType::StockType))
+            .reference("security", "600000.SH", share(MdcSecurityType::FundType))
+            .write(other.staticDbFile);
+        QString error;
+        QVERIFY2(LocalPlatform::instance().start(other, &error), qPrintable(error));
+        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
+        QVERIFY(room.cage.GetCageMapBySymbol("later").isEmpty());
+        // One that was never asked goes by that data.
+        PriceCage fresh(room.identity, room.clock, room.sink);
+        fresh.initCageMap(nullptr, true);
+        QVERIFY(fresh.GetCageMapBySymbol("600000.SH").isEmpty());
+        QCOMPARE(fresh.GetCageMapBySymbol("later"), mainBoard);
+    }
+
+    void cageOfSymbol_levelThatFails_doesNotFallBackToAHigherWildcard() {
+        PriceRoom room;
+        room.world.link().on(
+            kConfig,
+            ScriptedReply::rows({{{System::itemValue,
+                                   R"({"any":{"securityType":["*-*-*"],"controlType":1},)"
+                                   R"("own":{"securityType":["1-2-02001"],"controlType":1}})"}}}));
+        room.cage.initCageMap(room.presenter, false);
+        const auto cageOf = [&room](const QString& symbol) {
+            return room.cage.GetAllCageMap().key(room.cage.GetCageMapBySymbol(symbol));
+        };
+        QCOMPARE(cageOf("600000.SH"), QString("own"));
+        QCOMPARE(cageOf("000001.SZ"), QString("any"));
+        QVERIFY(room.cage.GetCageMapBySymbol("688001.SH").isEmpty());
+        QVERIFY(room.cage.GetCageMapBySymbol("510050.SH").isEmpty());
+    }
+
+    void cageOfSymbol_manyThreadsAtOnce_agree() {
+        PriceRoom room;
+        room.cage.initCageMap(nullptr, false);
+        const QVariantMap expected = room.cage.GetAllCageMap().value("1");
+        std::atomic<int> different{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 6; ++i) {
+            threads.emplace_back([&] {
+                for (const char* symbol : {"600000.SH", "000001.SZ", "300001.SZ"}) {
+                    different += room.cage.GetCageMapBySymbol(symbol) == expected ? 0 : 1;
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        QCOMPARE(different.load(), 0);
+    }
+
+    void cageOfSymbol_refreshedMeanwhile_isTheOldOrTheNewOneWhole() {
+        const LogCapture quiet;
+        PriceRoom room;
+        const auto take = [&room](bool isM) {
+            const QString id = isM ? "M" : "N";
+            const QString text = QString(R"({"%1":{"securityType":["*-*-*"],"buyUnit":%2,)"
+                                         R"("sellUnit":%2,"controlType":2}})")
+                                     .arg(id)
+                                     .arg(isM ? 3 : 5);
+            room.world.link().on(kConfig, ScriptedReply::rows({{{System::itemValue, text}}}));
+            room.cage.initCageMap(room.presenter, true);
+            return room.cage.GetAllCageMap().value(id);
+        };
+        const QVariantMap m = take(true);
+        const QVariantMap n = take(false);
+        QVERIFY(!m.isEmpty() && !n.isEmpty() && m != n);
+        std::atomic<bool> over{false};
+        std::atomic<int> asked{0};
+        std::atomic<int> other{0};
+        const auto lookUp = [&](int thread) {
+            // New ones all the time: a swap meets first look-ups. The second look-up of each finds
+            // what the first one remembered, which must be a cage of the tables in force.
+            for (int i = 0; !over; ++i) {
+                const QString symbol = QStringLiteral("%1-%2").arg(thread).arg(i);
+                for (int turn = 0; turn < 2; ++turn) {
+                    const QVariantMap found = room.cage.GetCageMapBySymbol(symbol);
+                    other += found == m || found == n ? 0 : 1;
+                }
+                ++asked;
+            }
+        };
+        std::thread one(lookUp, 1);
+        std::thread two(lookUp, 2);
+        for (int round = 0; round < 100; ++round) {
+            const int before = asked;
+            take(round % 2 == 0);
+            // Every table is looked into before the next one comes.
+            waitFor([&] { return asked > before; });
+        }
+        over = true;
+        one.join();
+        two.join();
+        QCOMPARE(other.load(), 0);
+        QVERIFY(asked > 0);
+        for (const char* symbol : {"1-0", "2-0", "600000.SH"}) {
+            QCOMPARE(room.cage.GetCageMapBySymbol(symbol), n);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(PriceCageLookupTest)
+#include "price_cage_lookup_test.moc"

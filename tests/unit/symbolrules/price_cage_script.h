@@ -1,0 +1,36 @@
+#pragma once
+
+#include "price_room.h"
+
+// The sources of a load of the cage, as the tests script them.
+
+inline const QString kProfile = Quindar_MsgType::getUserProfileDataRequest;
+inline const QString kConfig = Velmar_MsgType::getSysConfigRequest;
+inline const QString kCageKey = QStringLiteral("user_priceCage:Self_AllPriceCageMap");
+inline const QString kApplyKey = QStringLiteral("user_priceCage:Self_PriceCageApply");
+
+inline const QString kOneCage =
+    QStringLiteral(R"({"U":{"securityType":["1-2-*"],"controlType":1}})");
+inline const QString kOneApply = QStringLiteral(R"({"ETF":{"status":"1"}})");
+
+/// A row of the user's profile.
+inline QVariantMap profileRow(const QString& key, const QString& data) {
+    return {{System::profileKey, key}, {System::profileData, data}};
+}
+
+/// The server's configuration items by name; one that is missing gives no row.
+inline ScriptedReply::Function items(const QMap<QString, QString>& values) {
+    return [values](const QVariant& body) {
+        const QString name = headerOf(body).value(System::itemName).toString();
+        return makeAnswer(body, values.contains(name)
+                                    ? QList<QVariantMap>{{{System::itemValue, values.value(name)}}}
+                                    : QList<QVariantMap>());
+    };
+}
+
+/// What the cage says of where its tables are from.
+inline QString sourceText(PriceCage& cage) {
+    QString text = QStringLiteral("untouched");
+    cage.IsGetUserCageInfo(text);
+    return text;
+}
