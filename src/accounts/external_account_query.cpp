@@ -1,11 +1,10 @@
 #include "external_account_query.h"
 
-#include <array>
-
 #include "account_authority.h"
 #include "account_state.h"
 #include "fund_abbr_names.h"
 #include "log.h"
+#include "record_fields.h"
 #include "server_request.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
@@ -22,18 +21,8 @@ inline const QString kMsgType = QStringLiteral("120006");
 inline const QString kQueryKind = QStringLiteral("10094");
 constexpr int kQueryKindValue = 2;
 
-struct TextField {
-    QString key;
-    QString tagUserAccountInfo::*member;
-};
-
-struct NumberField {
-    QString key;
-    int tagUserAccountInfo::*member;
-};
-
-const std::array<TextField, 10>& textFields() {
-    static const std::array<TextField, 10> fields{{
+const RecordMembers<QString>& textFields() {
+    static const RecordMembers<QString> fields{
         {QStringLiteral("10081"), &tagUserAccountInfo::fundAccount},
         {QStringLiteral("10086"), &tagUserAccountInfo::fundAccountType},
         {QStringLiteral("11354"), &tagUserAccountInfo::counterAccountName},
@@ -44,15 +33,15 @@ const std::array<TextField, 10>& textFields() {
         {UserAccount::passStatus, &tagUserAccountInfo::passStatus},
         {UserAccount::OTCFundAccount, &tagUserAccountInfo::otcFundAccount},
         {UserAccount::accountStatus, &tagUserAccountInfo::accountStatus},
-    }};
+    };
     return fields;
 }
 
-const std::array<NumberField, 2>& numberFields() {
-    static const std::array<NumberField, 2> fields{{
+const RecordMembers<int>& numberFields() {
+    static const RecordMembers<int> fields{
         {QStringLiteral("10087"), &tagUserAccountInfo::branchNo},
         {UserAccount::counterSiteType, &tagUserAccountInfo::counterSiteType},
-    }};
+    };
     return fields;
 }
 
@@ -182,12 +171,8 @@ void ExternalAccountQuery::takeRow(const QVariantMap& row,
         found = accounts.insert(account, tagUserAccountInfo());
     }
     tagUserAccountInfo& record = *found;
-    for (const TextField& field : textFields()) {
-        record.*field.member = row.value(field.key).toString();
-    }
-    for (const NumberField& field : numberFields()) {
-        record.*field.member = row.value(field.key).toInt();
-    }
+    // A pass builds its records anew, so a field that the row lacks stands empty.
+    fillRecord(row, textFields(), numberFields(), record);
     pass.hasQfii = pass.hasQfii || record.extCounterCode == CounterSysCode::QFII_ZN;
     publish(account, record, pass);
 }

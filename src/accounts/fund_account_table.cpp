@@ -2,12 +2,12 @@
 
 #include <QSet>
 #include <QThread>
-#include <array>
 
 #include "account_authority.h"
 #include "account_state.h"
 #include "external_account_query.h"
 #include "log.h"
+#include "record_fields.h"
 #include "security_accounts.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
@@ -22,13 +22,8 @@ namespace {
 
 const char* const kTag = "ZnBusinessDataManager::InitFundAccountList";
 
-struct TreeField {
-    QString key;
-    QString tagUserAccountInfo::*member;
-};
-
-const std::array<TreeField, 16>& treeFields() {
-    static const std::array<TreeField, 16> fields{{
+const RecordMembers<QString>& treeFields() {
+    static const RecordMembers<QString> fields{
         {UserAccount::investorName, &tagUserAccountInfo::investorName},
         {UserAccount::productName, &tagUserAccountInfo::productName},
         {UserAccount::assetAccountName, &tagUserAccountInfo::assetAccountName},
@@ -45,7 +40,7 @@ const std::array<TreeField, 16>& treeFields() {
         {UserAccount::assetAccountList, &tagUserAccountInfo::assetAccountList},
         {UserAccount::userType, &tagUserAccountInfo::userType},
         {UserAccount::organCode, &tagUserAccountInfo::organCode},
-    }};
+    };
     return fields;
 }
 
@@ -80,9 +75,7 @@ tagUserAccountInfo recordOf(const QString& account) {
     const QVariantMap details =
         CBusinessDataBase::GetInstance()->GetAccountDetailsByTradinngAccount(account);
     tagUserAccountInfo record;
-    for (const TreeField& field : treeFields()) {
-        record.*field.member = details.value(field.key).toString();
-    }
+    fillRecord(details, treeFields(), {}, record);
     record.authorityFlags = authorityFlagsOf(account);
     return record;
 }
