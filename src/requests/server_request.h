@@ -26,7 +26,9 @@ struct ServerRequest {
     QList<QVariantMap> rows = {};
     QString envelopeType = {};  ///< where the envelope's type is another one
     SendKind send = SendKind::Sync;
-    int timeOutSeconds = 0;  ///< for this request alone; 0 for the presenter's standing one
+    /// For this request; 0 for the presenter's standing one. It is the presenter's own while the
+    /// request is under way, so two threads must not do that at once on one presenter.
+    int timeOutSeconds = 0;
     AnswerForm answer = AnswerForm::Named;
 };
 
