@@ -42,12 +42,12 @@ public:
     /// A paged query: asks with System::pageNo, from `firstPage` on, and System::pageSize until the
     /// answers' System::totalSize is reached, or where they tell none up to a short page, and
     /// returns all rows. `maxPages` ends it earlier, 0 being no limit. `timeOutMs` is the time-out
-    /// of each page, rounded up to seconds, 0 being the presenter's standing one; another one is the presenter's own, for
-    /// whoever sends through it, while a page is under way. Of several threads that do so at once
-    /// each has its own for its pages, others have the latest. `error` as above: one page that
-    /// fails fails the query. A list that gets nowhere (a page that is not full before the total,
-    /// one page twice, 100,000 pages) is an error too, and so is a total that is none or that a
-    /// full page goes beyond. Blocks for its requests, one after the other.
+    /// of each page, rounded up to seconds, 0 being the presenter's standing one; another one is
+    /// the presenter's own, for whoever sends through it, while a page is under way. Of several
+    /// threads that do so at once each has its own for its pages, others have the latest. `error`
+    /// as above: one page that fails fails the query. A list that gets nowhere (a page that is not
+    /// full before the total, one page twice, 100,000 pages) is an error too, and so is a total
+    /// that is none or that a full page goes beyond. Blocks for its requests, one after the other.
     static QList<QVariantMap> QueryDatasFromServerByPage(ZnPresenterClass* p,
                                                          const QString& msgType,
                                                          const QVariantMap& request, QString& error,
