@@ -3,13 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-
-// From here on a scan of all rows costs less than finding the rows of single accounts.
-constexpr std::size_t kScanFactor = 4;
-
-}  // namespace
-
 AccountSelection::AccountSelection(const AccountState& state,
                                    const Guarded<AccountTables>::ReadHandle& tables)
     : m_tables(*tables), m_rows(state.priorityRows(tables)) {}
@@ -103,18 +96,6 @@ std::vector<const AccountSelection::Row*> AccountSelection::chosen() const {
     if (m_ofClient) {
         appendRows(*m_ofClient, &rows);
         return chosenOf(std::move(rows));
-    }
-    if (m_asksExchange) {
-        std::size_t there = 0;
-        for (const QSet<QString>* const set : m_onExchanges) {
-            there += static_cast<std::size_t>(set->size());
-        }
-        if (there * kScanFactor < m_rows->rows().size()) {
-            for (const QSet<QString>* const set : m_onExchanges) {
-                appendRows(*set, &rows);
-            }
-            return chosenOf(std::move(rows));
-        }
     }
     return chosenOfAll();
 }
