@@ -300,8 +300,9 @@ void RequestBroker::onPush(const QString& msgType, const QVariant& body) {
         qCWarning(lcRequest).noquote() << "push dropped:" << reason;
         return;
     }
-    const int held = body.toList().size() - 1;
-    const QVariant told = rowsOfPackedBody(body).first().value(System::subGroupNumber, 0);
+    const QVariantList all = body.toList();
+    const int held = all.size() - 1;
+    const QVariant told = all.first().toMap().value(System::subGroupNumber, 0);
     bool isNumber = false;
     const int rows = told.toInt(&isNumber);
     if (!isNumber || rows < 0 || rows > held) {
