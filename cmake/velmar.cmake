@@ -42,17 +42,31 @@ function(velmar_code target)
     velmar_precompile(${target} code <QtCore/QtCore> ${VELMAR_COMMON_HEADERS})
 endfunction()
 
-# velmar_folder(NAME DEPENDS targets... [HEADERS headers...])
+# velmar_folder(NAME DEPENDS targets... [ROOMS subfolders...] [HEADERS headers...])
 # One OBJECT library per folder: its sources are found by their ending, its include path is its own
-# folder and those of the targets that it names, nothing else.
+# folder, its rooms and those of the targets that it names, nothing else.
 function(velmar_folder name)
-    cmake_parse_arguments(ARG "" "" "DEPENDS;HEADERS" ${ARGN})
-    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp
-         ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    cmake_parse_arguments(ARG "" "" "DEPENDS;ROOMS;HEADERS" ${ARGN})
+    velmar_sources(sources . ${ARG_ROOMS})
     add_library(${name} OBJECT ${sources} ${ARG_HEADERS})
-    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    velmar_include_rooms(${name} . ${ARG_ROOMS})
     target_link_libraries(${name} PUBLIC Qt5::Core velmar_flags ${ARG_DEPENDS})
     velmar_code(${name})
+endfunction()
+
+# velmar_sources(VARIABLE folders...): the sources and headers of these subfolders.
+function(velmar_sources variable)
+    list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ OUTPUT_VARIABLE folders)
+    list(TRANSFORM folders APPEND /*.cpp OUTPUT_VARIABLE sources)
+    list(TRANSFORM folders APPEND /*.h OUTPUT_VARIABLE headers)
+    file(GLOB found CONFIGURE_DEPENDS ${sources} ${headers})
+    set(${variable} ${found} PARENT_SCOPE)
+endfunction()
+
+# velmar_include_rooms(TARGET folders...): these subfolders as public include paths.
+function(velmar_include_rooms target)
+    list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ OUTPUT_VARIABLE folders)
+    target_include_directories(${target} PUBLIC ${folders})
 endfunction()
 
 # velmar_test(NAME SOURCES source LIBS libs... [LABELS labels...])

@@ -24,6 +24,23 @@ REQUESTS = "src/requests"
 RECORDS = "src/interface/records"
 SDK = "src/interface"
 COMPANION = "companion"
+HOST = "host"
+# The rooms of the host; each may include those before it.
+ROOMS = (
+    "host/platform/bodies",
+    "host/platform/stores",
+    "host/platform/messaging",
+    "host/platform/libraries",
+    "host/platform/lifecycle",
+    "host/gateway",
+    "host/faults",
+    "host/market",
+    "host/ticks",
+    "host/neighbourdata",
+    "host/scenario",
+    "host/shell",
+    "host/workbench",
+)
 
 # What each kind of folder may include besides Qt, the standard library and itself. Rights are
 # transitive, so each line names everything that can be reached.
@@ -40,18 +57,18 @@ ALLOWED = {
     "src/plugin": BELOW_PLUGIN,
     SDK: BELOW_PLUGIN | {"src/plugin"},
     "sdk header": {PLATFORM, RECORDS, SDK},
-    # The shell shares the table that an example prints, a header over Qt alone.
-    "host": {PLATFORM, RECORDS, "sdk header", "host", "examples"},
+    # A room of the host sees those before it in ROOMS too.
+    HOST: {PLATFORM, RECORDS, "sdk header"},
     "examples": {PLATFORM, RECORDS, "sdk header"},
 }
 
 
 def own_folder(path):
-    """The folder that a file belongs to as a whole: src/accounts, host, examples/neighbour."""
-    parts = path.split("/")
-    if path.startswith(RECORDS + "/"):
-        return RECORDS
-    return parts[0] if parts[0] == "host" else "/".join(parts[:2])
+    """The folder that a file belongs to as a whole: src/accounts, host/gateway, examples/neighbour."""
+    for whole in (RECORDS, *ROOMS):
+        if path.startswith(whole + "/"):
+            return whole
+    return "/".join(path.split("/")[:2])
 
 
 def kind_of(path):
@@ -61,6 +78,8 @@ def kind_of(path):
         return "sdk header" if path.endswith(".h") else SDK
     if folder.startswith("examples/"):
         return "examples"
+    if folder.startswith("host/"):
+        return HOST
     if folder in ALLOWED:
         return folder
     return COMPANION
@@ -70,17 +89,26 @@ def may_include(path, target):
     if own_folder(path) == own_folder(target):
         return True
     kind, target_kind = kind_of(path), kind_of(target)
+    if kind == HOST and target_kind == HOST:
+        return room_may_include(own_folder(path), own_folder(target))
+    # The shell shares the table that an example prints, a header over Qt alone.
+    if own_folder(path) == "host/shell" and target_kind == "examples":
+        return True
     if kind == COMPANION and target_kind == COMPANION:
         return target.endswith("_reader.h")
     allowed = ALLOWED[kind]
     return target_kind in allowed or (target_kind == "sdk header" and SDK in allowed)
 
 
+def room_may_include(room, target):
+    return room in ROOMS and target in ROOMS and ROOMS.index(target) < ROOMS.index(room)
+
+
 def system_header_allowed(path, name):
     if QT_HEADER.match(name) or STD_HEADER.match(name):
         return True
     # The host talks to the terminal, the disk and the network; a plug-in does nothing of the kind.
-    return kind_of(path) in ("host", "examples")
+    return kind_of(path) in (HOST, "examples")
 
 
 def check_line(tree, path, include):
@@ -97,7 +125,7 @@ def check_line(tree, path, include):
     if not include.quoted and (QT_HEADER.match(include.name) or STD_HEADER.match(include.name)):
         return None
     if not any(may_include(path, target) for target in targets):
-        return f"{kind_of(path)} may not include {targets[0]}"
+        return f"{own_folder(path)} may not include {targets[0]}"
     return None
 
 

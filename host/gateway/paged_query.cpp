@@ -103,7 +103,7 @@ bool addFilter(const PagedFilter& filter, const ServerCall& call, Conditions* co
 
 /// Reads the rows and the position of the last one.
 bool readRows(const ServerCall& call, const PagedSource& source, const QVariantList& fromValues,
-              Conditions conditions, const PageRequest& page, ServerAnswer* answer,
+              Conditions conditions, const PageRequest& page, HandlerAnswer* answer,
               qint64* lastPosition) {
     if (page.mode == PageRequest::Mode::Position) {
         conditions.add(QStringLiteral("%1 > ?").arg(source.position), page.after);
@@ -131,7 +131,8 @@ bool readRows(const ServerCall& call, const PagedSource& source, const QVariantL
 }
 
 /// A row of its own for each account that was asked for and has none, and a status for all.
-void addStatuses(const ServerCall& call, const QString& field, bool isWhole, ServerAnswer* answer) {
+void addStatuses(const ServerCall& call, const QString& field, bool isWhole,
+                 HandlerAnswer* answer) {
     QSet<QString> answered;
     for (QVariantMap& row : answer->rows) {
         row.insert(System::requestExeStatus, RequestExeStatus::success);
@@ -149,7 +150,7 @@ void addStatuses(const ServerCall& call, const QString& field, bool isWhole, Ser
     }
 }
 
-void tellPage(const PageRequest& page, qint64 lastPosition, ServerAnswer* answer) {
+void tellPage(const PageRequest& page, qint64 lastPosition, HandlerAnswer* answer) {
     if (page.mode == PageRequest::Mode::Page) {
         answer->header.insert(System::pageNo, page.pageNo);
         answer->header.insert(System::pageSize, page.count);
@@ -210,8 +211,8 @@ QDate dateOf(const QVariant& value) {
     return date.isValid() ? date : QDate::fromString(text, QStringLiteral("yyyy-MM-dd"));
 }
 
-ServerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
-                         const QVariantList& fromValues) {
+HandlerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
+                          const QVariantList& fromValues) {
     QString refusal;
     const auto page = PageRequest::of(call, source.maxPageSize, &refusal);
     Conditions conditions;
@@ -221,9 +222,9 @@ ServerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
             return addFilter(filter, call, &conditions, &refusal);
         });
     if (!isClear) {
-        return ServerAnswer::refused(refusal);
+        return HandlerAnswer::refused(refusal);
     }
-    ServerAnswer answer;
+    HandlerAnswer answer;
     const QString counting =
         QStringLiteral("SELECT count(*) FROM %1%2").arg(source.from, conditions.where());
     qint64 last = 0;
@@ -233,7 +234,7 @@ ServerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
                                         }) &&
                       readRows(call, source, fromValues, conditions, *page, &answer, &last);
     if (!read) {
-        return ServerAnswer::storeFailed();
+        return HandlerAnswer::storeFailed();
     }
     if (!source.statusField.isEmpty()) {
         addStatuses(call, source.statusField, page->mode == PageRequest::Mode::All, &answer);

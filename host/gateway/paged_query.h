@@ -79,5 +79,5 @@ QDate dateOf(const QVariant& value);
 /// header gets System::totalSize, the rows that fulfil the filters in all, and as the request asks
 /// System::pageNo and System::pageSize, or System::positionStr of the last row, which for an empty
 /// part is the one of the request. What makes no sense is refused.
-ServerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
-                         const QVariantList& fromValues = {});
+HandlerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
+                          const QVariantList& fromValues = {});

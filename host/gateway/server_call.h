@@ -33,7 +33,7 @@ struct ServerCall {
 };
 
 /// What a handler answers.
-struct ServerAnswer {
+struct HandlerAnswer {
     QString refusal;  ///< why nothing was done; empty for a success
     QList<QVariantMap> rows;
     int totalSize = -1;  ///< rows that the server has; negative: those of this answer
@@ -41,15 +41,15 @@ struct ServerAnswer {
     /// The older messages tell it as a number.
     QVariant successStatus = RequestExeStatus::success;
 
-    static ServerAnswer refused(const QString& text) {
-        ServerAnswer answer;
+    static HandlerAnswer refused(const QString& text) {
+        HandlerAnswer answer;
         answer.refusal = text;
         return answer;
     }
-    static ServerAnswer storeFailed() { return refused(QStringLiteral("服务端数据读取失败")); }
+    static HandlerAnswer storeFailed() { return refused(QStringLiteral("服务端数据读取失败")); }
 };
 
-using ServerHandler = std::function<ServerAnswer(const ServerCall&)>;
+using ServerHandler = std::function<HandlerAnswer(const ServerCall&)>;
 /// Message type to its handler. Handlers run on the threads of any link, several at a time.
 using ServerHandlers = QHash<QString, ServerHandler>;
 

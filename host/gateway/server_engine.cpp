@@ -16,7 +16,7 @@ namespace {
 inline const QString kFailureText = QStringLiteral("58");
 inline const QString kRefused = QStringLiteral("1");
 
-QVariant pack(const QString& msgType, const QVariant& clientMsgId, const ServerAnswer& answer) {
+QVariant pack(const QString& msgType, const QVariant& clientMsgId, const HandlerAnswer& answer) {
     CPackMessageCommon packer;
     packer.AddVaule(System::msgType, msgType);
     if (clientMsgId.isValid()) {
@@ -104,7 +104,7 @@ QVariant ServerEngine::handle(const Session& session, const QString& envelopeTyp
     QString refusal;
     const bool isWhole = cutToToldRows(msgType, header, &rows, &refusal);
     const ServerCall call{session, msgType, header, rows, *m_store, m_subscriptions, *m_state};
-    const ServerAnswer answer = isWhole ? dispatch(call) : ServerAnswer::refused(refusal);
+    const HandlerAnswer answer = isWhole ? dispatch(call) : HandlerAnswer::refused(refusal);
     if (!answer.refusal.isEmpty()) {
         qCInfo(lcGateway).noquote() << "ServerEngine refused" << msgType << "under" << envelopeType
                                     << ":" << answer.refusal;
@@ -112,14 +112,14 @@ QVariant ServerEngine::handle(const Session& session, const QString& envelopeTyp
     return pack(msgType, call.header.value(System::clientMsgID), answer);
 }
 
-ServerAnswer ServerEngine::dispatch(const ServerCall& call) const {
+HandlerAnswer ServerEngine::dispatch(const ServerCall& call) const {
     // Every request has at least its type in the header; garbage reads as an empty one.
     if (call.header.isEmpty()) {
-        return ServerAnswer::refused(QStringLiteral("消息%1的内容无法解析").arg(call.msgType));
+        return HandlerAnswer::refused(QStringLiteral("消息%1的内容无法解析").arg(call.msgType));
     }
     const auto handler = m_handlers.constFind(call.msgType);
     if (handler == m_handlers.cend()) {
-        return ServerAnswer::refused(QStringLiteral("不支持的消息类型：%1").arg(call.msgType));
+        return HandlerAnswer::refused(QStringLiteral("不支持的消息类型：%1").arg(call.msgType));
     }
     return (*handler)(call);
 }

@@ -36,7 +36,7 @@ public:
     QStringList messageTypes() const;
 
 private:
-    ServerAnswer dispatch(const ServerCall& call) const;
+    HandlerAnswer dispatch(const ServerCall& call) const;
 
     const std::shared_ptr<const MarketStore> m_store;
     const std::shared_ptr<ServerState> m_state;

@@ -9,7 +9,6 @@
 #include "faulty_link.h"
 #include "interrupt_watch.h"
 #include "local_platform.h"
-#include "platform_data.h"
 #include "recording_link.h"
 #include "server_engine.h"
 #include "velmarutils/velmar_utils.h"
@@ -141,7 +140,7 @@ int ClientStage::push(const QString& topic, const QVariant& body, const QString&
 }
 
 void ClientStage::tick(const QString& symbol, const QVariantMap& fields, const QString& source) {
-    PlatformData::publishTick(symbol, fields, source);
+    LocalPlatform::instance().publishTick(symbol, fields, source);
 }
 
 void ClientStage::setGate(const QString& gate, const QString& netState) {

@@ -21,7 +21,17 @@ HEADERS = [
     "src/core/core.h",
     "src/presenter/presenter.h",
     "src/plugin/plugin_object.h",
-    "host/platform/local.h",
+    "host/platform/bodies/body.h",
+    "host/platform/stores/store.h",
+    "host/platform/messaging/broker.h",
+    "host/platform/libraries/znwidget/library.h",
+    "host/platform/lifecycle/local.h",
+    "host/gateway/handlers/handler.h",
+    "host/faults/plan.h",
+    "host/market/rules/ladder.h",
+    "host/ticks/feed.h",
+    "host/neighbourdata/deals.h",
+    "host/scenario/player.h",
     "host/shell/shell.h",
     "examples/neighbour/table.h",
 ]
@@ -123,6 +133,23 @@ class CheckIncludes(unittest.TestCase):
                             '"record.h"', '"table.h"')
         for header in ("guarded.h", "account_state.h", "core.h", "presenter.h", "plugin_object.h"):
             self.assert_forbidden("host/shell/x.cpp", f'"{header}"')
+
+    def test_room_of_the_host_sees_those_before_it_only(self):
+        rooms = [path for path in HEADERS if path.startswith("host/")]
+        for at, path in enumerate(rooms):
+            source = os.path.dirname(path) + "/x.cpp"
+            for before in rooms[:at]:
+                self.assert_allowed(source, f'"{os.path.basename(before)}"')
+            for after in rooms[at + 1:]:
+                self.assert_forbidden(source, f'"{os.path.basename(after)}"')
+
+    def test_file_of_the_host_outside_its_rooms_reaches_no_room(self):
+        self.assert_forbidden("host/elsewhere/x.cpp", '"body.h"')
+        self.assert_forbidden("host/platform/x.cpp", '"body.h"')
+
+    def test_shell_alone_shares_the_table_of_an_example(self):
+        self.assert_allowed("host/shell/commands/x.cpp", '"table.h"')
+        self.assert_forbidden("host/scenario/x.cpp", '"table.h"')
 
     def test_example_sees_no_host(self):
         self.assert_allowed("examples/neighbour/x.cpp", '"table.h"', '"exported.h"',

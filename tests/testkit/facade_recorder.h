@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include "facade_questions.h"
+#include "test_paths.h"
 
 /// The library of the plug-in as it was built.
 inline QString facadeLibraryFile() {

@@ -39,7 +39,7 @@ public:
     }
 
 private:
-    static ServerAnswer tradedDays(const ServerCall& call) {
+    static HandlerAnswer tradedDays(const ServerCall& call) {
         using Kind = PagedFilter::Kind;
         const QString day = QStringLiteral("h.trade_date");
         PagedSource source;

@@ -7,7 +7,6 @@
 #include "fund_account_table.h"
 #include "local_platform.h"
 #include "log_capture.h"
-#include "platform_data.h"
 #include "price_unit_ladders.h"
 #include "process_per_case.h"
 #include "reference_table.h"
@@ -179,11 +178,11 @@ private slots:
         QObject context;
         connect(&CommonQuotaHandler::instance(), &CommonQuotaHandler::sigTickDataUpdate, &context,
                 [&ticks] { ++ticks; });
-        PlatformData::publishTick("600000.SH", {}, "early");
+        LocalPlatform::instance().publishTick("600000.SH", {}, "early");
         QCoreApplication::processEvents();
         QCOMPARE(ticks, 0);
         ZnBusinessDataManager::instance();
-        PlatformData::publishTick("600000.SH", {}, "test");
+        LocalPlatform::instance().publishTick("600000.SH", {}, "test");
         QVERIFY(waitFor([&ticks] { return ticks == 1; }));
     }
 

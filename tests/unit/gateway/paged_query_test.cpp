@@ -86,12 +86,12 @@ private slots:
     void brokenSource_isRefused();
 
 private:
-    ServerAnswer ask(const QVariantMap& header, const QList<QVariantMap>& rows = {}) {
+    HandlerAnswer ask(const QVariantMap& header, const QList<QVariantMap>& rows = {}) {
         const ServerCall call{{},       QStringLiteral("deals"), header,  rows,
                               *m_store, m_subscriptions,         *m_state};
         return answerPaged(call, m_source);
     }
-    static QList<int> idsOf(const ServerAnswer& answer) {
+    static QList<int> idsOf(const HandlerAnswer& answer) {
         QList<int> ids;
         for (const QVariantMap& row : answer.rows) {
             ids.append(row.value(kId).toInt());
@@ -124,7 +124,7 @@ void PagedQueryTest::initTestCase() {
 void PagedQueryTest::byPage_everyPage_hasItsRowsAndTheTrueTotal() {
     for (int page = 1; page <= 10; ++page) {
         // Numbers may come as texts.
-        const ServerAnswer answer =
+        const HandlerAnswer answer =
             ask({{System::pageNo, QString::number(page)}, {System::pageSize, 10}});
         QCOMPARE(answer.refusal, QString());
         QCOMPARE(idsOf(answer), range(page * 10 - 9, qMin(page * 10, kDeals)));
@@ -142,7 +142,7 @@ void PagedQueryTest::byPage_wholeNumberOfAnyType_isTaken() {
 }
 
 void PagedQueryTest::byPage_behindTheEnd_isEmptyWithTheTotal() {
-    const ServerAnswer answer = ask({{System::pageNo, 2000000000}, {System::pageSize, 50}});
+    const HandlerAnswer answer = ask({{System::pageNo, 2000000000}, {System::pageSize, 50}});
     QCOMPARE(answer.refusal, QString());
     QVERIFY(answer.rows.isEmpty());
     QCOMPARE(answer.totalSize, kDeals);
@@ -161,7 +161,7 @@ void PagedQueryTest::byPosition_followed_givesEveryRowOnceInOrder() {
     QString position = start;
     int requests = 0;
     for (int rows = 20; rows == 20; ++requests) {
-        const ServerAnswer answer = ask(
+        const HandlerAnswer answer = ask(
             {{System::positionStr, position}, {System::requestNumber, 20}, {System::pageNo, 7}});
         QCOMPARE(answer.totalSize, kDeals);
         rows = answer.rows.size();
@@ -175,7 +175,7 @@ void PagedQueryTest::byPosition_followed_givesEveryRowOnceInOrder() {
 
 void PagedQueryTest::byPosition_emptyPart_keepsTheAskedPosition() {
     const QString last = positionText(kDeals);
-    const ServerAnswer answer = ask({{System::positionStr, last}, {System::requestNumber, 20}});
+    const HandlerAnswer answer = ask({{System::positionStr, last}, {System::requestNumber, 20}});
     QVERIFY(answer.rows.isEmpty());
     QCOMPARE(answer.header.value(System::positionStr).toString(), last);
 }
@@ -192,7 +192,7 @@ void PagedQueryTest::byPosition_texts_areOfOneWidthAndInOrder() {
 }
 
 void PagedQueryTest::noPage_givesEverything() {
-    const ServerAnswer answer = ask({});
+    const HandlerAnswer answer = ask({});
     QCOMPARE(idsOf(answer), range(1, kDeals));
     QCOMPARE(answer.totalSize, kDeals);
     QVERIFY(answer.header.isEmpty());
@@ -228,19 +228,19 @@ void PagedQueryTest::filters_give_whatFulfilsThemAll_data() {
 void PagedQueryTest::filters_give_whatFulfilsThemAll() {
     QFETCH(QVariantMap, request);
     QFETCH(QList<int>, ids);
-    const ServerAnswer all = ask(request);
+    const HandlerAnswer all = ask(request);
     QCOMPARE(all.refusal, QString());
     QCOMPARE(idsOf(all), ids);
     QCOMPARE(all.totalSize, ids.size());
     // The fields of a request may stand in its first row as well, and go with pages.
-    const ServerAnswer page = ask({{System::pageNo, 1}, {System::pageSize, 2}}, {request});
+    const HandlerAnswer page = ask({{System::pageNo, 1}, {System::pageSize, 2}}, {request});
     QCOMPARE(idsOf(page), ids.mid(0, 2));
     QCOMPARE(page.totalSize, ids.size());
 }
 
 void PagedQueryTest::filters_missingRequiredField_isRefused() {
     m_source.filters.first().required = true;
-    const ServerAnswer answer = ask({});
+    const HandlerAnswer answer = ask({});
     m_source = dealSource();
     QVERIFY2(answer.refusal.contains(UserAccount::tradingAccount), qPrintable(answer.refusal));
 }
@@ -293,7 +293,7 @@ void PagedQueryTest::badRequest_isRefusedWithItsValue_data() {
 void PagedQueryTest::badRequest_isRefusedWithItsValue() {
     QFETCH(QVariantMap, request);
     QFETCH(QString, part);
-    const ServerAnswer answer = ask(request);
+    const HandlerAnswer answer = ask(request);
     QVERIFY2(answer.refusal.contains(part), qPrintable(answer.refusal));
     QVERIFY(answer.rows.isEmpty());
 }
@@ -316,7 +316,7 @@ void PagedQueryTest::dates_everyForm_isTheSameDay() {
 
 void PagedQueryTest::positionInRows_eachRowHasItsOwn() {
     m_source.positionInRows = true;
-    const ServerAnswer answer =
+    const HandlerAnswer answer =
         ask({{System::positionStr, ""}, {System::requestNumber, 3}, {System::startDate, 20260103}});
     m_source = dealSource();
     QCOMPARE(idsOf(answer), range(21, 23));
@@ -329,11 +329,11 @@ void PagedQueryTest::statuses_accountWithoutARow_getsOneThatRefuses() {
     m_source.statusField = UserAccount::tradingAccount;
     const QVariantMap request{{UserAccount::tradingAccount, "A1,gone,gone"},
                               {System::queryDate, 20260110}};
-    const ServerAnswer all = ask(request);
+    const HandlerAnswer all = ask(request);
     QVariantMap paged = request;
     paged.insert(System::pageNo, 1);
     paged.insert(System::pageSize, 10);
-    const ServerAnswer page = ask(paged);
+    const HandlerAnswer page = ask(paged);
     m_source = dealSource();
 
     QCOMPARE(idsOf(page), (QList<int>{91, 94}));
@@ -350,9 +350,9 @@ void PagedQueryTest::statuses_accountWithoutARow_getsOneThatRefuses() {
 
 void PagedQueryTest::brokenSource_isRefused() {
     m_source.from = QStringLiteral("nothing");
-    const ServerAnswer answer = ask({});
+    const HandlerAnswer answer = ask({});
     m_source = dealSource();
-    QCOMPARE(answer.refusal, ServerAnswer::storeFailed().refusal);
+    QCOMPARE(answer.refusal, HandlerAnswer::storeFailed().refusal);
 }
 
 QTEST_GUILESS_MAIN(PagedQueryTest)

@@ -3,6 +3,7 @@
 #include <QtTest>
 
 #include "facade_function.h"
+#include "test_paths.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include "scenario_check.h"
 #include "scenario_parser.h"
 #include "scenario_player.h"
+#include "test_paths.h"
 
 namespace {
 

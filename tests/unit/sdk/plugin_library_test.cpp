@@ -5,6 +5,7 @@
 
 #include "facade_function.h"
 #include "plugin_manager.h"
+#include "test_paths.h"
 #include "znplugin/i_plugin.h"
 
 namespace {

@@ -3,6 +3,7 @@
 
 #include "client_stage.h"
 #include "small_market.h"
+#include "test_paths.h"
 #include "znbusinessdata/c_business_data_base.h"
 
 namespace {

@@ -10,6 +10,7 @@
 #include <csignal>
 
 #include "sample_market.h"
+#include "test_paths.h"
 #include "text_table.h"
 #include "vocabulary/values.h"
 

@@ -5,6 +5,7 @@
 #include "local_platform.h"
 #include "log_capture.h"
 #include "small_market.h"
+#include "test_paths.h"
 #include "zncore/zn_core.h"
 
 class ClientStopTest : public QObject {

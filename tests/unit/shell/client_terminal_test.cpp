@@ -6,6 +6,8 @@
 
 #include <QtTest>
 
+#include "test_paths.h"
+
 /// The real program on a terminal of its own.
 class ClientTerminalTest : public QObject {
     Q_OBJECT

@@ -4,6 +4,7 @@
 #include "client.h"
 #include "commonquotahandler/common_quota_handler.h"
 #include "small_market.h"
+#include "test_paths.h"
 #include "znbusinessdata/c_business_data_base.h"
 
 namespace {

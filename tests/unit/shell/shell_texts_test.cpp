@@ -3,6 +3,7 @@
 #include "facade_library.h"
 #include "progress_bar.h"
 #include "status_line.h"
+#include "test_paths.h"
 #include "vocabulary/net_state.h"
 
 class ShellTextsTest : public QObject {

@@ -1,0 +1,4 @@
+#pragma once
+
+/// Forgets how far the one-shot initialisation steps are. Any thread.
+void resetInitStates();

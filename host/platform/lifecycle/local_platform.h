@@ -1,0 +1,87 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+#include <QVariantMap>
+#include <chrono>
+#include <functional>
+#include <memory>
+
+#include "body_size.h"
+#include "gateway_link.h"
+#include "platform_export.h"
+#include "server_query.h"
+
+/// The host's side of the local platform: what a shell or a test does to bring it up, drive it and
+/// take it down. Plug-ins never see it. One per process; the calls are the main thread's unless
+/// stated otherwise.
+class PLATFORM_API LocalPlatform {
+public:
+    struct Options {
+        QString homeDir;       ///< settings, configuration and logs; made when missing
+        QString staticDbFile;  ///< SQLite: static configuration and reference data; may be empty
+        /// Bytes that a body may take on a wire; larger requests and answers fail, larger pushes
+        /// are dropped. See bodySize().
+        qint64 bodyLimit = kStandingBodyLimit;
+        /// How long close() waits for a presenter that another thread is still making.
+        std::chrono::milliseconds buildLimit = std::chrono::seconds(2);
+        /// Pages after which VelmarUtils' paged queries give up.
+        int mostPages = kStandingMostPages;
+    };
+
+    static LocalPlatform& instance();
+
+    /// Opens settings and databases. False with a text that names the damaged or missing file; then
+    /// nothing is open. May be called again with other options (tests): what was held is dropped,
+    /// the closing state is taken back.
+    bool start(const Options& options, QString* error);
+
+    /// Takes the link over and starts it; the one before is stopped first, requests under way on it
+    /// fail, and its gates are told NOCONNECT. A null link disconnects. Blocks until the one has
+    /// stopped and the other started. False with a text when it does not start; then there is no
+    /// link. `error` may be null.
+    bool setLink(std::unique_ptr<GatewayLink> link, QString* error);
+
+    /// Logs in over the link and loads the account tree. Blocks for both requests, 10 s each. Sets
+    /// the cache's Constants::USER_ACCOUNTLIST_INITED at the end. False with a text on failure.
+    bool login(const QString& userId, const QString& password, QString* error);
+    /// The two steps of login() apart.
+    bool loginUser(const QString& userId, const QString& password, QString* error);
+    bool loadAccountTree(QString* error);
+
+    /// The first step of the shut-down: marks the host closing, so that every wait without limit
+    /// ends, and fails every pending request with 2, as every later one. Presenters, events,
+    /// settings and databases work on. Whoever waits for a presenter to end calls this before. Any
+    /// thread; a second call does nothing.
+    void beginClose();
+    /// Shut-down: beginClose(), then disposes of every live presenter and stops the link. Also run
+    /// when the application is about to quit and once more from a post routine. A second call does
+    /// nothing. A presenter that another thread has not finished making within the build limit is
+    /// left undeleted, with a critical log line.
+    void close();
+    /// Any thread.
+    bool isClosing() const;
+
+    /// Publishes an event as the host itself; any thread.
+    void publishEvent(int eventId, const QVariant& body);
+    /// Publishes one tick to the readers of CommonQuotaHandler. Any thread: the application's own
+    /// calls the readers at once, for others it is queued there. Dropped before the handler's
+    /// Init(), and with a log line while 10,000 ticks wait for the application's thread.
+    void publishTick(const QString& symbol, const QVariantMap& tick,
+                     const QString& source = QStringLiteral("feed"));
+
+    /// The server-aligned clock; a test hands in its own. Any thread may read.
+    void setClock(std::function<QDateTime()> clock);
+
+    /// Live presenters, for status lines and tests. Any thread.
+    int presenterCount() const;
+    /// Requests that were sent and have no outcome yet. Any thread.
+    int pendingRequestCount() const;
+
+    QString homeDir() const;
+
+private:
+    LocalPlatform();
+    ~LocalPlatform() = default;
+    Q_DISABLE_COPY(LocalPlatform)
+};

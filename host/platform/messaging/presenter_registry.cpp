@@ -1,0 +1,128 @@
+#include "presenter_registry.h"
+
+#include <algorithm>
+
+#include "event_bus.h"
+#include "message_log.h"
+#include "request_broker.h"
+
+PresenterRegistry& PresenterRegistry::instance() {
+    static auto* const registry = new PresenterRegistry;
+    return *registry;
+}
+
+std::shared_ptr<PresenterChannel> PresenterRegistry::enrol(ZnPresenterClass* presenter,
+                                                           const QString& instanceId) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    QString pid = instanceId;
+    for (int number = 2; m_usedPids.contains(pid); ++number) {
+        pid = QStringLiteral("%1#%2").arg(instanceId).arg(number);
+    }
+    m_usedPids.insert(pid);
+    m_channels.push_back(std::make_shared<PresenterChannel>(presenter, instanceId, pid));
+    return m_channels.back();
+}
+
+void PresenterRegistry::cutOff(const std::shared_ptr<PresenterChannel>& channel) {
+    EventBus::instance().unsubscribe(channel.get());
+    RequestBroker::instance().failOf(channel.get(), QStringLiteral("the presenter is closing"));
+}
+
+void PresenterRegistry::dispose(const std::shared_ptr<PresenterChannel>& channel) {
+    if (!channel->claimDisposal()) {
+        return;
+    }
+    cutOff(channel);
+    if (channel->isOwnThread()) {
+        handToReaper(channel);
+    } else {
+        finish(channel);
+    }
+}
+
+void PresenterRegistry::finish(const std::shared_ptr<PresenterChannel>& channel) {
+    channel->dispose();
+    qCDebug(lcChannel) << "presenter" << channel->pid() << "is gone";
+    remove(channel);
+}
+
+/// False when the presenter was built or went after all.
+bool PresenterRegistry::giveUp(const std::shared_ptr<PresenterChannel>& channel) {
+    if (!channel->claimUnbuilt()) {
+        return false;
+    }
+    cutOff(channel);
+    qCCritical(lcChannel) << "presenter" << channel->pid()
+                          << "is still being made by another thread: left undeleted";
+    remove(channel);
+    return true;
+}
+
+void PresenterRegistry::remove(const std::shared_ptr<PresenterChannel>& channel) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_channels.erase(std::remove(m_channels.begin(), m_channels.end(), channel), m_channels.end());
+    m_changed.notify_all();
+}
+
+void PresenterRegistry::disposeAll() {
+    for (auto live = channels(); !live.empty(); live = channels()) {
+        for (const auto& channel : live) {
+            if (channel->waitUntilBuilt(m_buildLimit) || !giveUp(channel)) {
+                dispose(channel);
+            }
+        }
+        // Others may be at it too: a caller of deleteLater(), or the reaper.
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this, &live] {
+            return std::none_of(live.begin(), live.end(), [this](const auto& channel) {
+                return std::find(m_channels.begin(), m_channels.end(), channel) != m_channels.end();
+            });
+        });
+    }
+    joinReaper();
+}
+
+int PresenterRegistry::count() const {
+    return static_cast<int>(channels().size());
+}
+
+std::vector<std::shared_ptr<PresenterChannel>> PresenterRegistry::channels() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_channels;
+}
+
+void PresenterRegistry::handToReaper(const std::shared_ptr<PresenterChannel>& channel) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_toReap.push_back(channel);
+    if (m_reaperRuns) {
+        return;
+    }
+    if (m_reaper.joinable()) {
+        m_reaper.join();  // it has left the lock for good
+    }
+    m_reaperRuns = true;
+    m_reaper = std::thread([this] { runReaper(); });
+}
+
+void PresenterRegistry::runReaper() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_toReap.empty()) {
+        const std::shared_ptr<PresenterChannel> channel = std::move(m_toReap.front());
+        m_toReap.pop_front();
+        lock.unlock();
+        finish(channel);
+        lock.lock();
+    }
+    m_reaperRuns = false;
+}
+
+void PresenterRegistry::joinReaper() {
+    std::thread reaper;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        reaper.swap(m_reaper);
+    }
+    if (reaper.joinable()) {
+        reaper.join();
+    }
+}
