@@ -6,12 +6,11 @@
 #include <mutex>
 
 #include "data_log.h"
+#include "quantity_sections.h"
 #include "sealed_database.h"
 #include "sqlite_connection.h"
 
 namespace {
-
-constexpr const char* kStepSection = "StepQtyRule";
 
 QString sentenceOf(const QString& file, const DatabaseFault& fault) {
     return fault.sentence(QStringLiteral("the static database %1").arg(file),
@@ -32,8 +31,8 @@ DatabaseFault readSections(const QString& file, QHash<QString, QMap<QString, QSt
              });
 }
 
-/// Takes out the quantity steps that are no whole number above 0, with a line on each: a client
-/// divides by them. The other rows stay good.
+/// Removes the quantity steps that are not a whole number above 0, with a log line for each, since
+/// a client divides by them.
 void dropUnusableSteps(const QString& file, QMap<QString, QString>& steps) {
     for (auto step = steps.begin(); step != steps.end();) {
         if (step.value().toInt() > 0) {
@@ -42,7 +41,7 @@ void dropUnusableSteps(const QString& file, QMap<QString, QString>& steps) {
         }
         qCWarning(lcPlatformStaticData).noquote()
             << "the static database" << file << "has a quantity step that cannot be used, section"
-            << kStepSection << "key" << step.key() << "value" << step.value()
+            << QuantitySection::step << "key" << step.key() << "value" << step.value()
             << "; the row is left out";
         step = steps.erase(step);
     }
@@ -61,7 +60,7 @@ bool StaticDatabase::open(const QString& file, QString* error) {
         *error = sentenceOf(file, fault);
         return false;
     }
-    const auto steps = sections.find(QLatin1String(kStepSection));
+    const auto steps = sections.find(QuantitySection::step);
     if (steps != sections.end()) {
         dropUnusableSteps(file, *steps);
     }
