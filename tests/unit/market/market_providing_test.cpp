@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Another process that makes a market and holds on half way, until it is told to go on or to end.
+/// Another process that makes a market and pauses half way, until goOn() or giveUp().
 class OtherMaker {
 public:
     explicit OtherMaker(const QString& dir) {
@@ -95,7 +95,7 @@ private:
         m_error.clear();
         return provideSampleMarket(m_dir->path(), smallMarket(), rebuild, watch, &m_error);
     }
-    /// When and as which file the store was written.
+    /// When the store was written.
     QDateTime written() const { return QFileInfo(marketStoreFile(m_dir->path())).lastModified(); }
     void makeOther() {
         MarketOptions other = smallMarket();
