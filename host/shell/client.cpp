@@ -11,6 +11,7 @@
 #include "client_watcher.h"
 #include "embedded_link.h"
 #include "faulty_link.h"
+#include "gate_events.h"
 #include "interrupt_watch.h"
 #include "local_platform.h"
 #include "market_log.h"
@@ -23,6 +24,8 @@
 #include "znbusinessdata/c_business_data_base.h"
 
 namespace {
+
+constexpr int kFirstGatesMs = 2000;
 
 /// The name by which a file's library is known, without what the system adds to it.
 QString libraryName(const QString& file) {
@@ -182,6 +185,12 @@ bool Client::connectServer(QString* error) {
         return false;
     }
     m_link = link;
+    // Every start publishes the first states before a plug-in can subscribe to them.
+    m_gate.waitUntil(
+        [this] {
+            return m_sight->gates().size() == int(gateEvents().size()) || InterruptWatch::hasCome();
+        },
+        kFirstGatesMs);
     ended(QStringLiteral("embedded gateway connected (%1 message types)")
               .arg(m_server->messageTypes().size()));
     return true;
