@@ -301,7 +301,7 @@ void PackedBodyWireTest::encode_whatHasNoWireForm_isRefusedByName_data() {
     }
     QTest::newRow("no list") << QVariant(7) << "not a list of rows";
     QTest::newRow("no rows") << QVariant(List()) << "not a list of rows";
-    QTest::newRow("row that is none") << QVariant(List{Map(), 1}) << "row 1 is no record";
+    QTest::newRow("row that is none") << QVariant(List{Map(), 1}) << "row 1 is not a record";
     QTest::newRow("point") << bodyWith(QPoint(1, 2))
                            << "row 1, field \"value\": a value of the type QPoint";
     QTest::newRow("point inside") << bodyWith(List{Map{{"p", QPoint()}}}) << "type QPoint";
@@ -328,7 +328,7 @@ void PackedBodyWireTest::decode_cutAnywhere_isRefusedWhole() {
             const QString error = refusalOf(whole.left(size));
             QVERIFY2(error.contains("ends too early"), qPrintable(error));
         }
-        QVERIFY(refusalOf(whole + '\0').contains("something behind the body"));
+        QVERIFY(refusalOf(whole + '\0').contains("bytes after the end of the body"));
     }
 }
 
