@@ -68,7 +68,7 @@ void PackedBodyWireHostileTest::decode_hostile_isRefused_data() {
     add("date and time as a number", "81a16161d9a02e01", "unknown form");
     add("offset beyond a day", "81a16161d9a02e8301011a00015181", "a number out of range");
     add("offset as a text", "81a16161d9a02e83010160", "not a number where one is required");
-    add("texts as a map", "81a16161d9a02fa0", "no array");
+    add("texts as a map", "81a16161d9a02fa0", "not an array");
     add("number among texts", "81a16161d9a02f8101", "not a text where one is required");
     add("undefined", "81a16161f7", "unknown kind");
     add("simple value", "81a16161f8ff", "unknown kind");
@@ -103,7 +103,7 @@ void PackedBodyWireHostileTest::limits_bindBothWays() {
     QVERIFY(PackedBodyWire::decode(bytes, &read, nullptr, limits));
     limits.depth = 0;
     QVERIFY(refusalOf(bytes, limits).contains("nested too deep"));
-    // What is too large to be read is not written.
+    // A body too large to be read is not written either.
     QByteArray written;
     QString error;
     const QByteArray large(40 * 1024 * 1024, 'x');
@@ -112,8 +112,8 @@ void PackedBodyWireHostileTest::limits_bindBothWays() {
     QVERIFY(PackedBodyWire::encode(bodyWith(large), &written, &error));
 }
 
-/// The writers of this house sort their keys; these come the other way round, and each row has keys
-/// of its own where the row before had others. What it costs is in bench/wire_bench.
+/// Our own writer sorts the keys; here they are in reverse order and differ from row to row.
+/// bench/wire_bench measures the time.
 void PackedBodyWireHostileTest::decode_manyKeysInFallingOrder_keepsEveryKeyWithItsValue() {
     constexpr int kKeys = 20000;
     constexpr int kRows = 2;

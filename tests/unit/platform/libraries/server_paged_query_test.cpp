@@ -25,7 +25,7 @@ QString position(int row) {
     return QStringLiteral("%1").arg(row, 8, 10, QLatin1Char('0'));
 }
 
-/// Pages over rows 1 to `count`, by number or by cursor, as the request asks.
+/// Pages over rows 1 to `count`, by number or by cursor, as the request says.
 QVariant pageOf(const QVariant& body, int count) {
     const QVariantMap request = headerOf(body);
     if (request.contains(System::positionStr)) {
@@ -100,7 +100,7 @@ private:
     void serve(int count) {
         link().on(kType, [count](const QVariant& body) { return pageOf(body, count); });
     }
-    /// Rows and positions as ever, and no total.
+    /// Serves rows and positions, but no total.
     void serveWithoutTotal(int count) {
         link().on(kType, [count](const QVariant& body) {
             const QVariant page = pageOf(body, count);
@@ -244,7 +244,7 @@ void ServerPagedQueryTest::pages_thatDoNotEnd_areAnError() {
     QVERIFY2(m_error.contains("does not end"), qPrintable(m_error));
     QCOMPARE(link().requestCount(kType), requests);
 
-    // A server that looks at no page number.
+    // A server that ignores the page number.
     for (const QVariantMap& header : {QVariantMap(), QVariantMap{{System::totalSize, 1000000}}}) {
         link().clearRequests();
         link().on(kType, ScriptedReply::rows(numbers(1, 10), header));
@@ -397,7 +397,7 @@ void ServerPagedQueryTest::timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOn
     std::thread second([&] { queryOf(kOtherType, byPosition, 20000); });
     const bool secondAsked = link().waitForRequestCount(kOtherType, 1);
     note();
-    // The second page of the one that goes on first is asked for while the other's first waits.
+    // The query that continues first requests its second page while the other's first page waits.
     link().release(endsFirst);
     const bool wentOn = link().waitForRequestCount(endsFirst, 2);
     link().release(endsFirst);

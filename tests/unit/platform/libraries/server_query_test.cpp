@@ -19,7 +19,7 @@
 
 namespace {
 
-/// A presenter that keeps the events it gets.
+/// A presenter that records its events.
 class Listener : public ZnPresenterClass {
 public:
     struct Event {
@@ -151,13 +151,13 @@ private slots:
         QVERIFY2(m_error.contains(kType) && m_error.contains("17"), qPrintable(m_error));
     }
 
-    void refusalWithRows_givesNone() {
+    void refusalWithRows_returnsNoRows() {
         m_link->on(kType, ScriptedReply::rows({{{"a", 1}}}, {{System::requestExeStatus, "17"}}));
         QVERIFY(query().isEmpty());
         QVERIFY(!m_error.isEmpty());
     }
 
-    void answerThatIsNoPackedBody_isRefused() {
+    void answerThatIsNotAPackedBody_isRefused() {
         m_link->on(kType, ScriptedReply::garbage());
         QVERIFY(query().isEmpty());
         QVERIFY(!m_error.isEmpty());
@@ -224,7 +224,7 @@ private slots:
         QVERIFY(status != RequestExeStatus::success);
         QVERIFY(!m_error.isEmpty());
         late->deleteLater();
-        // init() made one that cleanup() disposes of, as in every other case.
+        // The presenter of init() is disposed of by cleanup(), as in every other case.
         m_presenter = new Listener;
     }
 

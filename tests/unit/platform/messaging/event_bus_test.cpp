@@ -22,7 +22,7 @@ std::atomic<int> CountedEvent::alive{0};
 
 namespace {
 
-/// What the header of a push that came says.
+/// The text in the header of a received push.
 QString textOf(const ProbeLog& log, int index) {
     return headerOf(log.bodies().at(index)).value(QStringLiteral("text")).toString();
 }
@@ -54,7 +54,7 @@ private slots:
     void publishEvent_ofTheHost_reachesSubscribers();
     void push_subscribed_reachesSubscribersAlone();
     void push_subscribedTwice_isDeliveredOnce();
-    void push_thatIsNoPackedBody_isDroppedAndLogged();
+    void push_thatIsNotAPackedBody_isDroppedAndLogged();
     void push_invalidRowCount_isDroppedAndLogged_data();
     void push_invalidRowCount_isDroppedAndLogged();
     void gateState_known_isPublishedUnderItsEventId_data();
@@ -307,7 +307,7 @@ void EventBusTest::push_subscribedTwice_isDeliveredOnce() {
     QCOMPARE(textOf(*presenter->log, 1), QString("last"));
 }
 
-void EventBusTest::push_thatIsNoPackedBody_isDroppedAndLogged() {
+void EventBusTest::push_thatIsNotAPackedBody_isDroppedAndLogged() {
     auto* const presenter = new ProbePresenter;
     presenter->Sub(presenter->pluginPid(), "type.1", kMode);
     presenter->initPresenter();

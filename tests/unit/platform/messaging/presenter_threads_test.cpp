@@ -52,7 +52,7 @@ private slots:
 
     void pluginPid_sameInstanceId_isNumberedFromTheSecondOn();
     void pluginPid_ofADisposedPresenter_isNotGivenOutAgain();
-    void constructor_parentGiven_isNoQObjectParent();
+    void constructor_parentGiven_isNotTheQObjectParent();
     void constructor_otherThreadType_warnsAndHasItsThreads();
     void threads_slotsAndEntries_runOnTwoThreadsOfItsOwn();
     void emission_toAnUnstartedPresenter_isDeliveredAfterInitPresenter();
@@ -62,7 +62,7 @@ private slots:
     void queue_manyWaiting_warnsOnceUntilItIsEmpty();
     void queue_full_dropsAllButAnswersAndCountsThem();
     void initPresenter_twice_startsOnce();
-    void initPresenter_hostClosing_startsNothingAndSaysSo();
+    void initPresenter_hostClosing_startsNothingAndLogsIt();
     void objectThread_askedToQuitBySomebodyElse_goesOn();
 
 private:
@@ -89,7 +89,7 @@ void PresenterThreadsTest::pluginPid_ofADisposedPresenter_isNotGivenOutAgain() {
     QCOMPARE((new ProbePresenter("Test.Again"))->pluginPid(), QString("Test.Again#2"));
 }
 
-void PresenterThreadsTest::constructor_parentGiven_isNoQObjectParent() {
+void PresenterThreadsTest::constructor_parentGiven_isNotTheQObjectParent() {
     std::shared_ptr<Trace> trace;
     {
         QObject parent;
@@ -264,7 +264,7 @@ void PresenterThreadsTest::initPresenter_twice_startsOnce() {
     QCOMPARE(trace->procCalls.load(), 1);
 }
 
-void PresenterThreadsTest::initPresenter_hostClosing_startsNothingAndSaysSo() {
+void PresenterThreadsTest::initPresenter_hostClosing_startsNothingAndLogsIt() {
     LocalPlatform::instance().close();
     auto* const presenter = new LivingPresenter;
     const LogCapture log;

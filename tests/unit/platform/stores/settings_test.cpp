@@ -11,6 +11,7 @@
 #include "local_platform.h"
 #include "log_capture.h"
 #include "settings_codec.h"
+#include "small_market.h"
 #include "static_db_builder.h"
 #include "temp_home.h"
 #include "vocabulary/fields.h"
@@ -174,6 +175,17 @@ private slots:
         const TempHome other;
         QVERIFY(LocalPlatform::instance().start(other.options(), nullptr));
         QVERIFY(!core().settings(name).isValid());
+    }
+
+    void systemSettingsOfTheSampleMarket_areRead() {
+        const TempHome market;
+        QString error;
+        QVERIFY2(makeSampleMarket(market.path(), smallMarket(), {}, &error), qPrintable(error));
+        QVERIFY(LocalPlatform::instance().start(m_home->options(staticDatabaseFile(market.path())),
+                                                nullptr));
+        QVERIFY(ZnSystemSettingDataMgr::instance().init());
+        QCOMPARE(core().settings(SystemSetting::SysMultiTimeOutCount).toInt(), 5);
+        QCOMPARE(core().settings(SystemSetting::SysMultiTimeOutHandle).toString(), QString("0"));
     }
 
     void fileAndScope_makeNoDifferenceAndAreLogged() {
