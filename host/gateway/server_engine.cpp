@@ -6,9 +6,9 @@
 #include "handler_families.h"
 #include "message_type.h"
 #include "packed_body.h"
+#include "row_count.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
-#include "whole_number.h"
 #include "znmsg/c_pack_message_common.h"
 
 namespace {
@@ -42,6 +42,7 @@ QVariant pack(const QString& msgType, const QVariant& clientMsgId, const Handler
     return packer.GetPackedMsg(false);
 }
 
+<<<<<<< HEAD
 /// Keeps the number of rows that the header states, all of them when it states none. False with a
 /// text when that is not a number or exceeds the rows of the body.
 bool cutToStatedRows(const QString& msgType, const QVariantMap& header, QList<QVariantMap>* rows,
@@ -64,6 +65,31 @@ bool cutToStatedRows(const QString& msgType, const QVariantMap& header, QList<QV
     }
     *rows = rows->mid(0, *stated);
     return true;
+=======
+/// Keeps as many rows as the header states, all of them when it states no number. False with a text
+/// for an invalid number and for one larger than the number of rows.
+bool cutToStatedRows(const QString& msgType, const QVariantMap& header, QList<QVariantMap>* rows,
+                     QString* refusal) {
+    int count = 0;
+    switch (readRowCount(header, rows->size(), &count)) {
+        case RowCount::Missing:
+            return true;
+        case RowCount::Stated:
+            *rows = rows->mid(0, count);
+            return true;
+        case RowCount::Invalid:
+            *refusal = QStringLiteral("消息%1的数据行数无效：%2")
+                           .arg(msgType, header.value(System::subGroupNumber).toString());
+            return false;
+        case RowCount::TooLarge:
+            *refusal = QStringLiteral("消息%1应有%2行数据，实有%3行")
+                           .arg(msgType)
+                           .arg(count)
+                           .arg(rows->size());
+            return false;
+    }
+    return false;
+>>>>>>> w/platform
 }
 
 }  // namespace
