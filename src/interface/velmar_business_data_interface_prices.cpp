@@ -1,6 +1,7 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+#include "core.h"
 #include "first_load.h"
 #include "hong_kong_prices.h"
 #include "presenter_use.h"
@@ -11,14 +12,9 @@
 #include "velmarutils/velmar_init_state_mgr.h"
 #include "vocabulary/constants.h"
 #include "vocabulary/values.h"
-#include "zn_business_data_manager.h"
 #include "znbusinessdata/c_business_data_base.h"
 
 namespace {
-
-ZnBusinessDataManager& core() {
-    return *ZnBusinessDataManager::instance();
-}
 
 constexpr unsigned long kWaitStepMs = 10;
 constexpr qint64 kMsPerSecond = 1000;

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "account_room.h"
+#include "account_fixture.h"
 #include "client_world.h"
 #include "log_capture.h"
 #include "security_accounts_reader.h"
@@ -212,7 +212,7 @@ private slots:
 
     void superEtf_beforeTheLoad_answersOnlyAfterIt() {
         m_world.reset();
-        AccountRoom room({TestAccount("T1").withCounter("10086", FundAccountType::Credit)},
+        AccountFixture room({TestAccount("T1").withCounter("10086", FundAccountType::Credit)},
                          symbols());
         const Tradability rulesOfRoom(identity, room.securityAccounts);
         room.world.login();
@@ -234,7 +234,7 @@ private slots:
 
     void securityAccounts_asTheReader_loadOnceTheAccountTableIsLoaded() {
         m_world.reset();
-        AccountRoom room({TestAccount("T1")
+        AccountFixture room({TestAccount("T1")
                               .withCounter("10086", FundAccountType::Credit)
                               .withSecurityAccount("1", "A1")
                               .withSecurityAccount("G", "G1")});
