@@ -349,7 +349,7 @@ private slots:
         QTest::newRow("ticks negative") << ticks << QVariant(-1) << false;
         // It would be read back as 0.
         QTest::newRow("ticks as a text with decimals") << ticks << QVariant("9.7") << false;
-        // Nobody saves this one.
+        // Not one of the figures in force, so it is ignored.
         QTest::newRow("other field") << "title" << QVariant("two") << true;
     }
     void update_unusableFigure_isRefusedBeforeAnythingIsSent() {
