@@ -82,20 +82,6 @@ private slots:
         }
     }
 
-    void netElapseStat_moreMinutesThanAnIntHoldsSamples_isLimitedToAnInt() {
-        const ClientWorld world;
-        // Times four this is 2^32 + 4, which 32 bits would wrap to 4.
-        ZnCore::instance()->saveSetting(SystemSetting::SysMultiTimeOutCount, (1 << 30) + 1);
-        const OwnedPresenter presenter = makePresenter();
-        VelmarStatisticAssist stat = presenter->netElapseStat().value(NetGateType::TradeGate);
-        for (int i = 0; i < 4; ++i) {
-            stat.AppendData(1);
-        }
-        bool valid = true;
-        QCOMPARE(stat.GetAvgData(&valid), 1.0);
-        QVERIFY(!valid);
-    }
-
     void busiMsgMenuMap_relations_areSplitAndEmptyOnesLeftOut() {
         const ClientWorld world({}, StaticDbBuilder().section(
                                         DictionaryKey::BusiMsgMenuRela,
