@@ -40,7 +40,7 @@ public:
     Update()
         : m_result(std::async(std::launch::async, [this] {
               m_threadId = gettid();
-              const QString text = changeOneFigure();
+              QString text = changeOneFigure();
               m_isOver = true;
               return text;
           })) {}
