@@ -9,6 +9,7 @@
 #include <QtTest>
 #include <csignal>
 
+#include "home_mark.h"
 #include "sample_market.h"
 #include "test_paths.h"
 #include "text_table.h"
@@ -78,7 +79,7 @@ private slots:
     void missingPlugin_isNamed();
     void faults_reachTheRequestsOfStartAndCall();
     void bodyLimit_isThePlatforms();
-    void logInRefused_isTold();
+    void logInRefused_isReported();
     void accountsThatNeverLoad_endTheStart();
     void accountsThatNeverLoad_interrupted_endTheStart();
     void log_keepsDebugLinesForThoseWhoAsk();
@@ -142,6 +143,8 @@ void ClientProcessTest::initTestCase() {
 
 void ClientProcessTest::init() {
     m_home = m_dir.filePath(QStringLiteral("home%1").arg(m_case++));
+    QString error;
+    QCOMPARE(HomeMark::take(m_home, HomeMark::Owner::Client, &error), HomeMark::Outcome::Taken);
     QVERIFY(QDir().mkpath(marketFile(QString())));
     for (const QString& name : {QStringLiteral("market.sqlite"), QStringLiteral("static.sqlite")}) {
         QVERIFY(QFile::copy(QDir(m_made).filePath(name), marketFile(name)));
@@ -153,7 +156,8 @@ QString ClientProcessTest::holds(const QString& authority) {
            QStringLiteral(",%'");
 }
 
-/// The accounts of the login that the client knows an authority for, as the market's file has them.
+/// The accounts on which the login holds an authority that the client knows, read from the market's
+/// file.
 QStringList ClientProcessTest::expectedAccounts(const QString& condition) const {
     QStringList any;
     for (const QString& authority :
@@ -235,7 +239,7 @@ void ClientProcessTest::table_allRows_standAlignedAndComplete() {
         while (displayWidth(line.left(prefix)) < column) {
             ++prefix;
         }
-        // A column begins exactly there, two spaces after what stands before.
+        // Two spaces separate the columns, and every cell starts at its title's column.
         QCOMPARE(displayWidth(line.left(prefix)), column);
         QCOMPARE(line.mid(prefix - 2, 2), QStringLiteral("  "));
         QVERIFY(!line.at(prefix).isSpace());
@@ -344,7 +348,7 @@ void ClientProcessTest::damagedFile_isNamedWithTheWayOut() {
         QVERIFY2(ended.code == 1 && !ended.crashed, ended.text());
         QVERIFY2(ended.err.contains(file.fileName()), ended.text());
         QVERIFY2(ended.err.contains(QStringLiteral("--rebuild")), ended.text());
-        // Nothing was begun.
+        // No step was taken.
         QVERIFY2(ended.out.isEmpty(), ended.text());
     }
 }
@@ -390,14 +394,14 @@ void ClientProcessTest::bodyLimit_isThePlatforms() {
     QVERIFY2(wrong.err.contains("--body-limit"), wrong.text());
 }
 
-void ClientProcessTest::logInRefused_isTold() {
+void ClientProcessTest::logInRefused_isReported() {
     const Ended ended = run({"--user", "nobody"});
     QVERIFY2(ended.code == 1 && !ended.crashed, ended.text());
     QVERIFY2(ended.err.contains(QStringLiteral("nobody")), ended.text());
     QVERIFY2(!ended.out.contains(QStringLiteral("logged in")), ended.text());
 }
 
-/// The tree still stands, and every question about the counter is refused.
+/// The account tree stays readable, while every question about the counter is refused.
 void ClientProcessTest::makeCounterRefuse() const {
     sql(marketFile(QStringLiteral("market.sqlite")),
         QStringLiteral("ALTER TABLE trading_account RENAME COLUMN fund_account TO gone"));
@@ -419,7 +423,7 @@ void ClientProcessTest::accountsThatNeverLoad_interrupted_endTheStart() {
     while (!out.contains("account list received") && process.waitForReadyRead(kLimitMs)) {
         out += process.readAllStandardOutput();
     }
-    // Signalling the id of a process that has ended, 0, would end this one and its runner.
+    // The id of a process that has ended is 0, which would signal this test and its runner.
     QVERIFY2(process.state() == QProcess::Running, out + process.readAllStandardError());
     QCOMPARE(::kill(static_cast<pid_t>(process.processId()), SIGINT), 0);
     const Ended ended = finish(process);
