@@ -16,10 +16,17 @@ inline const QByteArray kOfScenario = QByteArrayLiteral("made-by=scenario");
 inline const QByteArray kOfClient = QByteArrayLiteral("made-by=client");
 constexpr qint64 kMostBytes = 4096;
 
-/// A home of a version that wrote no mark.
+/// A home of a version that wrote no mark. Its client.ini is missing when no setting was ever
+/// saved; the market's file then identifies it.
 bool isOlderHome(const QDir& dir) {
-    return QFileInfo(dir.filePath(QStringLiteral("settings/client.ini"))).isFile() &&
-           QFileInfo(dir.filePath(QStringLiteral("market"))).isDir();
+    const auto isFile = [&dir](const char* name) {
+        return QFileInfo(dir.filePath(QLatin1String(name))).isFile();
+    };
+    const auto isFolder = [&dir](const char* name) {
+        return QFileInfo(dir.filePath(QLatin1String(name))).isDir();
+    };
+    return (isFile("settings/client.ini") && isFolder("market")) ||
+           (isFolder("settings") && isFile("market/market.sqlite"));
 }
 
 bool isOfScenario(const QDir& dir) {

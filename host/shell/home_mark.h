@@ -21,8 +21,9 @@ enum class Outcome {
 QString fileName();
 
 /// Makes the folder a home, creating it when missing, or confirms that it is one. A home of an
-/// older version, which has settings/client.ini beside market/ and no mark, becomes a client's
-/// home. Unless it is taken, `error` gets a text for the user and the folder stays untouched.
+/// older version, which has settings/client.ini and market/ (or settings/ and market/market.sqlite)
+/// and no mark, becomes a client's home. Unless it is taken, `error` gets a text for the user and
+/// the folder stays untouched.
 Outcome take(const QString& folder, Owner owner, QString* error);
 
 }  // namespace HomeMark

@@ -5,15 +5,18 @@
 
 #include <QtDebug>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <utility>
 
 namespace {
 
-// The signal handler touches nothing but these two plain descriptors and the flag.
+// The signal handler touches nothing but these two plain descriptors and the flag. It runs on any
+// thread.
 int s_ends[2] = {-1, -1};
-volatile std::sig_atomic_t s_come = 0;
+std::atomic<bool> s_come{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not take a lock");
 
 constexpr std::array<int, 2> kSignals{SIGINT, SIGTERM};
 constexpr char kSignalled = 's';
@@ -26,7 +29,7 @@ void send(char byte) {
 
 extern "C" void velmarTakeSignal(int) {
     const int before = errno;
-    s_come = 1;
+    s_come = true;
     send(kSignalled);
     errno = before;
 }
@@ -35,7 +38,7 @@ extern "C" void velmarTakeSignal(int) {
 
 InterruptWatch::InterruptWatch(std::function<void()> onInterrupt, QObject* parent)
     : QObject(parent), m_onInterrupt(std::move(onInterrupt)) {
-    s_come = 0;
+    s_come = false;
     if (pipe2(s_ends, O_CLOEXEC) != 0) {
         qWarning("no pipe for signals: Ctrl-C ends the process without a shut-down");
         return;
@@ -67,7 +70,7 @@ InterruptWatch::~InterruptWatch() {
 }
 
 bool InterruptWatch::hasCome() {
-    return s_come != 0;
+    return s_come;
 }
 
 void InterruptWatch::listen() {

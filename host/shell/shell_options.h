@@ -7,7 +7,7 @@
 
 #include "body_size.h"
 #include "fault_plan.h"
-#include "rules_texts.h"
+#include "text_language.h"
 
 /// What the command line asks for.
 struct ShellOptions {

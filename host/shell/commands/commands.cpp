@@ -20,11 +20,8 @@
 #include "rules_command.h"
 #include "sample_market.h"
 #include "scenario_command.h"
-#include "static_config.h"
 #include "ticks_command.h"
-#include "velmarutils/velmar_utils.h"
 #include "znbusinessdata/c_business_data_base.h"
-#include "zndatabase/c_data_base.h"
 
 namespace {
 
@@ -304,13 +301,7 @@ int runAccounts(const ShellOptions& options) {
 
 /// Waits for the cage and, unless ticks are off, for a tick of the symbol.
 RulesFacts gatherFacts(const ShellOptions& options, Client& client, const QVariantMap& tick) {
-    RulesFacts facts;
-    const CDataBase* const data = CDataBase::GetInstance();
-    facts.stepRules = data->GetStaticValuesBySection(QuantitySection::step);
-    facts.minRules = data->GetStaticValuesBySection(QuantitySection::min);
-    facts.maxRules = data->GetStaticValuesBySection(QuantitySection::max);
-    facts.isHongKong = VelmarUtils::isHKTypeSymbol(options.symbol);
-    facts.security = CBusinessDataBase::GetInstance()->GetSecurityDetailsBySymbol(options.symbol);
+    RulesFacts facts = RulesFacts::ofPlatform(options.symbol);
     facts.cageWaitSeconds = kCageWaitSeconds;
     client.awaitCage(kCageWaitSeconds * 1000);
     if (options.tickRate > 0) {

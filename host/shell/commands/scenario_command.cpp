@@ -20,9 +20,9 @@
 
 namespace {
 
-enum ExitCode { Well = 0, Failed = 1, WrongUsage = 2 };
+enum ExitCode { Success = 0, Failed = 1, WrongUsage = 2 };
 
-/// What playInChild() returns beside exit codes.
+/// What playInChild() returns in addition to exit codes.
 constexpr int kCrashed = -1;
 constexpr int kInterrupted = -2;
 
@@ -69,14 +69,14 @@ int playSection(const ShellOptions& options, const QString& pluginsDir, const Sc
     InterruptWatch watch(&Client::endWaits);
     ClientStage stage(client, tape);
     ScenarioPlayer player(stage, tape);
-    const bool well =
+    const bool passed =
         player.play(scenario.fileName, scenario.sections.at(options.section - 1), &report);
     stage.stop();
     // After an interrupt steps fail for no reason of their own.
-    if (!well && !InterruptWatch::hasCome()) {
+    if (!passed && !InterruptWatch::hasCome()) {
         print(stdout, report);
     }
-    return well ? Well : Failed;
+    return passed ? Success : Failed;
 }
 
 /// Plays one section in a child process, which inherits stdout and stderr.
@@ -149,10 +149,10 @@ int playAll(const ShellOptions& options, const QString& pluginsDir, const Scenar
             print(stdout, QStringLiteral("%1: interrupted").arg(name));
             return Failed;
         }
-        if (code != Well) {
+        if (code != Success) {
             if (code != Failed) {
                 print(stdout,
-                      QStringLiteral("%1:%2: the client did not end well (%3)")
+                      QStringLiteral("%1:%2: the client failed (%3)")
                           .arg(scenario.fileName)
                           .arg(section.line)
                           .arg(code == kCrashed ? QStringLiteral("it crashed or did not start")
@@ -164,8 +164,8 @@ int playAll(const ShellOptions& options, const QString& pluginsDir, const Scenar
         steps += section.steps.size();
     }
     print(stdout,
-          QStringLiteral("%1: well, %2 steps, %3 ms").arg(name).arg(steps).arg(timer.elapsed()));
-    return Well;
+          QStringLiteral("%1: passed, %2 steps, %3 ms").arg(name).arg(steps).arg(timer.elapsed()));
+    return Success;
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A column's width; numbers stand on its right, texts on its left.
+/// A column; numbers are aligned to the right, texts to the left.
 struct Column {
     const char* title;
     int width;

@@ -104,7 +104,7 @@ void ClientClockTest::stageClock_isTheClientsBeforeAndAfterTheStart() {
 
     stage.advanceClock(60000);
     QCOMPARE(serverTime(), opening.addSecs(60));
-    // From where it stands, over midnight too.
+    // A stopped clock moves by exactly that, over midnight too.
     stage.advanceClock(24LL * 3600 * 1000);
     QCOMPARE(serverTime(), opening.addDays(1).addSecs(60));
     stage.setClock(opening.addDays(7));

@@ -127,6 +127,7 @@ void ClientInterruptTest::scenarioThatWaits_interrupted_endsWithinASecond() {
     QVERIFY2(ended.code == 1, ended.text());
     QVERIFY2(ended.out.contains("silent.scn: interrupted"), ended.text());
     QVERIFY2(!ended.out.contains("failed"), ended.text());
+    QVERIFY2(ended.err.isEmpty(), ended.text());
 }
 
 void ClientInterruptTest::ticksWatch_interrupted_endsWithSuccess() {

@@ -30,7 +30,7 @@ struct Ended {
     }
 };
 
-/// A statement on one of the market's files; the first column of its rows.
+/// Runs a statement on one of the market's files; returns the first column of its rows.
 QStringList sql(const QString& file, const QString& statement) {
     QStringList column;
     {
@@ -55,7 +55,7 @@ QSet<QString> asSet(const QStringList& list) {
 
 }  // namespace
 
-/// The real program in processes of its own, over homes of the test's own.
+/// Runs the real program in child processes, over homes of the test's own.
 class ClientProcessTest : public QObject {
     Q_OBJECT
 
@@ -65,24 +65,24 @@ private slots:
 
     void mainJob_withoutTerminal_printsStepsAndTableAndEnds();
     void mainJob_secondTime_opensTheMarket();
-    void table_allRows_standAlignedAndComplete();
-    void stay_interrupted_endsWell_data();
-    void stay_interrupted_endsWell();
+    void table_allRows_areAlignedAndComplete();
+    void stay_interrupted_exitsWithSuccess_data();
+    void stay_interrupted_exitsWithSuccess();
     void call_lists_answersAsJson();
     void call_unknownFunction_namesCloseOnes();
     void call_argumentsThatDoNotFit_isWrongUsage();
     void functions_listsWithoutStarting();
     void unknownOption_isWrongUsage();
-    void damagedFile_isNamedWithTheWayOut_data();
-    void damagedFile_isNamedWithTheWayOut();
+    void damagedFile_isNamedWithTheRemedy_data();
+    void damagedFile_isNamedWithTheRemedy();
     void rebuild_overDamagedFiles_startsAgain();
     void missingPlugin_isNamed();
     void faults_reachTheRequestsOfStartAndCall();
-    void bodyLimit_isThePlatforms();
+    void bodyLimit_reachesThePlatform();
     void logInRefused_isReported();
     void accountsThatNeverLoad_endTheStart();
     void accountsThatNeverLoad_interrupted_endTheStart();
-    void log_keepsDebugLinesForThoseWhoAsk();
+    void log_holdsDebugLinesOnRequest();
 
 private:
     QProcessEnvironment environment() const;
@@ -222,7 +222,7 @@ void ClientProcessTest::mainJob_secondTime_opensTheMarket() {
              before);
 }
 
-void ClientProcessTest::table_allRows_standAlignedAndComplete() {
+void ClientProcessTest::table_allRows_areAlignedAndComplete() {
     m_environment.insert(QStringLiteral("NEIGHBOUR_ROWS"), QStringLiteral("all"));
     const Ended ended = run({});
     m_environment.remove(QStringLiteral("NEIGHBOUR_ROWS"));
@@ -250,13 +250,13 @@ void ClientProcessTest::table_allRows_standAlignedAndComplete() {
     QCOMPARE(wideNames, printed.size());
 }
 
-void ClientProcessTest::stay_interrupted_endsWell_data() {
+void ClientProcessTest::stay_interrupted_exitsWithSuccess_data() {
     QTest::addColumn<int>("number");
     QTest::newRow("SIGINT") << SIGINT;
     QTest::newRow("SIGTERM") << SIGTERM;
 }
 
-void ClientProcessTest::stay_interrupted_endsWell() {
+void ClientProcessTest::stay_interrupted_exitsWithSuccess() {
     QFETCH(int, number);
     QProcess process;
     begin(process, {QStringLiteral("--stay")});
@@ -322,7 +322,7 @@ void ClientProcessTest::unknownOption_isWrongUsage() {
     QVERIFY2(ended.out.isEmpty(), ended.text());
 }
 
-void ClientProcessTest::damagedFile_isNamedWithTheWayOut_data() {
+void ClientProcessTest::damagedFile_isNamedWithTheRemedy_data() {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("truncated");
     for (const char* name : {"market.sqlite", "static.sqlite"}) {
@@ -331,7 +331,7 @@ void ClientProcessTest::damagedFile_isNamedWithTheWayOut_data() {
     }
 }
 
-void ClientProcessTest::damagedFile_isNamedWithTheWayOut() {
+void ClientProcessTest::damagedFile_isNamedWithTheRemedy() {
     QFETCH(QString, name);
     QFETCH(bool, truncated);
     QFile file(marketFile(name));
@@ -385,7 +385,7 @@ void ClientProcessTest::faults_reachTheRequestsOfStartAndCall() {
     QVERIFY2(ended.err.contains(QStringLiteral("column 10: 'loss'")), ended.text());
 }
 
-void ClientProcessTest::bodyLimit_isThePlatforms() {
+void ClientProcessTest::bodyLimit_reachesThePlatform() {
     const Ended small = run({"--body-limit", "4KiB"});
     QVERIFY2(small.code == 1 && !small.crashed, small.text());
     QVERIFY2(small.err.contains("more than 4096 bytes"), small.text());
@@ -431,7 +431,7 @@ void ClientProcessTest::accountsThatNeverLoad_interrupted_endTheStart() {
     QVERIFY2(ended.err.contains(QStringLiteral("interrupted")), ended.text());
 }
 
-void ClientProcessTest::log_keepsDebugLinesForThoseWhoAsk() {
+void ClientProcessTest::log_holdsDebugLinesOnRequest() {
     const auto debugLines = [this] {
         QFile log(QDir(m_home).filePath(QStringLiteral("log/client.log")));
         return log.open(QFile::ReadOnly) ? log.readAll().count(" debug velmar.") : -1;

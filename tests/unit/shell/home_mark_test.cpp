@@ -77,9 +77,19 @@ private slots:
         QCOMPARE(take(Owner::Scenario), Outcome::Taken);
     }
 
+    void olderHome_isTakenOverAsAClients_data() {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("folder");
+        QTest::newRow("settings") << "settings/client.ini"
+                                  << "market";
+        QTest::newRow("no setting saved yet") << "market/market.sqlite"
+                                              << "settings";
+    }
     void olderHome_isTakenOverAsAClients() {
-        QVERIFY(writeFile(m_home + "/settings/client.ini"));
-        QVERIFY(QDir().mkpath(m_home + "/market"));
+        QFETCH(QString, file);
+        QFETCH(QString, folder);
+        QVERIFY(writeFile(m_home + '/' + file));
+        QVERIFY(QDir().mkpath(m_home + '/' + folder));
         QCOMPARE(take(Owner::Scenario), Outcome::Refused);
         QVERIFY(!QFile::exists(QDir(m_home).filePath(HomeMark::fileName())));
         QCOMPARE(take(Owner::Client), Outcome::Taken);
@@ -93,6 +103,7 @@ private slots:
         QTest::newRow("hidden file") << ".profile";
         QTest::newRow("a folder alone") << "market/readme";
         QTest::newRow("settings alone") << "settings/client.ini";
+        QTest::newRow("market alone") << "market/market.sqlite";
     }
     void foreignFolder_isRefusedAndStaysAsItIs() {
         QFETCH(QString, file);
@@ -136,6 +147,7 @@ private slots:
         QVERIFY2(result.started && !result.crashed && result.exitCode == 2,
                  qPrintable(result.output));
         QVERIFY2(result.output.contains(m_home + " is not empty"), qPrintable(result.output));
+        QCOMPARE(result.output.trimmed().count('\n'), 0);
         QCOMPARE(contentOf(m_home).size(), 1);
     }
 
