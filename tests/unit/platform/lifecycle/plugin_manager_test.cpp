@@ -145,6 +145,7 @@ void PluginManagerTest::load_metaDataThatDoesNotFit_isRefusedUnloaded() {
     const QTemporaryDir dir;
     const QString file = fixtureWith(dir, text, other);
     QVERIFY(!file.isEmpty());
+    QVERIFY2(PluginManager::unfitness(file).contains(why), qPrintable(file));
     refused(file, why);
     QCOMPARE(calls(), QStringList());
 }
@@ -170,6 +171,7 @@ void PluginManagerTest::load_twice_isRefused() {
 
 void PluginManagerTest::load_good_initializesWithTheLibrarysName() {
     PluginManager manager;
+    QCOMPARE(PluginManager::unfitness(kFixture), QString());
     QVERIFY(manager.load(kFixture, nullptr));
     QCOMPARE(calls(), QStringList{"initialize 0 libFixturePlugin"});
     QObject* const descriptor = manager.descriptor("Good");
