@@ -53,7 +53,7 @@ QString Client::libraryFile(const QString& pluginsDir, const QString& library) {
 }
 
 QString Client::marketDir() const {
-    return QDir(m_options.homeDir).filePath(QStringLiteral("market"));
+    return sampleMarketDir(m_options.homeDir, m_options.market);
 }
 
 void Client::ended(const QString& text) const {
@@ -99,27 +99,25 @@ bool Client::prepareMarket(QString* error) {
     const QString size = QStringLiteral("%1 accounts, %2 symbols")
                              .arg(market.allAccounts())
                              .arg(market.allSymbols());
-    if (!m_options.rebuildMarket) {
-        const MarketState state = sampleMarketState(marketDir(), market, error);
-        if (state == MarketState::Ready) {
-            ended(QStringLiteral("sample market opened (%1)").arg(size));
-            return true;
-        }
-        // What somebody may want to look at is not written over unasked.
-        if (state == MarketState::Damaged) {
-            return false;
-        }
-    }
-    const auto progress = [this](int done, int total) {
+    MarketWatch watch;
+    watch.waits = m_listener.waits;
+    watch.interrupted = &InterruptWatch::hasCome;
+    watch.progress = [this](int done, int total) {
         if (m_listener.marketProgress) {
             m_listener.marketProgress(done, total);
         }
-        return !InterruptWatch::hasCome();
+        return true;
     };
-    if (!makeSampleMarket(marketDir(), market, progress, error)) {
-        return false;
+    switch (provideSampleMarket(marketDir(), market, m_options.rebuildMarket, watch, error)) {
+        case MarketProvided::Failed:
+            return false;
+        case MarketProvided::Opened:
+            ended(QStringLiteral("sample market opened (%1)").arg(size));
+            break;
+        case MarketProvided::Made:
+            ended(QStringLiteral("sample market made (%1)").arg(size));
+            break;
     }
-    ended(QStringLiteral("sample market made (%1)").arg(size));
     return true;
 }
 

@@ -46,6 +46,8 @@ public:
         std::function<void(const QString& text)> stepEnded;
         /// Something long is under way.
         std::function<void(int done, int total)> marketProgress;
+        /// A line for the user, before a wait for another process.
+        std::function<void(const QString& text)> waits{};
         /// Presenters may be made from here on; nothing is connected yet.
         std::function<void()> platformStarted{};
         /// A plug-in library of the folder is not used; the text names its file and says why.

@@ -83,10 +83,16 @@ bool installLog(const ShellOptions& options) {
     return true;
 }
 
+/// A client says on stderr when it waits for another process.
+Client::Listener withWaits(Client::Listener listener) {
+    listener.waits = &printError;
+    return listener;
+}
+
 /// A client whose main thread an interrupt wakes.
 struct WatchedClient {
     explicit WatchedClient(const Client::Options& options, const Client::Listener& listener = {})
-        : client(options, listener) {
+        : client(options, withWaits(listener)) {
         QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
     }
 
