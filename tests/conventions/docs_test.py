@@ -101,7 +101,7 @@ class Docs(unittest.TestCase):
 
     def test_gates_of_the_page_have_the_ids_of_the_code(self):
         in_code = re.findall(r"\{+(0x[0-9A-F]+), (NetGateType::\w+)\}",
-                             read("host/platform/messaging/gate_events.h"))
+                             read("host/platform/messaging/gate_events.cpp"))
         on_page = re.findall(r"`(NetGateType::\w+)` \| (0x[0-9A-F]+) \|", read("docs/plugin-author.md"))
         self.assertEqual(sorted((gate, number) for number, gate in in_code), sorted(on_page))
 
