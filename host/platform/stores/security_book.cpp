@@ -1,13 +1,10 @@
 #include "security_book.h"
 
-<<<<<<< HEAD
 #include "data_log.h"
 #include "data_stores.h"
 #include "quantity_rule_check.h"
 #include "quantity_sections.h"
-=======
 #include "never_destroyed.h"
->>>>>>> w/platform
 #include "reference_table.h"
 #include "vocabulary/fields.h"
 
