@@ -25,9 +25,9 @@ public:
     PluginManager(const PluginManager&) = delete;
     PluginManager& operator=(const PluginManager&) = delete;
 
-    /// Why a library's metadata rules it out, empty when it does not: it has none, it names another
-    /// interface id than "ZNAppPlugin", or its "CompatVersion" is missing or older than this
-    /// platform supports. Loads nothing.
+    /// Why a library's metadata rules it out, empty when it does not: the metadata is missing,
+    /// names another interface id than "ZNAppPlugin", or its "CompatVersion" is missing or older
+    /// than this platform supports. Loads nothing.
     static QString unfitness(const QString& file);
     /// Loads a library and calls its initialize(). Refuses, without loading it, a library that
     /// unfitness() rules out, and one that is loaded already.
@@ -40,7 +40,7 @@ public:
     ZnPluginBaseObject* makePluginObject(const QString& name, QString* error);
     /// The same for each object with a "metaId" that the library handed in; `file` as it was given
     /// to load(). Returns the names of the created ones; `errors` gets a text for each that could
-    /// not be created, or one when the library handed in none.
+    /// not be created, or one when the library handed in no such object.
     QStringList makePluginObjects(const QString& file, QStringList* errors);
     /// Calls extensionsInitialized() of every plug-in in the order of loading, then
     /// delayedInitialize() of every plug-in.
