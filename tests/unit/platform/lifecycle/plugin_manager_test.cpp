@@ -26,7 +26,7 @@ constexpr const char* kRefusal = "fixtureRefusal";
 /// A copy of the fixture in which a text of its metadata is replaced by another of the same length.
 QString fixtureWith(const QTemporaryDir& dir, const QByteArray& text, const QByteArray& other) {
     QFile original(kFixture);
-    const QString path = dir.filePath("libChanged.so");
+    QString path = dir.filePath("libChanged.so");
     QFile changed(path);
     if (!original.open(QIODevice::ReadOnly) || !changed.open(QIODevice::WriteOnly)) {
         return {};
