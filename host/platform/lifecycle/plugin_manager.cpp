@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "handed_in_objects.h"
+#include "log_refusal.h"
 #include "message_log.h"
 #include "znplugin/i_plugin.h"
 #include "znwidget/zn_plugin_base_object.h"
@@ -19,12 +20,7 @@ inline const QString kPluginIid = QStringLiteral("ZNAppPlugin");
 constexpr const char* kMetaIdProperty = "metaId";
 
 bool refuse(const QString& file, const QString& why, QString* error) {
-    const QString text = QStringLiteral("%1: %2").arg(file, why);
-    qCWarning(lcPluginHost).noquote() << text;
-    if (error) {
-        *error = text;
-    }
-    return false;
+    return logRefusal(lcPluginHost(), file, why, error);
 }
 
 }  // namespace
