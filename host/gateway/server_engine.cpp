@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "gateway_log.h"
+#include "handler_families.h"
 #include "message_type.h"
 #include "packed_body.h"
 #include "row_count.h"
@@ -12,7 +13,7 @@
 
 namespace {
 
-// Where the older messages look for the text of a failure.
+// The older messages read the text of a failure from this field.
 inline const QString kFailureText = QStringLiteral("58");
 inline const QString kRefused = QStringLiteral("1");
 
@@ -70,14 +71,9 @@ bool cutToStatedRows(const QString& msgType, const QVariantMap& header, QList<QV
 
 ServerEngine::ServerEngine(std::shared_ptr<const MarketStore> store,
                            std::shared_ptr<ServerState> state)
-    : m_store(std::move(store)), m_state(state ? std::move(state) : ServerState::inMemory()) {
-    addSessionHandlers(m_handlers);
-    addAccountHandlers(m_handlers);
-    addAuthorityHandlers(m_handlers);
-    addSubscriptionHandlers(m_handlers);
-    addProfileHandlers(m_handlers);
-    addCageHandlers(m_handlers);
-}
+    : m_store(std::move(store)),
+      m_state(state ? std::move(state) : ServerState::inMemory()),
+      m_handlers(standardHandlers()) {}
 
 std::shared_ptr<ServerEngine> ServerEngine::open(const QString& storeFile, QString* error,
                                                  std::shared_ptr<ServerState> state) {
@@ -114,7 +110,7 @@ QVariant ServerEngine::handle(const Session& session, const QString& envelopeTyp
 }
 
 HandlerAnswer ServerEngine::dispatch(const ServerCall& call) const {
-    // Every request has at least its type in the header; garbage reads as an empty one.
+    // Every request has at least its type in the header; garbage decodes as an empty header.
     if (call.header.isEmpty()) {
         return HandlerAnswer::refused(QStringLiteral("消息%1的内容无法解析").arg(call.msgType));
     }

@@ -1,8 +1,25 @@
 #include "security_book.h"
 
+#include "data_log.h"
+#include "data_stores.h"
+#include "quantity_rule_check.h"
+#include "quantity_sections.h"
 #include "never_destroyed.h"
 #include "reference_table.h"
 #include "vocabulary/fields.h"
+
+namespace {
+
+void warnOfBadQuantities(const QHash<QString, QVariantMap>& securities) {
+    const StaticDatabase& rules = DataStores::staticDatabase();
+    const QStringList sentences = minimumsOffTheirStep(
+        securities, rules.section(QuantitySection::step), rules.section(QuantitySection::min));
+    for (const QString& sentence : sentences) {
+        qCWarning(lcPlatformStaticData).noquote() << sentence;
+    }
+}
+
+}  // namespace
 
 SecurityBook& SecurityBook::instance() {
     return neverDestroyed([] { return new SecurityBook; });
@@ -27,6 +44,7 @@ std::shared_ptr<const SecurityBook::Rows> SecurityBook::readRows() {
     table.load();
     auto rows = std::make_shared<Rows>();
     rows->bySymbol = table.records();
+    warnOfBadQuantities(rows->bySymbol);
     QStringList symbols = rows->bySymbol.keys();
     // If two securities have the same id, it leads to the one with the smaller symbol.
     symbols.sort();
