@@ -9,6 +9,11 @@
 #include "market_store.h"
 #include "sealed_database.h"
 
+// A static library drops the object file unless something refers to it.
+static void initMarketSql() {
+    Q_INIT_RESOURCE(market_sql);
+}
+
 namespace {
 
 inline const QString kMetaTable = QStringLiteral("meta");
@@ -86,6 +91,7 @@ bool MarketFile::create(const QString& schema) {
 }
 
 bool MarketFile::runSchema(const QString& schema) {
+    initMarketSql();
     QFile file(QStringLiteral(":/market/sql/") + schema);
     if (!file.open(QIODevice::ReadOnly)) {
         return fail({DatabaseFault::Kind::Other,

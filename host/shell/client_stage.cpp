@@ -6,11 +6,13 @@
 #include <utility>
 
 #include "commonquotahandler/common_quota_handler.h"
+#include "exchange_clock.h"
 #include "faulty_link.h"
 #include "interrupt_watch.h"
 #include "local_platform.h"
 #include "recording_link.h"
 #include "server_engine.h"
+#include "settings_codec.h"
 #include "velmarutils/velmar_utils.h"
 #include "znwidget/zn_presenter_class.h"
 
@@ -22,7 +24,7 @@ constexpr int kSubscribe = 1;
 
 }  // namespace
 
-/// Keeps the events that a scenario expects.
+/// Records the events that a scenario expects.
 class ClientStage::Watcher : public ZnPresenterClass {
 public:
     Watcher(std::shared_ptr<ScenarioTape> tape, const QVector<Event>& events)
@@ -79,7 +81,7 @@ bool ClientStage::listenTo(const QString& event, QString* error) {
 bool ClientStage::setSetting(const QString& name, const QString& value, QString* error) {
     QSettings settings(QDir(m_options.homeDir).filePath(QStringLiteral("settings/client.ini")),
                        QSettings::IniFormat);
-    settings.setIniCodec("UTF-8");
+    settings.setIniCodec(settingsCodec());
     settings.setValue(name, value);
     settings.sync();
     if (settings.status() == QSettings::NoError) {
@@ -94,17 +96,17 @@ FaultPlan& ClientStage::faults() {
 }
 
 void ClientStage::setClock(const QDateTime& time) {
-    m_time = time;
-    LocalPlatform::instance().setClock([time] { return time; });
+    m_time = inExchangeZone(time);
+    LocalPlatform::instance().setClock([time = m_time] { return time; });
 }
 
 void ClientStage::advanceClock(qint64 ms) {
-    setClock((m_time.isValid() ? m_time : QDateTime::currentDateTime()).addMSecs(ms));
+    setClock((m_time.isValid() ? m_time : exchangeNow()).addMSecs(ms));
 }
 
 void ClientStage::platformStarted() {
     if (m_time.isValid()) {
-        // A platform that starts begins with the machine's clock.
+        // Starting the platform has set its clock back to the machine's.
         setClock(m_time);
     }
     auto* const watcher = new Watcher(m_tape, m_events);
@@ -167,7 +169,7 @@ int ClientStage::pendingRequests() const {
 }
 
 bool ClientStage::waitUntil(const std::function<bool()>& predicate, int limitMs) {
-    // Whatever it asks for may change on any thread, so it is asked now and then.
+    // The predicate may depend on any thread's work, which does not wake the gate: poll.
     QElapsedTimer timer;
     timer.start();
     while (!predicate()) {

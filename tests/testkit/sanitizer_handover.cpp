@@ -2,7 +2,7 @@
 // another thread orders what came before it against what the receiver does, nor that
 // QThread::wait() returns after the thread's work. Every signal emission releases one address and
 // every delivered event acquires it; a thread's finished() releases another, which the end of any
-// object acquires: whoever deletes a thread, or what it used, has waited for it.
+// object acquires: code that deletes a thread, or an object that it used, has waited for it.
 #ifdef __SANITIZE_THREAD__
 
 #include <qnamespace.h>
@@ -37,7 +37,7 @@ namespace {
 char s_handOver;
 char s_threadEnd;
 
-/// Qt counts signals alone when it tells of an emission.
+/// The signal index that Qt's emission hook passes counts signals only, not slots.
 template <class Signal>
 int signalIndex(Signal signal) {
     const QMetaMethod method = QMetaMethod::fromSignal(signal);
@@ -68,7 +68,7 @@ void onObjectGone(QObject*) {
 
 bool onDelivery(void**) {
     __tsan_acquire(&s_handOver);
-    return false;  // the event goes on to its receiver
+    return false;  // the event is delivered as usual
 }
 
 template <class T>
@@ -83,7 +83,7 @@ void destruct(void* object) {
     static_cast<T*>(object)->~T();
 }
 
-/// A queued emission copies its arguments after it was told of and before it is queued, so the copy
+/// A queued emission copies its arguments after the hook ran and before it is queued, so the copy
 /// itself has to release. Only for types whose code is ours, not Qt's own: the first registration
 /// of a type is the one that counts.
 template <class T>

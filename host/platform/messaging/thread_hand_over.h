@@ -4,8 +4,8 @@
 #include <QObject>
 #include <utility>
 
-// The thread sanitizer does not see the futexes inside Qt's locks and event queues. These two tell
-// it of a hand-over; in every other build they are nothing.
+// The thread sanitizer does not see the futexes inside Qt's locks and event queues. These two
+// functions report a hand-over to it; in every other build they do nothing.
 #ifdef __SANITIZE_THREAD__
 extern "C" void __tsan_acquire(void* address);
 extern "C" void __tsan_release(void* address);
@@ -20,9 +20,9 @@ inline void handOverAcquire(const void*) {}
 inline void handOverRelease(const void*) {}
 #endif
 
-/// A functor on its way to another thread. The last thing that the sender does is to move it into
-/// the queue's memory, so that move is what releases; whoever calls it acquires before it reads
-/// anything of it.
+/// A functor on its way to another thread. The sender's last step is to move it into the queue's
+/// memory, so that move releases; the call on the other thread acquires before it reads the
+/// functor.
 template <class Functor>
 class HandedOver {
 public:
@@ -33,7 +33,7 @@ public:
     HandedOver(const HandedOver&) = delete;
     HandedOver& operator=(const HandedOver&) = delete;
     HandedOver& operator=(HandedOver&&) = delete;
-    // The queue's memory goes on whichever of the two threads lets go of it last.
+    // The queue's memory is freed on whichever of the two threads releases it last.
     ~HandedOver() { handOverAcquire(&s_address); }
 
     void operator()() {
