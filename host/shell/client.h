@@ -28,7 +28,7 @@ public:
         QString homeDir;
         QString pluginsDir;
         QStringList pluginFiles;  ///< further plug-in libraries; the start fails without one
-        /// Loads every other plug-in library of `pluginsDir` too, except those that do not fit.
+        /// Loads every other plug-in library in `pluginsDir` too, and skips those that do not fit.
         bool allPlugins = false;
         QString user;
         bool rebuildMarket = false;

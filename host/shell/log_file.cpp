@@ -10,6 +10,8 @@
 #include <ctime>
 #include <mutex>
 
+#include "never_destroyed.h"
+
 namespace {
 
 struct State {
@@ -20,8 +22,7 @@ struct State {
 };
 
 State& state() {
-    static auto* const leaked = new State;
-    return *leaked;
+    return neverDestroyed<State>();
 }
 
 const char* levelName(QtMsgType type) {

@@ -243,7 +243,7 @@ bool takeOptions(const QStringList& arguments, ShellOptions* options, QStringLis
 bool standsAlone(const ShellOptions& options, bool withCommand, QString* error) {
     // A command prints its answer and nothing else, so it runs no other plug-ins.
     if (withCommand && !options.pluginFiles.isEmpty()) {
-        *error = QStringLiteral("--%1 goes with no command").arg(kPlugin);
+        *error = QStringLiteral("--%1 cannot be combined with a command").arg(kPlugin);
         return false;
     }
     if (options.command != ShellOptions::Command::Scenario) {
