@@ -533,7 +533,8 @@ private slots:
         QVERIFY2(hongKong.succeeded(), qPrintable(hongKong.output));
         QVERIFY(hongKong.output.contains("lot size of the security"));
         QVERIFY(!hongKong.output.contains("unclear"));
-        QVERIFY2(hongKong.output.contains("price unit of the cage  0.001"),
+        QVERIFY2(hongKong.output.contains(
+                     QRegularExpression("\nprice unit of the cage +0\\.001 +3 decimals")),
                  qPrintable(hongKong.output));
         const ChildResult bare = run("600000");
         QCOMPARE(bare.exitCode, 2);

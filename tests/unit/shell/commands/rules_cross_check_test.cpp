@@ -66,7 +66,8 @@ private:
     QStringList symbolsOfTheMarket() const {
         QStringList symbols;
         QString error;
-        const auto store = MarketStore::open(staticDatabaseFile(m_home.filePath("market")), &error);
+        const auto store = MarketStore::open(
+            staticDatabaseFile(sampleMarketDir(m_home.path(), smallMarket())), &error);
         if (store) {
             store->select(
                 "SELECT symbol FROM reference WHERE kind = 'security'", {},
