@@ -32,7 +32,7 @@ std::shared_ptr<const PriorityRows> AccountState::priorityRows(
     const Guarded<AccountTables>::ReadHandle& tables) const {
     const auto order = m_accountOrderLock.read();
     // Held while the rows are made: whoever else needs them waits instead of making them too.
-    const auto cache = m_priorityRowsLock.write();
+    const auto cache = m_priorityRowsLock.lock();
     if (!cache->rows || cache->tablesRevision != tables.revision() ||
         cache->orderRevision != order.revision()) {
         cache->rows = std::make_shared<const PriorityRows>(*tables, *order);

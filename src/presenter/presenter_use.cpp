@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "never_destroyed.h"
 #include "velmar_business_data_manager_presenter_class.h"
 
 namespace {
@@ -14,10 +15,9 @@ struct LivePresenters {
     QHash<const VelmarBusinessDataManagerPresenterClass*, int> uses;
 };
 
-// Leaked: a presenter that the platform disposes of last still leaves by it.
+// The platform may dispose of a presenter while static objects are being destroyed.
 LivePresenters& livePresenters() {
-    static auto* const presenters = new LivePresenters;
-    return *presenters;
+    return neverDestroyed<LivePresenters>();
 }
 
 }  // namespace

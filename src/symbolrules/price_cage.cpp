@@ -108,7 +108,7 @@ QString PriceCage::initCageMap(ZnPresenterClass* presenter, bool refresh) {
         tables->m_cageMap = load.cageMap();
         tables->m_cageApplyMap = load.applyMap();
         tables->m_cageIndexMap = load.index();
-        auto cache = m_symbolCageIdLock.write();
+        auto cache = m_symbolCageIdLock.lock();
         cache->m_symbolCageIdMap.clear();
         cache.unlock();
         m_cageApplySource = load.applySource();
@@ -131,7 +131,7 @@ void PriceCage::noteProfileQuery(bool succeeded) {
 
 QVariantMap PriceCage::GetCageMapBySymbol(const QString& symbol) const {
     const auto tables = m_cageLock.read();
-    auto known = m_symbolCageIdLock.read();
+    auto known = m_symbolCageIdLock.lock();
     const auto found = known->m_symbolCageIdMap.constFind(symbol);
     if (found != known->m_symbolCageIdMap.cend()) {
         return tables->m_cageMap.value(*found);
@@ -139,7 +139,7 @@ QVariantMap PriceCage::GetCageMapBySymbol(const QString& symbol) const {
     known.unlock();
     const QString cageId = cageIdOf(symbol, tables->m_cageIndexMap);
     // A load that replaces the tables clears the ids under the write lock, so this one is not late.
-    const auto cache = m_symbolCageIdLock.write();
+    const auto cache = m_symbolCageIdLock.lock();
     cache->m_symbolCageIdMap.insert(symbol, cageId);
     return tables->m_cageMap.value(cageId);
 }

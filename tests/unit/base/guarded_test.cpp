@@ -23,6 +23,22 @@ struct ReachesThroughNamed
     : std::bool_constant<!std::is_void_v<decltype(std::declval<const Handle&>().operator->())>> {};
 
 using Guard = Guarded<Tables>;
+using MutexGuard = Guarded<Tables, QMutex>;
+
+template <class Guard, class = void>
+struct HasReadAndWrite : std::false_type {};
+template <class Guard>
+struct HasReadAndWrite<Guard, std::void_t<decltype(std::declval<Guard&>().read()),
+                                          decltype(std::declval<Guard&>().write())>>
+    : std::true_type {};
+template <class Guard, class = void>
+struct HasLock : std::false_type {};
+template <class Guard>
+struct HasLock<Guard, std::void_t<decltype(std::declval<Guard&>().lock())>> : std::true_type {};
+
+// A mutex knows no readers, so its guard does not look as if it did.
+static_assert(HasReadAndWrite<Guard>::value && !HasLock<Guard>::value);
+static_assert(HasLock<MutexGuard>::value && !HasReadAndWrite<MutexGuard>::value);
 
 // A handle that dies with its expression would unlock before its tables are used.
 static_assert(!ReachesThroughTemporary<Guard::ReadHandle>::value);
@@ -33,12 +49,20 @@ static_assert(
         std::remove_pointer_t<decltype(std::declval<const Guard::ReadHandle&>().operator->())>>);
 
 constexpr const char* kWrongOrder = "--wrong-order";
+constexpr const char* kUseAfterUnlock = "--use-after-unlock";
 
 void takeInTheWrongOrder() {
     Guarded<Tables> outer("m_outer", LockRank::Account);
     Guarded<Tables> inner("m_inner", LockRank::AccountOrder);
     const auto second = inner.read();
     const auto first = outer.read();
+}
+
+void useAfterUnlock() {
+    Guarded<Tables> guard("guard", LockRank::Account);
+    auto tables = guard.write();
+    tables.unlock();
+    tables->left = 1;
 }
 
 }  // namespace
@@ -101,6 +125,37 @@ private slots:
         QCOMPARE(second->left, 1);
     }
 
+    void handle_usedAfterItsUnlock_endsTheProcessWithAMessage() {
+#ifdef QT_NO_DEBUG
+        QSKIP("the use of a handle is checked in debug builds");
+#endif
+        const ChildResult child =
+            runChild(QCoreApplication::applicationFilePath(), {kUseAfterUnlock});
+        QVERIFY(child.crashed);
+        QVERIFY2(child.output.contains("a handle is used after its unlock()"),
+                 qPrintable(child.output));
+    }
+
+    void unlock_twice_releasesOnce() {
+        MutexGuard guard("guard", LockRank::Account);
+        auto first = guard.lock();
+        first.unlock();
+        first.unlock();
+        const auto second = guard.lock();
+        QCOMPARE(second->left, 0);
+    }
+
+    void moveOfAHandle_leavesTheLockWithTheNewOne() {
+        MutexGuard guard("guard", LockRank::Account);
+        {
+            auto first = guard.lock();
+            const auto second = std::move(first);
+            second->left = 3;
+        }
+        const auto third = guard.lock();
+        QCOMPARE(third->left, 3);
+    }
+
     void locks_takenInTheWrongOrder_endTheProcessAndNameBoth() {
 #ifdef QT_NO_DEBUG
         QSKIP("the order is checked in debug builds");
@@ -111,12 +166,12 @@ private slots:
                  qPrintable(child.output));
     }
 
-    void heldLocks_overTheLifeOfAHandle_areTold() {
+    void heldLocks_overTheLifeOfAHandle_areKnown() {
         if (!HeldLocks::any()) {
             Guarded<Tables> outer("outer", LockRank::Account);
             Guarded<Tables, QMutex> inner("inner", LockRank::Leaf);
             const auto first = outer.read();
-            auto second = inner.write();
+            auto second = inner.lock();
             second.unlock();
 #ifndef QT_NO_DEBUG
             QVERIFY(HeldLocks::any());
@@ -130,6 +185,10 @@ private slots:
 int main(int argc, char** argv) {
     if (argc == 2 && QByteArray(argv[1]) == kWrongOrder) {
         takeInTheWrongOrder();
+        return 0;
+    }
+    if (argc == 2 && QByteArray(argv[1]) == kUseAfterUnlock) {
+        useAfterUnlock();
         return 0;
     }
     const QCoreApplication app(argc, argv);
