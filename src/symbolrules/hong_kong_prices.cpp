@@ -1,8 +1,8 @@
 #include "hong_kong_prices.h"
 
+#include "data_query.h"
 #include "price_unit_ladders.h"
 #include "velmarutils/velmar_init_state_mgr.h"
-#include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
@@ -52,17 +52,13 @@ void HongKongPrices::initHKExchangeRate(ZnPresenterClass* presenter) {
     if (!steps.StartInit(InitTypeCode::HkExchangeRate)) {
         return;
     }
-    QString error;
-    QList<QVariantMap> rows;
-    const QString status =
-        VelmarUtils::SendRequestToServer(presenter, Velmar_MsgType::HKStockExchangeRateRequest, {},
-                                         QueryDataMode::Normal, error, rows, false, false);
-    if (!error.isEmpty() || status != RequestExeStatus::success) {
+    ServerReply reply = queryRows(presenter, Velmar_MsgType::HKStockExchangeRateRequest, {});
+    if (!reply.isAnswered()) {
         steps.FinishInit(InitTypeCode::HkExchangeRate, false, true);
         return;
     }
     auto tables = m_hkRateLock.write();
-    for (QVariantMap& row : rows) {
+    for (QVariantMap& row : reply.rows) {
         const double mid = (row.value(HKSExchgRate::HKSExchgRateSell).toDouble() +
                             row.value(HKSExchgRate::HKSExchgRateBuy).toDouble()) *
                            0.5;
@@ -85,20 +81,18 @@ void HongKongPrices::loadLadder(ZnPresenterClass* presenter, const QString& secu
     if (!steps.StartInit(step)) {
         return;
     }
-    QString error;
-    const QList<QVariantMap> rows = VelmarUtils::QueryDatasFromServer(
-        presenter, Velmar_MsgType::HKPriceUnitRequest, {{HKSExchgRate::HKPriceUnitType, unitType}},
-        QueryDataMode::Normal, error);
-    if (error.isEmpty()) {
+    const ServerReply reply = queryRows(presenter, Velmar_MsgType::HKPriceUnitRequest,
+                                        {{HKSExchgRate::HKPriceUnitType, unitType}});
+    if (reply.isAnswered()) {
         ladder->clear();
-        for (const QVariantMap& row : rows) {
+        for (const QVariantMap& row : reply.rows) {
             const double bound = row.value(HKSExchgRate::HKLevelUpPrice).toDouble() * kThousandths;
             // By way of a text, which rounds: 0.57 dollars are 570 thousandths, not 569.
             ladder->insert(QString::number(bound, 'f', 0).toInt(),
                            row.value(HKSExchgRate::HKLevelPrice).toDouble());
         }
     }
-    steps.FinishInit(step, error.isEmpty() && !rows.isEmpty(), true);
+    steps.FinishInit(step, !reply.rows.isEmpty(), true);
 }
 
 double HongKongPrices::GetHKStockPriceUnit(double price, const QString& securityType) const {

@@ -51,13 +51,12 @@ ServerAnswer judgeAnswer(const QString& msgType, int sendResult, const QVariant&
     CUnPackMessageCommon body;
     body.SetUnPackMsg(response, false);
     const QString status = body.GetValue(System::requestExeStatus, QString()).toString();
-    const bool success = status == RequestExeStatus::success;
-    if (sendResult == kAnswered && success) {
+    if (sendResult == kAnswered && status == RequestExeStatus::success) {
         ServerAnswer answer{status, QString(), {}, body.GetRowValue()};
         if (dataRows(msgType, body, &answer.rows, &answer.error)) {
             return answer;
         }
-        qCWarning(lcPlatformQuery).noquote() << answer.error;
+        qCDebug(lcPlatformQuery).noquote() << answer.error;
         return {QString(), answer.error, {}, {}};
     }
     QString text = body.GetValue(System::textDescription, QString()).toString();
@@ -68,5 +67,5 @@ ServerAnswer judgeAnswer(const QString& msgType, int sendResult, const QVariant&
                       .arg(msgType, status)
                 : QStringLiteral("%1 could not be sent (result %2)").arg(msgType).arg(sendResult);
     }
-    return {success ? QString() : status, text, {}, {}};
+    return {sendResult == kAnswered ? status : QString(), text, {}, {}};
 }

@@ -16,8 +16,7 @@ struct ServerAnswer {
 /// The one place that tells the outcomes of a synchronous request apart. `sendResult` and
 /// `response` are what the send gave.
 /// - 1, a time-out: Velmar_Values::RequestExeStatus::timeout, and a text of its own.
-/// - other than 0, a failure of the platform: the body's status, unless that says success, and its
-///   text.
+/// - other than 0, a failure of the platform: no status, and the body's text.
 /// - 0 with another status than success, a refusal: the body's status and text.
 /// - 0 and success: rows 1 to System::subGroupNumber. A body that holds fewer, or whose number is
 ///   none, was cut or mangled on its way: a failure like any other, with a text and no row at all.

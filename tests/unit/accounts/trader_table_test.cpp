@@ -170,7 +170,7 @@ private slots:
             room.world.link().onOccurrence(kTraders, 1, reply);
             const LogCapture log;
             QVERIFY(room.traders.GetOrganTraderList(room.presenter).isEmpty());
-            QVERIFY(log.contains(QtWarningMsg, "the traders are not loaded"));
+            QVERIFY(log.contains(QtDebugMsg, "the traders are not loaded"));
             QCOMPARE(loadState(), InitState::Failed);
             QVERIFY(room.traders.GetOrganTraderList(room.presenter).isEmpty());
             QVERIFY(room.traders.GetTraderInfoList(room.presenter, QString()).isEmpty());

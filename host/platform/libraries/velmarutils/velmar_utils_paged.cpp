@@ -52,7 +52,7 @@ using NextPage = std::function<Next(const ServerAnswer& answer, int collected, Q
 
 Next endless(const QString& msgType, const QString& what, QString* error) {
     *error = QStringLiteral("the list of %1 does not end: %2").arg(msgType, what);
-    qCWarning(lcPlatformQuery).noquote() << *error;
+    qCDebug(lcPlatformQuery).noquote() << *error;
     return Next::Error;
 }
 
@@ -105,7 +105,7 @@ Next badTotal(const QString& msgType, const QVariant& told, qint64 atLeast, QStr
     *error = QStringLiteral("the answer to %1 is garbage: it tells of \"%2\" rows in all, %3 came")
                  .arg(msgType, told.toString())
                  .arg(atLeast);
-    qCWarning(lcPlatformQuery).noquote() << *error;
+    qCDebug(lcPlatformQuery).noquote() << *error;
     return Next::Error;
 }
 
