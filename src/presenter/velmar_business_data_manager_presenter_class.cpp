@@ -18,9 +18,10 @@ std::atomic<VelmarBusinessDataManagerPresenterClass*> s_presenter{nullptr};
 
 namespace {
 
-// A delay statistic spans minutes, and four heartbeats of 15 seconds make one.
+// The setting is in minutes, and there is a heartbeat every 15 seconds.
 constexpr int kBeatsPerMinute = 4;
 constexpr int kSubscribe = 1;
+constexpr int kMsPerSecond = 1000;
 
 }  // namespace
 
@@ -100,6 +101,13 @@ void VelmarBusinessDataManagerPresenterClass::readMenuRelations() {
             m_busiMsgMenuMap.insert(it.key(), it.value().split(QLatin1Char('|')));
         }
     }
+}
+
+int VelmarBusinessDataManagerPresenterClass::startPerformTimer(const QString& type,
+                                                               int periodSeconds) {
+    const int timerId = startTimer(periodSeconds * kMsPerSecond, Qt::VeryCoarseTimer);
+    m_performTimerMap.insert(type, timerId);
+    return timerId;
 }
 
 void VelmarBusinessDataManagerPresenterClass::timerEvent(QTimerEvent* event) {
