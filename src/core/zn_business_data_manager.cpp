@@ -35,7 +35,7 @@
 
 namespace {
 
-// Whether the start-up work is still to be done; an exchange claims it.
+// True until an object claims the start-up work by an exchange.
 std::atomic<bool> s_firstConstruction{true};
 
 constexpr const char* kInitDataTag = "ZnBusinessDataManager::InitData";
@@ -76,7 +76,7 @@ ZnBusinessDataManager::ZnBusinessDataManager(QObject* parent)
     if (s_firstConstruction.exchange(false)) {
         startUp();
     }
-    // Its slots are the application thread's, whoever was first to need the data.
+    // The first caller may be any thread; the slots run on the application's.
     if (!parent && qApp && thread() != qApp->thread()) {
         moveToThread(qApp->thread());
     }
@@ -108,8 +108,8 @@ void ZnBusinessDataManager::registerMetaTypes() {
     qRegisterMetaType<QList<QVariantMap>>("QList<QVariantMap>&");
     qRegisterMetaType<QMap<int, QVariantMap>>("QMap<int, QVariantMap>");
     qRegisterMetaType<QMap<int, QVariantMap>>("QMap<int, QVariantMap>&");
-    // A reference argument is queued under its own name; unregistered, the first emission across
-    // threads would end the connection for good.
+    // Qt looks a reference argument up under its own name. Without a registration the first queued
+    // emission fails and the connection stays dead.
     qRegisterMetaType<QVariantMap>("QVariantMap&");
     qRegisterMetaType<ZnPresenterClass*>("ZnPresenterClass*");
 }

@@ -22,8 +22,8 @@ VelmarBusinessDataManager::~VelmarBusinessDataManager() {
 }
 
 void VelmarBusinessDataManager::initialize() {
-    // A closing platform deletes no presenter that another thread makes before its initPresenter(),
-    // the last use of this pointer, however long that takes.
+    // A platform that closes meanwhile waits for initPresenter(), the last use of this pointer,
+    // before it deletes the presenter.
     VelmarBusinessDataManagerPresenterClass* presenter = nullptr;
     {
         const InitializeGuard guard;
@@ -52,7 +52,8 @@ void VelmarBusinessDataManager::connectPresenter(
     Core* const core = presenter->dataManager();
     connect(presenter, &Presenter::signalPositionUpdated, core, &Core::slotPositionUpdated);
     connect(presenter, &Presenter::signalBusiMsgRecved, core, &Core::slotRecvBusiMsgPush);
-    // On the message thread, at once: the core may send synchronous requests from there.
+    // Direct, so that the core's slots run on the message thread, where they may send synchronous
+    // requests.
     connect(presenter, &Presenter::signalNetReconnect, core, &Core::slotNetReconnect,
             Qt::DirectConnection);
     connect(presenter, &Presenter::signalNetDisconnected, core, &Core::slotNetDisconnected,

@@ -1,4 +1,5 @@
 #include <QtTest>
+#include <array>
 #include <atomic>
 #include <thread>
 
@@ -140,16 +141,18 @@ private slots:
     void firstUse_fromManyThreadsAtOnce_makesOne() {
         const ClientWorld world;
         LogCapture log;
+        std::array<ZnBusinessDataManager*, 8> got{};
         std::vector<std::thread> threads;
-        std::atomic<int> different{0};
-        for (int i = 0; i < 8; ++i) {
-            threads.emplace_back(
-                [&different] { different += ZnBusinessDataManager::instance() ? 0 : 1; });
+        for (ZnBusinessDataManager*& one : got) {
+            threads.emplace_back([&one] { one = ZnBusinessDataManager::instance(); });
         }
         for (std::thread& thread : threads) {
             thread.join();
         }
-        QCOMPARE(different, 0);
+        for (const ZnBusinessDataManager* one : got) {
+            QVERIFY(one);
+            QCOMPARE(one, got.front());
+        }
         QCOMPARE(log.count(QtInfoMsg, "init ZnBusinessDataManager"), 1);
     }
 
@@ -167,7 +170,7 @@ private slots:
         QCOMPARE(count(ReferenceKind::Bond), 1);
         QCOMPARE(count(ReferenceKind::Gold), 1);
         QCOMPARE(count(ReferenceKind::Setting), 1);
-        // These are read once the accounts stand.
+        // These are read after the accounts were loaded.
         QCOMPARE(count(ReferenceKind::NewStock), 0);
         QCOMPARE(count(ReferenceKind::Rqt), 0);
     }

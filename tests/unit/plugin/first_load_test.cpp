@@ -61,7 +61,12 @@ private slots:
                     ++returned;
                 });
             }
-            QVERIFY(!waitFor([&returned] { return returned > 0; }, 100));
+            // One of them is at the building of the presenter, the others wait for it.
+            const auto waiting = [&log] {
+                return log.texts(QtDebugMsg).filter("waits for the lock held by").size();
+            };
+            QVERIFY(waitFor([&waiting] { return waiting() == 3; }));
+            QCOMPARE(returned, 0);
         }
         for (std::thread& caller : callers) {
             caller.join();

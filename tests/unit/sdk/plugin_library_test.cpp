@@ -56,6 +56,16 @@ private slots:
         delete instance();
     }
 
+    void pluginClass_inTheLibrary_isExported() {
+        QLibrary library(libraryFile());
+        QVERIFY(library.resolve("_ZTV31VelmarBusinessDataManagerPlugin"));
+        const auto* const metaObject = reinterpret_cast<const QMetaObject*>(
+            library.resolve("_ZN31VelmarBusinessDataManagerPlugin16staticMetaObjectE"));
+        QVERIFY(metaObject);
+        QCOMPARE(metaObject->className(), "VelmarBusinessDataManagerPlugin");
+        QVERIFY(metaObject->inherits(&IPlugin::staticMetaObject));
+    }
+
     void initialize_descriptor_carriesIdDllNameAndMetaId() {
         PluginManager manager;
         QString error;
