@@ -8,6 +8,11 @@
 #include "market_log.h"
 #include "market_store.h"
 
+// A static library drops the object file unless something refers to it.
+static void initMarketSql() {
+    Q_INIT_RESOURCE(market_sql);
+}
+
 namespace {
 
 QString newConnectionName() {
@@ -84,6 +89,7 @@ bool MarketFile::create(const QString& schema) {
 }
 
 bool MarketFile::runSchema(const QString& schema) {
+    initMarketSql();
     QFile file(QStringLiteral(":/market/sql/") + schema);
     if (!file.open(QIODevice::ReadOnly)) {
         return fail(QStringLiteral("schema %1 is missing").arg(schema));

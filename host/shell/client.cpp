@@ -10,6 +10,7 @@
 #include "client_watcher.h"
 #include "embedded_link.h"
 #include "faulty_link.h"
+#include "gate_events.h"
 #include "interrupt_watch.h"
 #include "local_platform.h"
 #include "market_log.h"
@@ -19,6 +20,12 @@
 #include "trade_calendar.h"
 #include "vocabulary/values.h"
 #include "znbusinessdata/c_business_data_base.h"
+
+namespace {
+
+constexpr int kFirstGatesMs = 2000;
+
+}  // namespace
 
 Client::Client(const Options& options, const Listener& listener)
     : m_options(options), m_listener(listener), m_sight(std::make_shared<ClientSight>()) {}
@@ -170,6 +177,12 @@ bool Client::connectServer(QString* error) {
         return false;
     }
     m_link = link;
+    // Every start publishes the first states before a plug-in can subscribe to them.
+    m_gate.waitUntil(
+        [this] {
+            return m_sight->gates().size() == int(gateEvents().size()) || InterruptWatch::hasCome();
+        },
+        kFirstGatesMs);
     ended(QStringLiteral("embedded gateway connected (%1 message types)")
               .arg(m_server->messageTypes().size()));
     return true;

@@ -64,6 +64,7 @@ bool LocalPlatform::start(const Options& options, QString* error) {
     RequestBroker::instance().setBodyLimit(options.bodyLimit);
     PresenterRegistry::instance().setBuildLimit(options.buildLimit);
     setMostPagesOfAQuery(options.mostPages);
+    m_started = true;
     QString why;
     const bool opened = openData(options, &why);
     if (!opened) {
@@ -92,7 +93,9 @@ void LocalPlatform::close() {
     RequestBroker& broker = RequestBroker::instance();
     broker.setLink(nullptr, nullptr);
     broker.stopDeadlines();
-    qCDebug(lcHost) << "closed";
+    if (m_started.exchange(false)) {
+        qCDebug(lcHost) << "closed";
+    }
 }
 
 bool LocalPlatform::isClosing() const {

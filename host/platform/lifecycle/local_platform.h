@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QString>
 #include <QVariantMap>
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -84,4 +85,6 @@ private:
     LocalPlatform();
     ~LocalPlatform() = default;
     Q_DISABLE_COPY(LocalPlatform)
+
+    std::atomic<bool> m_started{false};
 };
