@@ -8,8 +8,8 @@
 #include "velmarutils/custom_price_type.h"
 
 /// Helpers over the business data: names, lists of symbols, factors, prices of a tick. Any thread;
-/// none asks the server. Those that need a security's record read the reference data, whose first
-/// reading may take a moment; the others only compute.
+/// none sends a request. Those that need a security's record read the reference data, which may
+/// take a moment at the first call; the others only compute.
 class PLATFORM_API VelmarBusiUtils {
 public:
     /// The display name of an exchange. For a code that has none, the name of the market of the
@@ -21,7 +21,7 @@ public:
     /// given exchanges. Symbols with System::deleteFlag are left out. Empty for another type.
     static QStringList GetTradableSymbolListByAccountType(const QString& fundAccountType,
                                                           const QStringList& exchanges);
-    /// The same with the symbols that have System::deleteFlag, which a search must still find.
+    /// The same with the symbols that have System::deleteFlag, which a search still has to find.
     static QStringList GetTradableSymbolListForSearchByAccountType(const QString& fundAccountType,
                                                                    const QStringList& exchanges);
 
@@ -33,7 +33,7 @@ public:
     static int GetPricePrecision(const QString& securityType, const QString& subType,
                                  const QString& symbolPost, const QString& side);
 
-    /// The price brought into what the tick allows; unchanged where the tick sets no bound.
+    /// The price, limited to the tick's lower and upper bound where it has them.
     static double GetCheckedPriceFromTick(const QVariantMap& tick, double price);
     /// The last price of the tick; 0 when it has none.
     static double GetLastPriceFromTick(const QVariantMap& tick);
@@ -42,14 +42,14 @@ public:
     static double GetPriceByTickAndType(const QVariantMap& tick, CustomPriceType type, qint64 qty,
                                         HandicapInfo* handicap);
 
-    /// The quantity down to a multiple of the step. 0 for what is below `minQty` and for what is
-    /// no finite number; a step below 1 counts as 1. The largest multiple that 64 bits hold for
-    /// more than that.
+    /// The quantity rounded down to a multiple of the step. 0 for a quantity below `minQty` and for
+    /// one that is not finite; a step below 1 counts as 1. A quantity that does not fit 64 bits
+    /// gives the largest multiple that does.
     static qint64 GetFloorByStepAndMinLimit(double qty, int step, int minQty);
 
     /// The symbol that an id on an exchange would have: the id, a dot and the exchange's suffix.
-    /// Empty without an id or for an exchange that has no suffix. Whether there is such a security
-    /// is not asked.
+    /// Empty without an id or for an exchange that has no suffix. Does not check that
+    /// such a security exists.
     static QString AssembleSymbolBySecurityIDAndExchange(const QString& securityID,
                                                          const QString& exchange);
 };

@@ -4,7 +4,7 @@
 #include <array>
 
 /// Keys of a tick. Prices are doubles in the security's currency, quantities qlonglong in shares or
-/// contracts; a price or quantity of 0 means that there is none.
+/// contracts; a price or quantity of 0 means that it is missing.
 namespace TickField {
 
 inline const QString symbol = QStringLiteral("Symbol");
@@ -13,7 +13,7 @@ inline const QString phase = QStringLiteral("TradingPhaseCode");
 /// Date and time of the tick, a QDateTime.
 inline const QString time = QStringLiteral("TickTime");
 
-/// The last deal's; the previous close until the day's first deal.
+/// Price of the last deal; the previous close until the day's first deal.
 inline const QString lastPrice = QStringLiteral("LastPx");
 inline const QString previousClose = QStringLiteral("PreClosePx");
 /// The day's limits; without limits `maxPrice` is kNoUpperLimit and `minPrice` one step.
@@ -43,7 +43,7 @@ inline const std::array<QString, kLevels> sellQty{
     QStringLiteral("Sell3OrderQty"), QStringLiteral("Sell4OrderQty"),
     QStringLiteral("Sell5OrderQty")};
 
-/// Readers take a "MaxPx" above ten million for "no limit".
+/// A "MaxPx" above ten million means that the day has no upper limit.
 constexpr double kNoUpperLimit = 99999999.0;
 
 }  // namespace TickField
