@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include "account_authority.h"
 #include "account_edits.h"
 #include "account_lookups.h"
 #include "account_state.h"
@@ -140,9 +141,13 @@ void ZnBusinessDataManager::InitData() {
 void ZnBusinessDataManager::loadNewStocks() {
     const QStringList exchanges{Quindar_Values::Exchange::sh, Quindar_Values::Exchange::sz,
                                 Velmar_Values::Exchange::bj};
+    constexpr int kCashAndMargin =
+        Torvi_InnerFundProp::normalTrade | Torvi_InnerFundProp::marginTrade;
+    constexpr bool kIncludeDistributed = true;
+    constexpr bool kWait = true;
     QStringList accounts;
-    const auto records =
-        m_accountLookups->GetFundAccountListByFundProp(3, 16, true, exchanges, true);
+    const auto records = m_accountLookups->GetFundAccountListByFundProp(
+        kCashAndMargin, kTradeBit, kIncludeDistributed, exchanges, kWait);
     for (const tagUserAccountInfo& record : records) {
         accounts.append(record.tradingAccount);
     }

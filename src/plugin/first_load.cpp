@@ -14,7 +14,7 @@
 
 namespace {
 
-QMutex s_firstLoadLock;  // guards the making of the static plug-in object
+QMutex s_firstLoadLock;  // guards the creation of the static plug-in object
 std::atomic<bool> s_firstLoadDone{false};
 
 /// Serialises taking the instance id and building the presenter.

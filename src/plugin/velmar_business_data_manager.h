@@ -30,8 +30,6 @@ signals:
     void signalInitData();
 
 private:
-    void connectPresenter(VelmarBusinessDataManagerPresenterClass* presenter);
-
     // Cleared when the platform deletes the presenter first, which it does at the application's
     // end.
     QPointer<VelmarBusinessDataManagerPresenterClass> m_presenter;

@@ -43,15 +43,15 @@ PresenterUse::~PresenterUse() {
     live.left.notify_all();
 }
 
-void PresenterUse::enter(const VelmarBusinessDataManagerPresenterClass* presenter) {
+void PresenterUse::enter(const VelmarBusinessDataManagerPresenterClass* added) {
     LivePresenters& live = livePresenters();
     const std::lock_guard<std::mutex> guard(live.lock);
-    live.uses.insert(presenter, 0);
+    live.uses.insert(added, 0);
 }
 
-void PresenterUse::leave(const VelmarBusinessDataManagerPresenterClass* presenter) {
+void PresenterUse::leave(const VelmarBusinessDataManagerPresenterClass* removed) {
     LivePresenters& live = livePresenters();
     std::unique_lock<std::mutex> lock(live.lock);
-    live.left.wait(lock, [&live, presenter] { return live.uses.value(presenter) == 0; });
-    live.uses.remove(presenter);
+    live.left.wait(lock, [&live, removed] { return live.uses.value(removed) == 0; });
+    live.uses.remove(removed);
 }

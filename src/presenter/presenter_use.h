@@ -17,9 +17,9 @@ public:
     VelmarBusinessDataManagerPresenterClass* presenter() const { return m_presenter; }
 
     /// Registers a presenter; the last step of its constructor.
-    static void enter(const VelmarBusinessDataManagerPresenterClass* presenter);
-    /// Removes it, after waiting until nobody uses it; the first step of its destructor.
-    static void leave(const VelmarBusinessDataManagerPresenterClass* presenter);
+    static void enter(const VelmarBusinessDataManagerPresenterClass* added);
+    /// Removes it, after waiting until no call uses it; the first step of its destructor.
+    static void leave(const VelmarBusinessDataManagerPresenterClass* removed);
 
 private:
     VelmarBusinessDataManagerPresenterClass* m_presenter = nullptr;

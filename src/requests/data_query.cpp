@@ -34,7 +34,7 @@ ServerReply finish(const QString& msgType, ServerReply reply) {
     return reply;
 }
 
-/// Of the helpers that report an error text and no status.
+/// For the helpers that report an error text but no status.
 ServerReply finishPages(const QString& msgType, ServerReply reply) {
     reply.outcome = reply.text.isEmpty() ? Outcome::Answered : Outcome::Failed;
     return finish(msgType, std::move(reply));

@@ -16,7 +16,7 @@ ServerReply queryRows(ZnPresenterClass* presenter, const QString& msgType,
 
 /// All pages of a list, by page number. `timeOutMs` holds for each page, 0 for the presenter's
 /// standing time-out. A page that does not succeed fails the query; whether it timed out or was
-/// refused is in the text alone.
+/// refused is only in the text.
 ServerReply queryPages(ZnPresenterClass* presenter, const QString& msgType,
                        const QVariantMap& fields, int timeOutMs = 0);
 

@@ -9,7 +9,7 @@ namespace {
 
 constexpr qint64 kMinuteMs = 60 * 1000;
 constexpr int kMostRepeats = 256;
-// A server may send a text of any length, which must not be kept as it is.
+// A server may send a text of any length, so only its beginning is kept.
 constexpr int kKeptReasonLength = 512;
 
 QString nameOf(ServerReply::Outcome outcome) {

@@ -25,7 +25,7 @@ private:
         qint64 loggedAtMs = 0;
         int since = 0;  ///< failures after the last warning
     };
-    /// Of type and reason. The oldest entry goes when there are too many.
+    /// By type and reason. When there are too many entries, the oldest one is removed.
     using Repeats = QHash<QPair<QString, QString>, Repeat>;
     struct Tables {
         Repeats repeats;
@@ -37,5 +37,5 @@ private:
     Guarded<Tables, QMutex> m_repeatsLock{"m_repeatsLock", LockRank::Leaf};
 };
 
-/// The one of this process, on the machine's clock.
+/// The log that all requests of the process share, on the machine's clock.
 RequestFailureLog& requestFailureLog();

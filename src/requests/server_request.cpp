@@ -61,7 +61,7 @@ QString textOf(CUnPackMessageCommon& body, AnswerForm form) {
     return body.GetValue(field, QString()).toString();
 }
 
-/// Whether the answer's status means success; a numbered one is left in `code`.
+/// Whether the answer's status means success; a numeric status is stored in `code`.
 bool isSuccess(const QString& status, AnswerForm form, int* code) {
     if (form != AnswerForm::Numbered) {
         return status == RequestExeStatus::success;
@@ -69,12 +69,13 @@ bool isSuccess(const QString& status, AnswerForm form, int* code) {
     bool isNumber = true;
     *code = status.isEmpty() ? 0 : status.toInt(&isNumber);
     if (!isNumber) {
-        *code = -1;  // a status that is no number is no success
+        *code = -1;  // a status that is not a number is a refusal
     }
     return *code == 0;
 }
 
-/// The row count of the header; negative when it is no number, or missing although there are rows.
+/// The row count of the header; negative when it is not a number, or missing although there are
+/// rows.
 int rowCountOf(CUnPackMessageCommon& body, int held) {
     const QVariant value = body.GetValue(System::subGroupNumber, {});
     if (!value.isValid()) {

@@ -7,12 +7,12 @@
 
 class ZnPresenterClass;
 
-/// Where an answer carries its status, its text and its row count.
+/// Which fields of an answer contain its status, its text and its row count.
 enum class AnswerForm {
     /// System::requestExeStatus as a text, System::textDescription, System::subGroupNumber.
     Named,
     /// The same fields, but the rows are neither read nor compared with the row count: for callers
-    /// who need the outcome alone.
+    /// who need only the outcome.
     NamedStatus,
     /// Older messages: the status is a number, where 0 or a missing one means success; the text is
     /// under "58"; every data row of the body counts.
@@ -55,10 +55,10 @@ struct ServerReply {
     bool isAnswered() const { return outcome == Outcome::Answered; }
 };
 
-/// Sends a request and waits for its answer, at most for the time-out. Takes no lock, any thread. A
-/// null presenter is a failure. Every outcome but a success is logged as a warning; see
-/// RequestFailureLog. While a request with a time-out of its own is under way, other requests of
-/// that presenter may get the same time-out.
+/// Sends a request and waits for its answer, at most for the time-out. Any thread, with no leaf
+/// lock held. A null presenter is a failure. Every outcome but a success is logged as a warning;
+/// see RequestFailureLog. While a request with a time-out of its own is under way, other requests
+/// of that presenter may get the same time-out.
 ServerReply sendToServer(ZnPresenterClass* presenter, const ServerRequest& request);
 
 /// Sends a request and returns; the answer comes to the presenter's ProcResponseMsg. Returns false,

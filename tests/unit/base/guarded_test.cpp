@@ -36,11 +36,11 @@ struct HasLock : std::false_type {};
 template <class Guard>
 struct HasLock<Guard, std::void_t<decltype(std::declval<Guard&>().lock())>> : std::true_type {};
 
-// A mutex knows no readers, so its guard does not look as if it did.
+// A mutex does not tell readers from writers, so its guard has one operation.
 static_assert(HasReadAndWrite<Guard>::value && !HasLock<Guard>::value);
 static_assert(HasLock<MutexGuard>::value && !HasReadAndWrite<MutexGuard>::value);
 
-// A handle that dies with its expression would unlock before its tables are used.
+// A temporary handle would unlock before its tables are used.
 static_assert(!ReachesThroughTemporary<Guard::ReadHandle>::value);
 static_assert(!ReachesThroughTemporary<Guard::WriteHandle>::value);
 static_assert(ReachesThroughNamed<Guard::ReadHandle>::value);
@@ -71,7 +71,7 @@ class GuardedTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void revision_tablesLockedForWriting_isAnother() {
+    void revision_tablesLockedForWriting_changes() {
         Guarded<Tables> guard("guard", LockRank::Account);
         const auto revision = [&guard] {
             const auto tables = guard.read();

@@ -34,7 +34,7 @@ public:
     std::atomic<int> applied{0};
 };
 
-/// There is one core in a process, so each of these has a process of its own.
+/// A process has one core, so each case has a process of its own.
 class CoreStartTest : public QObject {
     Q_OBJECT
 
@@ -94,10 +94,10 @@ private slots:
         QCOMPARE(after.lockedValue("symbol").toString(), QString());
     }
 
-    void waivedSymbols_notOver_areTakenAndTheFileStays() {
+    void waivedSymbols_ofTodayOrLater_areTakenAndTheFileStays() {
         const ClientWorld world;
         const QString file = VelmarUtils::GetUserCfgFileDir() + "riskNoticeSymbol.cfg";
-        // Tomorrow counts as not over too, so midnight cannot spoil the test.
+        // Tomorrow instead of today, so that the test may run at midnight.
         const QString date = QDate::currentDate().addDays(1).toString("yyyyMMdd");
         SharedSettings(file, nullptr)
             .lockedSetValues({{"IgnoreDate", date}, {"symbol", "600000.SH|000001.SZ"}});
@@ -202,7 +202,7 @@ private slots:
                                   .reference("newstock", "730001.SH", {{"a", 1}})
                                   .reference("rqt", "600000.SH", {{"a", 1}}));
         ZnBusinessDataManager* const core = ZnBusinessDataManager::instance();
-        LocalPlatform::instance().close();  // nobody loads accounts here, so the wait must end
+        LocalPlatform::instance().close();  // no accounts are loaded here, so the wait must end
         core->InitData();
         QCOMPARE(ReferenceTable::of(ReferenceKind::NewStock).count(), 1);
         QCOMPARE(ReferenceTable::of(ReferenceKind::Rqt).count(), 1);

@@ -56,7 +56,7 @@ private:
 
 using Counts = QMap<QString, int>;
 
-/// Opens what the start-up reports and the event loop do with timers.
+/// Opens what starts timers and what the event loop calls when they fire.
 class TimedPresenter : public Presenter {
 public:
     TimedPresenter() : Presenter("Test.Timed", nullptr) {}
@@ -69,7 +69,7 @@ public:
 
 }  // namespace
 
-/// The dispatch of what arrives, called on this thread with nothing else running.
+/// What the presenter does with what arrives, called on this thread while nothing else runs.
 class PresenterEventsTest : public QObject {
     Q_OBJECT
 
@@ -161,7 +161,7 @@ private slots:
     void event_tradeFeeChange_reachesTheCoreDirectly() {
         LogCapture log;
         send(named(EventMsgName::ETFTRADESETTING_TRADEFEECHANGE));
-        // The core logs the fees that it reads again; here are none.
+        // The core logs when it reads the fees again; no fees are saved here.
         QCOMPARE(log.texts(QtInfoMsg).filter("slotTradeFeeSettingChanged").size(), 1);
         QCOMPARE(m_counts->took(), Counts{});
     }

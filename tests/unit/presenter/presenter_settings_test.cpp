@@ -23,7 +23,7 @@ OwnedPresenter makePresenter() {
 
 }  // namespace
 
-/// What a presenter reads while it is made.
+/// What a presenter reads in its constructor.
 class PresenterSettingsTest : public QObject {
     Q_OBJECT
 

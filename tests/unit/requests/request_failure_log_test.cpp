@@ -10,7 +10,7 @@ namespace {
 
 using Outcome = ServerReply::Outcome;
 
-/// Stands still until a test moves it.
+/// Shows the same time until a test moves it.
 class StandingClock final : public Clock {
 public:
     QDateTime now() const override { return m_now; }

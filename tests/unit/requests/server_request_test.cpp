@@ -59,7 +59,7 @@ private slots:
         QCOMPARE(m_world->link().requestCount(), 2);
     }
 
-    void request_ownEnvelope_leavesTheBodysType() {
+    void request_ownEnvelope_keepsTheBodysType() {
         ServerRequest request{kType, kFields};
         request.envelopeType = "325005";
         QVERIFY(sendToServer(m_presenter, request).isAnswered());
@@ -75,7 +75,7 @@ private slots:
         QCOMPARE(m_world->link().lastRequest().rows, request.rows);
     }
 
-    void request_ownTimeOut_standsForThatSendAlone() {
+    void request_ownTimeOut_holdsForThatSendOnly() {
         ServerRequest request{kType, kFields};
         const int standing = m_presenter->getRequestTimeOut();
         request.timeOutSeconds = 30;

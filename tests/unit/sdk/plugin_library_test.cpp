@@ -40,7 +40,7 @@ private slots:
         QVERIFY(own.contains("Vendor") && own.contains("License") && own.contains("Url"));
     }
 
-    void instance_askedTwice_isTheOneAndANewOneAfterItWent() {
+    void instance_calledTwice_isTheSameUntilItIsDeleted() {
         QLibrary library(libraryFile());
         using Instance = QObject* (*)();
         const auto instance = reinterpret_cast<Instance>(library.resolve("qt_plugin_instance"));
