@@ -5,6 +5,7 @@
 
 #include "event_ids.h"
 #include "presenter_use.h"
+#include "saturated.h"
 #include "shared_settings.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/names.h"
@@ -84,8 +85,8 @@ void VelmarBusinessDataManagerPresenterClass::readSettings() {
             .toInt() == 1;
     m_patchSettings = new SharedSettings(
         QStringLiteral("%1/patchClientSet.cfg").arg(VelmarUtils::GetDefaultUserCfgFileDir()), this);
-    const int samples =
-        ZnCore::instance()->settings(SystemSetting::SysMultiTimeOutCount).toInt() * kBeatsPerMinute;
+    const int minutes = ZnCore::instance()->settings(SystemSetting::SysMultiTimeOutCount).toInt();
+    const int samples = saturated<int>(double(minutes) * kBeatsPerMinute);
     for (const QString& gate :
          {NetGateType::TradeGate, NetGateType::InfoGate, NetGateType::MarketTcpGate}) {
         m_netElapseStat.insert(gate, VelmarStatisticAssist(samples, samples));

@@ -82,6 +82,18 @@ private slots:
         }
     }
 
+    void netElapseStat_settingTooLargeForItsSamples_holdsAsManyAsPossible() {
+        const ClientWorld world;
+        ZnCore::instance()->saveSetting(SystemSetting::SysMultiTimeOutCount, 1000000000);
+        const OwnedPresenter presenter = makePresenter();
+        VelmarStatisticAssist stat = presenter->netElapseStat().value(NetGateType::TradeGate);
+        stat.AppendData(1);
+        stat.AppendData(3);
+        bool valid = true;
+        QCOMPARE(stat.GetAvgData(&valid), 2.0);
+        QVERIFY(!valid);
+    }
+
     void busiMsgMenuMap_relations_areSplitAndEmptyOnesLeftOut() {
         const ClientWorld world({}, StaticDbBuilder().section(
                                         DictionaryKey::BusiMsgMenuRela,
