@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "gateway_log.h"
+#include "handler_families.h"
 #include "message_type.h"
 #include "packed_body.h"
 #include "vocabulary/fields.h"
@@ -12,7 +13,7 @@
 
 namespace {
 
-// Where the older messages look for the text of a failure.
+// The older messages read the text of a failure from this field.
 inline const QString kFailureText = QStringLiteral("58");
 inline const QString kRefused = QStringLiteral("1");
 
@@ -41,27 +42,27 @@ QVariant pack(const QString& msgType, const QVariant& clientMsgId, const Handler
     return packer.GetPackedMsg(false);
 }
 
-/// Leaves the rows that the header tells of; without a number there all are meant. False with a
-/// text for what is no number, and where it tells of more than there are.
-bool cutToToldRows(const QString& msgType, const QVariantMap& header, QList<QVariantMap>* rows,
-                   QString* refusal) {
+/// Keeps the number of rows that the header states, all of them when it states none. False with a
+/// text when that is not a number or exceeds the rows of the body.
+bool cutToStatedRows(const QString& msgType, const QVariantMap& header, QList<QVariantMap>* rows,
+                     QString* refusal) {
     const QVariant value = header.value(System::subGroupNumber);
     if (!value.isValid()) {
         return true;
     }
-    const std::optional<int> told = wholeNumberOf(value);
-    if (!told || *told < 0) {
+    const std::optional<int> stated = wholeNumberOf(value);
+    if (!stated || *stated < 0) {
         *refusal = QStringLiteral("消息%1的数据行数无效：%2").arg(msgType, value.toString());
         return false;
     }
-    if (*told > rows->size()) {
+    if (*stated > rows->size()) {
         *refusal = QStringLiteral("消息%1应有%2行数据，实有%3行")
                        .arg(msgType)
-                       .arg(*told)
+                       .arg(*stated)
                        .arg(rows->size());
         return false;
     }
-    *rows = rows->mid(0, *told);
+    *rows = rows->mid(0, *stated);
     return true;
 }
 
@@ -70,12 +71,7 @@ bool cutToToldRows(const QString& msgType, const QVariantMap& header, QList<QVar
 ServerEngine::ServerEngine(std::shared_ptr<const MarketStore> store,
                            std::shared_ptr<ServerState> state)
     : m_store(std::move(store)), m_state(state ? std::move(state) : ServerState::inMemory()) {
-    addSessionHandlers(m_handlers);
-    addAccountHandlers(m_handlers);
-    addAuthorityHandlers(m_handlers);
-    addSubscriptionHandlers(m_handlers);
-    addProfileHandlers(m_handlers);
-    addCageHandlers(m_handlers);
+    addHandlerFamilies(m_handlers);
 }
 
 std::shared_ptr<ServerEngine> ServerEngine::open(const QString& storeFile, QString* error,
@@ -102,7 +98,7 @@ QVariant ServerEngine::handle(const Session& session, const QString& envelopeTyp
     const QVariantMap header = rows.takeFirst();
     const QString msgType = messageTypeOf(envelopeType, header);
     QString refusal;
-    const bool isWhole = cutToToldRows(msgType, header, &rows, &refusal);
+    const bool isWhole = cutToStatedRows(msgType, header, &rows, &refusal);
     const ServerCall call{session, msgType, header, rows, *m_store, m_subscriptions, *m_state};
     const HandlerAnswer answer = isWhole ? dispatch(call) : HandlerAnswer::refused(refusal);
     if (!answer.refusal.isEmpty()) {
@@ -113,7 +109,7 @@ QVariant ServerEngine::handle(const Session& session, const QString& envelopeTyp
 }
 
 HandlerAnswer ServerEngine::dispatch(const ServerCall& call) const {
-    // Every request has at least its type in the header; garbage reads as an empty one.
+    // Every request has at least its type in the header; garbage decodes as an empty header.
     if (call.header.isEmpty()) {
         return HandlerAnswer::refused(QStringLiteral("消息%1的内容无法解析").arg(call.msgType));
     }

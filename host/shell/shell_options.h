@@ -23,6 +23,7 @@ struct ShellOptions {
     bool asJson = false;                            ///< of Accounts
     QString homeDir;                                ///< empty for the default
     QString pluginsDir;                             ///< empty for the default
+    QStringList pluginFiles;  ///< of Run: plug-in libraries from elsewhere, absolute paths
     QString user;             ///< the login; empty for the sample market's own
     int waitSeconds = 60;     ///< for the accounts, at most
     int scale = 1;            ///< size of the sample market, a multiple of the standard one

@@ -68,7 +68,7 @@ class CheckIncludes(unittest.TestCase):
     def test_tree_without_includes_passes(self):
         self.assertEqual(run_on({}).returncode, 0)
 
-    def test_missing_tree_is_told_apart_from_a_bad_line(self):
+    def test_missing_tree_has_an_exit_code_of_its_own(self):
         with tempfile.TemporaryDirectory() as root:
             done = subprocess.run([sys.executable, TOOL, root], capture_output=True, text=True,
                                   check=False)
@@ -172,7 +172,7 @@ class CheckIncludes(unittest.TestCase):
         done = run_on({"src/base/x.h": '/*\n#include "core.h"\n*/\n// #include "core.h"\n'})
         self.assertEqual(done.returncode, 0, done.stdout)
 
-    def test_unknown_file_is_told(self):
+    def test_unknown_file_is_reported(self):
         self.assert_forbidden("src/core/x.cpp", '"nowhere.h"')
 
     def test_generated_files_pass(self):

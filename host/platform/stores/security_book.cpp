@@ -1,7 +1,24 @@
 #include "security_book.h"
 
+#include "data_log.h"
+#include "data_stores.h"
+#include "quantity_rule_check.h"
+#include "quantity_sections.h"
 #include "reference_table.h"
 #include "vocabulary/fields.h"
+
+namespace {
+
+void warnOfBadQuantities(const QHash<QString, QVariantMap>& securities) {
+    const StaticDatabase& rules = DataStores::staticDatabase();
+    const QStringList sentences = minimumsOffTheirStep(
+        securities, rules.section(QuantitySection::step), rules.section(QuantitySection::min));
+    for (const QString& sentence : sentences) {
+        qCWarning(lcPlatformStaticData).noquote() << sentence;
+    }
+}
+
+}  // namespace
 
 SecurityBook& SecurityBook::instance() {
     static auto* const book = new SecurityBook;
@@ -27,6 +44,7 @@ std::shared_ptr<const SecurityBook::Rows> SecurityBook::readRows() {
     table.load();
     auto rows = std::make_shared<Rows>();
     rows->bySymbol = table.records();
+    warnOfBadQuantities(rows->bySymbol);
     QStringList symbols = rows->bySymbol.keys();
     // Where two securities claim an id, the one with the smaller symbol has it.
     symbols.sort();
