@@ -6,9 +6,9 @@
 #include "handler_families.h"
 #include "message_type.h"
 #include "packed_body.h"
+#include "row_count.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
-#include "whole_number.h"
 #include "znmsg/c_pack_message_common.h"
 
 namespace {
@@ -42,37 +42,38 @@ QVariant pack(const QString& msgType, const QVariant& clientMsgId, const Handler
     return packer.GetPackedMsg(false);
 }
 
-/// Keeps the number of rows that the header states, all of them when it states none. False with a
-/// text when that is not a number or exceeds the rows of the body.
+/// Keeps as many rows as the header states, all of them when it states no number. False with a text
+/// for an invalid number and for one larger than the number of rows.
 bool cutToStatedRows(const QString& msgType, const QVariantMap& header, QList<QVariantMap>* rows,
                      QString* refusal) {
-    const QVariant value = header.value(System::subGroupNumber);
-    if (!value.isValid()) {
-        return true;
+    int count = 0;
+    switch (readRowCount(header, rows->size(), &count)) {
+        case RowCount::Missing:
+            return true;
+        case RowCount::Stated:
+            *rows = rows->mid(0, count);
+            return true;
+        case RowCount::Invalid:
+            *refusal = QStringLiteral("消息%1的数据行数无效：%2")
+                           .arg(msgType, header.value(System::subGroupNumber).toString());
+            return false;
+        case RowCount::TooLarge:
+            *refusal = QStringLiteral("消息%1应有%2行数据，实有%3行")
+                           .arg(msgType)
+                           .arg(count)
+                           .arg(rows->size());
+            return false;
     }
-    const std::optional<int> stated = wholeNumberOf(value);
-    if (!stated || *stated < 0) {
-        *refusal = QStringLiteral("消息%1的数据行数无效：%2").arg(msgType, value.toString());
-        return false;
-    }
-    if (*stated > rows->size()) {
-        *refusal = QStringLiteral("消息%1应有%2行数据，实有%3行")
-                       .arg(msgType)
-                       .arg(*stated)
-                       .arg(rows->size());
-        return false;
-    }
-    *rows = rows->mid(0, *stated);
-    return true;
+    return false;
 }
 
 }  // namespace
 
 ServerEngine::ServerEngine(std::shared_ptr<const MarketStore> store,
                            std::shared_ptr<ServerState> state)
-    : m_store(std::move(store)), m_state(state ? std::move(state) : ServerState::inMemory()) {
-    addHandlerFamilies(m_handlers);
-}
+    : m_store(std::move(store)),
+      m_state(state ? std::move(state) : ServerState::inMemory()),
+      m_handlers(standardHandlers()) {}
 
 std::shared_ptr<ServerEngine> ServerEngine::open(const QString& storeFile, QString* error,
                                                  std::shared_ptr<ServerState> state) {

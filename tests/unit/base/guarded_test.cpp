@@ -166,7 +166,7 @@ private slots:
                  qPrintable(child.output));
     }
 
-    void heldLocks_overTheLifeOfAHandle_areKnown() {
+    void heldLocks_overTheLifeOfAHandle_areReported() {
         if (!HeldLocks::any()) {
             Guarded<Tables> outer("outer", LockRank::Account);
             Guarded<Tables, QMutex> inner("inner", LockRank::Leaf);
