@@ -7,7 +7,7 @@
 
 /// The outcome of a synchronous request.
 struct ServerAnswer {
-    QString status;           ///< System::requestExeStatus, or what stands for it
+    QString status;           ///< System::requestExeStatus, or a value in its place
     QString error;            ///< empty on success only
     QList<QVariantMap> rows;  ///< empty unless the request succeeded
     QVariantMap header;       ///< empty unless the request succeeded

@@ -47,9 +47,9 @@ public:
     /// standing one. Another one is set on the presenter while a page is under way, so other
     /// threads that send through it may get it; concurrent paged queries each keep their own. One
     /// page that fails fails the query, with the reason in `error`. A list that does not end is
-    /// also an error: a page that is not full before the total, the same page twice, or 100,000
-    /// pages. So is a total that is not a number or below the number of rows that came. Blocks for
-    /// its requests, one after the other.
+    /// also an error: a page that is not full before the total, the same page twice, 100,000
+    /// pages, or 10,000,000 rows. So is a total that is not a number or below the number of rows
+    /// that came. Blocks for its requests, one after the other.
     static QList<QVariantMap> QueryDatasFromServerByPage(ZnPresenterClass* p,
                                                          const QString& msgType,
                                                          const QVariantMap& request, QString& error,
@@ -58,7 +58,7 @@ public:
     /// The same by cursor: sends System::positionStr, at first `startPos`, and
     /// System::requestNumber, and continues from the answer's System::positionStr while pages are
     /// full; a last page that is full costs one more request. A full page without a new position is
-    /// an error, and so are more than 100,000 pages.
+    /// an error, and so are more than 100,000 pages or 10,000,000 rows.
     static QList<QVariantMap> QueryDatasFromServerByPos(ZnPresenterClass* p, const QString& msgType,
                                                         const QVariantMap& request, QString& error,
                                                         int pageSize, QString startPos,

@@ -19,7 +19,9 @@ public:
     /// An invalid value when the key was never set.
     QVariant getCommonInfo(QString key) const;
 
-    /// A persisted setting, an invalid value when absent. The two texts are passed empty.
+    /// A persisted setting. One that was never saved has its value of the system settings, if these
+    /// name it (see ZnSystemSettingDataMgr), and is invalid otherwise. The two texts are passed
+    /// empty.
     QVariant settings(const QString& key, const QString& group = QString(),
                       const QString& file = QString(),
                       QSettings::Scope scope = QSettings::UserScope) const;

@@ -17,11 +17,11 @@ class PresenterChannel;
 ///
 /// Threads. The constructor moves the object to an object thread of its own, which is not started
 /// before initPresenter(): a queued signal to it waits until then, and so does all incoming
-/// traffic, of which no more than ten thousand messages are kept. The given parent is the logical
-/// owner only. A child object made in a derived constructor must be made without a parent, moved to
-/// thread(), and only then be given its parent. The four Proc entries are called on the presenter's
-/// message thread, one at a time, in the order of arrival. Every other operation may be called from
-/// any thread.
+/// traffic. 10,000 waiting messages are logged as a warning; above 1,000,000, events and pushes are
+/// dropped, answers never. The given parent is the logical owner only. A child object made in a
+/// derived constructor must be made without a parent, moved to thread(), and only then be given its
+/// parent. The four Proc entries are called on the presenter's message thread, one at a time, in
+/// the order of arrival. Every other operation may be called from any thread.
 ///
 /// End. A presenter is deleted by deleteLater() only; the platform does the same to all presenters
 /// when the application is about to quit.
