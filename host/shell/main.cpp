@@ -1,6 +1,7 @@
 #include <langinfo.h>
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <clocale>
 #include <cstdio>
 #include <cstring>
@@ -8,24 +9,26 @@
 #include "commands.h"
 
 int main(int argc, char** argv) {
-    // Asked before the next lines may set another one.
+    // Read before the next lines may change it.
     const TextLanguage language = languageOfEnvironment();
-    // Names and arguments are UTF-8 here, whatever a bare environment says.
+    // Names and arguments are UTF-8 even in an environment that sets no locale.
     std::setlocale(LC_ALL, "");
     if (std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0) {
         qputenv("LC_ALL", "C.UTF-8");
     }
-    // With no zone named, the C library reads the zone's file anew at every conversion of a time.
+    // Without TZ, the C library reads the zone's file again at every conversion of a time.
     if (qEnvironmentVariableIsEmpty("TZ")) {
         qputenv("TZ", ":/etc/localtime");
     }
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("velmar-client"));
+    // Without a log file, only warnings belong on stderr; LogFile sets its own rules.
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     ShellOptions options;
     options.language = language;
     QString error;
     if (!parseShellOptions(QCoreApplication::arguments().mid(1), &options, &error)) {
-        std::fprintf(stderr, "velmar-client: %s\nvelmar-client --help tells more\n",
+        std::fprintf(stderr, "velmar-client: %s\nvelmar-client --help lists the options\n",
                      error.toUtf8().constData());
         return 2;
     }

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <utility>
 
+#include "exchange_clock.h"
 #include "line_words.h"
 #include "sample_market.h"
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr int kMostSections = 1000;
 constexpr int kMostTicks = 1000;
+constexpr int kMostCount = 1000000000;
 constexpr int kBytesPerKiB = 1024;
 constexpr int kBytesPerMiB = 1024 * kBytesPerKiB;
 /// Less would not take the log-in's own answer.
@@ -29,6 +31,9 @@ const QString kScenario = QStringLiteral("scenario");
 const QString kSection = QStringLiteral("scenario-section");
 const QString kTicks = QStringLiteral("ticks");
 const QString kTickRate = QStringLiteral("tick-rate");
+const QString kMarketHours = QStringLiteral("market-hours");
+const QString kClock = QStringLiteral("clock");
+const QString kCount = QStringLiteral("count");
 const QString kBodyLimit = QStringLiteral("body-limit");
 const QString kRebuild = QStringLiteral("rebuild");
 const QString kVerbose = QStringLiteral("verbose");
@@ -39,11 +44,12 @@ const QString kVersion = QStringLiteral("version");
 
 void addOptions(QCommandLineParser& parser) {
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    for (const QString& withValue : {kHome, kPlugins, kPlugin, kUser, kWait, kScale, kFault,
-                                     kScenario, kSection, kTicks, kTickRate, kBodyLimit}) {
+    for (const QString& withValue :
+         {kHome, kPlugins, kPlugin, kUser, kWait, kScale, kFault, kScenario, kSection, kTicks,
+          kTickRate, kClock, kCount, kBodyLimit}) {
         parser.addOption(QCommandLineOption(withValue, QString(), QStringLiteral("value")));
     }
-    for (const QString& flag : {kRebuild, kVerbose, kStay, kOnce, kVersion}) {
+    for (const QString& flag : {kRebuild, kVerbose, kStay, kOnce, kMarketHours, kVersion}) {
         parser.addOption(QCommandLineOption(flag));
     }
     parser.addOption(QCommandLineOption(QStringList{QStringLiteral("h"), kHelp}));
@@ -125,6 +131,32 @@ bool takeTicks(const QStringList& lists, ShellOptions* options, QString* error) 
     return true;
 }
 
+/// A time of day is taken as one of today. Without a zone it is the exchanges' time.
+QDateTime timeOf(QString text) {
+    const QTime time = QTime::fromString(text, Qt::ISODate);
+    if (time.isValid()) {
+        return inExchangeZone(QDateTime(exchangeNow().date(), time));
+    }
+    const QDateTime moment =
+        QDateTime::fromString(text.replace(QLatin1Char(' '), QLatin1Char('T')), Qt::ISODate);
+    return moment.isValid() ? inExchangeZone(moment) : QDateTime();
+}
+
+bool takeClock(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
+    options->marketHours = options->marketHours || parser.isSet(kMarketHours);
+    if (parser.isSet(kClock)) {
+        options->clock = timeOf(parser.value(kClock));
+    }
+    if (parser.isSet(kClock) && !options->clock.isValid()) {
+        *error = QStringLiteral(
+                     "--%1 takes a time of the exchanges, such as 09:30 or "
+                     "2026-01-05T09:30:00")
+                     .arg(kClock);
+        return false;
+    }
+    return true;
+}
+
 /// A relative name means a file of the folder that the client was started in.
 bool takePlugins(const QStringList& files, ShellOptions* options, QString* error) {
     for (const QString& file : files) {
@@ -144,7 +176,8 @@ bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QStri
     if (parser.isSet(kScenario)) {
         options->command = ShellOptions::Command::Scenario;
         options->scenarioFile = parser.value(kScenario);
-        for (const QString& other : {kScale, kRebuild, kWait, kStay, kOnce, kTickRate}) {
+        for (const QString& other :
+             {kScale, kRebuild, kWait, kStay, kOnce, kTickRate, kClock, kMarketHours}) {
             if (parser.isSet(other)) {
                 *error = QStringLiteral("--%1 goes with no --%2").arg(kScenario, other);
                 return false;
@@ -180,7 +213,8 @@ bool takeOptions(const QStringList& arguments, ShellOptions* options, QStringLis
     if (!takeNumber(parser, kWait, 0, 3600, &options->waitSeconds, error) ||
         !takeNumber(parser, kScale, 1, kMaxMarketScale, &options->scale, error) ||
         !takeNumber(parser, kTickRate, 0, kMostTicks, &options->tickRate, error) ||
-        !takeBodyLimit(parser, options, error)) {
+        !takeNumber(parser, kCount, 1, kMostCount, &options->count, error) ||
+        !takeBodyLimit(parser, options, error) || !takeClock(parser, options, error)) {
         return false;
     }
     if (!takeFaults(parser.values(kFault), options, error) ||
@@ -209,7 +243,7 @@ bool takeOptions(const QStringList& arguments, ShellOptions* options, QStringLis
 bool standsAlone(const ShellOptions& options, bool withCommand, QString* error) {
     // A command prints its answer and nothing else, so it runs no other plug-ins.
     if (withCommand && !options.pluginFiles.isEmpty()) {
-        *error = QStringLiteral("--%1 goes with no command").arg(kPlugin);
+        *error = QStringLiteral("--%1 cannot be combined with a command").arg(kPlugin);
         return false;
     }
     if (options.command != ShellOptions::Command::Scenario) {
@@ -274,6 +308,29 @@ bool takeRules(const QStringList& rest, ShellOptions* options, QString* error) {
     return false;
 }
 
+/// "watch SYMBOL...", with options between the words.
+bool takeTicksCommand(QStringList rest, ShellOptions* options, QString* error) {
+    options->command = ShellOptions::Command::Ticks;
+    QStringList words;
+    while (!rest.isEmpty()) {
+        words.append(rest.takeFirst());
+        if (!takeOptions(QStringList(rest), options, &rest, error)) {
+            return false;
+        }
+    }
+    if (words.size() < 2 || words.takeFirst() != QLatin1String("watch") ||
+        words.contains(QString())) {
+        *error = QStringLiteral("ticks takes 'watch SYMBOL...', and --%1 N").arg(kCount);
+        return false;
+    }
+    if (options->tickRate == 0) {
+        *error = QStringLiteral("ticks watch needs a --%1 above 0").arg(kTickRate);
+        return false;
+    }
+    options->watched = words;
+    return true;
+}
+
 }  // namespace
 
 bool parseShellOptions(const QStringList& arguments, ShellOptions* options, QString* error) {
@@ -300,6 +357,13 @@ bool parseShellOptions(const QStringList& arguments, ShellOptions* options, QStr
     if (!standsAlone(*options, true, error)) {
         return false;
     }
+    if (options->count > 0 && command != QLatin1String("ticks")) {
+        *error = QStringLiteral("--%1 goes with ticks watch only").arg(kCount);
+        return false;
+    }
+    if (command == QLatin1String("ticks")) {
+        return takeTicksCommand(rest, options, error) && standsAlone(*options, true, error);
+    }
     if (command == QLatin1String("call")) {
         return takeCall(rest, options, error);
     }
@@ -310,8 +374,8 @@ bool parseShellOptions(const QStringList& arguments, ShellOptions* options, QStr
         return takeRules(rest, options, error);
     }
     if (command != QLatin1String("functions")) {
-        *error =
-            QStringLiteral("unknown command '%1' (call, functions, accounts, rules)").arg(command);
+        *error = QStringLiteral("unknown command '%1' (call, functions, accounts, rules, ticks)")
+                     .arg(command);
         return false;
     }
     if (!rest.isEmpty()) {
@@ -338,9 +402,12 @@ QString shellHelpText() {
         "hold\n"
         "                                                     for a security, and where they are "
         "from\n"
+        "       velmar-client [options] ticks watch SYMBOL... print the ticks of these symbols "
+        "until Ctrl-C,\n"
+        "                                                     or --count N of them\n"
         "\n"
-        "  --home DIR      where settings, market and log are kept\n"
-        "                  (default: velmar in the user's data folder)\n"
+        "  --home DIR      where settings, market and log are kept: a new or empty folder, or a\n"
+        "                  home made before (default: velmar in the user's data folder)\n"
         "  --plugins DIR   where the plug-in libraries are (default: ../plugins of the program);\n"
         "                  without a command every one of them is loaded\n"
         "  --plugin FILE   load this plug-in library too; may be given several times\n"
@@ -352,6 +419,11 @@ QString shellHelpText() {
         "  --ticks SYMBOLS publish ticks of these symbols too, such as 600000.SH,000001.SZ; those\n"
         "                  that a plug-in subscribes get them anyway\n"
         "  --tick-rate N   ticks a second of each symbol, 0 to 1000; 0: none (default: 1)\n"
+        "  --market-hours  ticks keep to the trading hours of the exchanges; by default they play\n"
+        "                  continuous trading around the clock\n"
+        "  --clock TIME    start the server's clock at this time of the exchanges (+08:00), such "
+        "as\n"
+        "                  09:30 or 2026-01-05T09:30:00; it runs on from there\n"
         "  --body-limit SIZE\n"
         "                  refuse larger requests and answers, drop larger pushes: bytes, or with\n"
         "                  KiB or MiB, such as 512KiB; 1KiB to 1024MiB (default: 64MiB)\n"
@@ -368,6 +440,9 @@ QString shellHelpText() {
         "LC_ALL, LC_MESSAGES or LANG asks for it.\n"
         "\n"
         "The log is log/client.log in the home folder; VELMAR_LOG_DEBUG=1 adds debug lines to it.\n"
-        "Exit codes: 0 well, 1 the start-up or the scenario failed, 2 wrong usage, an unknown\n"
-        "function, account or security, or a file that is no scenario.\n");
+        "Exit codes: 0 success; 1 the start-up or the scenario failed, or it was interrupted; 2 "
+        "wrong\n"
+        "usage, a folder that is no home, an unknown function, account or security, or a file "
+        "that\n"
+        "is not a scenario.\n");
 }

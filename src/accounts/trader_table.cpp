@@ -40,9 +40,9 @@ QStringList TraderTable::GetBindTraderListByAccount(ZnPresenterClass* prtClass,
     const ServerReply reply =
         sendToServer(prtClass, {Velmar_MsgType::getSysUserTradingPermRequest, {{field, account}}});
     if (reply.outcome == ServerReply::Outcome::TimedOut) {
-        qCWarning(lcAccounts).noquote() << QStringLiteral("查询账号绑定权限超时。");
+        qCDebug(lcAccounts).noquote() << QStringLiteral("查询账号绑定权限超时。");
     } else if (!reply.isAnswered()) {
-        qCWarning(lcAccounts).noquote() << QStringLiteral("查询账号绑定权限失败：") + reply.text;
+        qCDebug(lcAccounts).noquote() << QStringLiteral("查询账号绑定权限失败：") + reply.text;
     }
     QStringList traders;
     for (const QVariantMap& row : reply.rows) {

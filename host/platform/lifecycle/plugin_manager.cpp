@@ -68,6 +68,10 @@ PluginManager::~PluginManager() {
     shutdown();
 }
 
+QString PluginManager::unfitness(const QString& file) {
+    return whyUnfit(QPluginLoader(QFileInfo(file).absoluteFilePath()).metaData());
+}
+
 bool PluginManager::load(const QString& file, QString* error) {
     const QFileInfo info(file);
     if (!info.isFile()) {

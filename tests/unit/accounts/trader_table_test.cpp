@@ -118,7 +118,7 @@ private slots:
             fixture.traders
                 .GetBindTraderListByAccount(fixture.presenter, "X1", AccountType::TradingAccount)
                 .isEmpty());
-        QCOMPARE(log.count(QtWarningMsg, line), 1);
+        QCOMPARE(log.count(QtDebugMsg, line), 1);
     }
 
     void load_request_queriesTheOrganisationsGoodUsersInPages() {
