@@ -13,7 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QString error;
     if (!parseScenario(QStringLiteral("fuzz.scn"), text, &scenario, &error) &&
         !place.match(error).hasMatch()) {
-        std::fprintf(stderr, "scenario_fuzz: refused without line and column: %s\n", qPrintable(error));
+        std::fprintf(stderr, "scenario_fuzz: refused without line and column: %s\n",
+                     qPrintable(error));
         std::abort();
     }
     return 0;
