@@ -1,5 +1,5 @@
-// Any bytes into the decoder of packed bodies. What it takes has to be a body that goes over the
-// wire and comes back as the same bytes; what it refuses has to leave nothing behind.
+// Feeds any bytes to the decoder of packed bodies. A body that it accepts must encode to bytes that
+// decode and encode to the same bytes again; a refusal must leave no body.
 
 #include <cstdio>
 #include <cstdlib>
@@ -22,8 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QVariant body;
     QString error;
     if (!PackedBodyWire::decode(bytes, &body, &error)) {
-        require(!body.isValid(), "a refused body left something behind");
-        require(!error.isEmpty(), "refused without a word");
+        require(!body.isValid(), "a refusal left a body");
+        require(!error.isEmpty(), "refused without an error text");
         return 0;
     }
     QByteArray written;
@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QVariant again;
     require(PackedBodyWire::decode(written, &again, &error), "an encoded body is refused");
     QByteArray rewritten;
-    require(PackedBodyWire::encode(again, &rewritten, &error), "the second time it is refused");
-    require(written == rewritten, "a body changes on its way");
+    require(PackedBodyWire::encode(again, &rewritten, &error), "the second encoding is refused");
+    require(written == rewritten, "encoding again changed the body");
     return 0;
 }

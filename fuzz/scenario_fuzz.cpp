@@ -1,4 +1,4 @@
-// Any text as a scenario file. What is refused has to be refused with its place.
+// Parses any text as a scenario file. An error must name its line and column.
 
 #include <QRegularExpression>
 #include <cstdio>
@@ -13,7 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QString error;
     if (!parseScenario(QStringLiteral("fuzz.scn"), text, &scenario, &error) &&
         !place.match(error).hasMatch()) {
-        std::fprintf(stderr, "scenario_fuzz: refused without a place: %s\n", qPrintable(error));
+        std::fprintf(stderr, "scenario_fuzz: refused without line and column: %s\n",
+                     qPrintable(error));
         std::abort();
     }
     return 0;

@@ -14,9 +14,8 @@ void addCageHandlers(ServerHandlers& handlers);
 /// The handlers of every family, by message type.
 inline ServerHandlers standardHandlers() {
     ServerHandlers handlers;
-    for (const auto& addFamily :
-         {addSessionHandlers, addAccountHandlers, addAuthorityHandlers, addSubscriptionHandlers,
-          addProfileHandlers, addCageHandlers}) {
+    for (const auto& addFamily : {addSessionHandlers, addAccountHandlers, addAuthorityHandlers,
+                                  addSubscriptionHandlers, addProfileHandlers, addCageHandlers}) {
         addFamily(handlers);
     }
     return handlers;
