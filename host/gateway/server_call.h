@@ -60,3 +60,5 @@ void addAuthorityHandlers(ServerHandlers& handlers);
 void addSubscriptionHandlers(ServerHandlers& handlers);
 void addProfileHandlers(ServerHandlers& handlers);
 void addCageHandlers(ServerHandlers& handlers);
+/// The handlers of all families.
+ServerHandlers standardHandlers();

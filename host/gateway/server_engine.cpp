@@ -67,16 +67,22 @@ bool cutToToldRows(const QString& msgType, const QVariantMap& header, QList<QVar
 
 }  // namespace
 
+ServerHandlers standardHandlers() {
+    ServerHandlers handlers;
+    addSessionHandlers(handlers);
+    addAccountHandlers(handlers);
+    addAuthorityHandlers(handlers);
+    addSubscriptionHandlers(handlers);
+    addProfileHandlers(handlers);
+    addCageHandlers(handlers);
+    return handlers;
+}
+
 ServerEngine::ServerEngine(std::shared_ptr<const MarketStore> store,
                            std::shared_ptr<ServerState> state)
-    : m_store(std::move(store)), m_state(state ? std::move(state) : ServerState::inMemory()) {
-    addSessionHandlers(m_handlers);
-    addAccountHandlers(m_handlers);
-    addAuthorityHandlers(m_handlers);
-    addSubscriptionHandlers(m_handlers);
-    addProfileHandlers(m_handlers);
-    addCageHandlers(m_handlers);
-}
+    : m_store(std::move(store)),
+      m_state(state ? std::move(state) : ServerState::inMemory()),
+      m_handlers(standardHandlers()) {}
 
 std::shared_ptr<ServerEngine> ServerEngine::open(const QString& storeFile, QString* error,
                                                  std::shared_ptr<ServerState> state) {

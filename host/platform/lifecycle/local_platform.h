@@ -73,6 +73,10 @@ public:
     /// The server-aligned clock; a test hands in its own. Any thread may read.
     void setClock(std::function<QDateTime()> clock);
 
+    /// Calls `done`, on any thread, once every live presenter has worked off what is queued for its
+    /// object thread now. Any thread.
+    void afterQueued(const std::function<void()>& done);
+
     /// Live presenters, for status lines and tests. Any thread.
     int presenterCount() const;
     /// Requests that were sent and have no outcome yet. Any thread.

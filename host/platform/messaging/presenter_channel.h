@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -48,6 +49,10 @@ public:
     /// A presenter that nobody ever starts must not fill the memory. Far more than comes in while
     /// plug-ins are brought up.
     static constexpr size_t kMaxBeforeStart = 10000;
+
+    /// Queues a function for the object thread, behind what is queued there. Dropped, without being
+    /// called, when the presenter is not started or its disposal began.
+    void post(const std::function<void()>& function);
 
     bool isClosing() const { return m_closing; }
     /// True when the calling thread is one of this presenter's two.

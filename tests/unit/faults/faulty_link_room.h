@@ -24,7 +24,7 @@ inline Fault faultOf(const char* line) {
     Fault fault;
     LineError error;
     if (!readFault(QString::fromUtf8(line), &fault, &error)) {
-        qFatal("%s: %s", line, qPrintable(error.told()));
+        qFatal("%s: %s", line, qPrintable(error.toString()));
     }
     return fault;
 }

@@ -103,8 +103,8 @@ void FaultyLinkTest::wrongFaultLine_namesTheColumn() {
     Fault fault;
     LineError error;
     QVERIFY(!readFault(QStringLiteral("120006 1 explode"), &fault, &error));
-    QVERIFY2(error.told().startsWith(QStringLiteral("column 10: 'explode'")),
-             qPrintable(error.told()));
+    QVERIFY2(error.toString().startsWith(QStringLiteral("column 10: 'explode'")),
+             qPrintable(error.toString()));
     QVERIFY(!readFault(QStringLiteral("120006 1 reorder count=1"), &fault, &error));
     QCOMPARE(error.column, 24);
     QVERIFY(!readFault(QStringLiteral("120006 1 timeout silent=perhaps"), &fault, &error));

@@ -169,7 +169,7 @@ void ShellOptionsTest::faults_standOnBothSidesAndAddUp() {
     ShellOptions options;
     QString error;
     QVERIFY2(parseShellOptions({"--fault", "120006 1 timeout", "--fault=* 2+ late ms=3", "call",
-                                "--fault", "x every garbage", "F", "1"},
+                                "--fault", "120006 every garbage", "F", "1"},
                                &options, &error),
              qPrintable(error));
     QCOMPARE(options.functionName, QStringLiteral("F"));
@@ -177,7 +177,7 @@ void ShellOptionsTest::faults_standOnBothSidesAndAddUp() {
     for (const Fault& fault : options.faults) {
         lines.append(faultText(fault));
     }
-    QCOMPARE(lines, (QStringList{"120006 1 timeout", "* 2+ late ms=3", "x every garbage"}));
+    QCOMPARE(lines, (QStringList{"120006 1 timeout", "* 2+ late ms=3", "120006 every garbage"}));
 }
 
 void ShellOptionsTest::ticks_standOnBothSidesAndAddUp() {

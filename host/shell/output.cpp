@@ -1,0 +1,81 @@
+#include "output.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+int s_writeError = 0;  // the first one of stdout; only the main thread prints
+
+/// Whether a terminal acts on a character instead of showing it.
+bool isActive(QChar letter) {
+    const ushort code = letter.unicode();
+    const bool reordersLetters = code == 0x200E || code == 0x200F ||
+                                 (code >= 0x202A && code <= 0x202E) ||
+                                 (code >= 0x2066 && code <= 0x2069);
+    return reordersLetters || letter.category() == QChar::Other_Control;
+}
+
+bool isLayout(QChar letter) {
+    return letter == QLatin1Char('\n') || letter == QLatin1Char('\t');
+}
+
+void noteFailure(std::FILE* stream, bool failed) {
+    if (failed && stream == stdout && s_writeError == 0) {
+        s_writeError = errno;
+    }
+}
+
+void write(std::FILE* stream, const QByteArray& bytes) {
+    const auto size = static_cast<std::size_t>(bytes.size());
+    const bool written = std::fwrite(bytes.constData(), 1, size, stream) == size;
+    noteFailure(stream, !written || std::fflush(stream) != 0);
+}
+
+}  // namespace
+
+QString printable(const QString& text) {
+    QString shown = text;
+    for (QChar& letter : shown) {
+        if (isActive(letter) && !isLayout(letter)) {
+            letter = QChar::ReplacementCharacter;
+        }
+    }
+    return shown;
+}
+
+void printTo(std::FILE* stream, const QString& text) {
+    write(stream, (printable(text) + QLatin1Char('\n')).toUtf8());
+}
+
+void printError(const QString& text) {
+    printTo(stderr, QStringLiteral("velmar-client: ") + text);
+}
+
+void printJson(const QJsonValue& value) {
+    const QJsonDocument document =
+        value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject());
+    const QString text = QString::fromUtf8(document.toJson(QJsonDocument::Indented));
+    QString shown;
+    shown.reserve(text.size());
+    for (const QChar letter : text) {
+        if (isActive(letter) && !isLayout(letter)) {
+            shown += QStringLiteral("\\u%1").arg(letter.unicode(), 4, 16, QLatin1Char('0'));
+        } else {
+            shown += letter;
+        }
+    }
+    write(stdout, shown.toUtf8());
+}
+
+bool outputWritten() {
+    noteFailure(stdout, std::fflush(stdout) != 0 || std::ferror(stdout) != 0);
+    if (s_writeError != 0) {
+        printError(QStringLiteral("the output could not be written: %1")
+                       .arg(QString::fromLocal8Bit(std::strerror(s_writeError))));
+    }
+    return s_writeError == 0;
+}
