@@ -2,20 +2,20 @@
 
 #include <QCoreApplication>
 #include <clocale>
-#include <cstdio>
 #include <cstring>
 
 #include "commands.h"
+#include "output.h"
 
 int main(int argc, char** argv) {
-    // Asked before the next lines may set another one.
+    // Before the next lines may change the environment.
     const TextLanguage language = languageOfEnvironment();
-    // Names and arguments are UTF-8 here, whatever a bare environment says.
+    // Names and arguments are UTF-8, even in an environment without a locale.
     std::setlocale(LC_ALL, "");
     if (std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0) {
         qputenv("LC_ALL", "C.UTF-8");
     }
-    // With no zone named, the C library reads the zone's file anew at every conversion of a time.
+    // Without TZ the C library reads the zone's file again at every conversion of a time.
     if (qEnvironmentVariableIsEmpty("TZ")) {
         qputenv("TZ", ":/etc/localtime");
     }
@@ -25,8 +25,8 @@ int main(int argc, char** argv) {
     options.language = language;
     QString error;
     if (!parseShellOptions(QCoreApplication::arguments().mid(1), &options, &error)) {
-        std::fprintf(stderr, "velmar-client: %s\nvelmar-client --help tells more\n",
-                     error.toUtf8().constData());
+        printError(error);
+        printTo(stderr, QStringLiteral("velmar-client --help lists commands and options"));
         return 2;
     }
     return runShell(options);

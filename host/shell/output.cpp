@@ -6,18 +6,11 @@
 #include <cerrno>
 #include <cstring>
 
+#include "text_table.h"
+
 namespace {
 
 int s_writeError = 0;  // the first one of stdout; only the main thread prints
-
-/// Whether a terminal acts on a character instead of showing it.
-bool isActive(QChar letter) {
-    const ushort code = letter.unicode();
-    const bool reordersLetters = code == 0x200E || code == 0x200F ||
-                                 (code >= 0x202A && code <= 0x202E) ||
-                                 (code >= 0x2066 && code <= 0x2069);
-    return reordersLetters || letter.category() == QChar::Other_Control;
-}
 
 bool isLayout(QChar letter) {
     return letter == QLatin1Char('\n') || letter == QLatin1Char('\t');
@@ -40,7 +33,7 @@ void write(std::FILE* stream, const QByteArray& bytes) {
 QString printable(const QString& text) {
     QString shown = text;
     for (QChar& letter : shown) {
-        if (isActive(letter) && !isLayout(letter)) {
+        if (isTerminalControl(letter) && !isLayout(letter)) {
             letter = QChar::ReplacementCharacter;
         }
     }
@@ -62,7 +55,7 @@ void printJson(const QJsonValue& value) {
     QString shown;
     shown.reserve(text.size());
     for (const QChar letter : text) {
-        if (isActive(letter) && !isLayout(letter)) {
+        if (isTerminalControl(letter) && !isLayout(letter)) {
             shown += QStringLiteral("\\u%1").arg(letter.unicode(), 4, 16, QLatin1Char('0'));
         } else {
             shown += letter;

@@ -69,7 +69,8 @@ void FaultPlanTest::held_isByRowsForDripAlone_data() {
     QTest::newRow("drip of no rows") << "120006 1 drip ms=30" << 0 << qint64(0);
     QTest::newRow("drip, many") << "120006 1 drip ms=20" << 100000 << qint64(2000000);
     QTest::newRow("drip, beyond 32 bits") << "120006 1 drip ms=600000" << 4000 << qint64(86400000);
-    QTest::newRow("drip, all there is") << "120006 1 drip ms=600000" << 2147483647 << qint64(86400000);
+    QTest::newRow("drip, all there is")
+        << "120006 1 drip ms=600000" << 2147483647 << qint64(86400000);
 }
 
 void FaultPlanTest::held_isByRowsForDripAlone() {

@@ -29,8 +29,8 @@ inline Fault faultOf(const char* line) {
     return fault;
 }
 
-/// Keeps what it is told, as "answer 3", in order.
-class Told : public GatewayLinkListener {
+/// Keeps what it is reports, as "answer 3", in order.
+class Reports : public GatewayLinkListener {
 public:
     void onAnswer(quint64 id, const QString& msgType, const QVariant& body) override {
         add(QStringLiteral("answer"), id, body);
@@ -100,12 +100,12 @@ struct Room {
         }
         link = std::make_unique<FaultyLink>(std::move(below), plan);
         QString error;
-        if (!link->start(&told, &error)) {
+        if (!link->start(&reports, &error)) {
             qFatal("%s", qPrintable(error));
         }
     }
 
-    Told told;
+    Reports reports;
     const std::shared_ptr<FaultPlan> plan = std::make_shared<FaultPlan>();
     ScriptedLink* script = nullptr;
     std::unique_ptr<FaultyLink> link;

@@ -15,6 +15,7 @@ private slots:
     void lines_narrowTerminal_fitAndKeepTheFirstColumn_data();
     void lines_narrowTerminal_fitAndKeepTheFirstColumn();
     void lines_missingCells_areEmpty();
+    void lines_controlCharactersInCells_areReplaced();
 };
 
 void TextTableTest::width_ofText_countsTerminalColumns_data() {
@@ -114,6 +115,15 @@ void TextTableTest::lines_missingCells_areEmpty() {
     table.addRow({QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")});
     QCOMPARE(table.lines(80), QStringList({QStringLiteral("A  B"), QStringLiteral("-  -"),
                                            QString(), QStringLiteral("1  2")}));
+}
+
+void TextTableTest::lines_controlCharactersInCells_areReplaced() {
+    TextTable table({QStringLiteral("A"), QStringLiteral("B")});
+    table.addRow({QStringLiteral("red\x1b[31m\n"), QStringLiteral("x\u0085\u202E")});
+    table.addRow({QStringLiteral("plain"), QStringLiteral("x")});
+    const QStringList lines = table.lines(80);
+    QCOMPARE(lines.at(2), QStringLiteral("red\uFFFD[31m\uFFFD  x\uFFFD\uFFFD"));
+    QCOMPARE(lines.at(3), QStringLiteral("plain      x"));
 }
 
 QTEST_GUILESS_MAIN(TextTableTest)
