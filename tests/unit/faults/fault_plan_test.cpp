@@ -44,7 +44,7 @@ void FaultPlanTest::plan_usedUpFault_isDropped() {
     QString seen = QString::number(plan.size());
     for (int i = 0; i < 3; ++i) {
         plan.take(QStringLiteral("120006"));
-        // One of another type uses nothing up.
+        // Another type does not count.
         plan.take(QStringLiteral("120007"));
         seen += QString::number(plan.size());
     }

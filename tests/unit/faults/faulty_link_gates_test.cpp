@@ -60,7 +60,7 @@ void FaultyLinkGatesTest::heldGate_hidesTheStateFromBelow() {
 }
 
 void FaultyLinkGatesTest::heldGate_letGo_hasTheStateFromBelow_data() {
-    QTest::addColumn<QStringList>("below");  // what is reports from there while the gate is held
+    QTest::addColumn<QStringList>("below");  // what it reports while the gate is held
     QTest::addColumn<QString>("state");
     QTest::newRow("nothing") << QStringList() << NET_STATE::CONNECTED;
     QTest::newRow("lost") << QStringList{NET_STATE::NOCONNECT} << NET_STATE::NOCONNECT;
@@ -83,7 +83,7 @@ void FaultyLinkGatesTest::heldGate_letGo_hasTheStateFromBelow() {
     }
     QVERIFY(room.script->waitUntilIdle());
     room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    // From here on the link below is heard again.
+    // From here on the reports of the link below are passed on again.
     room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTTING);
     QVERIFY(room.reports.waitForLines(5));
     QCOMPARE(room.reports.lines(),

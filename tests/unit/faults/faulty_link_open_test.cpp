@@ -3,7 +3,7 @@
 #include "faulty_link_room.h"
 #include "vocabulary/net_state.h"
 
-/// What a faulty link still has to do, and what puts an end to it.
+/// The pending work of a faulty link, and what ends it.
 class FaultyLinkOpenTest : public QObject {
     Q_OBJECT
 
@@ -24,11 +24,11 @@ void FaultyLinkOpenTest::open_countsWhatIsHeldOrAwaited() {
         QVERIFY(room.link->send(requestOf(id)));
     }
     QVERIFY(room.reports.waitForLines(2));
-    // The delayed answer and the late time-out; the silent one is nobody's.
+    // The delayed answer and the late time-out; the silent one does not count.
     QVERIFY(waitFor([&] { return room.link->openCount() == 2; }));
     QVERIFY(room.link->send(requestOf(5)));
     QVERIFY(room.script->waitUntilIdle());
-    // The held answer, and the end of its waiting.
+    // The held answer, and its time limit.
     QCOMPARE(room.link->openCount(), 4);
     room.link->stop();
     QCOMPARE(room.link->openCount(), 0);
@@ -76,7 +76,7 @@ void FaultyLinkOpenTest::reconnect_gateTakenDownSince_leavesItDown() {
     } else {
         QVERIFY(room.link->send(requestOf(2, QStringLiteral("100002"))));
     }
-    // It comes back after the other one would have.
+    // This gate comes back later than the other one would have.
     QVERIFY(room.link->send(requestOf(3, QStringLiteral("100001"))));
     QVERIFY(waitFor([&] { return room.reports.count("MarketTcpGate CONNECTED") == 1; }));
     const QStringList reports = room.reports.lines().filter("InfoGate");

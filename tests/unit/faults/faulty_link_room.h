@@ -29,7 +29,7 @@ inline Fault faultOf(const char* line) {
     return fault;
 }
 
-/// Keeps what it is reports, as "answer 3", in order.
+/// Keeps what is reported to it, such as "answer 3", in order.
 class Reports : public GatewayLinkListener {
 public:
     void onAnswer(quint64 id, const QString& msgType, const QVariant& body) override {
@@ -59,7 +59,7 @@ public:
     bool waitForLines(int count) const {
         return waitFor([this, count] { return lines().size() >= count; });
     }
-    bool toldOn(std::thread::id thread) const {
+    bool calledOn(std::thread::id thread) const {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return std::find(m_threads.begin(), m_threads.end(), thread) != m_threads.end();
     }

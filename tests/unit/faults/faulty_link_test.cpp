@@ -22,8 +22,8 @@ private slots:
     void eachKind_hasItsOutcome_data();
     void eachKind_hasItsOutcome();
     void refusal_carriesTextAndClientMsgId();
-    void truncated_tellsMoreRowsThanItHolds();
-    void silentTimeOut_tellsNothing();
+    void truncated_headerStatesMoreRowsThanTheBodyHas();
+    void silentTimeOut_reportsNothing();
     void reorder_reversesAndGivesUpWaiting();
     void drip_takesLongerTheMoreRows();
     void sharedEnvelope_messageTypeOfTheBodyCounts();
@@ -58,7 +58,7 @@ void FaultyLinkTest::plan_countsByTypeAndOccurrence() {
     QString seen;
     QString seenByAny;
     for (int i = 0; i < 5; ++i) {
-        // Of another type: nothing for the one, and counted by the other.
+        // Another type: counted by the second fault only.
         QVERIFY(!plan.take(QStringLiteral("other")));
         seen += plan.take(kType) ? 'x' : '-';
         seenByAny += any.take(i % 2 ? kType : QStringLiteral("other")) ? 'x' : '-';
@@ -74,7 +74,7 @@ void FaultyLinkTest::plan_firstFaultThatFits_decidesAndAllCount() {
     QVERIFY(plan.take(kType)->kind == FaultKind::Refusal);
     QVERIFY(plan.take(kType)->kind == FaultKind::Garbage);
     QVERIFY(!plan.take(kType));
-    // One that comes later counts from there on.
+    // A fault that is added later counts from then on.
     plan.add(faultOf("120006 1-2 late"));
     QVERIFY(plan.take(kType)->kind == FaultKind::Late);
     QCOMPARE(plan.list(), QStringList{"120006 1-2 late # 1"});
@@ -151,7 +151,7 @@ void FaultyLinkTest::eachKind_hasItsOutcome() {
     Room room({qUtf8Printable(fault)});
     QVERIFY(room.link->send(requestOf(1)));
     QVERIFY(room.reports.waitForLines(reports.size()));
-    // The next one is untouched, and nothing else comes of the first.
+    // The next request is not affected, and nothing more is reported for the first.
     QVERIFY(room.link->send(requestOf(2)));
     QVERIFY(room.reports.waitForLines(reports.size() + 1));
     room.link->stop();
@@ -180,7 +180,7 @@ void FaultyLinkTest::refusal_carriesTextAndClientMsgId() {
     QCOMPARE(header.value(System::requestExeStatus).toString(), QStringLiteral("1"));
 }
 
-void FaultyLinkTest::truncated_tellsMoreRowsThanItHolds() {
+void FaultyLinkTest::truncated_headerStatesMoreRowsThanTheBodyHas() {
     Room room({"120006 1 truncate", "120006 2 truncate rows=3", "120006 3 truncate rows=99"});
     int at = 0;
     for (const int rows : {2, 3, 4}) {
@@ -192,7 +192,7 @@ void FaultyLinkTest::truncated_tellsMoreRowsThanItHolds() {
     }
 }
 
-void FaultyLinkTest::silentTimeOut_tellsNothing() {
+void FaultyLinkTest::silentTimeOut_reportsNothing() {
     Room room({"120006 1 timeout silent=true"});
     QVERIFY(room.link->send(requestOf(1)));
     QVERIFY(room.link->send(requestOf(2)));
@@ -286,15 +286,15 @@ void FaultyLinkTest::control_wrongRow_changesNothing() {
 }
 
 void FaultyLinkTest::outcomes_neverComeFromInsideSend() {
-    Room room({"1 every timeout", "2 every failure", "3 every refusal", "4 every garbage",
-               "5 every disconnect gate=InfoGate", "6 every late", "7 every duplicate"});
+    Room room({"120006 1 timeout", "120006 2 failure", "120006 3 refusal", "120006 4 garbage",
+               "120006 5 disconnect gate=InfoGate", "120006 6 late", "120006 7 duplicate"});
     quint64 id = 0;
-    for (int type = 1; type <= 7; ++type) {
-        QVERIFY(room.link->send(requestOf(++id, QString::number(type))));
+    while (id < 7) {
+        QVERIFY(room.link->send(requestOf(++id)));
     }
     QVERIFY(room.link->send(requestOf(++id, HostMsgType::control)));
     QVERIFY(room.reports.waitForLines(11));
-    QVERIFY(!room.reports.toldOn(std::this_thread::get_id()));
+    QVERIFY(!room.reports.calledOn(std::this_thread::get_id()));
 }
 
 void FaultyLinkTest::stop_inTheMiddle_givesEachItsOutcome() {
@@ -319,7 +319,7 @@ void FaultyLinkTest::stop_whileOthersSend_losesNothing() {
     for (int round = 0; round < 20; ++round) {
         Room room({"120006 1-20 delay ms=1", "120006 21-40 failure", "120006 41-60 reorder count=3",
                    "120006 61-80 refusal"});
-        // The script's own thread drops what it has not reports when it stops.
+        // The script's own thread drops what it has not reported when it stops.
         room.script->on(kType, ScriptedReply::rows({}).held());
         std::atomic<quint64> last{0};
         std::atomic<bool> begun{false};
@@ -345,7 +345,7 @@ void FaultyLinkTest::stop_whileOthersSend_losesNothing() {
         for (const QString& line : lines) {
             QCOMPARE(lines.count(line), 1);
         }
-        // Those that were intercepted have their outcome; those below are the script's to lose.
+        // Intercepted requests have their outcome; the script may drop those that reached it.
         const int below = room.script->requestCount();
         QCOMPARE(lines.size() + below, static_cast<int>(taken[0].size() + taken[1].size()));
     }

@@ -10,8 +10,8 @@
 
 namespace {
 
-/// The names of the functions that the exported class declares, in the header's order, an overload
-/// as often as it stands there.
+/// The names of the functions that the exported class declares, in the order of the header, one
+/// entry per overload.
 QStringList declaredNames() {
     QFile header(
         QStringLiteral(VELMAR_SOURCE_DIR "/src/interface/velmar_business_data_interface.h"));

@@ -238,7 +238,7 @@ void ScenarioParserTest::cutAndTwistedText_neverDoesHarm() {
             QCOMPARE(read, error.isEmpty());
         }
     }
-    // What ends between two steps after a start is a scenario of its own.
+    // A text cut between two steps after a start is a valid scenario.
     QVERIFY(good > 0);
 }
 

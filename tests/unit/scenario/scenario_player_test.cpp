@@ -10,7 +10,7 @@
 
 namespace {
 
-/// A stage where a program of the test's own happens, without any client.
+/// A stage without a client; it lists what the player does.
 class FakeStage : public ScenarioStage {
 public:
     explicit FakeStage(std::shared_ptr<ScenarioTape> tape) : m_tape(std::move(tape)) {}
@@ -57,7 +57,7 @@ public:
     }
     int pendingRequests() const override { return 0; }
     bool waitUntil(const std::function<bool()>& predicate, int limitMs) override {
-        // Time is a number of questions here.
+        // A millisecond is one evaluation here.
         for (int i = 0; i <= limitMs; ++i) {
             if (predicate()) {
                 return true;

@@ -103,7 +103,7 @@ void ShellTextsTest::progressText_half_fillsHalfTheBar() {
     QVERIFY(progressText(0, 7, 80).endsWith(
         QStringLiteral("[                                        ]    0 %")));
     QVERIFY(!progressText(7, 7, 80).section('[', 1).section(']', 0, 0).contains(' '));
-    // Rows are counted beyond what 32 bits times a hundred hold.
+    // A hundred times the number of rows exceeds 32 bits.
     QVERIFY(progressText(30000000, 60000000, 80).endsWith(QStringLiteral("  50 %")));
 }
 

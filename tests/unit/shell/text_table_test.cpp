@@ -79,7 +79,7 @@ void TextTableTest::lines_ofMixedNames_startEachColumnAtOnePlace() {
     const QStringList lines = table.lines(80);
     QCOMPARE(lines.size(), 5);
     for (const QString& line : lines.mid(2)) {
-        // "Account" and "虚远一号" are the widest cells, two columns stand between.
+        // "Account" and "虚远一号" are the widest cells; two spaces separate columns.
         QCOMPARE(displayWidth(line.left(line.lastIndexOf(QLatin1Char('x')))), 7 + 2 + 8 + 2);
     }
     QCOMPARE(displayWidth(lines.at(0).left(lines.at(0).indexOf(QStringLiteral("End")))), 19);
@@ -105,7 +105,7 @@ void TextTableTest::lines_narrowTerminal_fitAndKeepTheFirstColumn() {
     }
     const QString key = QStringLiteral("2000012");
     QCOMPARE(lines.at(2).startsWith(key), columns >= key.size());
-    // Names give way before whole columns do.
+    // Names are cut before whole columns are dropped.
     QCOMPARE(lines.at(0).contains(QStringLiteral("End")), columns >= 32);
 }
 

@@ -31,7 +31,7 @@ QJsonObject with(QJsonObject one, const QString& field, const QJsonValue& value)
     return one;
 }
 
-/// Functions without a result of their own answer with an empty list.
+/// Functions without a configured result answer with an empty list.
 class Answers final : public FacadeRecorder {
 public:
     QMap<QString, QJsonObject> records;  ///< by account
@@ -44,7 +44,7 @@ protected:
     }
 };
 
-/// List title to whether the account is in it and why not.
+/// Title of a list to whether it contains the account, and why not.
 QMap<QString, QPair<QJsonValue, QString>> listsOf(const AccountsAnswer& answer) {
     QMap<QString, QPair<QJsonValue, QString>> lists;
     const QJsonArray entries = answer.json.toObject().value("lists").toArray();
@@ -182,7 +182,7 @@ private slots:
 
     void why_listedButNotLoaded_saysSo() {
         Answers answers;
-        // Records and texts of others: an account without a record stands in neither.
+        // An account without a record is in no list, whatever others have.
         answers.results = {{"GetTradingAccountList", QJsonArray{"T2"}},
                            {"GetDistributedAccountList", QJsonArray{record("T2")}}};
         AccountsCommand command(m_library, answers.function(), {"T1", "T2"});

@@ -56,7 +56,8 @@ private slots:
         QVERIFY2(makeSampleMarket(home() + "/market", MarketOptions(), {}, &error),
                  qPrintable(error));
         change(home() + "/market/market.sqlite",
-               "UPDATE trading_account SET account_name = 'red' || char(27) || '[31m' || char(133) "
+               "UPDATE trading_account SET counter_account_name = 'red' || char(27) || '[31m' || "
+               "char(133) "
                "WHERE trading_account = 'T000001'");
     }
 
