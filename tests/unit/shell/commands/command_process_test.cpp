@@ -114,13 +114,13 @@ private slots:
     void names_withControlCharacters_neverReachTheTerminal_data() {
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("accounts") << QStringList{"accounts", "list"} << "red\uFFFD[31m\uFFFD";
-        QTest::newRow("why") << QStringList{"accounts", "why", "T000001"} << "red\uFFFD[31m\uFFFD";
+        QTest::newRow("accounts") << QStringList{"accounts", "list"} << "red\uFFFD[31\uFFFDm";
+        QTest::newRow("why") << QStringList{"accounts", "why", "T000001"} << "red\uFFFD[31\uFFFDm";
         QTest::newRow("JSON") << QStringList{"accounts", "list", "--json"}
-                              << "red\\u001b[31m\\u0085";
+                              << "red\\u001b[31\\u0085m";
         QTest::newRow("call") << QStringList{"call", "GetAccountInfoByTradingAccount", "T000001",
                                              "true"}
-                              << "red\\u001b[31m\\u0085";
+                              << "red\\u001b[31\\u0085m";
         QTest::newRow("error") << QStringList{"call", "red\x1b[31m"} << "red\uFFFD[31m";
     }
     void names_withControlCharacters_neverReachTheTerminal() {
