@@ -1,6 +1,6 @@
 // The account lists with 200, 2,000 and 20,000 accounts, from one and from two threads: records per
-// second, beside a bare copy of as many records in the same run. Each size has a process of its
-// own, since there is one plug-in in a process.
+// second, compared with a plain copy of as many records in the same run. Each size runs in a
+// process of its own, since a process has one plug-in.
 
 #include <QMap>
 #include <QProcess>
@@ -23,7 +23,17 @@ using Records = QList<tagUserAccountInfo>;
 constexpr int kRounds = 25;
 constexpr double kRoundMs = 5;
 
-/// Keeps the optimiser from dropping a list.
+// Arguments of the lists.
+constexpr bool kWait = true;
+constexpr bool kWithDistributed = true;
+constexpr bool kCentralOnly = false;
+constexpr int kAnyAuthority = 0;
+constexpr int kTrade = 16;
+constexpr int kNormalFunds = 1;
+constexpr int kNormalAndMarginFunds = 3;
+constexpr int kAllFunds = 31;
+
+/// Keeps the optimiser from removing a list.
 volatile int s_sink = 0;
 
 struct Subject {
@@ -43,7 +53,7 @@ int bareCopy(const List& source) {
     return copy.size();
 }
 
-/// A list and the bare copy of what it gave.
+/// A list and the plain copy of its result.
 template <class Ask>
 Subject subject(const char* name, Ask ask) {
     const auto given = ask();
@@ -79,7 +89,7 @@ void compare(const Subject& subject, int threads) {
     nanosecondsEach(1, 1, subject.list);
     const double once = nanosecondsEach(1, 1, subject.list);
     const int calls = std::max(1, static_cast<int>(kRoundMs * 1e6 / std::max(once, 1.0)));
-    // Other work on the machine only ever adds, so the fastest round of each counts.
+    // Other work on the machine only adds time, so the fastest round of each counts.
     std::vector<double> lists;
     std::vector<double> copies;
     for (int round = 0; round < kRounds; ++round) {
@@ -94,7 +104,7 @@ void compare(const Subject& subject, int threads) {
         subject.records * threads * 1000 / list, bare / 1000, list / bare);
 }
 
-/// The node that most records name.
+/// The most frequent value of a field.
 QString commonest(const Records& records, QString tagUserAccountInfo::*field) {
     QMap<QString, int> counts;
     QString best;
@@ -107,7 +117,7 @@ QString commonest(const Records& records, QString tagUserAccountInfo::*field) {
 }
 
 std::vector<Subject> subjects() {
-    const Records all = Facade::GetFundAccountList(true, 0, true);
+    const Records all = Facade::GetFundAccountList(kWait, kAnyAuthority, kWithDistributed);
     QStringList names;
     for (const tagUserAccountInfo& record : all) {
         names.append(record.tradingAccount);
@@ -119,41 +129,56 @@ std::vector<Subject> subjects() {
     const QString first = names.value(0);
     const QStringList exchanges{QStringLiteral("1"), QStringLiteral("2")};
     return {
-        subject("FundAccountList all", [] { return Facade::GetFundAccountList(true, 0, true); }),
+        subject("FundAccountList all",
+                [] { return Facade::GetFundAccountList(kWait, kAnyAuthority, kWithDistributed); }),
         subject("FundAccountList trade, central",
-                [] { return Facade::GetFundAccountList(true, 16, false); }),
+                [] { return Facade::GetFundAccountList(kWait, kTrade, kCentralOnly); }),
         subject("ListByFundProp normal",
-                [] { return Facade::GetFundAccountListByFundProp(1, 16, true, {}, true); }),
+                [] {
+                    return Facade::GetFundAccountListByFundProp(kNormalFunds, kTrade,
+                                                                kWithDistributed, {}, kWait);
+                }),
         subject("ListByFundProp two exchanges",
                 [exchanges] {
-                    return Facade::GetFundAccountListByFundProp(3, 16, true, exchanges, true);
+                    return Facade::GetFundAccountListByFundProp(kNormalAndMarginFunds, kTrade,
+                                                                kWithDistributed, exchanges, kWait);
                 }),
         subject("ListFromTradeList all",
-                [names] { return Facade::GetAccountInfoListFromTradeList(names, true); }),
-        subject(
-            "ListFromProduct",
-            [product] { return Facade::GetAccountInfoListFromProduct(product, true, 0, true); }),
+                [names] { return Facade::GetAccountInfoListFromTradeList(names, kWait); }),
+        subject("ListFromProduct",
+                [product] {
+                    return Facade::GetAccountInfoListFromProduct(product, kWait, kAnyAuthority,
+                                                                 kWithDistributed);
+                }),
         subject("ListFromAsset",
-                [asset] { return Facade::GetAccountInfoListFromAsset(asset, true, true); }),
-        subject(
-            "ListFromClientNo",
-            [client] { return Facade::GetAccountInfoListFromClientNo(client, 31, true, true); }),
-        subject("ListFromFund", [fund] { return Facade::GetAccountInfoListFromFund(fund, true); }),
+                [asset] {
+                    return Facade::GetAccountInfoListFromAsset(asset, kWait, kWithDistributed);
+                }),
+        subject("ListFromClientNo",
+                [client] {
+                    return Facade::GetAccountInfoListFromClientNo(client, kAllFunds, kWait,
+                                                                  kWithDistributed);
+                }),
+        subject("ListFromFund", [fund] { return Facade::GetAccountInfoListFromFund(fund, kWait); }),
         subject("ListFromTrade",
-                [first] { return Facade::GetAccountInfoListFromTrade(first, true); }),
+                [first] { return Facade::GetAccountInfoListFromTrade(first, kWait); }),
         subject("SameRealFund",
                 [first] { return Facade::GetAccountInfoListFromTradingWithSameRealFund(first); }),
         subject("DistributedAccountList", [] { return Facade::GetDistributedAccountList(); }),
         subject("HKAccountInfoList", [] { return Facade::GetHKAccountInfoList(); }),
         subject("HStockCirculateAccountList",
                 [] { return Facade::GetHStockCirculateAccountList(); }),
-        subject("TradingAccountList (texts)",
-                [] { return Facade::GetTradingAccountList(true, 0, true); }),
         subject(
-            "ListByProduct (texts)",
-            [product] { return Facade::GetTradingAccountListByProduct(product, true, 0, true); }),
-        // Of as many records as it looks at.
-        {"AllClientNoList", all.size(), [] { return Facade::GetAllClientNoList(0, true).size(); },
+            "TradingAccountList (texts)",
+            [] { return Facade::GetTradingAccountList(kWait, kAnyAuthority, kWithDistributed); }),
+        subject("ListByProduct (texts)",
+                [product] {
+                    return Facade::GetTradingAccountListByProduct(product, kWait, kAnyAuthority,
+                                                                  kWithDistributed);
+                }),
+        // Compared with a copy of the records that it reads.
+        {"AllClientNoList", all.size(),
+         [] { return Facade::GetAllClientNoList(kAnyAuthority, kWithDistributed).size(); },
          [all] { return bareCopy(all); }},
     };
 }
@@ -199,7 +224,8 @@ int main(int argc, char** argv) {
     if (argc == 3 && QByteArray(argv[1]) == "--accounts") {
         return runSize(QByteArray(argv[2]).toInt());
     }
-    std::printf("fastest of %d rounds; the list beside a bare copy of as many records\n", kRounds);
+    std::printf("fastest of %d rounds; the list compared with a plain copy of as many records\n",
+                kRounds);
     std::fflush(stdout);
     for (const char* accounts : {"200", "2000", "20000"}) {
         if (QProcess::execute(QCoreApplication::applicationFilePath(), {"--accounts", accounts})) {

@@ -1,5 +1,5 @@
-// Record look-up through the exported class, beside a bare read lock, map find and record copy,
-// from one and from two threads in the same run. Also what an account costs in memory.
+// Record look-up through the exported class, compared with a bare read lock, map find and record
+// copy, from one and from two threads in the same run. Also the memory of an account.
 
 #include <malloc.h>
 
@@ -21,7 +21,7 @@ struct Floor {
     QMap<QString, tagUserAccountInfo> records;
 };
 
-/// Keeps the optimiser from dropping a look-up.
+/// Keeps the optimiser from removing a look-up.
 volatile int s_sink = 0;
 
 template <class LookUp>
@@ -64,7 +64,7 @@ void compare(int threads, const QStringList& accounts, Floor& floor) {
                 threads == 1 ? " " : "s", facadeNs, floorNs, facadeNs / floorNs);
 }
 
-/// Bytes that a table of these records takes when nothing of a text is shared with another one.
+/// Bytes that a table of these records takes when no two records share a text.
 double bytesPerAccount(const QList<tagUserAccountInfo>& records) {
     const std::size_t before = mallinfo2().uordblks;
     QMap<QString, tagUserAccountInfo> copy;

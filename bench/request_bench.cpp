@@ -1,6 +1,6 @@
-// A synchronous request of a presenter over the embedded link, to the answer in the caller's hands:
-// one of one row and one of a thousand rows. Beside it the server's handler called directly, which
-// is what the way there and back is added to.
+// The time of a synchronous request of a presenter over the embedded link until the caller has the
+// answer, of one row and of a thousand rows. Compared with a direct call of the server's handler,
+// which shows what the way there and back adds.
 
 #include <QTemporaryDir>
 #include <QVariantMap>
@@ -50,7 +50,7 @@ std::vector<Question> questions() {
             {"1000 rows", HostMsgType::accountTree, QVariantMap(), kAccounts, 400}};
 }
 
-/// The times of a call that answers a body; empty when an answer has not the rows that it should.
+/// The times of a call that returns a body; empty when an answer has a wrong number of rows.
 std::vector<double> microsecondsOf(const Question& question,
                                    const std::function<QVariant()>& call) {
     std::vector<double> times;
@@ -60,7 +60,7 @@ std::vector<double> microsecondsOf(const Question& question,
         if (answer.toList().size() != question.rows + 1) {
             return {};
         }
-        // The first ones warm up.
+        // The first calls only warm up.
         if (i >= 0) {
             times.push_back(milliseconds * 1000);
         }

@@ -1,6 +1,6 @@
 // Start-up with the sample market's accounts: the time of each stage, and the memory that the
-// account table costs. Then the load of 5,000 accounts, from the log-in to the event that they
-// stand, beside the same requests sent through a bare presenter over the same link.
+// account table costs. Then the load of 5,000 accounts, from the log-in to the event that they are
+// loaded, compared with the same requests sent through a bare presenter over the same link.
 
 #include <malloc.h>
 
@@ -33,8 +33,6 @@ constexpr int kRuns = 15;
 constexpr int kLoadRuns = 7;
 constexpr int kLoadAccounts = 5000;
 constexpr int kBatch = 100;
-/// Start-up waits so long after each pass of the load, whatever came of it.
-constexpr double kWaitAfterPassMs = 100;
 inline const QString kBatchType = QStringLiteral("120006");
 
 /// One start in this process: a line per stage, "milliseconds TAB stage TAB bytes in use".
@@ -74,7 +72,7 @@ Client::Options loadClient(const QTemporaryDir& scratch, const QString& homeDir)
     return options;
 }
 
-/// Milliseconds of marks since the clock of the load began; negative while they have not come.
+/// Milliseconds from the start of the load to each mark; negative until the mark is reached.
 struct LoadMarks {
     std::chrono::steady_clock::time_point began;
     std::atomic<double> firstBatch{-1};
@@ -87,7 +85,7 @@ struct LoadMarks {
     }
 };
 
-/// Notes when the batches are sent.
+/// Records when the batches are sent.
 class MarkingLink final : public GatewayLink {
 public:
     MarkingLink(std::unique_ptr<GatewayLink> inner, LoadMarks& marks)
@@ -111,7 +109,7 @@ private:
     LoadMarks& m_marks;
 };
 
-/// Notes when the plug-in says that its accounts stand.
+/// Records when the plug-in publishes that its accounts are loaded.
 class AccountsPresenter final : public ZnPresenterClass {
 public:
     explicit AccountsPresenter(LoadMarks& marks)
@@ -136,7 +134,7 @@ int loadOnce(const QString& homeDir) {
     };
     Client::Listener listener;
     listener.platformStarted = [&marks] { (new AccountsPresenter(marks))->initPresenter(); };
-    // The last step before the log-in is the one that counts.
+    // The time is measured from the last step before the log-in.
     listener.stepEnded = [&marks](const QString& text) {
         if (text.startsWith(QLatin1String("plug-in object"))) {
             marks.began = std::chrono::steady_clock::now();
@@ -178,8 +176,8 @@ QList<QVariantMap> ask(ZnPresenterClass& presenter, const QString& type,
     return rows;
 }
 
-/// Rows that came with the batches; `treeCame` is called before the first of them.
-int askAll(ZnPresenterClass& presenter, const std::function<void()>& treeCame) {
+/// Number of rows in the batches' answers; `treeReceived` is called before the first batch.
+int askAll(ZnPresenterClass& presenter, const std::function<void()>& treeReceived) {
     const QVariantMap user{{UserAccount::loginUserId, SampleLogin::user}};
     QVariantMap login = user;
     login.insert(HostField::password, SampleLogin::password);
@@ -190,7 +188,7 @@ int askAll(ZnPresenterClass& presenter, const std::function<void()>& treeCame) {
     for (const QVariantMap& row : ask(presenter, HostMsgType::accountTree, user)) {
         accounts.append(row.value(UserAccount::tradingAccount).toString());
     }
-    treeCame();
+    treeReceived();
     int rows = 0;
     for (int first = 0; first < accounts.size(); first += kBatch) {
         QVariantMap batch = user;
@@ -213,7 +211,7 @@ int bareOnce(const QString& homeDir) {
     bool good = engine && platform.start(options, &error) &&
                 platform.setLink(std::make_unique<EmbeddedLink>(engine), &error);
     if (good) {
-        // Disposed of by the platform's close().
+        // Deleted by the platform's close().
         auto* const presenter =
             new ZnPresenterClass(QStringLiteral("Bench"), nullptr, IMessageInterface::OwnThreads);
         presenter->initPresenter();
@@ -223,7 +221,7 @@ int bareOnce(const QString& homeDir) {
         rows = askAll(*presenter, [&marks] { marks.firstBatch = marks.now(); });
         good = rows == kLoadAccounts;
         QTextStream(stdout) << marks.firstBatch << '\t' << marks.now() << '\n';
-        error = QStringLiteral("%1 rows came").arg(rows);
+        error = QStringLiteral("%1 rows arrived").arg(rows);
     }
     if (!good) {
         std::fprintf(stderr, "the bare requests failed: %s\n", qPrintable(error));
@@ -250,7 +248,7 @@ bool compareLoad() {
     std::vector<double> event;
     std::vector<double> bareFirst;
     std::vector<double> bare;
-    // The first load makes the market and does not count.
+    // The first load creates the market and is not counted.
     for (int run = 0; run <= kLoadRuns; ++run) {
         const QStringList load = figuresOf(QStringLiteral("--load"), home.path());
         const QStringList requests = figuresOf(QStringLiteral("--bare"), home.path());
@@ -270,12 +268,10 @@ bool compareLoad() {
     std::printf("load of %d accounts, median of %d starts\n", kLoadAccounts, kLoadRuns);
     std::printf("%9.2f ms  log-in to the first batch\n", medianOf(first));
     std::printf("%9.2f ms  log-in to the last batch\n", medianOf(last));
-    std::printf("%9.2f ms  log-in to the event, of them %.0f waited after the pass\n", whole,
-                kWaitAfterPassMs);
+    std::printf("%9.2f ms  log-in to the event\n", whole);
     std::printf("%9.2f ms  the bare requests, %.2f ms to the first batch\n", floor,
                 medianOf(bareFirst));
-    std::printf("ratio %.2f (at most 1.3), %.2f without that wait\n", whole / floor,
-                (whole - kWaitAfterPassMs) / floor);
+    std::printf("ratio %.2f (at most 1.3)\n", whole / floor);
     return true;
 }
 
@@ -297,7 +293,7 @@ int main(int argc, char** argv) {
     QStringList order;
     QMap<QString, Stage> stages;
     std::vector<double> whole;
-    // The first start makes the market and does not count.
+    // The first start creates the market and is not counted.
     for (int run = 0; run <= kRuns; ++run) {
         QProcess child;
         child.start(QCoreApplication::applicationFilePath(), {"--once", home.path()});

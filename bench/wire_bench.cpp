@@ -1,6 +1,6 @@
-// The wire form of a packed body beside Qt's own CBOR classes, which know nothing of its types: a
-// thousand rows of thirty fields, encoded and decoded. Then the worst that a stranger can send,
-// maps of very many keys in falling order, decoded with ever more of them.
+// Encodes and decodes a thousand rows of thirty fields in the wire form of a packed body, compared
+// with Qt's own CBOR classes, which do not preserve types. Then decodes the most expensive input
+// that anybody can send, maps with very many keys in falling order, with more and more keys.
 
 #include <QCborValue>
 #include <QDateTime>
@@ -18,7 +18,7 @@ constexpr int kRows = 1000;
 constexpr int kFields = 30;
 constexpr int kRounds = 31;
 
-/// What an answer mostly holds: texts, some of them Chinese, whole numbers and prices, a few dates.
+/// A typical answer: texts, some of them Chinese, whole numbers and prices, a few dates.
 QVariant valueOf(int field, std::mt19937& random) {
     const auto number = static_cast<int>(random() % 1000000);
     switch (field % 6) {
@@ -65,8 +65,8 @@ void report(const char* what, const std::vector<double>& ours, const std::vector
                 medianOf(ours), medianOf(qt), medianOf(ours) / medianOf(qt));
 }
 
-/// Two rows of so many keys each, in falling order, so that no insertion is at the end, and other
-/// ones in each row, so that none is shared.
+/// Two rows with the given number of keys each, in falling order, so that no insertion is at the
+/// end, and different ones in each row, so that none is shared.
 QByteArray fallingKeys(int keys) {
     QByteArray bytes = QByteArray::fromHex("82");
     for (int row = 0; row < 2; ++row) {
@@ -83,7 +83,8 @@ QByteArray fallingKeys(int keys) {
     return bytes;
 }
 
-/// The time per key may grow with the depth of a tree and with the caches, not with their number.
+/// The time per key may grow with the depth of a tree and with cache misses, but not in proportion
+/// to the number of keys.
 void reportFallingKeys() {
     constexpr int kKeyRounds = 5;
     for (const int keys : {20000, 80000, 320000}) {
@@ -119,7 +120,7 @@ void reportRows() {
             QVariant read;
             orExit(PackedBodyWire::decode(bytes, &read, &error), error);
         }));
-        // Without the step back to a QVariant, which a reader of rows would need as well.
+        // Without the conversion back to a QVariant, which a reader of rows would need as well.
         qtDecode.push_back(millisecondsOf([&] {
             const QCborValue read = QCborValue::fromCbor(qtBytes);
             orExit(read.isArray(), QStringLiteral("not decoded"));

@@ -141,7 +141,7 @@ def main():
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", required=True)
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 2)
-    parser.add_argument("files", nargs="*", help="paths from the root; all when none is given")
+    parser.add_argument("files", nargs="*", help="paths from the root; default: all")
     given = parser.parse_args()
     root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
     build = os.path.abspath(given.build)

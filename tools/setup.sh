@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing; quick and silent when none is.
+# Installs the Debian packages that are missing; quick and silent when all are there.
 #
 # usage: tools/setup.sh [run|test|lint|fuzz]...     (default: run)
 # Exit codes: 0 everything is there, 1 something could not be installed, 2 unknown argument.

@@ -1,101 +1,60 @@
 #include "neighbour.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
-#include <QHash>
-#include <cstdio>
-#include <limits>
-
-#include "text_table.h"
-#include "velmar_business_data_interface.h"
-#include "vocabulary/values.h"
+#include "account_table.h"
+#include "commonquotahandler/common_quota_handler.h"
+#include "neighbour_log.h"
+#include "vocabulary/tick_fields.h"
 
 namespace {
 
-constexpr int kAnyAuthority = 0;
-constexpr int kAllRows = std::numeric_limits<int>::max();
+constexpr int kFiveLevels = 0;
+enum Subscription { Unsubscribe = 0, Subscribe = 1 };
 
-/// How many accounts are printed: the environment's NEIGHBOUR_ROWS, a number or "all", else a few.
-int rowsToPrint() {
-    constexpr int kFew = 20;
-    const QString wanted = qEnvironmentVariable("NEIGHBOUR_ROWS");
-    if (wanted == QLatin1String("all")) {
-        return kAllRows;
-    }
-    bool ok = false;
-    const int rows = wanted.toInt(&ok);
-    return ok && rows >= 0 ? rows : kFew;
-}
-
-/// The columns of the terminal on stdout; no limit for a file or a pipe.
-int columnsOfStdout() {
-    winsize size{};
-    const bool told = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return told ? size.ws_col : std::numeric_limits<int>::max();
-}
-
-QString typeText(const QString& fundAccountType) {
-    static const QHash<QString, QString> texts{
-        {FundAccountType::Cash, QStringLiteral("现货")},
-        {FundAccountType::Credit, QStringLiteral("信用")},
-        {FundAccountType::Option, QStringLiteral("期权")},
-        {FundAccountType::Future, QStringLiteral("期货")},
-        {FundAccountType::Metal, QStringLiteral("贵金属")},
-    };
-    return texts.value(fundAccountType, fundAccountType);
-}
-
-QString authorityText(int flags) {
-    const struct {
-        int bit;
-        QChar letter;
-    } letters[] = {{1, 'Q'}, {2, 'E'}, {4, 'A'}, {8, 'S'}, {16, 'T'}};
-    QString text;
-    for (const auto& authority : letters) {
-        text += flags & authority.bit ? authority.letter : QChar('-');
-    }
-    return text;
-}
-
-TextTable tableOf(const QList<tagUserAccountInfo>& accounts) {
-    TextTable table({"Account", "Name", "Product", "Fund account", "Type", "Counter", "May"});
-    for (const tagUserAccountInfo& account : accounts) {
-        table.addRow({account.tradingAccount, account.accountName, account.productName,
-                      account.fundAccount, typeText(account.fundAccountType),
-                      account.counterSiteType == 0 ? "central" : "distributed",
-                      authorityText(account.authorityFlags)});
-    }
-    return table;
-}
-
-void print(const QString& line) {
-    std::printf("%s\n", line.toUtf8().constData());
+QStringList watchedSymbols() {
+    return {QStringLiteral("600000.SH")};
 }
 
 }  // namespace
 
 void Neighbour::initialize() {
-    using Data = VelmarBusinessDataInterface;
-    // `true` waits for the load, so that this works however early the host makes the object.
-    const QList<tagUserAccountInfo> accounts = Data::GetFundAccountList(true, kAnyAuthority, true);
-    const int distributed = Data::GetDistributedAccountList().size();
-    const int products = Data::GetAllProductAccountMap().size();
-    const int tradable = Data::GetAuthTradeProductAccountList().size();
+    m_presenter = new NeighbourPresenter(this);
+    printAccountTable();
+    followTicks();
+    // Starts the presenter's threads. Last, so that everything an event may need is there.
+    m_presenter->initPresenter();
+}
 
-    const int shown = qMin(rowsToPrint(), accounts.size());
-    for (const QString& line : tableOf(accounts.mid(0, shown)).lines(columnsOfStdout())) {
-        print(line);
+void Neighbour::followTicks() {
+    CommonQuotaHandler& feed = CommonQuotaHandler::instance();
+    if (!feed.Init()) {
+        return;
     }
-    if (shown < accounts.size()) {
-        print(QStringLiteral("... %1 more (NEIGHBOUR_ROWS=all shows them)")
-                  .arg(accounts.size() - shown));
+    connect(&feed, &CommonQuotaHandler::sigTickDataUpdate, this, &Neighbour::takeTick);
+    feed.subscribe(watchedSymbols(), Subscribe, kFiveLevels);
+    m_followsTicks = true;
+}
+
+void Neighbour::takeTick(const QString& symbol, const QVariantMap& tick) {
+    // The signal carries the ticks of every symbol that anybody subscribed to.
+    if (!watchedSymbols().contains(symbol)) {
+        return;
     }
-    print(QStringLiteral("%1 accounts that are not frozen, %2 tradable ones on a distributed "
-                         "counter; %3 products, %4 of them tradable")
-              .arg(accounts.size())
-              .arg(distributed)
-              .arg(products)
-              .arg(tradable));
-    std::fflush(stdout);
+    if (++m_ticks == 1) {
+        qCInfo(lcNeighbour) << "first tick of" << symbol << "at"
+                            << tick.value(TickField::lastPrice).toDouble();
+    }
+}
+
+Neighbour::~Neighbour() {
+    if (m_followsTicks) {
+        CommonQuotaHandler::instance().subscribe(watchedSymbols(), Unsubscribe, kFiveLevels);
+    }
+    const int events = m_presenter ? m_presenter->eventCount() : 0;
+    if (m_presenter) {
+        // Joins the presenter's threads: no event arrives any more when it returns.
+        m_presenter->deleteLater();
+    }
+    if (m_followsTicks) {
+        qCInfo(lcNeighbour) << "shut down after" << m_ticks << "ticks and" << events << "events";
+    }
 }

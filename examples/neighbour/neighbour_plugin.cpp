@@ -4,7 +4,7 @@
 #include "zncm/id.h"
 
 bool NeighbourPlugin::initialize(const QStringList&, QString*, const QString& dllName) {
-    // The host makes the plug-in object from the type behind "metaId" and calls its initialize().
+    // The host creates an object of the class behind "metaId" and calls its initialize().
     auto* const descriptor = new QObject;
     descriptor->setObjectName(QStringLiteral("Neighbour"));
     descriptor->setProperty("id", Id("Example.Neighbour").toSetting());

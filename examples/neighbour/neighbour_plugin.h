@@ -2,7 +2,7 @@
 
 #include "znplugin/i_plugin.h"
 
-/// What the host finds in the library: it tells the host which plug-in object to make.
+/// The root object of the library: hands the host a description of the plug-in object.
 class NeighbourPlugin : public IPlugin {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "ZNAppPlugin" FILE "neighbour.json")

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "server_call.h"
+#include "fault_types.h"
 
 namespace {
 
@@ -130,16 +130,6 @@ bool readParameter(const LineWord& word, Fault* fault, LineError* error) {
 bool isGateName(const QString& text) {
     return text == NetGateType::TradeGate || text == NetGateType::InfoGate ||
            text == NetGateType::MarketTcpGate || text == NetGateType::MarketGrpcGate;
-}
-
-const QStringList& faultTypes() {
-    // Never destroyed: static objects may read a fault at the very end.
-    static const auto* const types = [] {
-        auto* const all = new QStringList(standardHandlers().keys());
-        all->sort();
-        return all;
-    }();
-    return *types;
 }
 
 bool readFault(const QVector<LineWord>& words, int from, Fault* fault, LineError* error) {

@@ -52,9 +52,6 @@ struct Fault {
 /// Whether it is one of NetGateType.
 bool isGateName(const QString& text);
 
-/// The message types that a fault may name besides "*": those that the server answers, sorted.
-const QStringList& faultTypes();
-
 /// Reads "TYPE OCCURRENCES KIND [key=value]..." (docs/scenarios.md) from the words behind `from`.
 /// False with the place of the error.
 bool readFault(const QVector<LineWord>& words, int from, Fault* fault, LineError* error);

@@ -88,7 +88,7 @@ private:
         }
     }
 
-    /// One at a time, or two threads would change their order.
+    /// One at a time, since two threads would change the order.
     void deliverNotice(std::unique_lock<std::mutex>& lock) {
         Notice call = std::move(m_notices.front());
         m_notices.pop_front();
@@ -120,8 +120,8 @@ private:
     Session m_session;
     std::array<std::thread, 2> m_threads;
 
-    std::mutex
-        m_mutex;  // guards what follows; never held while the engine or the listener is called
+    // Guards the members below; never held while the engine or the listener is called.
+    std::mutex m_mutex;
     std::condition_variable m_wake;
     std::deque<GatewayRequest> m_requests;
     std::deque<Notice> m_notices;
@@ -132,13 +132,13 @@ private:
 EmbeddedLink::EmbeddedLink(std::shared_ptr<ServerEngine> engine) : m_engine(std::move(engine)) {}
 
 EmbeddedLink::~EmbeddedLink() {
-    EmbeddedLink::stop();  // what derives from it has gone
+    EmbeddedLink::stop();  // qualified: a derived class is already destroyed
 }
 
 bool EmbeddedLink::start(GatewayLinkListener* listener, QString* error) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_engine || !listener || m_worker) {
-        *error = m_worker ? QStringLiteral("the embedded link runs already")
+        *error = m_worker ? QStringLiteral("the embedded link is already running")
                           : QStringLiteral("the embedded link has no server or no listener");
         qCWarning(lcGateway).noquote() << *error;
         return false;
@@ -158,7 +158,7 @@ void EmbeddedLink::stop() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         worker.swap(m_worker);
     }
-    // Joined without the lock: a listener that is being called may well send.
+    // Without the lock, since the listener may be sending.
     if (worker) {
         worker->stop();
     }

@@ -6,8 +6,9 @@
 #include "gateway_link.h"
 #include "server_engine.h"
 
-/// A link to a server engine in this process, on two threads of its own. Answers come in no
-/// particular order, pushes and gate states in theirs. Several links may share an engine.
+/// A link to a server engine in this process, with two threads of its own. Answers arrive in any
+/// order, pushes and gate states in the order in which they were sent. Several links may share an
+/// engine.
 class EmbeddedLink : public GatewayLink {
 public:
     explicit EmbeddedLink(std::shared_ptr<ServerEngine> engine);
@@ -17,8 +18,8 @@ public:
 
     /// Reports every gate as connected, from a thread of the link's own.
     bool start(GatewayLinkListener* listener, QString* error) override;
-    /// Fails the requests that no thread has begun, waits for the others and ends the threads.
-    /// Never from inside a call of the listener.
+    /// Fails the requests that no thread has started, waits for the others and ends the threads.
+    /// Must not be called from the listener.
     void stop() override;
     bool send(const GatewayRequest& request) override;
 

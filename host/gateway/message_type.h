@@ -5,7 +5,7 @@
 
 #include "vocabulary/fields.h"
 
-/// Carries messages of several types, which their bodies tell apart.
+/// An envelope for messages of several types; the type is in the body.
 inline const QString kSharedEnvelope = QStringLiteral("325005");
 
 /// The type of a request: its envelope's, or its header's System::msgType under the shared

@@ -19,12 +19,12 @@ bool isPositive(const QVariant& value, int* number) {
     return *number > 0;
 }
 
-/// Whether a filter may be compared with it: no list, no record, nothing without a text.
+/// Whether a value can be compared with a column: it has a text and is not a list or a record.
 bool isSingle(const QVariant& value) {
     return value.userType() != QMetaType::QStringList && value.canConvert<QString>();
 }
 
-/// What the filters of a request come to.
+/// The conditions of a request's filters.
 struct Conditions {
     QStringList clauses;
     QVariantList values;
@@ -40,7 +40,7 @@ struct Conditions {
     }
 };
 
-/// False with a text when the values make no sense.
+/// False with a text when there are too many values.
 bool addOneOf(const PagedFilter& filter, const QString& text, Conditions* conditions,
               QString* refusal) {
     const QStringList values = text.split(QLatin1Char(','), Qt::SkipEmptyParts);
@@ -130,7 +130,7 @@ bool readRows(const ServerCall& call, const PagedSource& source, const QVariantL
     });
 }
 
-/// A row of its own for each account that was asked for and has none, and a status for all.
+/// Adds a status to each row and, to a whole list, a row for each requested account without one.
 void addStatuses(const ServerCall& call, const QString& field, bool isWhole,
                  HandlerAnswer* answer) {
     QSet<QString> answered;
@@ -150,7 +150,7 @@ void addStatuses(const ServerCall& call, const QString& field, bool isWhole,
     }
 }
 
-void tellPage(const PageRequest& page, qint64 lastPosition, HandlerAnswer* answer) {
+void addPageFields(const PageRequest& page, qint64 lastPosition, HandlerAnswer* answer) {
     if (page.mode == PageRequest::Mode::Page) {
         answer->header.insert(System::pageNo, page.pageNo);
         answer->header.insert(System::pageSize, page.count);
@@ -239,6 +239,6 @@ HandlerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
     if (!source.statusField.isEmpty()) {
         addStatuses(call, source.statusField, page->mode == PageRequest::Mode::All, &answer);
     }
-    tellPage(*page, last, &answer);
+    addPageFields(*page, last, &answer);
     return answer;
 }

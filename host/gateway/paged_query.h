@@ -9,75 +9,73 @@
 
 #include "server_call.h"
 
-/// A condition that a request may put on a list, by one of its fields; a field that the request
-/// does not hold, or holds empty, puts none.
+/// A condition that a field of a request puts on a list. A missing or empty field puts none.
 struct PagedFilter {
     enum class Kind {
-        OneOf,    ///< values joined with ",": the column holds one of them
-        Equal,    ///< the column holds this value
-        NotLess,  ///< a date: the column is not before it
-        NotMore,  ///< a date: the column is not after it
-        SameDate  ///< a date: the column is that day
+        OneOf,    ///< values joined with ",": the column has one of them
+        Equal,    ///< the column has this value
+        NotLess,  ///< the column is this date or a later one
+        NotMore,  ///< the column is this date or an earlier one
+        SameDate  ///< the column is this date
     };
 
     Kind kind;
     QString field;
-    QString column;         ///< of a date: a plain column that holds yyyyMMdd, as number or text
+    QString column;         ///< for a date: a plain column with yyyyMMdd, as a number or a text
     bool required = false;  ///< a request without it is refused
 };
 
-/// All that a handler of a paged list states of it.
+/// How to read a paged list from the store.
 struct PagedSource {
-    StoreColumns columns;  ///< what a row of the answer holds
-    QString from;          ///< tables and joins; each "?" in it gets a value at the call
-    /// Expression: a whole number from 1 to 9,999,999,999,999,999, which is what a position's 16
-    /// digits hold, another for each row; the order.
+    StoreColumns columns;  ///< the fields of an answer's row
+    QString from;          ///< tables and joins; answerPaged() binds values to each "?" in it
+    /// An expression whose value is a whole number from 1 to 9,999,999,999,999,999 (a position has
+    /// 16 digits), different for each row. The list is sorted by it.
     QString position;
     QVector<PagedFilter> filters;
     int maxPageSize = 5000;
-    /// Where no index is on the position itself. Columns that give the same order and that the
-    /// database can walk along, so that it need not sort the list for each part of it:
+    /// For a position without an index: indexed columns that sort the list in the same way, so that
+    /// the database need not sort it again for each page.
     QString order = {};
-    /// and a condition with one "?", which gets a position, on such a column: all rows behind that
-    /// position fulfil it, so that a cursor begins near its place.
+    /// For a position without an index: a condition on an indexed column with one "?" for a
+    /// position. It holds for all rows behind that position, so that reading starts near it.
     QString seek = {};
-    bool positionInRows = false;  ///< rows hold System::positionStr, each its own
-    /// For a list of one row per account: rows hold System::requestExeStatus, and an account of
-    /// this OneOf field that has no row gets one that refuses, when no page is asked for. Empty:
-    /// neither.
+    bool positionInRows = false;  ///< each row has its System::positionStr
+    /// For a list with one row for each account, the OneOf field with the requested accounts: rows
+    /// get System::requestExeStatus, and a request for the whole list gets a row with a refusal for
+    /// each account that has none. Empty for other lists.
     QString statusField = {};
 };
 
-/// Which part of a list a request asks for.
+/// The part of a list that a request asks for.
 /// - By page: System::pageNo, from 1 on, and System::pageSize.
-/// - By position: System::positionStr, which is behind the rows that the client has, and
-///   System::requestNumber. Empty, or zeros, stands before the first row.
-/// - With none of them: all of it.
+/// - By position: System::positionStr, that of the client's last row, and System::requestNumber. An
+///   empty position, or zeros, is before the first row.
+/// - Without these fields: the whole list.
 struct PageRequest {
     enum class Mode { All, Page, Position };
 
     Mode mode = Mode::All;
-    int count = 0;      ///< rows at most
+    int count = 0;      ///< the largest number of rows
     int pageNo = 0;     ///< by page
-    qint64 offset = 0;  ///< by page: rows before it
-    qint64 after = 0;   ///< by position: that of the last row that the client has
-    QString asked;      ///< by position: as the request tells it
+    qint64 offset = 0;  ///< by page: the number of rows before it
+    qint64 after = 0;   ///< by position: that of the client's last row
+    QString asked;      ///< by position: the text in the request
 
-    /// Nothing, with a text for the client, when the request's fields make no sense or ask for more
-    /// rows at once than `maxCount`.
+    /// Empty, with a text for the client, when the request's fields are invalid or ask for more
+    /// than `maxCount` rows.
     static std::optional<PageRequest> of(const ServerCall& call, int maxCount, QString* refusal);
 };
 
-/// A position of at most 16 digits as text: all of one width, so that they are in order as texts
-/// too.
+/// A position as a text of 16 digits; the texts sort like the numbers.
 QString positionText(qint64 position);
-/// A date given as a number (20260105) or a text ("20260105", "2026-01-05"), or a date itself; an
-/// invalid one when it is none.
+/// The date of a number (20260105), a text ("20260105", "2026-01-05") or a date; invalid for
+/// anything else.
 QDate dateOf(const QVariant& value);
 
-/// Answers with the part of the list that the request asks for, in the order of `position`. The
-/// header gets System::totalSize, the rows that fulfil the filters in all, and as the request asks
-/// System::pageNo and System::pageSize, or System::positionStr of the last row, which for an empty
-/// part is the one of the request. What makes no sense is refused.
+/// Answers with the part of the list that the request asks for, sorted by `position`. The header
+/// gets System::totalSize, the number of rows that meet the filters, and the fields of the page:
+/// its System::pageNo and System::pageSize, or the System::positionStr of its last row, which for
+/// an empty page is the request's. Invalid fields are refused.
 HandlerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
                           const QVariantList& fromValues = {});

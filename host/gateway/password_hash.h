@@ -3,7 +3,7 @@
 #include <QCryptographicHash>
 #include <QString>
 
-/// How the store keeps a password: the salt, and this hash of both in hexadecimal digits.
+/// The hash of salt and password that the store keeps beside the salt, in hexadecimal digits.
 inline QString passwordHash(const QString& salt, const QString& password) {
     QCryptographicHash hash(QCryptographicHash::Sha256);
     hash.addData(salt.toUtf8());

@@ -17,10 +17,10 @@ QVariantMap cage(const QString& title, const QStringList& classes, double ratio,
             {CageField::controlType, int(control)}};
 }
 
-// Trading rules of Shanghai and Shenzhen of February 2023: during continuous trading no further
-// than the wider of two percent and ten ticks from the best opposite quote, on the science board
-// two percent. Beijing's of November 2021: five percent and ten ticks. Hong Kong connect: nine
-// spreads, as brokers tell it; the exchange's own text was not at hand.
+// Trading rules of Shanghai and Shenzhen of February 2023: during continuous trading at most the
+// larger of two percent and ten ticks from the best opposite quote, on the science board two
+// percent. Beijing's of November 2021: the larger of five percent and ten ticks. Hong Kong connect:
+// nine spreads according to brokers; 未能核实 in the exchange's own text.
 QVariantMap cages() {
     return {{QStringLiteral("1"),
              cage(QStringLiteral("沪市（非科创板）和深市（含创业板）股票："),

@@ -4,13 +4,13 @@
 #include <QString>
 #include <QVariantMap>
 
-/// What the sample server knows about prices beyond its market: the defaults of the price cage and
-/// the exchange rates of Hong Kong. The rates are invented, the cages are the exchanges' own.
+/// The sample server's defaults of the price cage, which are the exchanges' own, and its exchange
+/// rates of the Hong Kong dollar, which are invented.
 namespace PriceSamples {
 
-/// The value of a configuration item as text; empty when there is none of that name.
+/// The value of a configuration item as a text; empty for an unknown name.
 QString systemItem(const QString& itemName);
-/// Exchange rates, a row per exchange of Hong Kong connect.
+/// Exchange rates, one row for each exchange of Hong Kong connect.
 QList<QVariantMap> hongKongRates();
 
 }  // namespace PriceSamples

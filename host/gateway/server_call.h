@@ -11,7 +11,7 @@
 #include "subscriptions.h"
 #include "vocabulary/values.h"
 
-/// A request as a handler sees it.
+/// A request as a handler receives it.
 struct ServerCall {
     Session session;
     QString msgType;
@@ -36,9 +36,9 @@ struct ServerCall {
 struct HandlerAnswer {
     QString refusal;  ///< why nothing was done; empty for a success
     QList<QVariantMap> rows;
-    int totalSize = -1;  ///< rows that the server has; negative: those of this answer
+    int totalSize = -1;  ///< rows that the server has; negative means those of this answer
     QVariantMap header;  ///< further fields of the header
-    /// The older messages tell it as a number.
+    /// A text; the older messages use a number.
     QVariant successStatus = RequestExeStatus::success;
 
     static HandlerAnswer refused(const QString& text) {
@@ -50,15 +50,5 @@ struct HandlerAnswer {
 };
 
 using ServerHandler = std::function<HandlerAnswer(const ServerCall&)>;
-/// Message type to its handler. Handlers run on the threads of any link, several at a time.
+/// Handlers by message type. They run on the threads of any link, several at the same time.
 using ServerHandlers = QHash<QString, ServerHandler>;
-
-// One function per family of messages.
-void addSessionHandlers(ServerHandlers& handlers);
-void addAccountHandlers(ServerHandlers& handlers);
-void addAuthorityHandlers(ServerHandlers& handlers);
-void addSubscriptionHandlers(ServerHandlers& handlers);
-void addProfileHandlers(ServerHandlers& handlers);
-void addCageHandlers(ServerHandlers& handlers);
-/// The handlers of all families.
-ServerHandlers standardHandlers();

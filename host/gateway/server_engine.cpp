@@ -3,16 +3,17 @@
 #include <algorithm>
 
 #include "gateway_log.h"
+#include "handler_families.h"
 #include "message_type.h"
 #include "packed_body.h"
+#include "row_count.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
-#include "whole_number.h"
 #include "znmsg/c_pack_message_common.h"
 
 namespace {
 
-// Where the older messages look for the text of a failure.
+// The older messages read the text of a failure from this field.
 inline const QString kFailureText = QStringLiteral("58");
 inline const QString kRefused = QStringLiteral("1");
 
@@ -41,42 +42,32 @@ QVariant pack(const QString& msgType, const QVariant& clientMsgId, const Handler
     return packer.GetPackedMsg(false);
 }
 
-/// Leaves the rows that the header tells of; without a number there all are meant. False with a
-/// text for what is no number, and where it tells of more than there are.
-bool cutToToldRows(const QString& msgType, const QVariantMap& header, QList<QVariantMap>* rows,
-                   QString* refusal) {
-    const QVariant value = header.value(System::subGroupNumber);
-    if (!value.isValid()) {
-        return true;
+/// Keeps as many rows as the header states, all of them when it states no number. False with a text
+/// for an invalid number and for one larger than the number of rows.
+bool cutToStatedRows(const QString& msgType, const QVariantMap& header, QList<QVariantMap>* rows,
+                     QString* refusal) {
+    int count = 0;
+    switch (readRowCount(header, rows->size(), &count)) {
+        case RowCount::Missing:
+            return true;
+        case RowCount::Stated:
+            *rows = rows->mid(0, count);
+            return true;
+        case RowCount::Invalid:
+            *refusal = QStringLiteral("消息%1的数据行数无效：%2")
+                           .arg(msgType, header.value(System::subGroupNumber).toString());
+            return false;
+        case RowCount::TooLarge:
+            *refusal = QStringLiteral("消息%1应有%2行数据，实有%3行")
+                           .arg(msgType)
+                           .arg(count)
+                           .arg(rows->size());
+            return false;
     }
-    const std::optional<int> told = wholeNumberOf(value);
-    if (!told || *told < 0) {
-        *refusal = QStringLiteral("消息%1的数据行数无效：%2").arg(msgType, value.toString());
-        return false;
-    }
-    if (*told > rows->size()) {
-        *refusal = QStringLiteral("消息%1应有%2行数据，实有%3行")
-                       .arg(msgType)
-                       .arg(*told)
-                       .arg(rows->size());
-        return false;
-    }
-    *rows = rows->mid(0, *told);
-    return true;
+    return false;
 }
 
 }  // namespace
-
-ServerHandlers standardHandlers() {
-    ServerHandlers handlers;
-    addSessionHandlers(handlers);
-    addAccountHandlers(handlers);
-    addAuthorityHandlers(handlers);
-    addSubscriptionHandlers(handlers);
-    addProfileHandlers(handlers);
-    addCageHandlers(handlers);
-    return handlers;
-}
 
 ServerEngine::ServerEngine(std::shared_ptr<const MarketStore> store,
                            std::shared_ptr<ServerState> state)
@@ -108,7 +99,7 @@ QVariant ServerEngine::handle(const Session& session, const QString& envelopeTyp
     const QVariantMap header = rows.takeFirst();
     const QString msgType = messageTypeOf(envelopeType, header);
     QString refusal;
-    const bool isWhole = cutToToldRows(msgType, header, &rows, &refusal);
+    const bool isWhole = cutToStatedRows(msgType, header, &rows, &refusal);
     const ServerCall call{session, msgType, header, rows, *m_store, m_subscriptions, *m_state};
     const HandlerAnswer answer = isWhole ? dispatch(call) : HandlerAnswer::refused(refusal);
     if (!answer.refusal.isEmpty()) {
@@ -119,7 +110,7 @@ QVariant ServerEngine::handle(const Session& session, const QString& envelopeTyp
 }
 
 HandlerAnswer ServerEngine::dispatch(const ServerCall& call) const {
-    // Every request has at least its type in the header; garbage reads as an empty one.
+    // Every request has at least its type in the header; garbage decodes as an empty header.
     if (call.header.isEmpty()) {
         return HandlerAnswer::refused(QStringLiteral("消息%1的内容无法解析").arg(call.msgType));
     }

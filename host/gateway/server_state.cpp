@@ -5,7 +5,6 @@
 #include <QSqlQuery>
 #include <QStringList>
 #include <QVector>
-#include <algorithm>
 #include <atomic>
 
 #include "gateway_log.h"
@@ -13,6 +12,7 @@
 namespace {
 
 inline const QString kFormat = QStringLiteral("velmar-server-state-1");
+inline const QString kRepair = QStringLiteral("move it away to begin with nothing written");
 constexpr auto kStreamVersion = QDataStream::Qt_5_12;
 
 QByteArray toBytes(const QVariantMap& record, bool* ok) {
@@ -24,7 +24,7 @@ QByteArray toBytes(const QVariantMap& record, bool* ok) {
     return bytes;
 }
 
-/// Nothing for bytes that are no record.
+/// Empty when the bytes are not a record.
 std::optional<QVariantMap> toRecord(const QByteArray& bytes) {
     QDataStream stream(bytes);
     stream.setVersion(kStreamVersion);
@@ -36,8 +36,8 @@ std::optional<QVariantMap> toRecord(const QByteArray& bytes) {
     return record;
 }
 
-/// The least text that is behind all that begin with the prefix, in the order of code points, which
-/// is that of the keys; empty when there is none.
+/// The smallest text that sorts after every text with the prefix, in the order of code points, in
+/// which the keys are sorted; empty when no text does.
 QString behindPrefix(const QString& prefix) {
     constexpr uint kBeforeSurrogates = 0xD7FF;
     constexpr uint kBehindSurrogates = 0xE000;
@@ -53,7 +53,7 @@ QString behindPrefix(const QString& prefix) {
     return QString::fromUcs4(points.constData(), points.size());
 }
 
-/// A null text would be bound as NULL, which equals nothing.
+/// A null text would be bound as NULL, which never compares equal.
 QVariant bound(const QString& text) {
     return text.isNull() ? QString(QLatin1String("")) : text;
 }
@@ -66,23 +66,24 @@ ServerState::ServerState(const QString& file, const QString& database, const QSt
 std::shared_ptr<ServerState> ServerState::open(const QString& file, QString* error) {
     static std::atomic<quint64> serial{0};
     std::shared_ptr<ServerState> state;
-    QString reason;
-    bool opened = true;
+    DatabaseFault fault;
     if (file.isEmpty()) {
-        // All its threads see one database, which lives while a connection to it stands open.
+        // All threads share one database, which lives while a connection to it is open.
         const QString name =
             QStringLiteral("file:server-state-%1?mode=memory&cache=shared").arg(++serial);
         state.reset(
             new ServerState(QStringLiteral(":memory:"), name, QStringLiteral("QSQLITE_OPEN_URI")));
-        opened = !state->m_connections.openForGood(&reason).isEmpty();
+        fault = state->m_connections.openForGood();
     } else {
         state.reset(new ServerState(file, file, {}));
     }
-    if (opened && state->prepare(&reason)) {
+    if (!fault) {
+        fault = state->prepare();
+    }
+    if (!fault) {
         return state;
     }
-    *error = QStringLiteral("%1: %2; move it away to begin with nothing written")
-                 .arg(state->m_file, reason);
+    *error = fault.sentence(state->m_file, kRepair);
     qCWarning(lcGateway).noquote() << *error;
     return nullptr;
 }
@@ -96,49 +97,45 @@ std::shared_ptr<ServerState> ServerState::inMemory() {
     return state;
 }
 
-bool ServerState::prepare(QString* reason) {
-    if (m_connections.forThisThread(reason).isEmpty()) {
-        *reason = QStringLiteral("the file cannot be opened (%1)").arg(reason->simplified());
-        return false;
-    }
+DatabaseFault ServerState::prepare() {
     QString verdict;
-    const bool read =
-        run(QStringLiteral("PRAGMA quick_check(1)"), {}, reason,
+    const DatabaseFault fault =
+        run(QStringLiteral("PRAGMA quick_check(1)"), {},
             [&verdict](const QSqlQuery& query) { verdict = query.value(0).toString(); });
-    if (!read || verdict != QLatin1String("ok")) {
-        *reason =
-            QStringLiteral("the file is damaged (%1)").arg((read ? verdict : *reason).simplified());
-        return false;
+    if (fault) {
+        return fault;
     }
-    return checkFormat(reason);
+    return verdict == QLatin1String("ok") ? checkFormat() : DatabaseFault::damaged(verdict);
 }
 
-bool ServerState::checkFormat(QString* reason) {
+DatabaseFault ServerState::checkFormat() {
     int tables = 0;
     QString format;
-    const bool counted =
-        run(QStringLiteral("SELECT count(*) FROM sqlite_master"), {}, reason,
+    DatabaseFault fault =
+        run(QStringLiteral("SELECT count(*) FROM sqlite_master"), {},
             [&tables](const QSqlQuery& query) { tables = query.value(0).toInt(); });
-    if (!counted) {
-        return false;
+    if (fault) {
+        return fault;
     }
     if (tables == 0) {
-        return makeTables(reason);
+        return makeTables();
     }
-    const bool read =
-        run(QStringLiteral("SELECT value FROM meta WHERE key = 'format'"), {}, reason,
-            [&format](const QSqlQuery& query) { format = query.value(0).toString(); });
-    if (!read || format != kFormat) {
-        *reason = QStringLiteral("the file holds something else (%1)")
-                      .arg(read ? QStringLiteral("format \"%1\"").arg(format) : *reason);
-        return false;
+    fault = run(QStringLiteral("SELECT value FROM meta WHERE key = 'format'"), {},
+                [&format](const QSqlQuery& query) { format = query.value(0).toString(); });
+    if (fault.kind == DatabaseFault::Kind::Other) {
+        return DatabaseFault::foreign(
+            QStringLiteral("holds something else: it %1").arg(fault.text));
     }
-    return true;
+    return fault || format == kFormat
+               ? fault
+               : DatabaseFault::foreign(
+                     QStringLiteral("holds something else (format \"%1\")").arg(format));
 }
 
-bool ServerState::makeTables(QString* reason) {
-    // As one, so that no other process and no crash sees half of it.
+DatabaseFault ServerState::makeTables() {
+    // In one transaction, so that no other process and no crash sees half of it.
     static const QStringList layout{
+        QStringLiteral("PRAGMA journal_mode = WAL"),
         QStringLiteral("BEGIN IMMEDIATE"),
         QStringLiteral("CREATE TABLE IF NOT EXISTS document(tab TEXT NOT NULL, key TEXT NOT NULL,"
                        " record BLOB NOT NULL, PRIMARY KEY(tab, key)) WITHOUT ROWID"),
@@ -147,21 +144,23 @@ bool ServerState::makeTables(QString* reason) {
         QStringLiteral("INSERT OR REPLACE INTO meta VALUES('format', '%1')").arg(kFormat),
         QStringLiteral("COMMIT"),
     };
-    return run(QStringLiteral("PRAGMA journal_mode = WAL"), {}, reason) &&
-           std::all_of(layout.cbegin(), layout.cend(),
-                       [&](const QString& sql) { return run(sql, {}, reason); });
+    DatabaseFault fault;
+    for (auto sql = layout.cbegin(); !fault && sql != layout.cend(); ++sql) {
+        fault = run(*sql);
+    }
+    return fault;
 }
 
-bool ServerState::run(const QString& sql, const QVariantList& values, QString* reason,
-                      const std::function<void(const QSqlQuery&)>& onRow) const {
+DatabaseFault ServerState::run(const QString& sql, const QVariantList& values,
+                               const std::function<void(const QSqlQuery&)>& onRow) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_connections.run(sql, values, onRow, reason);
+    return m_connections.run(sql, values, onRow);
 }
 
 QList<QPair<QString, QVariantMap>> ServerState::records(const QString& table,
                                                         const QString& keyPrefix) const {
-    // A range, which the table's own order finds. Not LIKE, to which letters of either case are the
-    // same and some characters are special.
+    // A range, which the primary key finds. LIKE would ignore case and treat some characters as
+    // wildcards.
     QString sql = QStringLiteral(
         "SELECT key, record FROM document WHERE tab = ? AND key >= ?%1 ORDER BY key");
     QVariantList values{bound(table), bound(keyPrefix)};
@@ -171,18 +170,17 @@ QList<QPair<QString, QVariantMap>> ServerState::records(const QString& table,
         values.append(end);
     }
     QList<QPair<QString, QVariantMap>> found;
-    QString reason;
-    const bool read = run(sql, values, &reason, [&](const QSqlQuery& query) {
+    const DatabaseFault fault = run(sql, values, [&](const QSqlQuery& query) {
         const QString key = query.value(0).toString();
         if (const auto record = toRecord(query.value(1).toByteArray())) {
             found.append({key, *record});
         } else {
-            qCWarning(lcGateway) << "ServerState" << m_file << "holds no record under" << table
+            qCWarning(lcGateway) << "server state" << m_file << "has an unreadable record" << table
                                  << key;
         }
     });
-    if (!read) {
-        qCWarning(lcGateway).noquote() << "ServerState" << m_file << "not read:" << reason;
+    if (fault) {
+        qCWarning(lcGateway).noquote() << "server state not read:" << m_file << fault.text;
         return {};
     }
     return found;
@@ -190,22 +188,23 @@ QList<QPair<QString, QVariantMap>> ServerState::records(const QString& table,
 
 std::optional<QVariantMap> ServerState::record(const QString& table, const QString& key) const {
     std::optional<QVariantMap> found;
-    QString reason;
-    if (!run(QStringLiteral("SELECT record FROM document WHERE tab = ? AND key = ?"),
-             {bound(table), bound(key)}, &reason,
-             [&](const QSqlQuery& query) { found = toRecord(query.value(0).toByteArray()); })) {
-        qCWarning(lcGateway).noquote() << "ServerState" << m_file << "not read:" << reason;
+    const DatabaseFault fault =
+        run(QStringLiteral("SELECT record FROM document WHERE tab = ? AND key = ?"),
+            {bound(table), bound(key)},
+            [&](const QSqlQuery& query) { found = toRecord(query.value(0).toByteArray()); });
+    if (fault) {
+        qCWarning(lcGateway).noquote() << "server state not read:" << m_file << fault.text;
         return std::nullopt;
     }
     return found;
 }
 
-bool ServerState::changed(bool done, const QString& reason, QString* error) const {
-    if (!done) {
-        *error = QStringLiteral("%1: %2").arg(m_file, reason);
-        qCWarning(lcGateway).noquote() << "ServerState not written:" << *error;
+bool ServerState::reportWrite(const DatabaseFault& fault, QString* error) const {
+    if (fault) {
+        *error = fault.sentence(m_file, kRepair);
+        qCWarning(lcGateway).noquote() << "server state not written:" << *error;
     }
-    return done;
+    return !fault;
 }
 
 bool ServerState::write(const QString& table, const QString& key, const QVariantMap& record,
@@ -216,32 +215,31 @@ bool ServerState::write(const QString& table, const QString& key, const QVariant
 bool ServerState::writeAll(const QString& table, const QList<QPair<QString, QVariantMap>>& records,
                            QString* error) {
     static const QString sql = QStringLiteral("INSERT OR REPLACE INTO document VALUES(?, ?, ?)");
-    QString reason;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    bool done = m_connections.run(QStringLiteral("BEGIN IMMEDIATE"), {}, {}, &reason);
-    if (!done) {
-        return changed(false, reason, error);
+    DatabaseFault fault = m_connections.run(QStringLiteral("BEGIN IMMEDIATE"), {}, {});
+    if (fault) {
+        return reportWrite(fault, error);
     }
-    for (auto it = records.cbegin(); done && it != records.cend(); ++it) {
-        const QByteArray bytes = toBytes(it->second, &done);
-        if (!done) {
-            reason = QStringLiteral("the record %1 of %2 holds what cannot be kept")
-                         .arg(it->first, table);
-            break;
-        }
-        done = m_connections.run(sql, {bound(table), bound(it->first), bytes}, {}, &reason);
+    for (auto it = records.cbegin(); !fault && it != records.cend(); ++it) {
+        bool isStorable = false;
+        const QByteArray bytes = toBytes(it->second, &isStorable);
+        fault = isStorable
+                    ? m_connections.run(sql, {bound(table), bound(it->first), bytes}, {})
+                    : DatabaseFault{
+                          DatabaseFault::Kind::Other,
+                          QStringLiteral("cannot store the record %1 of %2").arg(it->first, table)};
     }
-    done = done && m_connections.run(QStringLiteral("COMMIT"), {}, {}, &reason);
-    if (!done) {
-        QString rollback;
-        m_connections.run(QStringLiteral("ROLLBACK"), {}, {}, &rollback);
+    if (!fault) {
+        fault = m_connections.run(QStringLiteral("COMMIT"), {}, {});
     }
-    return changed(done, reason, error);
+    if (fault) {
+        m_connections.run(QStringLiteral("ROLLBACK"), {}, {});
+    }
+    return reportWrite(fault, error);
 }
 
 bool ServerState::remove(const QString& table, const QString& key, QString* error) {
-    QString reason;
-    const bool done = run(QStringLiteral("DELETE FROM document WHERE tab = ? AND key = ?"),
-                          {bound(table), bound(key)}, &reason);
-    return changed(done, reason, error);
+    return reportWrite(run(QStringLiteral("DELETE FROM document WHERE tab = ? AND key = ?"),
+                           {bound(table), bound(key)}),
+                       error);
 }

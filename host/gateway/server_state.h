@@ -15,16 +15,16 @@
 
 class QSqlQuery;
 
-/// What clients have written: named tables of records by key, each value kept with its type. It has
-/// a SQLite file of its own, so that making a market anew does not lose it. Any thread; each call
-/// reads or writes the file and is done when it returns.
+/// What clients have written: named tables of records by key, each value kept with its type. It is
+/// kept in a SQLite file of its own, so that rebuilding a market does not lose it. Any thread; each
+/// call reads or writes the file before it returns.
 class ServerState {
 public:
-    /// Opens the file and makes it when there is none; with an empty name it lives in memory, as
-    /// long as this object. Null with a text that names the file when it cannot be opened, is
-    /// damaged or is no such file.
+    /// Opens the file, which is created when it is missing; with an empty name the state lives in
+    /// memory, as long as this object. Null with a log line and a text that names the file, the
+    /// reason and the remedy on failure.
     static std::shared_ptr<ServerState> open(const QString& file, QString* error);
-    /// The same as open() with an empty name, which has no reason to fail.
+    /// The same as open() with an empty name; aborts the process on failure.
     static std::shared_ptr<ServerState> inMemory();
     Q_DISABLE_COPY(ServerState)
 
@@ -32,25 +32,26 @@ public:
     /// when the file cannot be read.
     QList<QPair<QString, QVariantMap>> records(const QString& table,
                                                const QString& keyPrefix = {}) const;
-    /// Nothing when there is none.
+    /// Empty when there is no such record or, with a log line, when the file cannot be read.
     std::optional<QVariantMap> record(const QString& table, const QString& key) const;
-    /// Makes or replaces a record. False with a log line and a text on failure, which changes
-    /// nothing.
+    /// Creates or replaces a record. False with a log line and a text on failure; nothing is
+    /// changed then.
     bool write(const QString& table, const QString& key, const QVariantMap& record, QString* error);
-    /// The same for several records of a table: all of them are written or, on failure, none is.
+    /// The same for several records of a table: either all of them are written or none.
     bool writeAll(const QString& table, const QList<QPair<QString, QVariantMap>>& records,
                   QString* error);
-    /// Removes a record; one that is not there is none the worse. False as with write().
+    /// Removes a record, if it exists. False as with write().
     bool remove(const QString& table, const QString& key, QString* error);
 
 private:
     ServerState(const QString& file, const QString& database, const QString& options);
-    bool prepare(QString* reason);
-    bool checkFormat(QString* reason);
-    bool makeTables(QString* reason);
-    bool run(const QString& sql, const QVariantList& values, QString* reason,
-             const std::function<void(const QSqlQuery&)>& onRow = {}) const;
-    bool changed(bool done, const QString& reason, QString* error) const;
+    DatabaseFault prepare();
+    DatabaseFault checkFormat();
+    DatabaseFault makeTables();
+    DatabaseFault run(const QString& sql, const QVariantList& values = {},
+                      const std::function<void(const QSqlQuery&)>& onRow = {}) const;
+    /// Whether a write succeeded; logs and sets the text when it did not.
+    bool reportWrite(const DatabaseFault& fault, QString* error) const;
 
     const QString m_file;
     mutable ThreadConnections m_connections;

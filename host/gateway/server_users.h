@@ -12,8 +12,8 @@ struct ServerUser {
     QVariantMap record;  ///< UserAccount fields
 };
 
-/// What a table of users tells of each, UserAccount fields.
+/// The columns of a table of users, as UserAccount fields.
 const StoreColumns& userColumns();
 
-/// A login's row; nothing when there is no such login or, with a log line, when the store fails.
+/// A login's row; empty when there is no such login or, with a log line, when the store fails.
 std::optional<ServerUser> findUser(const MarketStore& store, const QString& userId);

@@ -7,35 +7,34 @@
 #include <memory>
 #include <mutex>
 
-/// Where a session's pushes go. Called on the pushing thread: hand over and return.
+/// Receives a session's pushes, on the thread that pushes; it must not block.
 class PushTarget {
 public:
     virtual ~PushTarget() = default;
     virtual void pushed(const QString& topic, const QVariant& body) = 0;
 };
 
-/// One client's connection, as long as its link stands.
+/// One client's connection.
 struct Session {
     quint64 id = 0;
 };
 
-/// Who is connected and who has subscribed to what. Any thread; no call leaves it while its lock is
-/// held.
+/// The open sessions and their subscriptions. Any thread; calls nobody while it holds its lock.
 class Subscriptions {
 public:
     Session open(std::weak_ptr<PushTarget> target);
-    /// Forgets the session with all that it subscribed to.
+    /// Removes the session and its subscriptions.
     void close(const Session& session);
 
-    /// The user who logged in on the session; empty before.
+    /// The user who logged in on the session; empty before the log-in.
     void setUser(const Session& session, const QString& userId);
     QString user(const Session& session) const;
 
-    /// Registers the session for a topic on behalf of a user. A second time changes nothing. False
-    /// when the session is not open.
+    /// Subscribes the session to a topic for a user; doing so again has no effect. False when the
+    /// session is not open.
     bool subscribe(const Session& session, const QString& topic, const QString& userId);
-    /// The targets of the sessions that subscribed to the topic, in the order in which they did;
-    /// with a user, only those that did so on his behalf.
+    /// The targets of the sessions that subscribed to the topic, in the order of subscription; with
+    /// a user, only those that subscribed for that user.
     QVector<std::shared_ptr<PushTarget>> targets(const QString& topic,
                                                  const QString& userId = {}) const;
 

@@ -1,93 +1,83 @@
 #include "thread_connections.h"
 
 #include <QPair>
-#include <QSet>
-#include <QSqlDatabase>
-#include <QSqlError>
-#include <QSqlQuery>
 #include <QVector>
 #include <algorithm>
-#include <atomic>
 #include <mutex>
+#include <set>
 
-/// The names of the open connections. It outlives its owner while a thread that has one lives, so
-/// that either end can close them.
+/// The open connections. It outlives its owner while a thread that uses it lives, so that either
+/// end can close them.
 class ThreadConnections::Pool {
 public:
+    using Connection = std::shared_ptr<const SqliteConnection>;
+
     Pool(const QString& database, const QString& options)
         : m_database(database), m_options(options) {}
 
-    QString open(QString* reason) {
-        static std::atomic<quint64> serial{0};
-        QString name = QStringLiteral("sqlite-%1").arg(++serial);
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-        db.setConnectOptions(m_options);
-        db.setDatabaseName(m_database);
-        if (db.open()) {
-            m_names.insert(name);
-            return name;
+    Connection open(DatabaseFault* fault) {
+        auto connection = std::make_shared<const SqliteConnection>(m_database, m_options);
+        *fault = connection->openFault();
+        if (*fault) {
+            return nullptr;
         }
-        *reason = db.lastError().text();
-        db = QSqlDatabase();
-        QSqlDatabase::removeDatabase(name);
-        return {};
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_connections.insert(connection);
+        return connection;
     }
 
-    void close(const QString& name) {
+    void close(const Connection& connection) {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_names.remove(name)) {
-            QSqlDatabase::removeDatabase(name);
-        }
+        m_connections.erase(connection);
     }
 
     void closeAll() {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        for (const QString& name : qAsConst(m_names)) {
-            QSqlDatabase::removeDatabase(name);
-        }
-        m_names.clear();
+        m_connections.clear();
     }
 
     int count() const {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_names.size();
+        return static_cast<int>(m_connections.size());
     }
 
 private:
     const QString m_database;
     const QString m_options;
-    mutable std::mutex m_mutex;  // guards m_names
-    QSet<QString> m_names;
+    mutable std::mutex m_mutex;  // guards m_connections
+    std::set<Connection> m_connections;
 };
 
-/// What the thread that owns it has open; closes the rest when the thread ends.
+/// The connections of the thread that owns this; closes those that are still open at its end.
 class ThreadConnections::OfThread {
 public:
     ~OfThread() {
         for (const Entry& entry : m_entries) {
-            if (const auto pool = entry.first.lock()) {
-                pool->close(entry.second);
+            const auto pool = entry.first.lock();
+            const auto connection = entry.second.lock();
+            if (pool && connection) {
+                pool->close(connection);
             }
         }
     }
 
-    QString nameFor(const std::shared_ptr<Pool>& pool, QString* reason) {
+    Pool::Connection of(const std::shared_ptr<Pool>& pool, DatabaseFault* fault) {
         dropClosedPools();
         for (const Entry& entry : m_entries) {
             if (entry.first.lock() == pool) {
-                return entry.second;
+                return entry.second.lock();
             }
         }
-        QString name = pool->open(reason);
-        if (!name.isEmpty()) {
-            m_entries.append({pool, name});
+        Pool::Connection connection = pool->open(fault);
+        if (connection) {
+            m_entries.append({pool, connection});
         }
-        return name;
+        return connection;
     }
 
 private:
-    using Entry = QPair<std::weak_ptr<Pool>, QString>;
+    // Weak on both sides: the pool closes the connections when its owner ends.
+    using Entry = QPair<std::weak_ptr<Pool>, std::weak_ptr<const SqliteConnection>>;
 
     void dropClosedPools() {
         const auto closed = [](const Entry& entry) { return entry.first.expired(); };
@@ -105,38 +95,22 @@ ThreadConnections::~ThreadConnections() {
     m_pool->closeAll();
 }
 
-QString ThreadConnections::forThisThread(QString* reason) {
+std::shared_ptr<const SqliteConnection> ThreadConnections::forThisThread(DatabaseFault* fault) {
     static thread_local OfThread ofThread;
-    return ofThread.nameFor(m_pool, reason);
+    return ofThread.of(m_pool, fault);
 }
 
-bool ThreadConnections::run(const QString& sql, const QVariantList& values,
-                            const std::function<void(const QSqlQuery&)>& onRow, QString* reason) {
-    const QString name = forThisThread(reason);
-    if (name.isEmpty()) {
-        return false;
-    }
-    QSqlQuery query(QSqlDatabase::database(name, false));
-    query.setForwardOnly(true);
-    bool done = query.prepare(sql);
-    for (const QVariant& value : values) {
-        query.addBindValue(value);
-    }
-    done = done && query.exec();
-    while (done && query.next()) {
-        if (onRow) {
-            onRow(query);
-        }
-    }
-    if (!done || query.lastError().isValid()) {
-        *reason = query.lastError().text();
-        return false;
-    }
-    return true;
+DatabaseFault ThreadConnections::run(const QString& sql, const QVariantList& values,
+                                     const std::function<void(const QSqlQuery&)>& onRow) {
+    DatabaseFault fault;
+    const auto connection = forThisThread(&fault);
+    return connection ? connection->run(sql, values, onRow) : fault;
 }
 
-QString ThreadConnections::openForGood(QString* reason) {
-    return m_pool->open(reason);
+DatabaseFault ThreadConnections::openForGood() {
+    DatabaseFault fault;
+    m_pool->open(&fault);
+    return fault;
 }
 
 int ThreadConnections::count() const {

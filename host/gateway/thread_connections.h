@@ -5,11 +5,11 @@
 #include <functional>
 #include <memory>
 
-class QSqlQuery;
+#include "sqlite_connection.h"
 
-/// Connections to one SQLite database, one per thread that asks, since none may cross threads. Each
-/// goes with its thread or with this object, whichever ends first. Any thread; whoever destroys it
-/// sees to it that no other thread uses a connection then.
+/// Connections to one SQLite database, one for each thread that uses it, since no connection may
+/// cross threads. Each is closed when its thread or this object ends, whichever is first. Any
+/// thread; the owner destroys it only when no other thread is inside run().
 class ThreadConnections {
 public:
     /// `options` are those of QSqlDatabase::setConnectOptions().
@@ -17,16 +17,14 @@ public:
     ~ThreadConnections();
     Q_DISABLE_COPY(ThreadConnections)
 
-    /// The name of the calling thread's connection, opened at its first use; empty with a text on
-    /// failure.
-    QString forThisThread(QString* reason);
-    /// Runs one statement on the calling thread's connection and hands each row over, if anybody
-    /// wants them. False with a text on failure; rows that came before it have been handed over.
-    bool run(const QString& sql, const QVariantList& values,
-             const std::function<void(const QSqlQuery&)>& onRow, QString* reason);
-    /// Opens one more, which stays open until this object ends. Its name; empty with a text.
-    QString openForGood(QString* reason);
-    /// Connections that stand open.
+    /// The calling thread's connection, opened at its first use; null with the fault on failure.
+    std::shared_ptr<const SqliteConnection> forThisThread(DatabaseFault* fault);
+    /// Runs one statement on the calling thread's connection, see SqliteConnection::run().
+    DatabaseFault run(const QString& sql, const QVariantList& values,
+                      const std::function<void(const QSqlQuery&)>& onRow);
+    /// Opens one more connection, which stays open until this object ends.
+    DatabaseFault openForGood();
+    /// The number of open connections.
     int count() const;
 
 private:

@@ -3,6 +3,6 @@
 #include <QVariant>
 #include <optional>
 
-/// A field of a request as a whole number: a number without a fraction, or the text of one. Nothing
-/// for everything else, such as true, 1.5, "x", a list or what an int does not hold.
+/// A field of a request as a whole number: a number without a fraction, or its text. Empty for
+/// anything else, such as true, 1.5, "x", a list or a number that does not fit an int.
 std::optional<int> wholeNumberOf(const QVariant& value);

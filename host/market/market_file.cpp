@@ -1,21 +1,25 @@
 #include "market_file.h"
 
 #include <QFile>
+#include <QSqlDatabase>
 #include <QSqlError>
-#include <atomic>
 
 #include "database_seal.h"
 #include "market_log.h"
 #include "market_store.h"
+#include "sealed_database.h"
+
+// A static library drops the object file unless something refers to it.
+static void initMarketSql() {
+    Q_INIT_RESOURCE(market_sql);
+}
 
 namespace {
 
-QString newConnectionName() {
-    static std::atomic<quint64> serial{0};
-    return QStringLiteral("market-file-%1").arg(++serial);
-}
+inline const QString kMetaTable = QStringLiteral("meta");
+inline const QString kRepair = QStringLiteral("remove it and try again");
 
-/// The statements of a file of SQL, without its comment lines; none of them holds a ";" of its own.
+/// The statements of a file of SQL, without its comment lines. No statement contains a ";".
 QStringList statementsOf(const QString& text) {
     QStringList kept;
     for (const QString& line : text.split(QLatin1Char('\n'))) {
@@ -34,7 +38,7 @@ QStringList statementsOf(const QString& text) {
 
 }  // namespace
 
-MarketFile::MarketFile(const QString& path) : m_path(path), m_connection(newConnectionName()) {}
+MarketFile::MarketFile(const QString& path) : m_path(path) {}
 
 MarketFile::~MarketFile() {
     close();
@@ -43,35 +47,38 @@ MarketFile::~MarketFile() {
 void MarketFile::close() {
     m_inserts.clear();
     m_statements.clear();
-    if (QSqlDatabase::contains(m_connection)) {
-        QSqlDatabase::removeDatabase(m_connection);
-    }
+    m_connection.reset();
 }
 
-bool MarketFile::fail(const QString& reason) {
+bool MarketFile::fail(const DatabaseFault& fault) {
     if (m_error.isEmpty()) {
-        m_error = QStringLiteral("%1: %2").arg(m_path, reason);
+        m_error = fault.sentence(m_path, kRepair);
         qCWarning(lcMarket).noquote() << m_error;
     }
     return false;
 }
 
+bool MarketFile::fail(const QSqlQuery& query) {
+    return fail(DatabaseFault::of(query.lastError(), m_path));
+}
+
+QSqlQuery MarketFile::newQuery() const {
+    return QSqlQuery(QSqlDatabase::database(m_connection->name(), false));
+}
+
 bool MarketFile::run(const QString& statement) {
-    QSqlQuery query(QSqlDatabase::database(m_connection, false));
-    return query.exec(statement) || fail(query.lastError().text());
+    const DatabaseFault fault = m_connection->run(statement, {}, {});
+    return !fault || fail(fault);
 }
 
 bool MarketFile::create(const QString& schema) {
     QFile::remove(m_path);
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
-        db.setDatabaseName(m_path);
-        if (!db.open()) {
-            return fail(db.lastError().text());
-        }
+    m_connection = std::make_unique<SqliteConnection>(m_path);
+    if (m_connection->openFault()) {
+        return fail(m_connection->openFault());
     }
-    // The file bears a name of its own until it is whole, so it needs no journal; what decides its
-    // layout is set, not left to how the library was built.
+    // The file has a temporary name until it is complete, so it needs no journal. Settings that
+    // decide its bytes are not left to how the library was built.
     for (const char* pragma :
          {"PRAGMA page_size = 4096", "PRAGMA encoding = 'UTF-8'", "PRAGMA auto_vacuum = NONE",
           "PRAGMA journal_mode = OFF", "PRAGMA synchronous = NORMAL", "PRAGMA temp_store = MEMORY",
@@ -84,9 +91,11 @@ bool MarketFile::create(const QString& schema) {
 }
 
 bool MarketFile::runSchema(const QString& schema) {
+    initMarketSql();
     QFile file(QStringLiteral(":/market/sql/") + schema);
     if (!file.open(QIODevice::ReadOnly)) {
-        return fail(QStringLiteral("schema %1 is missing").arg(schema));
+        return fail({DatabaseFault::Kind::Other,
+                     QStringLiteral("cannot be created: the schema %1 is missing").arg(schema)});
     }
     for (const QString& statement : statementsOf(QString::fromUtf8(file.readAll()))) {
         if (!run(statement)) {
@@ -100,9 +109,9 @@ QSqlQuery* MarketFile::prepared(QHash<QString, QSqlQuery>& cache, const QString&
                                 const QString& statement) {
     auto it = cache.find(key);
     if (it == cache.end()) {
-        it = cache.insert(key, QSqlQuery(QSqlDatabase::database(m_connection, false)));
+        it = cache.insert(key, newQuery());
         if (!it->prepare(statement)) {
-            fail(it->lastError().text());
+            fail(*it);
             return nullptr;
         }
     }
@@ -124,7 +133,7 @@ bool MarketFile::insert(const QString& table, const QVariantList& values) {
         const bool nullText = value.userType() == QMetaType::QString && value.isNull();
         query->bindValue(i, nullText ? QVariant(QStringLiteral("")) : value);
     }
-    return query->exec() || fail(query->lastError().text());
+    return query->exec() || fail(*query);
 }
 
 bool MarketFile::execute(const QString& statement, const QVariantList& values, int* rows) {
@@ -137,7 +146,7 @@ bool MarketFile::execute(const QString& statement, const QVariantList& values, i
         query->bindValue(i, values.at(i));
     }
     if (!query->exec()) {
-        return fail(query->lastError().text());
+        return fail(*query);
     }
     if (rows) {
         *rows = query->numRowsAffected();
@@ -147,12 +156,13 @@ bool MarketFile::execute(const QString& statement, const QVariantList& values, i
 }
 
 bool MarketFile::finish(const QList<QPair<QString, QString>>& marks) {
-    const QString table = QStringLiteral("meta");
     for (const auto& mark : marks) {
-        insert(table, {mark.first, mark.second});
+        insert(kMetaTable, {mark.first, mark.second});
     }
-    const bool done = m_error.isEmpty() && seal() &&
-                      insert(table, {QStringLiteral("complete"), QStringLiteral("1")}) && commit();
+    const bool done =
+        m_error.isEmpty() && seal() &&
+        insert(kMetaTable, {SealedDatabase::completeKey, SealedDatabase::completeValue}) &&
+        commit();
     close();
     return done;
 }
@@ -170,10 +180,11 @@ bool MarketFile::seal() {
     if (!DatabaseSeal::isSmall(m_path)) {
         const QMap<QString, QString> values = DatabaseSeal::make(m_path);
         if (values.isEmpty()) {
-            return fail(QStringLiteral("the file cannot be read again"));
+            return fail({DatabaseFault::Kind::Unreadable,
+                         QStringLiteral("cannot be read after it was written")});
         }
         for (auto it = values.cbegin(); it != values.cend(); ++it) {
-            if (!insert(QStringLiteral("meta"), {it.key(), it.value()})) {
+            if (!insert(kMetaTable, {it.key(), it.value()})) {
                 return false;
             }
         }

@@ -2,11 +2,13 @@
 
 #include <QString>
 
-/// Fields of a security's record that a quote starts from. Prices as they are quoted, on the grid
-/// of the tick.
+#include "vocabulary/tick_fields.h"
+
+/// Fields of a security's record that a quote starts from, prices in the security's currency. Both
+/// limits are 0 for a security without limits.
 namespace QuoteField {
-inline const QString preClosePx = QStringLiteral("PreClosePx");
-inline const QString maxPx = QStringLiteral("MaxPx");  ///< the day's limits; 0 where there are none
-inline const QString minPx = QStringLiteral("MinPx");
+using TickField::maxPrice;
+using TickField::minPrice;
+using TickField::previousClose;
 inline const QString priceTick = QStringLiteral("PriceTick");
 }  // namespace QuoteField

@@ -1,5 +1,6 @@
 #include "sample_market.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -16,25 +17,33 @@
 #include "market_log.h"
 #include "market_store.h"
 #include "reference_rows.h"
+#include "sealed_database.h"
 #include "securities.h"
 #include "server_rows.h"
 #include "static_config.h"
 
 namespace {
 
-// Raised when the making changes what it writes, so that older files are made anew.
-inline const QString kContents = QStringLiteral("7");
-constexpr int kLockWaitMs = 60000;
+// To be raised when the rows that are written change, so that older files are replaced.
+inline const QString kContents = QStringLiteral("8");
+constexpr int kLockTryMs = 100;
 constexpr int kOwnAccountsOfSecond = 3;
-// The year of the orders and deals; positions and messages are those of its end.
+// The year of the orders and deals; positions and messages are dated at its end.
 constexpr int kHistoryYear = 2025;
+
+inline const QString kInterrupted =
+    QStringLiteral("interrupted while the sample market was being made");
 
 using Marks = QList<QPair<QString, QString>>;
 
-Marks marksOf(const MarketOptions& options) {
-    return {{QStringLiteral("format"), MarketStore::format()},
-            {QStringLiteral("contents"), kContents},
-            {QStringLiteral("seed"), QString::number(options.seed)},
+/// Which program wrote a file.
+Marks programMarks() {
+    return {{SealedDatabase::formatKey, SealedDatabase::format},
+            {QStringLiteral("contents"), kContents}};
+}
+
+Marks optionMarks(const MarketOptions& options) {
+    return {{QStringLiteral("seed"), QString::number(options.seed)},
             {QStringLiteral("accounts"), QString::number(options.accounts)},
             {QStringLiteral("symbols"), QString::number(options.symbols)},
             {QStringLiteral("history"), QString::number(options.historyOrders)},
@@ -45,7 +54,7 @@ QString partFile(const QString& file) {
     return file + QStringLiteral(".part");
 }
 
-/// All that a market holds, before it is written; the orders and deals as the plan of them.
+/// The rows of a market before they are written; of the orders and deals only the plan.
 struct Contents {
     QList<TableRow> store;
     QList<TableRow> statics;
@@ -92,7 +101,7 @@ bool makeContents(const MarketOptions& options, Contents* contents, QString* err
     return true;
 }
 
-/// Counts the rows of both files and asks, now and then, whether to go on.
+/// Counts the rows of both files and asks every few hundred of them whether to continue.
 class ProgressMeter {
 public:
     ProgressMeter(const MarketProgress& progress, int total)
@@ -127,8 +136,7 @@ public:
                                          }) &&
                              (!history || history->write(m_file, onRows)) && m_file.finish(marks);
         if (!written) {
-            *error =
-                m_stopped ? QStringLiteral("the making of the market was stopped") : m_file.error();
+            *error = m_stopped ? kInterrupted : m_file.error();
         }
         return written;
     }
@@ -144,7 +152,7 @@ private:
     bool m_stopped = false;
 };
 
-/// Takes the place of what stood there, in one step.
+/// Gives the finished file its name, in place of an older file.
 bool takeName(const QString& file, QString* error) {
     const QByteArray from = QFile::encodeName(partFile(file));
     if (std::rename(from.constData(), QFile::encodeName(file).constData()) == 0) {
@@ -160,7 +168,7 @@ bool writeMarket(const QString& dir, const MarketOptions& options, const MarketP
     if (!makeContents(options, &contents, error)) {
         return false;
     }
-    const Marks marks = marksOf(options);
+    const Marks marks = programMarks() + optionMarks(options);
     ProgressMeter meter(progress, contents.rowCount());
     const QString store = marketStoreFile(dir);
     const QString statics = staticDatabaseFile(dir);
@@ -176,23 +184,124 @@ bool writeMarket(const QString& dir, const MarketOptions& options, const MarketP
     return done;
 }
 
-MarketState stateOf(const QString& file, const MarketOptions& options, QString* text) {
-    if (!QFileInfo::exists(file)) {
-        *text = QStringLiteral("%1 does not stand").arg(file);
-        return MarketState::Missing;
-    }
-    const auto store = MarketStore::open(file, text);
-    if (!store) {
-        return MarketState::Damaged;
-    }
-    for (const auto& mark : marksOf(options)) {
-        if (store->meta(mark.first) != mark.second) {
-            *text = QStringLiteral("%1 is of %2 \"%3\", not \"%4\"")
-                        .arg(file, mark.first, store->meta(mark.first), mark.second);
-            return MarketState::Other;
+/// The first mark that a file does not have as it should; empty when it has them all.
+QString otherMark(const MarketStore& store, const Marks& marks) {
+    for (const auto& mark : marks) {
+        if (store.meta(mark.first) != mark.second) {
+            return QStringLiteral("%1 has the %2 \"%3\", not \"%4\"; %5")
+                .arg(store.file(), mark.first, store.meta(mark.first), mark.second,
+                     SealedDatabase::repair);
         }
     }
-    return MarketState::Ready;
+    return {};
+}
+
+MarketState stateOf(const QString& file, const MarketOptions& options, QString* text) {
+    DatabaseFault fault;
+    if (!QFileInfo::exists(file)) {
+        *text = QStringLiteral("%1 is missing").arg(file);
+        return MarketState::Missing;
+    }
+    const auto store = MarketStore::open(file, text, &fault);
+    if (!store) {
+        return fault.kind == DatabaseFault::Kind::OtherFormat ? MarketState::Outdated
+                                                              : MarketState::Unusable;
+    }
+    *text = otherMark(*store, programMarks());
+    if (!text->isEmpty()) {
+        return MarketState::Outdated;
+    }
+    *text = otherMark(*store, optionMarks(options));
+    return text->isEmpty() ? MarketState::Ready : MarketState::Other;
+}
+
+/// Whether a market can be made from the options; false with a text.
+bool areSound(const MarketOptions& options, QString* error) {
+    if (options.accounts >= 1 && options.symbols >= 1 && options.historyOrders >= 0 &&
+        options.scale >= 1 && options.scale <= kMaxMarketScale) {
+        return true;
+    }
+    *error = QStringLiteral(
+        "a market needs at least one account and one symbol, and a scale of 1 to 20");
+    return false;
+}
+
+/// The right to make a market in a folder; one process has it at a time.
+class MakerLock {
+public:
+    explicit MakerLock(const QString& dir)
+        : m_dir(dir), m_file(QDir(dir).filePath(QStringLiteral("market.lock"))) {
+        m_file.setStaleLockTime(0);  // stale only when its process is gone, however long it takes
+    }
+
+    /// False with a text when the folder or the lock's file cannot be created.
+    bool prepare(QString* error) const {
+        if (QDir().mkpath(m_dir)) {
+            return true;
+        }
+        *error = QStringLiteral("%1: the folder cannot be created").arg(m_dir);
+        return false;
+    }
+
+    bool take() { return m_file.tryLock(0); }
+
+    /// Waits for as long as another process has it. False with a text when `watch` interrupted the
+    /// wait or the lock cannot be taken for another reason.
+    bool await(const MarketWatch& watch, QString* error) {
+        bool said = false;
+        while (!m_file.tryLock(kLockTryMs)) {
+            if (m_file.error() != QLockFile::LockFailedError) {
+                *error = refusal();
+                return false;
+            }
+            if (!said && watch.waits) {
+                watch.waits(owner() + QStringLiteral("; waiting for it, Ctrl-C ends the wait"));
+            }
+            said = true;
+            if (watch.interrupted && watch.interrupted()) {
+                *error = QStringLiteral("interrupted while waiting: %1").arg(owner());
+                return false;
+            }
+        }
+        return true;
+    }
+
+    /// Why the lock could not be taken.
+    QString refusal() const {
+        return m_file.error() == QLockFile::LockFailedError
+                   ? owner()
+                   : QStringLiteral("%1: the file market.lock cannot be created").arg(m_dir);
+    }
+
+private:
+    QString owner() const {
+        qint64 pid = 0;
+        QString host;
+        QString program;
+        m_file.getLockInfo(&pid, &host, &program);
+        return QStringLiteral("another process (%1) is making a market in %2").arg(pid).arg(m_dir);
+    }
+
+    const QString m_dir;
+    QLockFile m_file;
+};
+
+/// Tells the market that another process has just finished from the one before it.
+struct MarketStamp {
+    explicit MarketStamp(const QString& dir)
+        : written(QFileInfo(marketStoreFile(dir)).lastModified()) {}
+    bool operator==(const MarketStamp& other) const { return written == other.written; }
+
+    QDateTime written;
+};
+
+bool makeUnderLock(const QString& dir, const MarketOptions& options, const MarketProgress& progress,
+                   QString* error) {
+    const bool made = writeMarket(dir, options, progress, error);
+    if (!made) {
+        qCWarning(lcMarket).noquote() << "no sample market made:" << *error;
+    }
+    return made;
 }
 
 }  // namespace
@@ -205,29 +314,67 @@ QString staticDatabaseFile(const QString& dir) {
     return QDir(dir).filePath(QStringLiteral("static.sqlite"));
 }
 
+QString sampleMarketDir(const QString& home, const MarketOptions& options) {
+    const MarketOptions standard;
+    QString name = QStringLiteral("market");
+    const auto add = [&name](const QString& what, int value, int standardValue) {
+        if (value != standardValue) {
+            name += QStringLiteral("-%1%2").arg(what).arg(value);
+        }
+    };
+    add(QStringLiteral("accounts"), options.accounts, standard.accounts);
+    add(QStringLiteral("symbols"), options.symbols, standard.symbols);
+    add(QStringLiteral("history"), options.historyOrders, standard.historyOrders);
+    add(QStringLiteral("x"), options.scale, standard.scale);
+    if (options.seed != standard.seed) {
+        name += QStringLiteral("-seed%1").arg(options.seed);
+    }
+    return QDir(home).filePath(name);
+}
+
 bool makeSampleMarket(const QString& dir, const MarketOptions& options,
                       const MarketProgress& progress, QString* error) {
-    if (options.accounts < 1 || options.symbols < 1 || options.historyOrders < 0 ||
-        options.scale < 1 || options.scale > kMaxMarketScale) {
-        *error = QStringLiteral(
-            "a market needs at least one account and one symbol, and a scale of 1 to 20");
+    MakerLock lock(dir);
+    if (!areSound(options, error) || !lock.prepare(error)) {
         return false;
     }
-    if (!QDir().mkpath(dir)) {
-        *error = QStringLiteral("%1: the folder cannot be made").arg(dir);
+    if (!lock.take()) {
+        *error = lock.refusal();
         return false;
     }
-    QLockFile lock(QDir(dir).filePath(QStringLiteral("market.lock")));
-    lock.setStaleLockTime(0);  // only a dead owner's lock is stale, however long a making takes
-    if (!lock.tryLock(kLockWaitMs)) {
-        *error = QStringLiteral("%1: another process is making a market there").arg(dir);
-        return false;
+    return makeUnderLock(dir, options, progress, error);
+}
+
+MarketProvided provideSampleMarket(const QString& dir, const MarketOptions& options, bool rebuild,
+                                   const MarketWatch& watch, QString* error) {
+    if (!areSound(options, error)) {
+        return MarketProvided::Failed;
     }
-    const bool made = writeMarket(dir, options, progress, error);
-    if (!made) {
-        qCWarning(lcMarket).noquote() << "makeSampleMarket failed:" << *error;
+    const auto isReady = [&](MarketState* state) {
+        *state = sampleMarketState(dir, options, error);
+        return *state == MarketState::Ready;
+    };
+    const MarketStamp before(dir);
+    MarketState state = MarketState::Missing;
+    if (!rebuild && isReady(&state)) {
+        return MarketProvided::Opened;
     }
-    return made;
+    MakerLock lock(dir);
+    // What somebody may still want is replaced on request only.
+    if (state == MarketState::Unusable || state == MarketState::Other || !lock.prepare(error) ||
+        !lock.await(watch, error)) {
+        return MarketProvided::Failed;
+    }
+    const bool madeMeanwhile = !(MarketStamp(dir) == before);
+    if (madeMeanwhile && isReady(&state)) {
+        return MarketProvided::Opened;
+    }
+    const auto progress = [&watch](int done, int total) {
+        return (!watch.progress || watch.progress(done, total)) &&
+               !(watch.interrupted && watch.interrupted());
+    };
+    return makeUnderLock(dir, options, progress, error) ? MarketProvided::Made
+                                                        : MarketProvided::Failed;
 }
 
 MarketState sampleMarketState(const QString& dir, const MarketOptions& options, QString* text) {

@@ -15,8 +15,9 @@ namespace {
 
 using Boards = QVector<SecurityBoard>;
 
-/// Takes what is too much away, down to the boards' least; where that is not enough, from the last
-/// board backwards.
+constexpr int kGramsOfGoldLot = 10;
+
+/// Takes the excess from the first boards, down to their least, and the rest from the last boards.
 void takeAway(const Boards& boards, int excess, QVector<int>& counts) {
     for (int i = 0; i < boards.size() && excess > 0; ++i) {
         const int less = std::clamp(counts.at(i) - boards.at(i).least, 0, excess);
@@ -30,8 +31,8 @@ void takeAway(const Boards& boards, int excess, QVector<int>& counts) {
     }
 }
 
-/// How many of each board: its share of the count, at least its least, at most what its numbering
-/// gives. What is left over goes where there is room, from the first board on.
+/// The number of securities of each board: its share of the count, between its least and its limit.
+/// The rest goes to the first boards that have ids left.
 QVector<int> countsOf(const Boards& boards, int count) {
     QVector<int> counts;
     int left = count;
@@ -49,7 +50,7 @@ QVector<int> countsOf(const Boards& boards, int count) {
     return counts;
 }
 
-/// Risk warnings and delistings among the shares of the mainland.
+/// Marks some shares of the mainland as under risk warning or about to be delisted.
 void addRiskMarks(int index, QVariantMap& record) {
     const QString name = record.value(Security::chineseName).toString();
     record.insert(Security::STFlag, StFlag::Normal);
@@ -64,8 +65,8 @@ void addRiskMarks(int index, QVariantMap& record) {
     }
 }
 
-/// Companies of the science board without a profit yet: listed before the growth tier's first day
-/// or since, one in two of the latter with the server's own word on it.
+/// Marks companies of the science board that make no profit yet: listed before the first day of the
+/// growth tier or since, every other one of the latter with the server's flag.
 void addGrowthMark(int index, QVariantMap& record) {
     if (index % 8 != 3) {
         return;
@@ -80,8 +81,8 @@ void addGrowthMark(int index, QVariantMap& record) {
     }
 }
 
-/// Only where the lot is the security's own; the others follow the rules of their board.
-void addUnits(const SecurityBoard& of, int index, MarketRandom& random, QVariantMap& record) {
+/// The lot of securities that have their own; the others follow the rules of their board.
+void addUnits(const SecurityBoard& of, MarketRandom& random, QVariantMap& record) {
     static const std::array<int, 5> hongKongLots{100, 200, 500, 1000, 2000};
     if (of.post == SymbolPost::hk) {
         record.insert(Security::LotSize,
@@ -93,11 +94,13 @@ void addUnits(const SecurityBoard& of, int index, MarketRandom& random, QVariant
         record.insert(Security::LotSize, 1);
         record.insert(Security::contractMultiplier, of.exchange == Exchange::cffex ? 300 : 5);
     } else if (of.type == MdcSecurityType::SpotType) {
-        record.insert(Security::LotSize, index % 2 ? 1 : 10);
+        // Orders count lots; ten grams are what one lot weighs, not a step.
+        record.insert(Security::LotSize, 1);
+        record.insert(Security::contractMultiplier, kGramsOfGoldLot);
     }
 }
 
-/// The previous close, by chance between the board's ends, and what follows from it.
+/// A random previous close in the board's range, and the fields that depend on it.
 void addQuote(const SecurityBoard& of, const MarketRules& rules, MarketRandom& random,
               QVariantMap& record) {
     constexpr int kSteps = 10000;
@@ -106,7 +109,7 @@ void addQuote(const SecurityBoard& of, const MarketRules& rules, MarketRandom& r
     const PriceLadder& ladder =
         of.type == MdcSecurityType::FundType ? rules.hongKongFunds : rules.hongKongShares;
     const double tick = of.tick > 0 ? of.tick : ladder.spreadAt(raw);
-    // In ten-thousandths, so that the price is the decimal number nearest to it.
+    // Counted in ten-thousandths, so that the price is the double nearest to the decimal.
     const qint64 tickUnits = qRound64(tick * 10000);
     const qint64 closeUnits = std::max<qint64>(1, qRound64(raw * 10000) / tickUnits) * tickUnits;
     const double close = static_cast<double>(closeUnits) / 10000;
@@ -115,9 +118,9 @@ void addQuote(const SecurityBoard& of, const MarketRules& rules, MarketRandom& r
                   rules.priceLimits.percentOf(of.exchange, of.subType,
                                               record.value(Security::STFlag).toString()),
                   tick);
-    record.insert(QuoteField::preClosePx, close);
-    record.insert(QuoteField::maxPx, limits.max);
-    record.insert(QuoteField::minPx, limits.min);
+    record.insert(QuoteField::previousClose, close);
+    record.insert(QuoteField::maxPrice, limits.max);
+    record.insert(QuoteField::minPrice, limits.min);
     record.insert(QuoteField::priceTick, tick);
 }
 
@@ -136,7 +139,7 @@ QVariantMap securityOf(const SecurityBoard& of, int index, const MarketRules& ru
         {MDCFieldDefine::mdcSubSecurityType, of.subType},
         {System::deleteFlag, of.subType == BoardKind::mainBoard && index == 50},
     };
-    addUnits(of, index, random, record);
+    addUnits(of, random, record);
     if (of.type == MdcSecurityType::StockType && of.post != SymbolPost::hk) {
         addRiskMarks(index, record);
     }

@@ -15,11 +15,11 @@ constexpr int kFundTurns = 3;
 
 using Text = std::function<QString(int)>;
 
-/// Ids from one number on; past a gap where one is told.
+/// Consecutive ids, with a gap after the first `count` of them unless `goOnAt` is 0.
 struct Numbering {
     int first;
     int count;
-    int goOnAt = 0;  ///< the number after the first `count` ids
+    int goOnAt = 0;
     int step = 1;
 };
 
@@ -40,7 +40,7 @@ Text funds(int turn) {
     return [=](int index) { return MarketNames::fund(index * kFundTurns + turn); };
 }
 
-/// Of a kind that two exchanges have, so that every other serial is theirs.
+/// For a kind that two exchanges have: each takes every other serial.
 Text bonds(const QString& kind, int turn) {
     return [=](int index) {
         const int serial = index * 2 + turn;
@@ -169,9 +169,9 @@ QVector<SecurityBoard> contractsAndGold() {
     return {
         {1540, 1, 90000, Exchange::sh, SymbolPost::sh, MdcSecurityType::OptionType,
          BoardKind::stockOption, counting({10000001, 0}, 8), &optionName, 0.0001, 0.005, 0.4},
-        {60, 2, 1100, Exchange::cffex, SymbolPost::cffex, futures, BoardKind::future,
+        {60, 2, 1100, Exchange::cffex, SymbolPost::cffex, futures, BoardKind::indexFuture,
          contracts(QStringLiteral("IF")), contracts(QStringLiteral("三百指数")), 0.2, 3500, 4500},
-        {60, 2, 1100, Exchange::shf, SymbolPost::shf, futures, BoardKind::future,
+        {60, 2, 1100, Exchange::shf, SymbolPost::shf, futures, BoardKind::commodityFuture,
          contracts(QStringLiteral("CU")), contracts(QStringLiteral("铜")), 10, 70000, 80000},
         {12, 2, 999, Exchange::sge, kGoldPost, MdcSecurityType::SpotType, BoardKind::gold,
          [](int index) { return QStringLiteral("AU%1").arg(index + 1, 2, 10, QLatin1Char('0')); },

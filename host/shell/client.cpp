@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <atomic>
 #include <thread>
@@ -10,15 +11,29 @@
 #include "client_watcher.h"
 #include "embedded_link.h"
 #include "faulty_link.h"
+#include "gate_events.h"
 #include "interrupt_watch.h"
 #include "local_platform.h"
 #include "market_log.h"
+#include "plugin_files.h"
 #include "sample_market.h"
 #include "server_engine.h"
 #include "tick_feed.h"
 #include "trade_calendar.h"
 #include "vocabulary/values.h"
 #include "znbusinessdata/c_business_data_base.h"
+
+namespace {
+
+constexpr int kFirstGatesMs = 2000;
+
+/// The name by which a file's library is known, without what the system adds to it.
+QString libraryName(const QString& file) {
+    const QString name = QFileInfo(file).completeBaseName();
+    return name.startsWith(QLatin1String("lib")) ? name.mid(3) : name;
+}
+
+}  // namespace
 
 Client::Client(const Options& options, const Listener& listener)
     : m_options(options), m_listener(listener), m_sight(std::make_shared<ClientSight>()) {}
@@ -38,7 +53,7 @@ QString Client::libraryFile(const QString& pluginsDir, const QString& library) {
 }
 
 QString Client::marketDir() const {
-    return QDir(m_options.homeDir).filePath(QStringLiteral("market"));
+    return sampleMarketDir(m_options.homeDir, m_options.market);
 }
 
 void Client::ended(const QString& text) const {
@@ -84,27 +99,25 @@ bool Client::prepareMarket(QString* error) {
     const QString size = QStringLiteral("%1 accounts, %2 symbols")
                              .arg(market.allAccounts())
                              .arg(market.allSymbols());
-    if (!m_options.rebuildMarket) {
-        const MarketState state = sampleMarketState(marketDir(), market, error);
-        if (state == MarketState::Ready) {
-            ended(QStringLiteral("sample market opened (%1)").arg(size));
-            return true;
-        }
-        // What somebody may want to look at is not written over unasked.
-        if (state == MarketState::Damaged) {
-            return false;
-        }
-    }
-    const auto progress = [this](int done, int total) {
+    MarketWatch watch;
+    watch.waits = m_listener.waits;
+    watch.interrupted = &InterruptWatch::hasCome;
+    watch.progress = [this](int done, int total) {
         if (m_listener.marketProgress) {
             m_listener.marketProgress(done, total);
         }
-        return !InterruptWatch::hasCome();
+        return true;
     };
-    if (!makeSampleMarket(marketDir(), market, progress, error)) {
-        return false;
+    switch (provideSampleMarket(marketDir(), market, m_options.rebuildMarket, watch, error)) {
+        case MarketProvided::Failed:
+            return false;
+        case MarketProvided::Opened:
+            ended(QStringLiteral("sample market opened (%1)").arg(size));
+            break;
+        case MarketProvided::Made:
+            ended(QStringLiteral("sample market made (%1)").arg(size));
+            break;
     }
-    ended(QStringLiteral("sample market made (%1)").arg(size));
     return true;
 }
 
@@ -170,20 +183,75 @@ bool Client::connectServer(QString* error) {
         return false;
     }
     m_link = link;
+    // Every start publishes the first states before a plug-in can subscribe to them.
+    m_gate.waitUntil(
+        [this] {
+            return m_sight->gates().size() == int(gateEvents().size()) || InterruptWatch::hasCome();
+        },
+        kFirstGatesMs);
     ended(QStringLiteral("embedded gateway connected (%1 message types)")
               .arg(m_server->messageTypes().size()));
     return true;
 }
 
+bool Client::loadLibrary(const QString& file, QString* error) {
+    if (!m_plugins.load(file, error)) {
+        return false;
+    }
+    ended(QStringLiteral("plug-in library loaded (%1)").arg(libraryName(file)));
+    return true;
+}
+
+void Client::skip(const QString& why) const {
+    if (m_listener.pluginSkipped) {
+        m_listener.pluginSkipped(why);
+    }
+}
+
 bool Client::loadLibraries(QString* error) {
-    for (const QString& library : QStringList(kBusinessDataLibrary) + m_options.libraries) {
-        if (!m_plugins.load(libraryFile(m_options.pluginsDir, library), error)) {
+    const QString businessData = libraryFile(m_options.pluginsDir, kBusinessDataLibrary);
+    if (!loadLibrary(businessData, error)) {
+        return false;
+    }
+    if (m_options.allPlugins) {
+        const QStringList found =
+            pluginFilesIn(m_options.pluginsDir, m_options.pluginFiles + QStringList(businessData));
+        for (const QString& file : found) {
+            QString why;
+            if (loadLibrary(file, &why)) {
+                m_furtherPlugins.append(file);
+            } else {
+                skip(why);
+            }
+        }
+    }
+    for (const QString& file : m_options.pluginFiles) {
+        if (!loadLibrary(file, error)) {
             return false;
         }
-        ended(QStringLiteral("plug-in library loaded (%1)").arg(library));
+        m_furtherPlugins.append(file);
     }
     m_plugins.extensionsInitialized();
-    return m_facade.load(libraryFile(m_options.pluginsDir, kBusinessDataLibrary), error);
+    return m_facade.load(businessData, error);
+}
+
+bool Client::makePluginObjects(QString* error) {
+    for (const QString& file : qAsConst(m_furtherPlugins)) {
+        QStringList errors;
+        const QStringList made = m_plugins.makePluginObjects(file, &errors);
+        for (const QString& name : made) {
+            ended(QStringLiteral("plug-in object initialised (%1)").arg(name));
+        }
+        if (!errors.isEmpty() && m_options.pluginFiles.contains(file)) {
+            *error = errors.first();
+            return false;
+        }
+        for (const QString& why : qAsConst(errors)) {
+            skip(why);
+        }
+    }
+    m_plugins.objectsInitialized();
+    return true;
 }
 
 bool Client::makePluginObject(const QString& name, QString* error) {

@@ -26,7 +26,9 @@ public:
     struct Options {
         QString homeDir;
         QString pluginsDir;
-        QStringList libraries;  ///< plug-ins to load besides the business data plug-in
+        QStringList pluginFiles;  ///< further plug-in libraries; the start fails without one
+        /// Loads every other plug-in library of `pluginsDir` too, except those that do not fit.
+        bool allPlugins = false;
         QString user;
         bool rebuildMarket = false;
         int accountWaitMs = 60000;
@@ -44,8 +46,12 @@ public:
         std::function<void(const QString& text)> stepEnded;
         /// Something long is under way.
         std::function<void(int done, int total)> marketProgress;
+        /// A line for the user, before a wait for another process.
+        std::function<void(const QString& text)> waits{};
         /// Presenters may be made from here on; nothing is connected yet.
         std::function<void()> platformStarted{};
+        /// A plug-in library of the folder is not used; the text names its file and says why.
+        std::function<void(const QString& text)> pluginSkipped{};
     };
 
     Client(const Options& options, const Listener& listener);
@@ -64,6 +70,8 @@ public:
     bool awaitCage(int limitMs);
     /// Makes and initialises the plug-in object of that name, of a loaded library.
     bool makePluginObject(const QString& name, QString* error);
+    /// Makes and initialises the plug-in objects of all further libraries.
+    bool makePluginObjects(QString* error);
     /// Ends the ticks and every wait without limit, then plug-ins, link and platform, in this
     /// order. A second call does nothing.
     void stop();
@@ -93,6 +101,8 @@ private:
     void startTicks();
     bool connectServer(QString* error);
     bool loadLibraries(QString* error);
+    bool loadLibrary(const QString& file, QString* error);
+    void skip(const QString& why) const;
     bool login(QString* error);
     bool waitForAccounts(int limitMs, QString* error);
     void countAccounts(const QStringList& accounts);
@@ -104,6 +114,7 @@ private:
     const std::shared_ptr<ClientSight> m_sight;
     MainLoopGate m_gate;
     PluginManager m_plugins;
+    QStringList m_furtherPlugins;  // files, in the order of loading
     FacadeLibrary m_facade;
     std::unique_ptr<TickFeed> m_ticks;
     std::shared_ptr<ServerEngine> m_server;
@@ -117,5 +128,3 @@ private:
 /// Names of libraries, without what the system adds to a file's name, and of plug-in objects.
 inline const QString kBusinessDataLibrary = QStringLiteral("VelmarBusinessDataManager");
 inline const QString kBusinessDataObject = QStringLiteral("VelmarBusinessDataManager");
-inline const QString kNeighbourLibrary = QStringLiteral("NeighbourPlugin");
-inline const QString kNeighbourObject = QStringLiteral("Neighbour");

@@ -11,6 +11,7 @@
 #include "local_platform.h"
 #include "recording_link.h"
 #include "server_engine.h"
+#include "settings_codec.h"
 #include "velmarutils/velmar_utils.h"
 #include "znwidget/zn_presenter_class.h"
 
@@ -79,7 +80,7 @@ bool ClientStage::listenTo(const QString& event, QString* error) {
 bool ClientStage::setSetting(const QString& name, const QString& value, QString* error) {
     QSettings settings(QDir(m_options.homeDir).filePath(QStringLiteral("settings/client.ini")),
                        QSettings::IniFormat);
-    settings.setIniCodec("UTF-8");
+    settings.setIniCodec(settingsCodec());
     settings.setValue(name, value);
     settings.sync();
     if (settings.status() == QSettings::NoError) {

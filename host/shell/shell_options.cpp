@@ -1,6 +1,7 @@
 #include "shell_options.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 #include <utility>
 
 #include "line_words.h"
@@ -18,6 +19,7 @@ constexpr int kMostBodyLimit = 1024 * kBytesPerMiB;
 
 const QString kHome = QStringLiteral("home");
 const QString kPlugins = QStringLiteral("plugins");
+const QString kPlugin = QStringLiteral("plugin");
 const QString kUser = QStringLiteral("user");
 const QString kWait = QStringLiteral("wait");
 const QString kScale = QStringLiteral("scale");
@@ -42,8 +44,8 @@ void addOptions(QCommandLineParser& parser, bool everywhere) {
         parser.setOptionsAfterPositionalArgumentsMode(
             QCommandLineParser::ParseAsPositionalArguments);
     }
-    for (const QString& withValue : {kHome, kPlugins, kUser, kWait, kScale, kFault, kScenario,
-                                     kSection, kTicks, kTickRate, kBodyLimit}) {
+    for (const QString& withValue : {kHome, kPlugins, kPlugin, kUser, kWait, kScale, kFault,
+                                     kScenario, kSection, kTicks, kTickRate, kBodyLimit}) {
         parser.addOption(QCommandLineOption(withValue, QString(), QStringLiteral("value")));
     }
     for (const QString& flag : {kRebuild, kVerbose, kStay, kOnce, kVersion, kEarly, kRaw}) {
@@ -128,6 +130,21 @@ bool takeTicks(const QStringList& lists, ShellOptions* options, QString* error) 
     return true;
 }
 
+/// A relative name means a file of the folder that the client was started in.
+bool takePlugins(const QStringList& files, ShellOptions* options, QString* error) {
+    for (const QString& file : files) {
+        if (!QFileInfo(file).isFile()) {
+            *error = QStringLiteral("--%1: there is no file %2").arg(kPlugin, file);
+            return false;
+        }
+        const QString absolute = QFileInfo(file).absoluteFilePath();
+        if (!options->pluginFiles.contains(absolute)) {
+            options->pluginFiles.append(absolute);
+        }
+    }
+    return true;
+}
+
 bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
     if (parser.isSet(kScenario)) {
         options->command = ShellOptions::Command::Scenario;
@@ -179,6 +196,7 @@ bool takeOptions(const QStringList& arguments, bool everywhere, ShellOptions* op
     }
     if (!takeFaults(parser.values(kFault), options, error) ||
         !takeTicks(parser.values(kTicks), options, error) ||
+        !takePlugins(parser.values(kPlugin), options, error) ||
         !takeScenario(parser, options, error)) {
         return false;
     }
@@ -202,6 +220,11 @@ bool takeOptions(const QStringList& arguments, bool everywhere, ShellOptions* op
 
 /// A scenario's file says what other commands take from the command line.
 bool standsAlone(const ShellOptions& options, bool withCommand, QString* error) {
+    // A command prints its answer and nothing else, so it runs no other plug-ins.
+    if (withCommand && !options.pluginFiles.isEmpty()) {
+        *error = QStringLiteral("--%1 cannot be combined with a command").arg(kPlugin);
+        return false;
+    }
     if (options.command != ShellOptions::Command::Scenario) {
         return true;
     }
@@ -211,6 +234,7 @@ bool standsAlone(const ShellOptions& options, bool withCommand, QString* error) 
     }
     for (const auto& [option, isGiven] :
          {std::pair{kFault, !options.faults.isEmpty()},
+          std::pair{kPlugin, !options.pluginFiles.isEmpty()},
           std::pair{kTicks, !options.tickSymbols.isEmpty()},
           std::pair{kBodyLimit, options.bodyLimit != kStandingBodyLimit}}) {
         if (isGiven) {
@@ -376,7 +400,9 @@ QString shellHelpText() {
         "\n"
         "  --home DIR      where settings, market and log are kept (default: VELMAR_HOME, else\n"
         "                  velmar in the user's data folder)\n"
-        "  --plugins DIR   where the plug-in libraries are (default: ../plugins of the program)\n"
+        "  --plugins DIR   where the plug-in libraries are (default: ../plugins of the program);\n"
+        "                  without a command every one of them is loaded\n"
+        "  --plugin FILE   load this plug-in library too; may be given several times\n"
         "  --user NAME     log in as this user (default: demo01)\n"
         "  --wait SECONDS  how long the accounts may take to load, and for call the rest of the\n"
         "                  start-up (default: 60)\n"

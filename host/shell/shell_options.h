@@ -36,6 +36,7 @@ struct ShellOptions {
     bool asJson = false;                            ///< of Accounts
     QString homeDir;                                ///< empty for the default
     QString pluginsDir;                             ///< empty for the default
+    QStringList pluginFiles;  ///< of Run: plug-in libraries from elsewhere, absolute paths
     QString user;             ///< the login; empty for the sample market's standard one
     int waitSeconds = 60;     ///< limit for the accounts, and for the rest of the start-up
     int scale = 1;            ///< size of the sample market, a multiple of the standard one

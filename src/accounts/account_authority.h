@@ -5,11 +5,11 @@
 
 #include "vocabulary/values.h"
 
-/// The bits of tagUserAccountInfo::authorityFlags, in the order in which they are asked for.
+/// The bits of tagUserAccountInfo::authorityFlags, in the order in which they are queried.
 constexpr std::array<int, 5> kAuthorityBits{1, 2, 4, 8, 16};
 constexpr int kTradeBit = 16;
 
-/// The AuthorityType that stands behind each of kAuthorityBits, in the same order.
+/// The AuthorityType of each of kAuthorityBits, in the same order.
 inline const std::array<QString, 5>& authorityTypes() {
     static const std::array<QString, 5> types{
         AuthorityType::AccountQuery, AuthorityType::AccountEdit, AuthorityType::AccountAuthority,

@@ -15,29 +15,33 @@ bool AccountEdits::SetAccountOrderList(const QStringList& orderList) {
             return false;
         }
     }
-    const auto order = m_state.m_accountOrderLock.write();
-    order->setList(orderList);
-    // Under the lock, so that of two orders at once the later one is the one saved.
+    // Held for both steps, so that of two orders at once the file and the table keep the same one.
+    const std::lock_guard<std::mutex> save(m_state.m_saveLock);
     ZnCore::instance()->saveSetting(SettingFieldName::AccountListOrder,
                                     orderList.join(QLatin1Char(',')));
+    const auto order = m_state.m_accountOrderLock.write();
+    order->assign(orderList);
     return true;
 }
 
 void AccountEdits::SetFundAbbrName(const QMap<QString, QString>& abbrMap) {
-    // The load reads the file under this lock too, so no row misses what is written here.
+    // The load publishes a row under this lock too: it either reads the new name from the file, or
+    // its row is in the table by the time the name is set there.
+    const std::lock_guard<std::mutex> save(m_state.m_saveLock);
+    m_abbrNames.setAbbrNames(abbrMap);
     const auto tables = m_state.m_accountLock.write();
     for (auto it = abbrMap.cbegin(); it != abbrMap.cend(); ++it) {
         const bool known = tables->m_accountInfoMap.contains(it.key());
         if (!known && !m_state.m_fundAccountInited) {
-            // A record made now would keep the load's own one out.
+            // A record entered now would keep the load from entering the account's own one.
             continue;
         }
         tagUserAccountInfo& record = tables->m_accountInfoMap[it.key()];
+        record.tradingAccount = it.key();
         record.abbrName = it.value();
         record.accountName =
             record.abbrName.isEmpty() ? record.counterAccountName : record.abbrName;
     }
-    m_abbrNames.setAbbrNames(abbrMap);
 }
 
 void AccountEdits::UpdateFundAccountInfo(const QString& tradingAccount, const QString& name,
@@ -55,7 +59,7 @@ void AccountEdits::UpdateFundAccountInfo(const QString& tradingAccount, const QS
     if (sharing.size() <= 1) {
         return;
     }
-    // They are one fund at the counter.
+    // At the counter they are one fund.
     for (const QString& account : sharing) {
         const auto other = tables->m_accountInfoMap.find(account);
         if (other != tables->m_accountInfoMap.end()) {

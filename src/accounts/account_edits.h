@@ -7,22 +7,23 @@
 class AccountState;
 class FundAbbrNames;
 
-/// What a user changes in the account tables after the load. Any thread; none of them waits for the
-/// load. Locks: m_accountLock, m_accountOrderLock, never both.
+/// What a user changes in the account tables after the load. Any thread; none of these functions
+/// waits for the load. Locks: m_saveLock across the write to the disk, then m_accountLock or
+/// m_accountOrderLock, neither of which is held during that write.
 class AccountEdits {
 public:
     AccountEdits(AccountState& state, FundAbbrNames& abbrNames)
         : m_state(state), m_abbrNames(abbrNames) {}
 
-    /// Takes the priority order over and saves it. False, with everything as it was, when it has
-    /// more entries than there are accounts.
+    /// Saves the account order and puts it into effect. Returns false and changes nothing when the
+    /// list has more entries than the account table.
     bool SetAccountOrderList(const QStringList& orderList);
-    /// Writes the abbreviations to their file and into the records. Before the account tables stand
-    /// an account that they lack yet has its abbreviation in the file only, where the load finds
-    /// it.
+    /// Writes the abbreviations to their file and into the records. An account without a record
+    /// gets one; before the account tables are loaded its abbreviation goes to the file only, and
+    /// the load reads it from there.
     void SetFundAbbrName(const QMap<QString, QString>& abbrMap);
-    /// Name and kind of a fund account, for every trading account that shares it. Nothing for an
-    /// unknown trading account.
+    /// Sets name and kind of a fund account, for every trading account that shares it and is not
+    /// frozen. Does nothing for an unknown trading account.
     void UpdateFundAccountInfo(const QString& tradingAccount, const QString& name,
                                const QString& fundAccountType);
 

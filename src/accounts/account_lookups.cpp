@@ -15,7 +15,7 @@ tagUserAccountInfo AccountLookups::GetAccountInfoByTradingAccount(const QString&
                                                                   bool) const {
     m_state.blockCheckFundInited();
     const auto tables = m_state.m_accountLock.read();
-    // Not value(), which makes a default record for every question.
+    // Not value(), which creates a default record on every call.
     const auto found = tables->m_accountInfoMap.constFind(tradingAccount);
     return found != tables->m_accountInfoMap.cend() ? *found : tagUserAccountInfo();
 }
@@ -43,7 +43,7 @@ QStringList AccountLookups::GetTradingAccountList(bool wait, int authority,
     return AccountSelection(m_state, tables)
         .withAuthority(authority)
         .withDistributed(includeDistributed)
-        .accounts();
+        .toAccounts();
 }
 
 QStringList AccountLookups::GetTradingAccountListByProduct(QString product, bool wait,
@@ -55,7 +55,7 @@ QStringList AccountLookups::GetTradingAccountListByProduct(QString product, bool
         .withAuthority(authority)
         .withDistributed(includeDistributed)
         .among(tables->m_productAccounts, product)
-        .accounts();
+        .toAccounts();
 }
 
 QList<tagUserAccountInfo> AccountLookups::GetFundAccountList(bool wait, int authority,
@@ -65,7 +65,7 @@ QList<tagUserAccountInfo> AccountLookups::GetFundAccountList(bool wait, int auth
     return AccountSelection(m_state, tables)
         .withAuthority(authority)
         .withDistributed(includeDistributed)
-        .records();
+        .toRecords();
 }
 
 QList<tagUserAccountInfo> AccountLookups::GetFundAccountListByFundProp(int fundProp, int authority,
@@ -79,7 +79,7 @@ QList<tagUserAccountInfo> AccountLookups::GetFundAccountListByFundProp(int fundP
         .withDistributed(includeDistributed)
         .onExchanges(exchanges)
         .withFundProp(fundProp)
-        .records();
+        .toRecords();
 }
 
 QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromProduct(
@@ -90,7 +90,7 @@ QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromProduct(
         .withAuthority(authority)
         .withDistributed(includeDistributed)
         .among(tables->m_productAccounts, product)
-        .records();
+        .toRecords();
 }
 
 QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromAsset(
@@ -100,7 +100,7 @@ QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromAsset(
     return AccountSelection(m_state, tables)
         .withDistributed(includeDistributed)
         .among(tables->m_assetAccounts, asset)
-        .records();
+        .toRecords();
 }
 
 QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromClientNo(
@@ -111,14 +111,14 @@ QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromClientNo(
         .withDistributed(includeDistributed)
         .ofClientNo(clientNo)
         .withFundProp(fundProp)
-        .records();
+        .toRecords();
 }
 
 QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromFund(QString fundAccount,
                                                                      bool wait) const {
     waitIf(wait);
     const auto tables = m_state.m_accountLock.read();
-    return AccountSelection(m_state, tables).among(tables->m_fundAccounts, fundAccount).records();
+    return AccountSelection(m_state, tables).among(tables->m_fundAccounts, fundAccount).toRecords();
 }
 
 QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromTrade(QString tradingAccount,
@@ -130,7 +130,7 @@ QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromTradeList(
     const QStringList& accounts, bool wait) const {
     waitIf(wait);
     const auto tables = m_state.m_accountLock.read();
-    return AccountSelection(m_state, tables).among(accounts).records();
+    return AccountSelection(m_state, tables).among(accounts).toRecords();
 }
 
 QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromTradingWithSameRealFund(
@@ -142,13 +142,13 @@ QList<tagUserAccountInfo> AccountLookups::GetAccountInfoListFromTradingWithSameR
     }
     return AccountSelection(m_state, tables)
         .among(tables->m_realFundAccounts, found->otcFundAccount)
-        .records();
+        .toRecords();
 }
 
 QList<tagUserAccountInfo> AccountLookups::GetDistributedAccountList() const {
     waitIf(true);
     const auto tables = m_state.m_accountLock.read();
-    return AccountSelection(m_state, tables).withAuthority(kTradeBit).distributedOnly().records();
+    return AccountSelection(m_state, tables).withAuthority(kTradeBit).distributedOnly().toRecords();
 }
 
 QList<tagUserAccountInfo> AccountLookups::tradableCentralOn(const QStringList& exchanges) const {

@@ -11,10 +11,10 @@
 class SecurityAccounts;
 
 /// The read side of the account tables: lists of trading accounts by node of their tree, authority,
-/// fund property and exchange, in priority order, and single records. Each operation holds
-/// m_accountLock for reading during its set work; those with a wait do that first. The lists start
-/// from the accounts that the load listed: a frozen account, and one whose record was made later by
-/// SetFundAbbrName, has a record and stands in no list.
+/// fund property and exchange, in account order, and single records. Each operation holds
+/// m_accountLock for reading while it selects; those that wait for the load do so first. The lists
+/// contain accounts that the load listed: a frozen account, and one whose record was entered later
+/// by SetFundAbbrName, has a record and is in no list.
 class AccountLookups {
 public:
     AccountLookups(const AccountState& state, SecurityAccounts& securityAccounts)

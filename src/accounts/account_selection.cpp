@@ -5,42 +5,42 @@
 
 AccountSelection::AccountSelection(const AccountState& state,
                                    const Guarded<AccountTables>::ReadHandle& tables)
-    : m_tables(*tables), m_rows(state.priorityRows(tables)) {}
+    : m_tables(*tables), m_rows(state.accountRows(tables)) {}
 
 AccountSelection& AccountSelection::withAuthority(int authority) {
-    m_allOf |= PriorityRows::authorityMarks(authority);
+    m_allOf |= AccountRows::authorityMarks(authority);
     return *this;
 }
 
 AccountSelection& AccountSelection::withDistributed(bool includeDistributed) {
     if (!includeDistributed) {
-        m_allOf |= PriorityRows::kCentral;
+        m_allOf |= AccountRows::kCentral;
     }
     return *this;
 }
 
 AccountSelection& AccountSelection::withFundProp(int fundProp) {
-    m_asksFundProp = true;
-    m_anyOf = PriorityRows::fundPropMarks(fundProp);
+    m_byFundProp = true;
+    m_anyOf = AccountRows::fundPropMarks(fundProp);
     return *this;
 }
 
 AccountSelection& AccountSelection::onExchanges(const QStringList& exchanges) {
-    m_asksExchange = !exchanges.isEmpty();
+    m_byExchange = !exchanges.isEmpty();
     for (const QString& exchange : exchanges) {
         const auto found = m_tables.m_hStockCirculateAccounts.constFind(exchange);
         if (found != m_tables.m_hStockCirculateAccounts.cend()) {
             m_onExchanges.push_back(&*found);
             const quint64 mark = m_rows->exchangeMark(exchange);
             m_exchangeMarks |= mark;
-            m_asksUnmarkedExchange = m_asksUnmarkedExchange || mark == 0;
+            m_hasUnmarkedExchange = m_hasUnmarkedExchange || mark == 0;
         }
     }
     return *this;
 }
 
 AccountSelection& AccountSelection::distributedOnly() {
-    m_allOf |= PriorityRows::kDistributed;
+    m_allOf |= AccountRows::kDistributed;
     return *this;
 }
 
@@ -67,14 +67,14 @@ bool AccountSelection::isOnAnExchange(const Row& row) const {
     if (row.exchanges & m_exchangeMarks) {
         return true;
     }
-    return m_asksUnmarkedExchange &&
+    return m_hasUnmarkedExchange &&
            std::any_of(m_onExchanges.begin(), m_onExchanges.end(),
                        [&row](const QSet<QString>* set) { return set->contains(*row.account); });
 }
 
 bool AccountSelection::fits(const Row& row) const {
-    return (row.marks & m_allOf) == m_allOf && (!m_asksFundProp || (row.marks & m_anyOf)) &&
-           (!m_asksExchange || isOnAnExchange(row));
+    return (row.marks & m_allOf) == m_allOf && (!m_byFundProp || (row.marks & m_anyOf)) &&
+           (!m_byExchange || isOnAnExchange(row));
 }
 
 template <class Accounts>
@@ -112,7 +112,7 @@ std::vector<const AccountSelection::Row*> AccountSelection::chosenOfAll() const 
 
 std::vector<const AccountSelection::Row*> AccountSelection::chosenOf(std::vector<int> rows) const {
     std::sort(rows.begin(), rows.end());
-    // Several sets, or a caller's list, may hold an account twice.
+    // A caller's list may contain an account twice.
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     std::vector<const Row*> chosen;
     chosen.reserve(rows.size());
@@ -125,7 +125,7 @@ std::vector<const AccountSelection::Row*> AccountSelection::chosenOf(std::vector
     return chosen;
 }
 
-QStringList AccountSelection::accounts() const {
+QStringList AccountSelection::toAccounts() const {
     const std::vector<const Row*> rows = chosen();
     QStringList accounts;
     accounts.reserve(static_cast<int>(rows.size()));
@@ -135,7 +135,7 @@ QStringList AccountSelection::accounts() const {
     return accounts;
 }
 
-QList<tagUserAccountInfo> AccountSelection::records() const {
+QList<tagUserAccountInfo> AccountSelection::toRecords() const {
     const std::vector<const Row*> rows = chosen();
     QList<tagUserAccountInfo> records;
     records.reserve(static_cast<int>(rows.size()));

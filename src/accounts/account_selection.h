@@ -7,45 +7,44 @@
 #include <memory>
 #include <vector>
 
+#include "account_rows.h"
 #include "account_state.h"
-#include "priority_rows.h"
 
-/// The machine that every account list comes from: the accounts that are not frozen, in priority
-/// order, narrowed by conditions and expanded to names or records. Lists and sets that narrow are
-/// looked at where they stand, so they must outlive the selection, and the tables stay locked for
-/// its life.
+/// Builds every account list: the accounts that are not frozen, in account order, narrowed by
+/// conditions and returned as names or records. A list passed to among() is not copied, so it must
+/// outlive the selection; the tables must stay locked for its life.
 class AccountSelection {
 public:
     /// All accounts that are not frozen.
     AccountSelection(const AccountState& state, const Guarded<AccountTables>::ReadHandle& tables);
 
-    /// Leaves those that have every authority of the mask.
+    /// Keeps accounts that have every authority of the mask.
     AccountSelection& withAuthority(int authority);
-    /// Leaves those on a central counter, unless distributed ones are wanted too.
+    /// Keeps accounts on a central counter only, unless `includeDistributed` is set.
     AccountSelection& withDistributed(bool includeDistributed);
-    /// Leaves those that have any fund property of the mask: none for 0.
+    /// Keeps accounts that have any fund property of the mask; 0 keeps none.
     AccountSelection& withFundProp(int fundProp);
-    /// Leaves those with a security account on any of the exchanges; an empty list asks for none.
+    /// Keeps accounts with a security account on any of the exchanges; an empty list keeps all.
     AccountSelection& onExchanges(const QStringList& exchanges);
-    /// Leaves those on a distributed counter.
+    /// Keeps accounts on a distributed counter.
     AccountSelection& distributedOnly();
 
     // At most one of these.
-    /// Leaves those of a customer.
+    /// Keeps the accounts of a customer.
     AccountSelection& ofClientNo(const QString& clientNo);
-    /// Leaves those of the list.
+    /// Keeps the accounts of the list.
     AccountSelection& among(const QStringList& accounts);
     AccountSelection& among(QStringList&&) = delete;
-    /// Leaves those that an index holds under the key.
+    /// Keeps the accounts that an index contains under the key.
     AccountSelection& among(const QHash<QString, QStringList>& index, const QString& key);
 
-    QStringList accounts() const;
-    QList<tagUserAccountInfo> records() const;
-    /// What their records hold in one field, each value once, at its first account's place.
+    QStringList toAccounts() const;
+    QList<tagUserAccountInfo> toRecords() const;
+    /// The values of one field of their records, each once, in the order of first occurrence.
     QStringList distinct(QString tagUserAccountInfo::*field) const;
 
 private:
-    using Row = PriorityRows::Row;
+    using Row = AccountRows::Row;
 
     bool fits(const Row& row) const;
     bool isOnAnExchange(const Row& row) const;
@@ -56,14 +55,14 @@ private:
     void appendRows(const Accounts& accounts, std::vector<int>* rows) const;
 
     const AccountTables& m_tables;
-    const std::shared_ptr<const PriorityRows> m_rows;
+    const std::shared_ptr<const AccountRows> m_rows;
     quint32 m_allOf = 0;  ///< marks that an account must have
-    bool m_asksFundProp = false;
-    quint32 m_anyOf = 0;  ///< of which it must have one, if asked
-    bool m_asksExchange = false;
-    std::vector<const QSet<QString>*> m_onExchanges;  ///< of which one must hold it, if asked
-    quint64 m_exchangeMarks = 0;                      ///< the marks of those that have one
-    bool m_asksUnmarkedExchange = false;              ///< not all of them have
+    bool m_byFundProp = false;
+    quint32 m_anyOf = 0;  ///< with m_byFundProp: it must have one of these marks
+    bool m_byExchange = false;
+    std::vector<const QSet<QString>*> m_onExchanges;  ///< with m_byExchange: one must contain it
+    quint64 m_exchangeMarks = 0;                      ///< marks of those exchanges that have one
+    bool m_hasUnmarkedExchange = false;               ///< some of those exchanges have no mark
     const QStringList* m_among = nullptr;
     const QSet<QString>* m_ofClient = nullptr;
 };

@@ -2,18 +2,18 @@
 
 #include <QThread>
 
+#include "account_rows.h"
 #include "log.h"
-#include "priority_rows.h"
 #include "zncore/zn_core.h"
 
-void AccountOrder::setList(const QStringList& list) {
-    m_accountOrderList = list;
+void AccountOrder::assign(const QStringList& orderList) {
+    m_accountOrderList = orderList;
     m_places.clear();
-    m_places.reserve(list.size());
-    for (int place = 0; place < list.size(); ++place) {
-        // An account that stands twice counts by its first place.
-        if (!m_places.contains(list.at(place))) {
-            m_places.insert(list.at(place), place);
+    m_places.reserve(orderList.size());
+    for (int place = 0; place < orderList.size(); ++place) {
+        // An account that is listed twice has its first place.
+        if (!m_places.contains(orderList.at(place))) {
+            m_places.insert(orderList.at(place), place);
         }
     }
 }
@@ -28,14 +28,14 @@ void AccountState::blockCheckFundInited() const {
     }
 }
 
-std::shared_ptr<const PriorityRows> AccountState::priorityRows(
+std::shared_ptr<const AccountRows> AccountState::accountRows(
     const Guarded<AccountTables>::ReadHandle& tables) const {
     const auto order = m_accountOrderLock.read();
-    // Held while the rows are made: whoever else needs them waits instead of making them too.
-    const auto cache = m_priorityRowsLock.write();
+    // Held while the rows are built, so that others wait for them instead of building them too.
+    const auto cache = m_accountRowsLock.write();
     if (!cache->rows || cache->tablesRevision != tables.revision() ||
         cache->orderRevision != order.revision()) {
-        cache->rows = std::make_shared<const PriorityRows>(*tables, *order);
+        cache->rows = std::make_shared<const AccountRows>(*tables, *order);
         cache->tablesRevision = tables.revision();
         cache->orderRevision = order.revision();
     }

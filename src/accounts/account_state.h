@@ -8,17 +8,18 @@
 #include <QStringList>
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 #include "guarded.h"
 #include "tag_user_account_info.h"
 
-class PriorityRows;
+class AccountRows;
 
-/// The account tables, filled in one pass by the external account query.
+/// The account tables, filled by the external account query.
 struct AccountTables {
     QMap<QString, tagUserAccountInfo> m_accountInfoMap;       ///< every account, frozen ones too
     QHash<QString, QStringList> m_fundAccounts;               ///< fund account to trading accounts
-    QHash<QString, QStringList> m_realFundAccounts;           ///< counter's real fund to them
+    QHash<QString, QStringList> m_realFundAccounts;           ///< the counter's real fund to them
     QHash<QString, QStringList> m_assetAccounts;              ///< asset account to trading accounts
     QHash<QString, QStringList> m_productAccounts;            ///< product account to them
     QHash<QString, QSet<QString>> m_clientNoAccounts;         ///< customer number to them
@@ -32,13 +33,13 @@ struct AccountTables {
     QHash<int, QSet<QString>> m_authorityAccounts;            ///< authority bit to trading accounts
 };
 
-/// The display priority of accounts, with each account's place beside the list, so that sorting
-/// never searches it.
+/// The account order: the user's order of trading accounts. Each account's place is kept beside the
+/// list, so that sorting does not search it.
 class AccountOrder {
 public:
-    const QStringList& list() const { return m_accountOrderList; }
-    void setList(const QStringList& list);
-    /// -1 for an account that the list does not hold.
+    const QStringList& accounts() const { return m_accountOrderList; }
+    void assign(const QStringList& orderList);
+    /// Returns -1 for an account that the list does not contain.
     int placeOf(const QString& tradingAccount) const { return m_places.value(tradingAccount, -1); }
 
 private:
@@ -46,36 +47,42 @@ private:
     QHash<QString, int> m_places;
 };
 
-/// The rows that were made last, and of which tables and order.
-struct PriorityRowsCache {
+/// The rows that were built last, and the revisions of the tables and the order behind them.
+struct AccountRowsCache {
     quint64 tablesRevision = 0;
     quint64 orderRevision = 0;
-    std::shared_ptr<const PriorityRows> rows;
+    std::shared_ptr<const AccountRows> rows;
 };
 
-/// What the account companions share: the tables, the order list, the flags of the load and the
-/// wait for it. Locks: m_accountLock, then m_accountOrderLock, then m_priorityRowsLock.
+/// What the account companions share: the tables, the account order, the flags of the load and the
+/// wait for it. Locks: m_saveLock, then m_accountLock, then m_accountOrderLock, then
+/// m_accountRowsLock.
 class AccountState {
 public:
     Guarded<AccountTables> m_accountLock{"m_accountLock", LockRank::Account};
     Guarded<AccountOrder> m_accountOrderLock{"m_accountOrderLock", LockRank::AccountOrder};
 
-    /// A pass of the load stands; a failed external query clears it.
+    /// One save of the account order or of abbreviations at a time, and none while the load takes
+    /// what is saved over into the tables. Held across the write to the disk, so that the locks of
+    /// the tables need not be.
+    std::mutex m_saveLock;
+
+    /// A pass of the load has begun; a failed external query clears the flag.
     std::atomic<bool> m_fundInitStarted{false};
     /// The tables are ready for readers.
     std::atomic<bool> m_fundAccountInited{false};
 
-    /// The accounts that are not frozen, in priority order, as the locked tables and the order list
-    /// have them now. Made anew when either was written since the last call. Good for as long as
-    /// `tables` is held. Takes m_accountOrderLock, then m_priorityRowsLock.
-    std::shared_ptr<const PriorityRows> priorityRows(
+    /// The accounts that are not frozen, in account order. Built again when the tables or the order
+    /// were written since the last call. Valid for as long as `tables` is held. Takes
+    /// m_accountOrderLock, then m_accountRowsLock.
+    std::shared_ptr<const AccountRows> accountRows(
         const Guarded<AccountTables>::ReadHandle& tables) const;
 
-    /// Waits until the tables stand, in 10 ms sleeps, without limit; ends early only when the host
-    /// is closing. Never called under a lock.
+    /// Waits until the tables are ready, in 10 ms sleeps and without limit; returns early only when
+    /// the host is closing. Never called under a lock.
     void blockCheckFundInited() const;
 
 private:
-    mutable Guarded<PriorityRowsCache, QMutex> m_priorityRowsLock{"m_priorityRowsLock",
-                                                                  LockRank::PriorityRows};
+    mutable Guarded<AccountRowsCache, QMutex> m_accountRowsLock{"m_accountRowsLock",
+                                                                LockRank::AccountRows};
 };

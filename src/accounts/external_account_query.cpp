@@ -16,8 +16,9 @@ namespace {
 constexpr int kBatchSize = 100;
 const char* const kTag = "syncQueryExFundAccount------";
 
-// The request is of an older kind than the rest: numeric tags as keys, a number as its status.
+// The request is of an older kind than the others: numeric tags as keys, a number as the status.
 inline const QString kMsgType = QStringLiteral("120006");
+inline const QString kExtCounterCode = QStringLiteral("10078");
 inline const QString kQueryKind = QStringLiteral("10094");
 constexpr int kQueryKindValue = 2;
 
@@ -26,7 +27,7 @@ const RecordMembers<QString>& textFields() {
         {QStringLiteral("10081"), &tagUserAccountInfo::fundAccount},
         {QStringLiteral("10086"), &tagUserAccountInfo::fundAccountType},
         {QStringLiteral("11354"), &tagUserAccountInfo::counterAccountName},
-        {QStringLiteral("10078"), &tagUserAccountInfo::extCounterCode},
+        {kExtCounterCode, &tagUserAccountInfo::extCounterCode},
         {QStringLiteral("10079"), &tagUserAccountInfo::clientNo},
         {QStringLiteral("10083"), &tagUserAccountInfo::extNodeNo},
         {QStringLiteral("11352"), &tagUserAccountInfo::extOrgCode},
@@ -45,7 +46,7 @@ const RecordMembers<int>& numberFields() {
     return fields;
 }
 
-/// The inner fund property of an asset property, 0 for a type that has none.
+/// The inner fund property of an asset property; 0 for any other type.
 int fundPropOf(const QString& fundAccountType) {
     static const QHash<QString, int> props{
         {FundAccountType::Cash, Torvi_InnerFundProp::normalTrade},
@@ -55,6 +56,10 @@ int fundPropOf(const QString& fundAccountType) {
         {FundAccountType::Metal, Torvi_InnerFundProp::metalTrade},
     };
     return props.value(fundAccountType, 0);
+}
+
+bool isFrozen(const tagUserAccountInfo& record) {
+    return record.accountStatus == AccountStatus::freezing;
 }
 
 ServerRequest requestOf(const QStringList& batch) {
@@ -123,7 +128,7 @@ void ExternalAccountQuery::batchQueryExtAccountInfo(ZnPresenterClass* prtClass,
         }
     }
     ZnCore::instance()->setCommonInfo(QStringLiteral("hasQfii"), pass.hasQfii);
-    publishProducts(pass);
+    publishProducts();
 }
 
 bool ExternalAccountQuery::queryBatch(ZnPresenterClass* prtClass, const QStringList& batch,
@@ -158,6 +163,9 @@ void ExternalAccountQuery::takeRow(const QVariantMap& row,
         qCWarning(lcAccounts) << kTag << "row without a trading account dropped";
         return;
     }
+    // Every row counts for the mark, a further row of an account too.
+    const QString counterCode = row.value(kExtCounterCode).toString();
+    pass.hasQfii = pass.hasQfii || counterCode == CounterSysCode::QFII_ZN;
     auto found = accounts.find(account);
     if (found == accounts.end()) {
         qCWarning(lcAccounts) << kTag << "row of an account that was not asked about:" << account;
@@ -171,40 +179,49 @@ void ExternalAccountQuery::takeRow(const QVariantMap& row,
         found = accounts.insert(account, tagUserAccountInfo());
     }
     tagUserAccountInfo& record = *found;
-    // A pass builds its records anew, so a field that the row lacks stands empty.
+    // Each pass prepares new records, so a field that the row lacks stays empty.
     fillRecord(row, textFields(), numberFields(), record);
-    pass.hasQfii = pass.hasQfii || record.extCounterCode == CounterSysCode::QFII_ZN;
-    publish(account, record, pass);
+    record.tradingAccount = account;
+    publish(account, record);
 }
 
-void ExternalAccountQuery::publish(const QString& tradingAccount, tagUserAccountInfo& record,
-                                   Pass& pass) {
-    const auto tables = m_state.m_accountLock.write();
-    // Read under the lock: an abbreviation set meanwhile is in the file by now, or comes to the
-    // record when this lock is given back.
+void ExternalAccountQuery::publish(const QString& tradingAccount, tagUserAccountInfo& record) {
+    // An abbreviation that is set meanwhile is in the file by now, or reaches the record once this
+    // lock is free.
+    const std::lock_guard<std::mutex> save(m_state.m_saveLock);
     record.abbrName = m_abbrNames.abbrName(tradingAccount);
     record.accountName = record.abbrName.isEmpty() ? record.counterAccountName : record.abbrName;
+    const auto tables = m_state.m_accountLock.write();
     QMap<QString, tagUserAccountInfo>& published = tables->m_accountInfoMap;
     const auto place = published.lowerBound(tradingAccount);
     if (place != published.end() && place.key() == tradingAccount) {
         return;
     }
     published.insert(place, tradingAccount, record);
-    const bool frozen = record.accountStatus == AccountStatus::freezing;
+    const bool frozen = isFrozen(record);
     if (!frozen) {
         insertIntoIndexes(*tables, tradingAccount, record);
-        if (record.authorityFlags & kTradeBit) {
-            pass.tradedProducts.insert(record.productAccount, record.productName);
-        }
-        pass.allProducts.insert(record.productAccount, record.productName);
     }
     logAccount(record, frozen);
 }
 
-void ExternalAccountQuery::publishProducts(const Pass& pass) {
+void ExternalAccountQuery::publishProducts() {
     const auto tables = m_state.m_accountLock.write();
-    tables->m_authTradeProductMap = pass.tradedProducts;
-    tables->m_allProductMap = pass.allProducts;
+    // From the table and not from the rows of this pass: after a pass that failed, most of its rows
+    // are in the table already.
+    QMap<QString, QString> traded;
+    QMap<QString, QString> all;
+    for (const tagUserAccountInfo& record : qAsConst(tables->m_accountInfoMap)) {
+        if (isFrozen(record)) {
+            continue;
+        }
+        all.insert(record.productAccount, record.productName);
+        if (record.authorityFlags & kTradeBit) {
+            traded.insert(record.productAccount, record.productName);
+        }
+    }
+    tables->m_authTradeProductMap = traded;
+    tables->m_allProductMap = all;
     if (!lcAccounts().isDebugEnabled()) {
         return;
     }
@@ -212,8 +229,7 @@ void ExternalAccountQuery::publishProducts(const Pass& pass) {
     for (auto it = products.cbegin(); it != products.cend(); ++it) {
         qCDebug(lcAccounts).noquote()
             << QStringLiteral("产品%1-%2下交易账号：%3")
-                   .arg(it.key(),
-                        pass.tradedProducts.value(it.key(), QStringLiteral("没有授权交易账号")),
+                   .arg(it.key(), traded.value(it.key(), QStringLiteral("没有授权交易账号")),
                         it.value().join(QLatin1Char(',')));
     }
 }

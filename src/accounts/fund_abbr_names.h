@@ -12,10 +12,10 @@ class FundAbbrNames {
 public:
     /// Opens the file in the user's configuration directory, once; `owner` deletes the settings.
     void open(QObject* owner);
-    /// Empty when the account has none, or before open().
+    /// Returns an empty text for an account without an abbreviation, and before open().
     QString abbrName(const QString& tradingAccount) const;
-    /// Writes abbreviations by trading account to the file at once; an empty one stands for none.
-    /// Nothing before open().
+    /// Writes abbreviations by trading account to the file at once; an empty text removes one.
+    /// Does nothing before open().
     void setAbbrNames(const QMap<QString, QString>& abbrMap);
 
 private:

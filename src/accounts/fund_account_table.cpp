@@ -21,6 +21,9 @@
 namespace {
 
 const char* const kTag = "ZnBusinessDataManager::InitFundAccountList";
+constexpr unsigned long kPauseBeforeNextPassMs = 100;
+constexpr unsigned long kPauseWithoutPresenterMs = 10;
+constexpr unsigned long kPauseForOtherLoadMs = 10;
 
 const RecordMembers<QString>& treeFields() {
     static const RecordMembers<QString> fields{
@@ -81,7 +84,7 @@ tagUserAccountInfo recordOf(const QString& account) {
 }
 
 QStringList savedOrder() {
-    // A file edited by hand may hold a bare comma, which the settings read as a list.
+    // A file edited by hand may contain a bare comma, which the settings read as a list.
     return ZnCore::instance()
         ->settings(SettingFieldName::AccountListOrder)
         .toStringList()
@@ -93,13 +96,15 @@ QStringList savedOrder() {
 
 bool FundAccountTable::InitFundAccountList(ZnPresenterClass* prtClass) {
     std::unique_lock<std::mutex> load(m_loadLock, std::defer_lock);
-    while (!load.try_lock()) {
-        // The load that runs may belong to another presenter, and go on for as long as the counter
-        // refuses.
-        if (isClosing(prtClass)) {
-            return false;
-        }
-        QThread::msleep(10);
+    if (!load.try_lock()) {
+        qCDebug(lcAccounts) << "InitFundAccountList waits for the load that is running";
+        // That load may be another presenter's, and go on for as long as the counter refuses.
+        do {
+            if (isClosing(prtClass)) {
+                return false;
+            }
+            QThread::msleep(kPauseForOtherLoadMs);
+        } while (!load.try_lock());
     }
     int pass = 1;
     bool result = false;
@@ -113,6 +118,7 @@ bool FundAccountTable::InitFundAccountList(ZnPresenterClass* prtClass) {
         if (!prtClass) {
             qCDebug(lcAccounts) << "InitFundAccountList GetFundAccountList PresenterClass is null";
             m_state.m_fundInitStarted = false;
+            QThread::msleep(kPauseWithoutPresenterMs);
             continue;
         }
         runPass(prtClass);
@@ -120,7 +126,11 @@ bool FundAccountTable::InitFundAccountList(ZnPresenterClass* prtClass) {
             << QStringLiteral("第%1次InitFundAccountList处理完毕").arg(pass);
         result = true;
         ++pass;
-        QThread::msleep(100);
+        if (!m_state.m_fundInitStarted && !isClosing(prtClass)) {
+            qCDebug(lcAccounts) << "InitFundAccountList: next pass in" << kPauseBeforeNextPassMs
+                                << "ms";
+            QThread::msleep(kPauseBeforeNextPassMs);
+        }
     }
     if (m_state.m_fundInitStarted) {
         openToReaders(prtClass);
@@ -143,8 +153,9 @@ void FundAccountTable::runPass(ZnPresenterClass* prtClass) {
 }
 
 void FundAccountTable::initAccountOrder(const QStringList& platformAccounts) {
-    const auto order = m_state.m_accountOrderLock.write();
+    const std::lock_guard<std::mutex> save(m_state.m_saveLock);
     const QStringList saved = savedOrder();
+    const auto order = m_state.m_accountOrderLock.write();
     qCDebug(lcAccounts) << "初始化账号优先级排序：" << saved;
 
     const QSet<QString> known(platformAccounts.cbegin(), platformAccounts.cend());
@@ -162,7 +173,7 @@ void FundAccountTable::initAccountOrder(const QStringList& platformAccounts) {
             placed.insert(account);
         }
     }
-    order->setList(merged);
+    order->assign(merged);
     qCDebug(lcAccounts) << "修改后账号优先级排序：" << merged;
 }
 

@@ -6,12 +6,12 @@
 
 #include "tag_user_account_info.h"
 
-/// Members of an account's record by the field of a row that fills them.
+/// Members of an account record by the row field that fills them.
 template <class Value>
 using RecordMembers = QHash<QString, Value tagUserAccountInfo::*>;
 
-/// Fills the members whose fields the row holds; the others stay as they are. It walks the row,
-/// since a load of thousands of accounts feels a look-up per member.
+/// Fills the members whose fields the row contains; the others stay as they are. Iterates over the
+/// row, since a look-up per member would slow down a load of thousands of accounts.
 inline void fillRecord(const QVariantMap& row, const RecordMembers<QString>& texts,
                        const RecordMembers<int>& numbers, tagUserAccountInfo& record) {
     for (auto field = row.cbegin(); field != row.cend(); ++field) {

@@ -1,9 +1,9 @@
 #pragma once
 
-/// Who is told that the user's current security accounts changed.
+/// Receives changes of the user's current security accounts.
 class SecurityAccountSink {
 public:
     virtual ~SecurityAccountSink() = default;
-    /// Called on the thread that changed them, which holds no lock.
+    /// Called after a change, on the thread that made it, which holds no lock.
     virtual void securityAccountSettingChanged() = 0;
 };

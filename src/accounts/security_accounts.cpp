@@ -21,7 +21,7 @@ struct SecurityRow {
     bool isMain;
 };
 
-/// What the platform knows of an account, of all exchanges, in its order.
+/// The platform's rows of an account, of all exchanges, in its order.
 QList<SecurityRow> rowsOf(const QString& tradingAccount) {
     QList<SecurityRow> rows;
     const QList<QVariantMap> records =
@@ -45,9 +45,9 @@ QMap<QString, QStringList> accountsByExchange(const QString& tradingAccount) {
     return accounts;
 }
 
-/// The choice that the user saved, by trading account; empty when there is none.
+/// The choice that the user saved, by trading account; empty when nothing is saved.
 QVariantMap savedChoice() {
-    // A file edited by hand may hold a bare comma, which the settings read as a list.
+    // A file edited by hand may contain a bare comma, which the settings read as a list.
     const QString text = ZnCore::instance()
                              ->settings(SettingFieldName::LocalSecurityAccount)
                              .toStringList()
@@ -58,7 +58,7 @@ QVariantMap savedChoice() {
     }
     const QString error = VelmarUtils::TransStr2Map(text, saved);
     if (!error.isEmpty()) {
-        qCWarning(lcAccounts) << "saved security accounts not understood:" << error;
+        qCWarning(lcAccounts) << "saved security accounts are not readable:" << error;
     }
     return saved;
 }
@@ -203,7 +203,7 @@ QString SecurityAccounts::GetCurrentSecurityAccountByTradingAndExchange(
 int SecurityAccounts::SetCurrentSecurityAccountMap(const ChosenMap& accountMap) {
     const AllMap all = GetAllSecurityAccountMap();
     if (!m_state.m_fundAccountInited) {
-        // The wait ended with the host. Nothing is legal yet, and what was saved stays.
+        // The host is closing. No entry can be checked, and the saved choice stays.
         return -1;
     }
     int result = 0;
@@ -228,7 +228,7 @@ int SecurityAccounts::SetCurrentSecurityAccountMap(const ChosenMap& accountMap) 
                 chosen = it.value();
             }
         }
-        // Under the lock, so that of two changes at once the later one is the one saved.
+        // Under the lock, so that of two changes at once the later one is saved.
         saveChoice(current->m_currentSecurityMap);
     }
     if (changed) {
@@ -249,7 +249,7 @@ void SecurityAccounts::saveChoice(const ChosenMap& current) {
     QString error;
     const QString text = VelmarUtils::TransMap2Str(record, error);
     if (!error.isEmpty()) {
-        // An empty text would end the choice of every account.
+        // Saving an empty text would lose the choice of every account.
         qCWarning(lcAccounts) << "current security accounts not saved:" << error;
         return;
     }

@@ -11,10 +11,10 @@ class AccountState;
 class SecurityAccountSink;
 
 /// The security accounts of each trading account by exchange: all of them, the exchange's main one,
-/// and the one that the user chose for orders. Each table is filled by the first question for it,
-/// from any thread; two first questions at once may both fill it. Locks: m_allSecurityLock and
+/// and the one that the user chose for orders. Each table is filled by the first function that
+/// needs it, on any thread; two first calls at once may both fill it. Locks: m_allSecurityLock and
 /// m_mainSecurityLock before m_accountLock, m_currentSecurityLock before m_mainSecurityLock. The
-/// questions wait for the account tables; the init steps wait only where they say so.
+/// Get and Set functions wait for the account tables; the init steps wait only where they say so.
 class SecurityAccounts : public SecurityAccountsReader {
 public:
     using Chosen = QMap<QString, QString>;  ///< exchange to security account
@@ -33,16 +33,18 @@ public:
     Chosen GetCurrentSecurityAccountByTradingAccount(const QString& tradingAccount);
     QString GetCurrentSecurityAccountByTradingAndExchange(const QString& tradingAccount,
                                                           const QString& exchange);
-    /// Stores and saves each entry that is legal and tells the sink when one changed something.
-    /// Returns 0, or -1 when an entry was refused.
+    /// Stores and saves each entry that is legal, and calls the sink when an entry changed. Returns
+    /// 0, or -1 when an entry was refused.
     int SetCurrentSecurityAccountMap(const ChosenMap& accountMap);
 
-    /// The accounts by exchange of every account that is not frozen; waits for the account tables.
+    /// Loads the security accounts of every account that is not frozen; waits for the account
+    /// tables.
     void initAllSecurityAccount();
-    /// The main accounts of the tradable trading accounts, and which of those have a security
-    /// account on an exchange. Does not wait: the load comes through here.
+    /// Loads the main accounts of the tradable trading accounts, and which of those have a security
+    /// account on each exchange. Does not wait, since the account load calls it.
     void initMainSecurityAccount();
-    /// The main accounts, replaced by the saved choice where that is still legal. Does not wait.
+    /// Copies the main accounts and applies the saved choice where it is still legal. Does not
+    /// wait.
     void initCurSecurityAccount();
 
     void waitForAccounts() const override;

@@ -3,17 +3,17 @@
 #include <QString>
 #include <QStringList>
 
-/// What rules of a symbol ask of an account. Any thread.
+/// What the symbol rules need to know about an account. Any thread.
 class SecurityAccountsReader {
 public:
     virtual ~SecurityAccountsReader() = default;
 
-    /// Waits until the account tables stand; ends early only when the host is closing. Never called
-    /// under a lock.
+    /// Waits until the account tables are loaded; returns early only when the host is closing.
+    /// Never called under a lock.
     virtual void waitForAccounts() const = 0;
     /// The account's FundAccountType; empty for an unknown account. Does not wait.
     virtual QString fundAccountTypeOf(const QString& tradingAccount) const = 0;
-    /// The exchanges on which the account holds security accounts. Loads that table first when the
-    /// account tables stand; empty before they do. Does not wait.
+    /// The exchanges on which the account has security accounts. Loads that table first if needed;
+    /// empty before the account tables are loaded. Does not wait.
     virtual QStringList securityExchangesOf(const QString& tradingAccount) = 0;
 };

@@ -16,7 +16,7 @@ constexpr int kPageSize = 1000;
 constexpr int kFirstPage = 1;
 constexpr int kTimeOutMs = 30000;
 
-/// The field under which an account of a kind stands in the request; empty for other kinds.
+/// The request's field for an account of this kind; empty for other kinds.
 QString fieldOf(const QString& accountType) {
     static const QMap<QString, QString> fields{
         {AccountType::ProductAccount, UserAccount::productAccount},
@@ -33,7 +33,8 @@ QStringList TraderTable::GetBindTraderListByAccount(ZnPresenterClass* prtClass,
                                                     const QString& accountType) const {
     const QString field = fieldOf(accountType);
     if (field.isEmpty()) {
-        qCWarning(lcAccounts) << "traders are bound to no account of the type" << accountType;
+        qCWarning(lcAccounts) << "GetBindTraderListByAccount does not support the account type"
+                              << accountType;
         return {};
     }
     const ServerReply reply =

@@ -34,7 +34,7 @@ QStringList securityAccounts() {
     return accounts;
 }
 
-/// The kind of an authority type; a definition that names none is of the user himself.
+/// The account kind of an authority type; a definition without a kind applies to the user.
 QString kindOf(const QString& defined) {
     return defined.isEmpty() ? AccountType::UserId : defined;
 }
@@ -63,7 +63,7 @@ QStringList UserAuthorities::allKeysOfAccountType(const QString& type) const {
     };
     const auto found = kinds.constFind(type);
     if (found == kinds.cend()) {
-        qCWarning(lcAccounts) << "no keys are known of accounts of the type" << type;
+        qCWarning(lcAccounts) << "no keys for the account type" << type;
         return {};
     }
     return (*found)(m_state);
@@ -83,40 +83,40 @@ void UserAuthorities::loadDefinitions() {
 
 QVariantMap UserAuthorities::GetUserAuthority(ZnPresenterClass* prtClass, const QString& authType) {
     loadDefinitions();
-    // Asked before the keys are: the fund accounts come row by row with the account load, and are
-    // all there once this is set. The keys of every other kind come with the log-in, at once.
-    const bool loaded = m_state.m_fundAccountInited;
     QString kind;
-    QStringList keys;
     {
         const auto tables = m_authorityLock.read();
         const auto defined = tables->m_authorityDefineMap.constFind(authType);
         if (defined == tables->m_authorityDefineMap.cend()) {
             return {};
         }
-        kind = kindOf(*defined);
-        keys = allKeysOfAccountType(kind);
-        const auto held = tables->m_userAuthorityMap.constFind(authType);
-        if (held != tables->m_userAuthorityMap.cend()) {
-            return *held;
+        const auto kept = tables->m_userAuthorityMap.constFind(authType);
+        if (kept != tables->m_userAuthorityMap.cend()) {
+            return *kept;
         }
+        kind = kindOf(*defined);
     }
     if (!prtClass) {
         qCWarning(lcAccounts) << "GetUserAuthority PresenterClass is null";
         return {};
     }
-    // Held across the requests: whoever asks meanwhile waits for their answers, and a second
-    // question about the type finds them here. The platform's side never needs this lock.
+    // Read before the keys: the account load adds fund accounts row by row, and the list is
+    // complete once this flag is set. The keys of every other kind are complete after the log-in.
+    const bool loaded = m_state.m_fundAccountInited;
+    const QStringList keys = allKeysOfAccountType(kind);
+    qCDebug(lcAccounts) << "GetUserAuthority queries" << authType << "for" << keys.size() << "keys";
+    // Held across the requests: other callers wait for the answers, and a second call for the type
+    // finds them here. The platform never needs this lock.
     const auto tables = m_authorityLock.write();
-    const auto held = tables->m_userAuthorityMap.constFind(authType);
-    if (held != tables->m_userAuthorityMap.cend()) {
-        return *held;
+    const auto kept = tables->m_userAuthorityMap.constFind(authType);
+    if (kept != tables->m_userAuthorityMap.cend()) {
+        return *kept;
     }
     const QVariantMap authority = queryAuthority(prtClass, authType, kind, keys);
-    // Kept even when it is empty, whether no row came or there was nobody to ask about. Not kept is
-    // what may lack accounts that nobody was asked about: it would stay so for the whole session.
-    const bool whole = !prtClass->isClosing() && (loaded || kind != AccountType::FundAccount);
-    if (whole) {
+    // An empty result is kept too. A result that may lack accounts because they were not queried is
+    // not, since it would stay for the whole session.
+    const bool complete = !prtClass->isClosing() && (loaded || kind != AccountType::FundAccount);
+    if (complete) {
         tables->m_userAuthorityMap.insert(authType, authority);
     }
     return authority;

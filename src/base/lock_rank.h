@@ -13,7 +13,7 @@ enum class LockRank : int {
     MainSecurity = 190,     ///< m_mainSecurityLock
     Account = 200,          ///< m_accountLock
     AccountOrder = 210,     ///< m_accountOrderLock
-    PriorityRows = 220,     ///< m_priorityRowsLock
+    AccountRows = 220,      ///< m_accountRowsLock
     Cage = 300,             ///< m_cageLock
     HeartBeat = 400,        ///< m_heartBeatLock
     Leaf = 900              ///< held for one access alone

@@ -4,11 +4,11 @@
 #include <cmath>
 #include <limits>
 
-/// A double cut off to a whole number: what the type cannot hold becomes its nearest end, what is
-/// no number 0.
+/// A double truncated to a whole number. A number that the type cannot hold gives the type's
+/// smallest or largest value, and NaN gives 0.
 template <class Whole>
 Whole saturated(double value) {
-    // A power of two, so a double, and the first that is too large.
+    // A power of two, so exact as a double; the type's largest value may not be.
     const double tooLarge = std::ldexp(1.0, std::numeric_limits<Whole>::digits);
     if (std::isnan(value)) {
         return 0;

@@ -2,11 +2,12 @@
 
 #include <QThread>
 
+#include "ini_file_codec.h"
 #include "log.h"
 
 SharedSettings::SharedSettings(const QString& file, QObject* owner)
     : QSettings(file, QSettings::IniFormat) {
-    setIniCodec("UTF-8");
+    setIniCodec(iniFileCodec());
     if (owner) {
         // A parent on another thread is refused, so the child goes there first.
         if (owner->thread() != thread()) {
@@ -36,9 +37,10 @@ void SharedSettings::lockedSetValues(const QVariantMap& values) {
         setValue(it.key(), it.value());
     }
     sync();
-    // This object's own status stays at the first trouble that it ever met. A new one on the file
-    // shares what is still to be written, tries that again, and tells how it is now.
-    if (QSettings(fileName(), IniFormat).status() == AccessError) {
+    // The status of a QSettings stays at the first error for ever. After an error a new object on
+    // the same file finds out how things are now: it shares the values that are still to be
+    // written and tries again.
+    if (status() != NoError && QSettings(fileName(), IniFormat).status() == AccessError) {
         qCWarning(lcBase) << "settings" << values.keys() << "not written to" << fileName();
     }
 }

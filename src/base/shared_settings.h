@@ -15,7 +15,7 @@ public:
 
     QVariant lockedValue(const QString& key, const QVariant& defaultValue = QVariant()) const;
     bool lockedContains(const QString& key) const;
-    /// When the file cannot be written, a log line names it, and the value holds for this process.
+    /// When the file cannot be written, a warning names it, and the value holds for this process.
     void lockedSetValue(const QString& key, const QVariant& value);
     /// Several keys, one write to the file; a failure as above.
     void lockedSetValues(const QVariantMap& values);

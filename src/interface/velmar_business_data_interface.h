@@ -21,18 +21,28 @@
 #define VELMAR_BUSINESS_DATA_API Q_DECL_IMPORT
 #endif
 
-/// The library's public face: static functions that answer from the client's business data. Never
-/// instantiated. Results are copies that the caller keeps.
+/// The public interface of the library: static functions that read the client's business data, and
+/// a few that change it. Never instantiated. Results are copies that the caller keeps.
 ///
-/// Words used below:
-/// - "First load": brings the plug-in up when the host has not done so yet, and blocks for that.
-/// - "Waits": blocks, in 10 ms sleeps and without limit, until the account table is loaded; ends
-///   early, with what the table holds then, only when the host is closing.
+/// Terms used below:
+/// - "First load": initialises the plug-in when the host has not done so yet; the first such call
+///   in a process blocks for it.
+/// - "Presenter": returns an empty result at once while the plug-in has no presenter, that is,
+///   before any of its plug-in objects was initialised.
+/// - "Waits": blocks, in 10 ms sleeps and without limit, until the account table is loaded. Returns
+///   early, with what the table contains by then, only when the host is closing. The presenter runs
+///   the load, so without one such a call waits until the host closes.
+/// - "Does not block": takes only locks of tables in memory. This leaves out the first call of any
+///   of these functions in a process, which creates the core (it opens settings files and reads the
+///   static database), the first load, and a table that the comment says is loaded by its first
+///   use.
 /// - Authority mask: 1 query, 2 edit, 4 authority, 8 subscribe, 16 trade; an account must have
-///   every bit of the mask; 0 asks for none.
-/// - Priority order: the user's order of accounts; accounts that it lacks come first.
-/// - Lists of accounts start from those that the load listed. A frozen one stands in none, nor does
-///   one that has a record only because SetFundAbbrName named it later.
+///   every bit of the mask; 0 selects all accounts.
+/// - Account order: the user's order of trading accounts, see SetAccountOrderList. Accounts that it
+///   does not list come first, sorted by their text.
+/// - Lists of accounts contain only accounts that the load listed and that are not frozen. A frozen
+///   account has a record but is in no list, and so has an account that has a record only because
+///   SetFundAbbrName named it.
 class VELMAR_BUSINESS_DATA_API VelmarBusinessDataInterface {
 public:
     VelmarBusinessDataInterface() = delete;
@@ -40,97 +50,96 @@ public:
     // One account.
 
     /// The record of one trading account, frozen ones included. The second argument is not used.
-    /// Any thread; waits. A record of empty texts and zeros for an unknown account.
+    /// Any thread; waits. Returns a record of empty texts and zeros for an unknown account.
     static tagUserAccountInfo GetAccountInfoByTradingAccount(const QString& tradingAccount, bool);
 
-    /// The asset property of a trading account, a FundAccountType. Any thread; first load; waits.
-    /// Empty for an unknown account, and without a presenter.
+    /// The asset property of a trading account, a FundAccountType. Any thread; first load;
+    /// presenter; waits. Empty for an unknown account.
     static QString GetAccountAssetPropByTradingAccount(const QString& tradingAccount);
 
     /// The external channel number of a trading account, a CounterSysCode. Any thread; first load;
-    /// waits. Empty for an unknown account, and without a presenter.
+    /// presenter; waits. Empty for an unknown account.
     static QString GetExtCounterCodeByTradingAccount(const QString& tradingAccount);
 
     /// Whether a record's account is on the normal counter. Any thread; does not block.
     static bool IsAccountNormalCounter(const tagUserAccountInfo& account);
 
-    /// The same of a trading account. Any thread; waits. False for an unknown account.
+    /// The same for a trading account. Any thread; waits. False for an unknown account.
     static bool IsAccountNormalCounter(const QString& tradingAccount);
 
     // Lists of accounts.
 
-    /// The trading accounts that have every authority of the mask, in priority order.
+    /// The trading accounts that have every authority of the mask, in account order.
     /// `includeDistributed` false leaves out accounts on a distributed counter. Any thread; first
-    /// load; waits when `wait` is true, else answers from what is loaded. Empty when none fits.
+    /// load; presenter; waits when `wait` is true, otherwise returns what is loaded so far.
     static QStringList GetTradingAccountList(bool wait, int authority, bool includeDistributed);
 
-    /// The same of the accounts under a product account. Any thread; first load; waits when `wait`
-    /// is true. Empty when none fits, and for an unknown product.
+    /// The same for the accounts under a product account. Any thread; first load; presenter; waits
+    /// when `wait` is true. Empty for an unknown product.
     static QStringList GetTradingAccountListByProduct(QString product, bool wait, int authority,
                                                       bool includeDistributed);
 
-    /// The records of GetTradingAccountList. Any thread; first load; waits when `wait` is true.
-    /// Empty when none fits.
+    /// The records of GetTradingAccountList. Any thread; first load; presenter; waits when `wait`
+    /// is true.
     static QList<tagUserAccountInfo> GetFundAccountList(bool wait, int authority,
                                                         bool includeDistributed);
 
     /// The records of the accounts that have every authority of the mask, any of the fund
     /// properties of the mask `fundProp` (1 normal, 2 margin, 4 option, 8 futures, 16 metal; 0
-    /// gives none) and a security account on any of `exchanges` (an empty list asks for none), in
-    /// priority order. Any thread; first load; waits when `wait` is true. Empty when none fits.
+    /// selects none) and a security account on any of `exchanges` (an empty list selects all), in
+    /// account order. Any thread; first load; waits when `wait` is true.
     static QList<tagUserAccountInfo> GetFundAccountListByFundProp(int fundProp, int authority,
                                                                   bool includeDistributed,
                                                                   const QStringList& exchanges,
                                                                   bool wait);
 
-    /// The records of GetTradingAccountListByProduct. Any thread; first load; waits when `wait` is
-    /// true. Empty when none fits, and for an unknown product.
+    /// The records of GetTradingAccountListByProduct. Any thread; first load; presenter; waits when
+    /// `wait` is true.
     static QList<tagUserAccountInfo> GetAccountInfoListFromProduct(QString product, bool wait,
                                                                    int authority,
                                                                    bool includeDistributed);
 
-    /// The records of the accounts under an asset account, in priority order. Any thread; first
-    /// load; waits when `wait` is true. Empty for an unknown asset account.
+    /// The records of the accounts under an asset account, in account order. Any thread; first
+    /// load; presenter; waits when `wait` is true. Empty for an unknown asset account.
     static QList<tagUserAccountInfo> GetAccountInfoListFromAsset(QString asset, bool wait,
                                                                  bool includeDistributed);
 
     /// The records of a customer's accounts that have any of the fund properties of the mask
-    /// `fundProp`, as in GetFundAccountListByFundProp, in priority order. Any thread; first load;
-    /// waits when `wait` is true. Empty when none fits, and for an unknown customer number.
+    /// `fundProp`, as in GetFundAccountListByFundProp, in account order. Any thread; first load;
+    /// waits when `wait` is true. Empty for an unknown customer number.
     static QList<tagUserAccountInfo> GetAccountInfoListFromClientNo(const QString& clientNo,
                                                                     int fundProp, bool wait,
                                                                     bool includeDistributed);
 
-    /// The records of the accounts under a fund account, in priority order. Any thread; first load;
-    /// waits when `wait` is true. Empty for an unknown fund account.
+    /// The records of the accounts under a fund account, in account order. Any thread; first load;
+    /// presenter; waits when `wait` is true. Empty for an unknown fund account.
     static QList<tagUserAccountInfo> GetAccountInfoListFromFund(QString fundAccount, bool wait);
 
-    /// The record of a trading account as a list of one. Any thread; first load; waits when `wait`
-    /// is true. Empty for an unknown or frozen account.
+    /// The record of a trading account as a list of one. Any thread; first load; presenter; waits
+    /// when `wait` is true. Empty for an unknown or frozen account.
     static QList<tagUserAccountInfo> GetAccountInfoListFromTrade(QString tradingAccount, bool wait);
 
-    /// The records of those of the trading accounts that are known and not frozen, each once, in
-    /// priority order. Any thread; first load; waits when `wait` is true.
+    /// The records of those of the given trading accounts that are known and not frozen, each once,
+    /// in account order. Any thread; first load; waits when `wait` is true.
     static QList<tagUserAccountInfo> GetAccountInfoListFromTradeList(const QStringList& accounts,
                                                                      bool wait);
 
-    /// The records of the accounts that share the real fund of a trading account, itself among
-    /// them, in priority order. Any thread; first load; does not wait. Empty for an unknown
+    /// The records of the accounts that share the real fund of a trading account, including that
+    /// account, in account order. Any thread; first load; does not wait. Empty for an unknown
     /// account.
     static QList<tagUserAccountInfo> GetAccountInfoListFromTradingWithSameRealFund(
         const QString& tradingAccount);
 
-    /// The records of the tradable accounts on a distributed counter, in priority order. Any
-    /// thread; first load; waits. Empty when there is none.
+    /// The records of the tradable accounts on a distributed counter, in account order. Any thread;
+    /// first load; waits.
     static QList<tagUserAccountInfo> GetDistributedAccountList();
 
-    /// The records of the tradable normal accounts on a central counter that have a security
-    /// account for Hong Kong stock connect, in priority order. Any thread; waits. Empty when there
-    /// is none, and without a presenter.
+    /// The records of the tradable accounts with normal funds on a central counter that have a
+    /// security account for Hong Kong stock connect, in account order. Any thread; presenter;
+    /// waits.
     static QList<tagUserAccountInfo> GetHKAccountInfoList();
 
-    /// The same for circulating H shares. Any thread; waits. Empty when there is none, and without
-    /// a presenter.
+    /// The same for circulating H shares. Any thread; presenter; waits.
     static QList<tagUserAccountInfo> GetHStockCirculateAccountList();
 
     // What accounts have in common.
@@ -139,22 +148,26 @@ public:
     /// Any thread; first load; waits.
     static QStringList GetAllClientNoList(int authority, bool includeDistributed);
 
-    /// Product account to product name, of all products that have an account that is not frozen.
-    /// Any thread; first load; does not wait. Empty before the account table is loaded.
+    /// Product account to product name, of all products that have an account that the counter
+    /// reported and that is not frozen, as of the end of the load. A product whose accounts are all
+    /// frozen, or all missing from the counter's answers, is not included. Where the accounts of a
+    /// product disagree on its name, the account with the greatest text decides. Any thread; first
+    /// load; presenter; does not wait. Empty until the account table is loaded.
     static QMap<QString, QString> GetAllProductAccountMap();
 
-    /// The same, of the products that have a tradable account. Any thread; first load; does not
-    /// wait. Empty before the account table is loaded.
+    /// The same for the products that have a tradable account. Any thread; first load; presenter;
+    /// does not wait. Empty until the account table is loaded.
     static QMap<QString, QString> GetAuthTradeProductAccountList();
 
-    // Security accounts. They are loaded by the first question for them.
+    // Security accounts. Each of the three tables (all, main, current) is loaded by the first
+    // function that needs it.
 
     /// All security accounts: trading account to exchange to list, of every account that is not
     /// frozen. Any thread; waits.
     static QMap<QString, QMap<QString, QStringList>> GetAllSecurityAccountMap();
 
     /// The security accounts of a trading account on an exchange, in the server's order. Any
-    /// thread; waits. Empty when it has none there, and for a frozen or unknown account.
+    /// thread; waits. Empty for an exchange without one, and for a frozen or unknown account.
     static QStringList GetSecurityAccountListByTradingAccountAndExchange(
         const QString& tradingAccount, const QString& exchange);
 
@@ -162,77 +175,92 @@ public:
     /// included. Any thread; waits.
     static QMap<QString, QMap<QString, QString>> GetAllMainSecurityAccount();
 
-    /// One entry of it. Any thread; waits. Empty when there is none.
+    /// One entry of GetAllMainSecurityAccount. Any thread; waits. Empty for an unknown account or
+    /// exchange.
     static QString GetMainSecurityAccount(QString tradingAccount, const QString& exchange);
 
-    /// Trading account to exchange to the security account that orders go to: the user's choice,
-    /// else the main one. Any thread; waits.
+    /// Trading account to exchange to the security account that is used for orders: the user's
+    /// choice, or the main one. Any thread; waits.
     static QMap<QString, QMap<QString, QString>> GetCurrentSecurityAccountMap();
 
-    /// One account's part of it. Any thread; waits. Empty when there is none.
+    /// One account's entries of GetCurrentSecurityAccountMap. Any thread; waits. Empty for an
+    /// unknown account.
     static QMap<QString, QString> GetCurrentSecurityAccountByTradingAccount(
         const QString& tradingAccount);
 
-    /// One entry of it. Any thread; waits. Empty when there is none.
+    /// One entry of GetCurrentSecurityAccountMap. Any thread; waits. Empty for an unknown account
+    /// or exchange.
     static QString GetCurrentSecurityAccountByTradingAndExchange(const QString& tradingAccount,
                                                                  const QString& exchange);
 
-    /// Changes the entries given and saves the whole table; an entry must be one of
+    /// Changes the given entries and saves the whole table; each entry must be one of
     /// GetAllSecurityAccountMap. Publishes EventMsgName::SECURITY_ACCOUNT_SETTING_CHANGED when an
-    /// entry became another one. Any thread; waits, and blocks for the write to the settings file.
-    /// Returns 0, or -1 when entries were refused; the others are stored all the same.
+    /// entry changed. Any thread; waits, and blocks for the write to the settings file. Returns 0,
+    /// or -1 when entries were refused; the others are stored all the same.
     static int SetCurrentSecurityAccountMap(
         const QMap<QString, QMap<QString, QString>>& accountMap);
 
     // Changes of the account table.
 
-    /// Takes the user's priority order over and saves it. Any thread; does not wait, and blocks for
-    /// the write to the settings file. False, with the order as it was, when it has more entries
-    /// than there are accounts.
+    /// Sets and saves the account order. Any thread; does not wait, and blocks for the write to the
+    /// settings file. Returns false and changes nothing when the list has more entries than there
+    /// are accounts.
     static bool SetAccountOrderList(const QStringList& orderList);
 
-    /// Sets the user's abbreviations by trading account, an empty one taking it away: the accounts'
-    /// display names, and kept in a file. Any thread; does not wait, and blocks for the write to
-    /// the file. Before the account table is loaded the names show once it is.
+    /// Sets the user's abbreviations by trading account and saves them in a file; an abbreviation
+    /// is the account's display name, and an empty one restores the counter's name. Any thread;
+    /// does not wait, and blocks for the write to the file. Before the account table is loaded the
+    /// names are only saved, and take effect with the load. Afterwards an unknown account gets a
+    /// record of its own, which no list contains.
     static void SetFundAbbrName(const QMap<QString, QString>& abbrMap);
 
-    /// Sets display name and asset property of a trading account and of all that share its fund
-    /// account. Any thread; does not wait. Does nothing for an unknown account.
+    /// Sets display name and asset property of a trading account and of all others that share its
+    /// fund account and are not frozen, until the process ends. For a frozen account its own record
+    /// is changed, and the others only when at least two share the fund account. The lists by fund
+    /// property keep the account where the load put it. Any thread; does not wait. Does nothing for
+    /// an unknown account.
     static void UpdateFundAccountInfo(const QString& tradingAccount, const QString& name,
                                       const QString& fundAccountType);
 
     // Events.
 
     /// The id of a named event of the event bus. Any thread; first load; does not block otherwise.
-    /// 0, with a log line, for an unknown name.
+    /// Returns 0 and logs a line for an unknown name; 0 without a presenter.
     static int GetTorviEventMsgIdByStr(const QString& name);
 
+    // Authorities and traders. These functions send requests; without a presenter, or while it is
+    // closing, they log a line and return an empty result or false.
+
     /// The user's authority of a type: account (or user id) to value. Any thread; first load. The
-    /// first question about a type sends one request per account of the type's kind and blocks for
-    /// all of them, up to the request time-out each; later ones answer from what is kept. Empty for
-    /// an unknown type; accounts whose request failed are left out.
+    /// first call for a type sends one request per account of the type's kind and blocks for all of
+    /// them, up to the request time-out each, as do calls for any other type meanwhile; later calls
+    /// return what is kept. An account whose request failed is left out for the rest of the
+    /// process, unless SetUserAuthority adds it. Empty for an unknown type.
     static QVariantMap GetUserAuthority(const QString& authType);
 
-    /// Sets one value of the user's authority of a type, on the server first. Any thread; first
-    /// load; blocks for one request. False, with a log line, for an unknown type, a key that is no
-    /// account of the type's kind, or when the request failed.
+    /// Sets one value of the user's authority of a type, on the server first. A type that was not
+    /// read before then consists of this value alone. Any thread; first load; blocks for one
+    /// request. Returns false and logs a line for an unknown type, a key that is not an account of
+    /// the type's kind, or when the request failed.
     static bool SetUserAuthority(const QString& authType, const QString& key,
                                  const QVariant& value);
 
     /// The user ids of the traders bound to an account, each once. `accountType` is
     /// "ProductAccount", "TradingAccount" or "InvestAccount". Any thread; first load; blocks for
-    /// one request. Empty, with a log line, when that failed.
+    /// one request. Returns an empty list and logs a line for another type and when the request
+    /// failed.
     static QStringList GetBindTraderListByAccount(const QString& account,
                                                   const QString& accountType);
 
     /// User id to name of the traders of the user's organisation. Any thread; first load; the first
-    /// call blocks for the requests that load them, 30 s each at most. Empty while they are being
-    /// loaded and when that failed.
+    /// call blocks for the requests that load them, up to 30 s each. Empty while another thread is
+    /// loading them. A load that failed is not repeated: the list stays empty until the process
+    /// ends.
     static QMap<QString, QString> GetOrganTraderList();
 
-    /// The rows of these traders, of those of one user type when `userType` is not empty. Any
-    /// thread; first load; blocks as GetOrganTraderList. A call while they are being loaded answers
-    /// from what is there.
+    /// The rows of these traders, or only those of one user type when `userType` is not empty. Any
+    /// thread; first load; blocks as GetOrganTraderList does. Returns what is loaded so far while
+    /// another thread is loading, and nothing after a load that failed.
     static QList<QVariantMap> GetTraderInfoList(const QString& userType);
 
     // What a symbol is. An unknown symbol gives empty answers. The first question about a symbol in

@@ -1,3 +1,4 @@
+#include "core.h"
 #include "first_load.h"
 #include "hong_kong_prices.h"
 #include "presenter_use.h"
@@ -5,15 +6,6 @@
 #include "price_rules.h"
 #include "velmar_business_data_interface.h"
 #include "velmar_business_data_manager_presenter_class.h"
-#include "zn_business_data_manager.h"
-
-namespace {
-
-ZnBusinessDataManager& core() {
-    return *ZnBusinessDataManager::instance();
-}
-
-}  // namespace
 
 QString VelmarBusinessDataInterface::GetPriceUnitStringBySymbol(QString symbol, double price,
                                                                 const QString& side) {

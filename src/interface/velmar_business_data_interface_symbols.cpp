@@ -1,23 +1,23 @@
+#include "core.h"
 #include "quantity_rules.h"
 #include "symbol_identity.h"
 #include "tradability.h"
 #include "velmar_business_data_interface.h"
-#include "zn_business_data_manager.h"
 
-// The functions about symbols. None needs a presenter: the core makes itself at its first use.
+// The functions about symbols. None needs a presenter: the core is created by the first call.
 
 namespace {
 
 const SymbolIdentity& identity() {
-    return ZnBusinessDataManager::instance()->symbolIdentity();
+    return core().symbolIdentity();
 }
 
 const QuantityRules& quantities() {
-    return ZnBusinessDataManager::instance()->quantityRules();
+    return core().quantityRules();
 }
 
 const Tradability& tradability() {
-    return ZnBusinessDataManager::instance()->tradability();
+    return core().tradability();
 }
 
 }  // namespace

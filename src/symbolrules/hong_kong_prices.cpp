@@ -1,6 +1,7 @@
 #include "hong_kong_prices.h"
 
 #include "price_unit_ladders.h"
+#include "tolerance.h"
 #include "velmarutils/velmar_init_state_mgr.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
@@ -9,16 +10,23 @@
 
 namespace {
 
-constexpr double kNothing = 1e-10;
 constexpr double kUnitOfNoLadder = 0.001;
 constexpr double kThousandths = 1000.0;
 
-// What the price unit request calls the kinds of security.
+// Values of HKSExchgRate::HKPriceUnitType.
 constexpr int kStockUnits = 2;
 constexpr int kFundUnits = 8;
 
-QString ladderStep(const QString& securityType) {
+QString ladderKey(const QString& securityType) {
     return InitTypeCode::HkPriceUnitInfo + securityType;
+}
+
+/// A bound in dollars as thousandths. Formatting rounds: 0.57 dollars are 570, not 569. What is not
+/// a number stays as it is.
+QString thousandthsOf(const QVariant& bound) {
+    bool isNumber = false;
+    const double dollars = bound.toDouble(&isNumber);
+    return isNumber ? QString::number(dollars * kThousandths, 'f', 0) : bound.toString();
 }
 
 double getPriceUnitFromLevelMap(const QMap<int, double>& ladder, double price) {
@@ -47,9 +55,14 @@ QString fieldOf(RateSideType side) {
 
 }  // namespace
 
+HongKongPrices::HongKongPrices(const PriceUnitLadders& builtIn)
+    : m_builtIn(builtIn),
+      m_rateStep(InitTypeCode::HkExchangeRate),
+      m_stockUnitStep(ladderKey(MdcSecurityType::StockType)),
+      m_fundUnitStep(ladderKey(MdcSecurityType::FundType)) {}
+
 void HongKongPrices::initHKExchangeRate(ZnPresenterClass* presenter) {
-    auto& steps = VelmarInitStateMgr::instance();
-    if (!steps.StartInit(InitTypeCode::HkExchangeRate)) {
+    if (!m_rateStep.begin(presenter)) {
         return;
     }
     QString error;
@@ -58,7 +71,11 @@ void HongKongPrices::initHKExchangeRate(ZnPresenterClass* presenter) {
         VelmarUtils::SendRequestToServer(presenter, Velmar_MsgType::HKStockExchangeRateRequest, {},
                                          QueryDataMode::Normal, error, rows, false, false);
     if (!error.isEmpty() || status != RequestExeStatus::success) {
-        steps.FinishInit(InitTypeCode::HkExchangeRate, false, true);
+        if (LoadStep::isClosing(presenter)) {
+            m_rateStep.leaveToNextPresenter();
+        } else {
+            m_rateStep.finish(false);
+        }
         return;
     }
     auto tables = m_hkRateLock.write();
@@ -70,40 +87,40 @@ void HongKongPrices::initHKExchangeRate(ZnPresenterClass* presenter) {
         tables->m_hkRateMap.insert(row.value(UserAccount::securityExchange).toString(), row);
     }
     tables.unlock();
-    steps.FinishInit(InitTypeCode::HkExchangeRate, true, true);
+    m_rateStep.finish(true);
 }
 
 void HongKongPrices::initHKPriceUnit(ZnPresenterClass* presenter) {
-    loadLadder(presenter, MdcSecurityType::StockType, kStockUnits, &m_hkStockPriceUnitSrvMap);
-    loadLadder(presenter, MdcSecurityType::FundType, kFundUnits, &m_hkFundPriceUnitSrvMap);
+    loadLadder(presenter, kStockUnits, &m_stockUnitStep, &m_hkStockPriceUnitSrvMap);
+    loadLadder(presenter, kFundUnits, &m_fundUnitStep, &m_hkFundPriceUnitSrvMap);
 }
 
-void HongKongPrices::loadLadder(ZnPresenterClass* presenter, const QString& securityType,
-                                int unitType, Ladder* ladder) {
-    auto& steps = VelmarInitStateMgr::instance();
-    const QString step = ladderStep(securityType);
-    if (!steps.StartInit(step)) {
+void HongKongPrices::loadLadder(ZnPresenterClass* presenter, int unitType, LoadStep* step,
+                                Ladder* ladder) {
+    if (!step->begin(presenter)) {
         return;
     }
     QString error;
     const QList<QVariantMap> rows = VelmarUtils::QueryDatasFromServer(
         presenter, Velmar_MsgType::HKPriceUnitRequest, {{HKSExchgRate::HKPriceUnitType, unitType}},
         QueryDataMode::Normal, error);
+    if (!error.isEmpty() && LoadStep::isClosing(presenter)) {
+        step->leaveToNextPresenter();
+        return;
+    }
     if (error.isEmpty()) {
         ladder->clear();
         for (const QVariantMap& row : rows) {
-            const double bound = row.value(HKSExchgRate::HKLevelUpPrice).toDouble() * kThousandths;
-            // By way of a text, which rounds: 0.57 dollars are 570 thousandths, not 569.
-            ladder->insert(QString::number(bound, 'f', 0).toInt(),
-                           row.value(HKSExchgRate::HKLevelPrice).toDouble());
+            enterLadderRow(thousandthsOf(row.value(HKSExchgRate::HKLevelUpPrice)),
+                           row.value(HKSExchgRate::HKLevelPrice), ladder);
         }
     }
-    steps.FinishInit(step, error.isEmpty() && !rows.isEmpty(), true);
+    step->finish(error.isEmpty() && !rows.isEmpty());
 }
 
 double HongKongPrices::GetHKStockPriceUnit(double price, const QString& securityType) const {
     const bool isFund = securityType == MdcSecurityType::FundType;
-    if (VelmarInitStateMgr::instance().IsInited(ladderStep(securityType))) {
+    if (VelmarInitStateMgr::instance().IsInited(ladderKey(securityType))) {
         return getPriceUnitFromLevelMap(isFund ? m_hkFundPriceUnitSrvMap : m_hkStockPriceUnitSrvMap,
                                         price);
     }

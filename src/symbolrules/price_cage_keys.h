@@ -2,8 +2,8 @@
 
 #include <QString>
 
-/// Where the user's cage stands in his profile on the server. The local copies have keys of their
-/// own, which are other names.
+/// The keys of the user's cage in the user's profile on the server. The keys of the local copies
+/// are other names.
 namespace CageProfile {
 
 inline const QString kFuzzyKey = QStringLiteral("user_priceCage");

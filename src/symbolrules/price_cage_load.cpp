@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "load_step.h"
 #include "log.h"
 #include "price_cage_keys.h"
 #include "velmarutils/velmar_utils.h"
@@ -17,7 +18,7 @@ namespace {
 
 inline const QString kFuzzy = QStringLiteral("1");
 
-/// Lets fields take the place of those of the same name.
+/// Replaces or adds fields.
 void uniteRecord(QVariantMap& into, const QVariantMap& from) {
     for (auto it = from.cbegin(); it != from.cend(); ++it) {
         into.insert(it.key(), it.value());
@@ -37,6 +38,7 @@ bool PriceCageLoad::queryUserProfile() {
          {System::fuzzy, kFuzzy}},
         QueryDataMode::Normal, error);
     if (!error.isEmpty()) {
+        m_isBrokenOff = LoadStep::isClosing(m_presenter);
         return false;
     }
     for (const QVariantMap& row : rows) {
@@ -60,7 +62,7 @@ bool PriceCageLoad::queryUserProfile() {
 }
 
 void PriceCageLoad::takeUserCages(const QVariantMap& profile) {
-    // The classes of one row alone; those of a later one would mix two settings.
+    // The classes of one row only; adding those of a later row would mix two settings.
     const bool takesIndex = m_userIndex.isEmpty();
     for (auto it = profile.cbegin(); it != profile.cend(); ++it) {
         const QVariantMap record = it.value().toMap();
@@ -80,10 +82,16 @@ void PriceCageLoad::takeUserApply(const QVariantMap& profile) {
 }
 
 void PriceCageLoad::fillFromOtherSources() {
+    if (m_isBrokenOff) {
+        return;
+    }
     readLocalCopies();
     queryServerCages();
     if (m_applyMap.isEmpty()) {
         queryServerApply();
+    }
+    if (m_isBrokenOff) {
+        return;
     }
     readBuiltIn();
     uniteTables();
@@ -116,12 +124,13 @@ void PriceCageLoad::readLocalCopies() {
     logTables("local");
 }
 
-QVariantMap PriceCageLoad::systemItem(const QString& itemName, bool* answered) const {
+QVariantMap PriceCageLoad::systemItem(const QString& itemName, bool* answered) {
     QString error;
     const QList<QVariantMap> rows = VelmarUtils::QueryDatasFromServer(
         m_presenter, Velmar_MsgType::getSysConfigRequest, {{System::itemName, itemName}},
         QueryDataMode::Normal, error);
     *answered = error.isEmpty() && !rows.isEmpty();
+    m_isBrokenOff = m_isBrokenOff || (!error.isEmpty() && LoadStep::isClosing(m_presenter));
     QVariantMap item;
     if (*answered) {
         VelmarUtils::TransStr2Map(rows.first().value(System::itemValue).toString(), item);
@@ -182,7 +191,7 @@ void PriceCageLoad::readBuiltIn() {
 }
 
 void PriceCageLoad::uniteTables() {
-    // A user who has as many cages as the server keeps his own and nothing else.
+    // A user with as many cages as the server keeps only the own ones.
     if (m_serverMap.size() > m_userMap.size()) {
         for (auto it = m_userMap.cbegin(); it != m_userMap.cend(); ++it) {
             m_serverMap.insert(it.key(), it.value());
@@ -195,6 +204,17 @@ void PriceCageLoad::uniteTables() {
         m_mapSource = CageSource::United;
     }
     logTables("united");
+}
+
+void PriceCageLoad::warnOfUnusableFigures() const {
+    for (auto cage = m_userMap.cbegin(); cage != m_userMap.cend(); ++cage) {
+        const QStringList fields = unusableCageFields(*cage);
+        if (!fields.isEmpty()) {
+            qCWarning(lcSymbolRules)
+                << "price cage" << cage.key()
+                << "has unusable figures:" << fields.join(QStringLiteral(", "));
+        }
+    }
 }
 
 void PriceCageLoad::logTables(const char* stage) const {

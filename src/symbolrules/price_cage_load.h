@@ -8,18 +8,24 @@
 class ZnPresenterClass;
 
 /// One load of the cage from its sources, in tables of its own: the user's record on the server,
-/// the local copy of it, the server's defaults, the built-in texts. Each source that fails leaves
-/// its place to the next. Used once, on one thread; blocks for its requests; takes no lock.
+/// the local copy of it, the server's defaults, the built-in texts. Where a source fails, the next
+/// one is used. Used once, on one thread; blocks for its requests; takes no lock.
 class PriceCageLoad {
 public:
     PriceCageLoad(ZnPresenterClass* presenter, const CageBuiltIn& builtIn)
         : m_presenter(presenter), m_builtIn(builtIn) {}
 
-    /// Asks the server for the user's own record; with a presenter only. False when that failed.
+    /// Asks the server for the user's own record. Needs a presenter. False when the query failed.
     bool queryUserProfile();
-    /// The sources behind the user's record, then the union of what they gave.
+    /// Reads the sources behind the user's record and unites what they gave. Does nothing once the
+    /// load is broken off.
     void fillFromOtherSources();
+    /// Logs one warning for each cage with an unknown control type or a figure that is not a
+    /// number.
+    void warnOfUnusableFigures() const;
 
+    /// Whether a query failed because the presenter is closing.
+    bool isBrokenOff() const { return m_isBrokenOff; }
     bool succeeded() const { return !m_applyMap.isEmpty() && !m_userMap.isEmpty(); }
     const CageRecords& cageMap() const { return m_userMap; }
     const CageRecords& applyMap() const { return m_applyMap; }
@@ -35,7 +41,7 @@ private:
     void queryServerApply();
     void readBuiltIn();
     void uniteTables();
-    QVariantMap systemItem(const QString& itemName, bool* answered) const;
+    QVariantMap systemItem(const QString& itemName, bool* answered);
     void logTables(const char* stage) const;
 
     ZnPresenterClass* const m_presenter;
@@ -47,4 +53,5 @@ private:
     CageIndex m_serverIndex;
     CageSource m_applySource = CageSource::ServerDefault;
     CageSource m_mapSource = CageSource::ServerDefault;
+    bool m_isBrokenOff = false;
 };

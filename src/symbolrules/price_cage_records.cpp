@@ -2,9 +2,11 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QStringList>
+#include <cmath>
+#include <limits>
 
 #include "log.h"
+#include "saturated.h"
 #include "vocabulary/values.h"
 
 namespace {
@@ -25,6 +27,40 @@ inline const QString kBuiltInCage = QStringLiteral(
 QVariantMap objectOf(const QVariant& json) {
     const QJsonDocument document = QJsonDocument::fromJson(json.toByteArray());
     return document.isObject() ? document.object().toVariantMap() : QVariantMap();
+}
+
+bool isTicks(const QString& field) {
+    return field == CageField::userBuyUnit || field == CageField::userSellUnit;
+}
+
+/// Whether a figure reads as a finite number: as a whole one where it counts ticks.
+bool isNumber(const QString& field, const QVariant& value) {
+    switch (value.userType()) {
+        case QMetaType::Int:
+        case QMetaType::UInt:
+        case QMetaType::LongLong:
+        case QMetaType::ULongLong:
+            return true;
+        case QMetaType::Double:
+        case QMetaType::Float:
+            return std::isfinite(value.toDouble());
+        case QMetaType::QString:
+        case QMetaType::QByteArray:
+            break;
+        default:
+            return false;
+    }
+    bool isRead = false;
+    if (isTicks(field)) {
+        value.toLongLong(&isRead);
+        return isRead;
+    }
+    const double number = value.toDouble(&isRead);
+    return isRead && std::isfinite(number);
+}
+
+QString asText(const QString& field, const QVariant& value) {
+    return QStringLiteral("%1=%2").arg(field, value.toString());
 }
 
 QString textOf(CageSource source) {
@@ -90,4 +126,46 @@ QString getCageStatusText(CageSource mapSource, CageSource applySource) {
         text += QStringLiteral("\n价格笼子参数设置:") + textOf(mapSource);
     }
     return text;
+}
+
+int wholeOf(const QVariantMap& cage, const QString& field) {
+    const QVariant value = cage.value(field);
+    if (value.userType() == QMetaType::Double || value.userType() == QMetaType::Float) {
+        return saturated<int>(std::round(value.toDouble()));
+    }
+    return static_cast<int>(qBound<qint64>(std::numeric_limits<int>::min(), value.toLongLong(),
+                                           std::numeric_limits<int>::max()));
+}
+
+const QStringList& userCageFields() {
+    static const QStringList fields{CageField::userBuyPercent, CageField::userBuyUnit,
+                                    CageField::userSellPercent, CageField::userSellUnit};
+    return fields;
+}
+
+QStringList unusableCageFields(const QVariantMap& cage) {
+    QStringList unusable;
+    const int control = wholeOf(cage, CageField::controlType);
+    if (control < static_cast<int>(CageControl::RatioOnly) ||
+        control > static_cast<int>(CageControl::RatioAndTicks)) {
+        unusable.append(asText(CageField::controlType, cage.value(CageField::controlType)));
+    }
+    for (const QString& field : userCageFields()) {
+        const QVariant value = cage.value(field);
+        if (!value.isNull() && !isNumber(field, value)) {
+            unusable.append(asText(field, value));
+        }
+    }
+    return unusable;
+}
+
+QStringList refusedCageFigures(const QVariantMap& cage) {
+    QStringList refused;
+    for (const QString& field : userCageFields()) {
+        const QVariant value = cage.value(field);
+        if (!value.isNull() && (!isNumber(field, value) || value.toDouble() < 0)) {
+            refused.append(asText(field, value));
+        }
+    }
+    return refused;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Is told when the cage is loaded, on the loading thread, with no lock held.
+/// Called when a load of the cage has ended, on the loading thread, with no lock held.
 class PriceCageSink {
 public:
     virtual ~PriceCageSink() = default;

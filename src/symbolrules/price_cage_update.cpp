@@ -25,7 +25,8 @@ QString jsonOf(const CageRecords& records) {
         QJsonDocument(QJsonObject::fromVariantMap(map)).toJson(QJsonDocument::Compact));
 }
 
-/// The records with the given fields of the changes; a key that they lack gets a new record.
+/// The records with the given fields replaced by those of the changes; an unknown key adds a
+/// record.
 CageRecords changed(CageRecords records, const CageRecords& changes, const QStringList& fields) {
     for (auto it = changes.cbegin(); it != changes.cend(); ++it) {
         QVariantMap& record = records[it.key()];
@@ -34,6 +35,22 @@ CageRecords changed(CageRecords records, const CageRecords& changes, const QStri
         }
     }
     return records;
+}
+
+/// Why the figures may not be saved; empty when they may.
+QString refusalOf(const CageRecords& cageInfo) {
+    for (auto cage = cageInfo.cbegin(); cage != cageInfo.cend(); ++cage) {
+        const QStringList refused = refusedCageFigures(*cage);
+        if (!refused.isEmpty()) {
+            const QString figures = refused.join(QStringLiteral("、"));
+            qCWarning(lcSymbolRules)
+                << "changes of price cage" << cage.key() << "are refused:" << figures;
+            return QStringLiteral(
+                       "设置失败，失败原因：价格笼子%1的参数须为不小于0的数值（%2），请重新设置。")
+                .arg(cage.key(), figures);
+        }
+    }
+    return {};
 }
 
 QVariantMap profileRow(const QString& key, const QString& json) {
@@ -48,24 +65,27 @@ QVariantMap profileRow(const QString& key, const QString& json) {
 
 QString PriceCage::updateUserCageInfo(ZnPresenterClass* presenter, const CageRecords& applyInfo,
                                       const CageRecords& cageInfo) {
-    // Held to the end, the request included: nobody may judge a price by figures of which the
-    // server is just being told otherwise. The answer needs none of this plug-in's locks.
-    const auto tables = m_cageLock.write();
-    const CageRecords apply = changed(tables->m_cageApplyMap, applyInfo, {CageField::status});
-    const CageRecords cages = changed(tables->m_cageMap, cageInfo,
-                                      {CageField::userBuyPercent, CageField::userBuyUnit,
-                                       CageField::userSellPercent, CageField::userSellUnit});
-    const QString applyJson = jsonOf(apply);
-    const QString cageJson = jsonOf(cages);
     if (!presenter) {
         return QStringLiteral("prtClass为空，无法上报价格笼子设置至后台！");
     }
-    QString failure = sendUserCageInfo(presenter, applyJson, cageJson);
+    const QString refusal = refusalOf(cageInfo);
+    if (!refusal.isEmpty()) {
+        return refusal;
+    }
+    // Held to the end, the request included: no price may be checked against figures that the
+    // server is replacing at that moment. The answer needs none of this plug-in's locks.
+    const auto tables = m_cageLock.write();
+    const CageRecords apply = changed(tables->m_cageApplyMap, applyInfo, {CageField::status});
+    const CageRecords cages = changed(tables->m_cageMap, cageInfo, userCageFields());
+    const QString applyJson = jsonOf(apply);
+    const QString cageJson = jsonOf(cages);
+    const QString failure = sendUserCageInfo(presenter, applyJson, cageJson);
     if (!failure.isEmpty()) {
         return failure;
     }
     tables->m_cageMap = cages;
     tables->m_cageApplyMap = apply;
+    ++tables->saves;
     m_cageMapSource = CageSource::User;
     m_cageApplySource = CageSource::User;
     ZnCore* const settings = ZnCore::instance();
@@ -93,7 +113,7 @@ QString PriceCage::sendUserCageInfo(ZnPresenterClass* presenter, const QString& 
             break;
         case ServerReply::Outcome::Refused:
         case ServerReply::Outcome::Failed:
-            // Once, since the server's text may hold a place marker.
+            // A single arg(), since the server's text may contain a place marker.
             failure = QStringLiteral("设置失败，失败原因：%1，请重新设置。").arg(reply.text);
             break;
     }

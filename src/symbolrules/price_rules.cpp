@@ -5,17 +5,16 @@
 #include "price_step.h"
 #include "symbol_identity.h"
 #include "symbol_post.h"
+#include "vocabulary/tick_fields.h"
 #include "vocabulary/values.h"
 #include "znbusinessdata/c_business_data_base.h"
 
 namespace {
 
-// A day's limit beyond this means that there is none.
-constexpr double kNoLimit = 1e7;
-
-/// The limits by ratio are the day's, and those of a day without any the far end of the quotes.
+/// The types of a limit by ratio stand for the day's limits here; on a day without an upper limit
+/// the fifth level of the quotes is used instead.
 CustomPriceType limitTypeOf(const QVariantMap& tick, CustomPriceType type) {
-    const bool isUnlimited = tick.value(QStringLiteral("MaxPx")).toDouble() > kNoLimit;
+    const bool isUnlimited = tick.value(TickField::maxPrice).toDouble() > TickField::kHighestLimit;
     switch (type) {
         case CustomPriceType::RatioAbove:
         case CustomPriceType::UpperLimitOrder:
@@ -29,7 +28,7 @@ CustomPriceType limitTypeOf(const QVariantMap& tick, CustomPriceType type) {
 }
 
 QString symbolOf(const QVariantMap& tick) {
-    return tick.value(QStringLiteral("Symbol")).toString();
+    return tick.value(TickField::symbol).toString();
 }
 
 bool isFixedIncomeSide(const QString& side) {
@@ -103,7 +102,7 @@ double PriceRules::GetPriceByTickAndType(const QVariantMap& tick, const CustomPr
     const qint64 depth =
         useDispFactor && takesQty ? qty / GetDispFactorBySymbol(symbolOf(tick)) : qty;
     const double price = VelmarBusiUtils::GetPriceByTickAndType(tick, asked, depth, handicap);
-    // Outside the cage's phase only the day's limits are looked at, as within it.
+    // The cage limits a price during continuous trading only; the day's limits always do.
     return applyCage ? m_cage.CheckCagePrice(price, tick, isSell) : price;
 }
 

@@ -6,6 +6,7 @@
 #include "log.h"
 #include "saturated.h"
 #include "symbol_identity.h"
+#include "tolerance.h"
 #include "velmarutils/velmar_busi_utils.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
@@ -17,7 +18,6 @@
 
 namespace {
 
-constexpr double kNothing = 1e-10;
 constexpr int kDefaultStep = 100;
 constexpr int kDefaultMin = 100;
 constexpr int kDefaultMax = 1000000;
@@ -38,7 +38,7 @@ const QtyRuleEntry* ruleFor(const QList<QtyRuleEntry>& rules, const QVariantMap&
     return found == rules.cend() ? nullptr : &*found;
 }
 
-/// The parts of a quantity against the step.
+/// A quantity divided by the step: `whole` steps, and `frac` of one more.
 struct Lots {
     qint64 min;
     qint64 step;
@@ -68,7 +68,7 @@ qint64 upToStep(qint64 qty, const Lots& lots) {
 }  // namespace
 
 int QuantityRules::ruleOf(const StepMap& rules, const QString& symbol, int otherwise) const {
-    // One look-up after the other: the first key that the table holds wins, whatever its value.
+    // The first key that the table contains wins, whatever its value.
     auto found = rules.constFind(m_identity.GetSecuritySubTypeBySymbol(symbol));
     if (found == rules.cend()) {
         found = rules.constFind(m_identity.GetSecurityTypeBySymbol(symbol));
@@ -96,7 +96,7 @@ int QuantityRules::GetMaxQtyPerOrderBySymbol(const QString& symbol,
                                              const QVariantMap& order) const {
     const QString subType = m_identity.GetSecuritySubTypeBySymbol(symbol);
     if (MdcSubSecurityType::HKSharesTypeList.contains(subType)) {
-        // In 32 bits; unsigned, since only that wraps in a defined way.
+        // In 32 bits, and unsigned, since signed overflow is undefined.
         const quint32 product = static_cast<quint32>(GetQtyStepBySymbol(symbol)) * kHongKongLots;
         return std::min(static_cast<int>(product), kHongKongMax);
     }
@@ -108,7 +108,7 @@ int QuantityRules::GetMaxQtyPerOrderBySymbol(const QString& symbol,
             }
         }
     }
-    // The last resort: its conditions, if it has any, are not looked at.
+    // The fallback applies even when its conditions, if it has any, are not met.
     const auto rest = m_maxQtyMap.constFind(anySymbol());
     return rest == m_maxQtyMap.cend() || rest->isEmpty() ? kDefaultMax : rest->first().qty;
 }
@@ -134,9 +134,9 @@ qint64 QuantityRules::GetQtyByOddLotType(const QString& symbol, CustomOddLotType
     }
     Lots lots{GetMinQtyPerOrderBySymbol(symbol), GetQtyStepBySymbol(symbol), 0, 0};
     if (lots.step < 1) {
-        // There is nothing to bring the quantity onto, and no caller expects a division by zero. A
-        // rule of this kind does not get into the configuration; a lot below one still does.
-        qCWarning(lcSymbolRules) << "no quantity step of" << symbol << ":" << lots.step;
+        // Guards the division below. The configuration drops such a rule, but a security's own lot
+        // may be less than one.
+        qCWarning(lcSymbolRules) << "no usable quantity step of" << symbol << ":" << lots.step;
         return qty;
     }
     lots.whole = qty / lots.step;
@@ -212,7 +212,7 @@ double QuantityRules::CalcEntrustAmount(double price, double qty, const QString&
 void QuantityRules::slotTradeFeeSettingChanged() {
     QString error;
     {
-        // The settings are read under the lock: of two changes at once the later one stays.
+        // The settings are read under the lock, so that of two concurrent changes the later wins.
         const auto fees = m_tradeFeeLock.write();
         const ZnCore* const core = ZnCore::instance();
         fees->m_tradeFeeEnable =

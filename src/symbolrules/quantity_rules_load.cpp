@@ -24,7 +24,7 @@ QMap<QString, int> numbersOf(const char* section) {
     return numbers;
 }
 
-/// FIELD:VALUE,FIELD:VALUE; a piece without a colon is passed over.
+/// Reads FIELD:VALUE,FIELD:VALUE; a piece without a colon is ignored.
 QVariantMap filterOf(const QString& conditions) {
     QVariantMap filter;
     const QStringList pieces = conditions.split(QLatin1Char(','));
@@ -61,8 +61,8 @@ void QuantityRules::initMaxQtyRules() {
     m_maxQtyMap.clear();
     const QMap<QString, QString> rows = sectionOf("MaxQtyRule");
     qCInfo(lcSymbolRules) << kTag << "单笔订单委托数量最大值初始化";
-    // In the order of the keys: a plain key comes before those that continue it with conditions,
-    // and replaces what a smaller one left.
+    // In the order of the keys: a plain key comes before those that extend it with conditions, and
+    // replaces what a smaller key left.
     for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
         const int qty = row.value().toInt();
         takeMaxQtyRule(row.key(), qty);

@@ -17,8 +17,8 @@ public:
 
     /// Opens the file in the user's configuration directory, once; `owner` deletes the settings.
     void open(QObject* owner);
-    /// Takes the waived symbols of today from the file. A waiver of an earlier day, or none, makes
-    /// the set empty and writes today's date with no symbols.
+    /// Reads today's waived symbols from the file. When the file has no waiver or one of an earlier
+    /// day, the set becomes empty and the file gets today's date without symbols.
     void load();
     QSet<QString> ignoreRiskSymbols() const;
 

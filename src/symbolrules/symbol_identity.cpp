@@ -16,7 +16,7 @@ CBusinessDataBase& businessData() {
     return *CBusinessDataBase::GetInstance();
 }
 
-/// A new issue by its symbol, failing that by the code of its subscription.
+/// A new issue by its symbol, or else by the code of its subscription.
 QVariantMap newIssue(const QString& symbol) {
     const QVariantMap issue = ZnNewStockDataHandler::instance().GetNewStockDetailInfo(symbol);
     return issue.isEmpty() ? ZnNewStockDataHandler::instance().GetNewStockDetailInfoBySubId(symbol)
@@ -158,7 +158,7 @@ QString SymbolIdentity::GetSymbolFromMap(const QVariantMap& record) const {
             record.value(Security::securityID).toString(),
             record.value(UserAccount::securityExchange).toString());
     }
-    // A symbol that nobody knows is not repaired from the other fields.
+    // An unknown symbol is not repaired from the other fields.
     return GetSecurityIDBySymbol(symbol).isEmpty() ? QString() : symbol;
 }
 

@@ -4,6 +4,6 @@
 
 class SymbolIdentity;
 
-/// The suffix of a symbol, "SH" of "600000.SH"; of one without a dot that of its first exchange.
-/// Empty when unknown. Any thread.
+/// The suffix of a symbol ("SH" for "600000.SH"). A symbol without a dot gets the suffix that the
+/// static configuration gives its first exchange. Empty when unknown. Any thread.
 QString symbolPostOf(const SymbolIdentity& identity, const QString& symbol);

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The only type that such an account trades, empty for every other account.
+/// The only security type that an account of this type trades; empty when there are several.
 QString onlyTypeOf(const QString& fundAccountType) {
     static const QHash<QString, QString> types{
         {FundAccountType::Future, MdcSecurityType::FuturesType},

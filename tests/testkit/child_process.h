@@ -9,13 +9,13 @@ struct ChildResult {
     bool timedOut = false;
     bool crashed = false;
     int exitCode = -1;
-    QString output;  ///< both channels, as they came
+    QString output;  ///< standard output and error output, in order
 
-    /// Ended by itself, in time, with code 0.
+    /// The program ended by itself, in time, with code 0.
     bool succeeded() const { return started && !timedOut && !crashed && exitCode == 0; }
 };
 
-/// Runs a program to its end and ends it when it takes longer than the limit. `environment` is
-/// added to this process's.
+/// Runs a program and kills it when it takes longer than the limit. `environment` is added to the
+/// environment of this process.
 ChildResult runChild(const QString& program, const QStringList& arguments = {},
                      const QMap<QString, QString>& environment = {}, int limitMs = 60000);

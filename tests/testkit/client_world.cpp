@@ -15,7 +15,7 @@ namespace {
 inline const QString kExternalQuery = QStringLiteral("120006");
 inline const QString kUser = QStringLiteral("tester");
 
-/// What the platform owns in place of the scripted link.
+/// The link that the platform owns; it forwards to the scripted link of the test.
 class LentLink final : public GatewayLink {
 public:
     explicit LentLink(std::shared_ptr<ScriptedLink> link) : m_link(std::move(link)) {}

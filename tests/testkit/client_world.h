@@ -13,18 +13,18 @@
 #include "temp_home.h"
 #include "znwidget/zn_presenter_class.h"
 
-/// A trading account as the platform's tree and the counter know it; a test changes what it is
-/// about.
+/// A trading account as it is in the platform's tree and on the counter. A test changes the fields
+/// that matter to it.
 struct TestAccount {
     QString account;
     QVariantMap tree;         ///< the tree's record
     QStringList authorities;  ///< AuthorityType values
     QVariantMap counter;      ///< the counter's row
-    /// Rows of the security accounts; none: what the tree's record names.
+    /// Rows of the security accounts; when empty, the one that the tree's record names.
     QVariantList securityAccounts;
 
-    /// A central, normal cash account that may be traded, under its own fund and asset account and
-    /// the product "P1".
+    /// A normal cash account on the central counter that may be traded, with a fund and an asset
+    /// account of its own, under the product "P1".
     explicit TestAccount(const QString& tradingAccount);
     TestAccount& with(const QString& treeField, const QVariant& value);
     TestAccount& withCounter(const QString& counterField, const QVariant& value);
@@ -39,8 +39,8 @@ struct TestAccount {
 
 QList<TestAccount> numberedAccounts(int count);
 
-/// A local platform over a scripted server that knows some accounts. One at a time in a process;
-/// its destructor closes the platform.
+/// A local platform over a scripted server that has some accounts. One at a time in a process; its
+/// destructor closes the platform.
 class ClientWorld {
 public:
     explicit ClientWorld(const QList<TestAccount>& accounts = {});
@@ -51,11 +51,11 @@ public:
     ScriptedLink& link() { return *m_link; }
     QString homeDir() const { return m_home.path(); }
 
-    /// Log-in and account tree; fails the running test when the platform refuses.
+    /// Logs in and loads the account tree; fails the running test when the platform refuses.
     void login();
-    /// The answer that the counter would give to a "120006" request.
+    /// The counter's answer to a "120006" request.
     QVariant counterAnswer(const QVariant& requestBody) const;
-    /// The trading accounts that each "120006" request asked for, in order.
+    /// The trading accounts that each "120006" request named, in order.
     QList<QStringList> askedAccounts() const;
 
 private:
@@ -64,11 +64,11 @@ private:
 
     TempHome m_home;
     QList<TestAccount> m_accounts;
-    // The platform owns what it is given, and a test asks the link after the platform closed.
+    // Shared, since the platform destroys its link and a test still reads this one afterwards.
     const std::shared_ptr<ScriptedLink> m_link = std::make_shared<ScriptedLink>();
 };
 
-/// A presenter that records what it gets. Made with new and disposed of by deleteLater().
+/// A presenter that records its calls. Created with new, disposed of by deleteLater().
 class RecordingPresenter : public ZnPresenterClass {
     Q_OBJECT
 

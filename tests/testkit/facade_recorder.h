@@ -8,20 +8,20 @@
 #include "facade_questions.h"
 #include "test_paths.h"
 
-/// The library of the plug-in as it was built.
+/// The path of the built plug-in library.
 inline QString facadeLibraryFile() {
     return QStringLiteral(VELMAR_BINARY_DIR "/plugins/libVelmarBusinessDataManager.so");
 }
 
-/// Stands in for the exported functions: answers each by its name and keeps which were asked. For
-/// unit/shell. It has to outlive what function() gave.
+/// Replaces the exported functions in unit/shell: answers each by its name and records the calls.
+/// Must outlive the result of function().
 class FacadeRecorder {
 public:
     virtual ~FacadeRecorder() = default;
 
     QMap<QString, QJsonValue> results;  ///< by name
     QStringList asked;                  ///< names, in order
-    int interruptAfter = -1;            ///< so many answers; negative for no interrupt
+    int interruptAfter = -1;            ///< number of answers; negative for no interrupt
 
     FacadeAsk function() {
         return [this](const FacadeFunction& function, const QStringList& arguments,
@@ -37,7 +37,7 @@ public:
     }
 
 protected:
-    /// Fills an answer: with the result of that name unless a test's own recorder knows better.
+    /// Fills an answer with the result of that name; a test's own recorder may do otherwise.
     virtual void reply(const QString& name, const QStringList& arguments, QJsonObject* answer) {
         Q_UNUSED(arguments)
         answer->insert(QStringLiteral("result"), results.value(name));

@@ -5,8 +5,8 @@
 #include <memory>
 #include <mutex>
 
-/// A clock that stands until it is moved. Any thread. What function() gave stays usable after the
-/// clock itself is gone.
+/// A clock that stands still until it is moved. Any thread. The result of function() stays usable
+/// after the clock is destroyed.
 class FakeClock {
 public:
     explicit FakeClock(const QDateTime& now) : m_state(std::make_shared<State>()) { set(now); }

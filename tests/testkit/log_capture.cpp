@@ -18,7 +18,7 @@ struct LogCapture::Lines {
 
 namespace {
 
-/// Never destroyed, since lines are logged while static objects go.
+/// Never destroyed, since lines are logged while static objects are destroyed.
 struct Captures {
     std::mutex lock;  // guards the members below
     std::vector<std::shared_ptr<LogCapture::Lines>> living;

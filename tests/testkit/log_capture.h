@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
-/// Records the process's log lines for its life. Captures nest: every one that lives records. Any
-/// thread may log and ask. What was logged goes to the handler before only when the environment
-/// holds VELMAR_TEST_VERBOSE; a fatal line always does.
+/// Records the log lines of the process while it lives. Captures nest: all that live record. Any
+/// thread. Lines reach the former message handler only when VELMAR_TEST_VERBOSE is set in the
+/// environment; a fatal line always does.
 class LogCapture {
 public:
     struct Line {
@@ -24,12 +24,12 @@ public:
     std::vector<Line> lines() const;
     QStringList texts() const;
     QStringList texts(QtMsgType type) const;
-    /// Lines of this level with exactly this text.
+    /// The number of lines of this level with exactly this text.
     int count(QtMsgType type, const QString& text) const;
-    /// Some line holds this part, at any level or at this one.
+    /// Whether a line contains this part, at any level or at this one.
     bool contains(const QString& part) const;
     bool contains(QtMsgType type, const QString& part) const;
-    /// Waits until some line holds this part; runs queued calls of the application's thread
+    /// Waits until a line contains this part; runs queued calls of the application's thread
     /// meanwhile.
     bool waitFor(const QString& part, int limitMs = 5000) const;
     void clear();

@@ -24,11 +24,13 @@
 /// A started platform over a scripted link, closed at the end.
 class PlatformFixture {
 public:
-    /// `mostPages`: where a paged query gives up; 0 for the standing number.
-    explicit PlatformFixture(int mostPages = 0) {
+    /// `change` may set other options than the standing ones.
+    explicit PlatformFixture(const std::function<void(LocalPlatform::Options&)>& change = {}) {
         QString error;
         LocalPlatform::Options options = m_home.options();
-        options.mostPages = mostPages > 0 ? mostPages : options.mostPages;
+        if (change) {
+            change(options);
+        }
         if (!LocalPlatform::instance().start(options, &error)) {
             QTest::qFail(qPrintable(error), __FILE__, __LINE__);
         }
@@ -44,13 +46,13 @@ private:
     TempHome m_home;
 };
 
-/// What a presenter was given. Outlives the presenter, so that a test may look after its end.
+/// The calls that a presenter received. Outlives the presenter, so that a test may read it later.
 class ProbeLog {
 public:
     enum class Kind { Push, Event, Other, Response };
     struct Call {
         Kind kind;
-        QString first;        ///< the entry's first argument
+        QString first;        ///< first argument of the call
         QString clientMsgId;  ///< of a response
         QVariant type;
         QVariant body;
@@ -82,7 +84,7 @@ private:
     std::vector<Call> m_calls;
 };
 
-/// Records its traffic; `onCall` runs after each record, on the message thread.
+/// Records the calls that it receives; `onCall` runs after each record, on the message thread.
 class ProbePresenter : public ZnPresenterClass {
 public:
     explicit ProbePresenter(const QString& name = QStringLiteral("Test.Probe"),

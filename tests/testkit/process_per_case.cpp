@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kCaseLimitMs = 60000;
 
-/// The private slots without arguments, less the fixtures of the test framework.
+/// The private slots without arguments, except the fixtures of the test framework.
 QStringList caseNames(const QMetaObject* suite) {
     const QStringList fixtures{"initTestCase", "cleanupTestCase", "init", "cleanup"};
     QStringList names;

@@ -37,7 +37,7 @@ namespace {
 char s_handOver;
 char s_threadEnd;
 
-/// Qt counts signals alone when it tells of an emission.
+/// The signal index that Qt's emission hook passes counts signals only, not slots.
 template <class Signal>
 int signalIndex(Signal signal) {
     const QMetaMethod method = QMetaMethod::fromSignal(signal);
@@ -68,7 +68,7 @@ void onObjectGone(QObject*) {
 
 bool onDelivery(void**) {
     __tsan_acquire(&s_handOver);
-    return false;  // the event goes on to its receiver
+    return false;  // the event is delivered as usual
 }
 
 template <class T>
@@ -83,7 +83,7 @@ void destruct(void* object) {
     static_cast<T*>(object)->~T();
 }
 
-/// A queued emission copies its arguments after it was told of and before it is queued, so the copy
+/// A queued emission copies its arguments after the hook ran and before it is queued, so the copy
 /// itself has to release. Only for types whose code is ours, not Qt's own: the first registration
 /// of a type is the one that counts.
 template <class T>

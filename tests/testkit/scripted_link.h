@@ -16,13 +16,13 @@
 
 #include "gateway_link.h"
 
-/// A packed body from its parts; System::subGroupNumber is added when the header does not hold it.
+/// A packed body from its parts; System::subGroupNumber is added when the header lacks it.
 QVariant packRows(const QVariantMap& header, const QList<QVariantMap>& rows);
 /// The body of a successful answer: status, number of rows, the request's type and clientMsgID, and
-/// whatever else `header` holds, which wins.
+/// the fields of `header`, which take precedence.
 QVariant makeAnswer(const QVariant& requestBody, const QList<QVariantMap>& rows,
                     const QVariantMap& header = {});
-/// The body of an answer that refuses.
+/// The body of a refusal.
 QVariant makeRefusal(const QVariant& requestBody, const QString& text,
                      const QString& status = QStringLiteral("1"));
 QVariantMap headerOf(const QVariant& body);
@@ -35,23 +35,23 @@ public:
 
     /// A successful answer with these rows.
     static ScriptedReply rows(const QList<QVariantMap>& rows, const QVariantMap& header = {});
-    /// An answer made from the request. A packed body that holds no clientMsgID gets the request's.
-    /// Runs on the link's thread.
+    /// An answer made from the request, on the link's thread. A packed body without a clientMsgID
+    /// gets the request's.
     static ScriptedReply with(Function makeBody);
     static ScriptedReply refusal(const QString& text, const QString& status = QStringLiteral("1"));
     static ScriptedReply failure(const QString& text);
     static ScriptedReply timeOut();
-    /// An answer whose body is no packed body.
+    /// An answer whose body is not a packed body.
     static ScriptedReply garbage(const QVariant& body = QStringLiteral("garbage"));
-    /// The trade gate goes to NOCONNECT; the request has no outcome of its own.
+    /// The trade gate changes to NOCONNECT; the request gets no outcome of its own.
     static ScriptedReply disconnect();
     static ScriptedReply never();
 
-    /// Waits for ScriptedLink::release() before anything happens.
+    /// The same, but only after ScriptedLink::release().
     ScriptedReply held() const;
-    /// Everything of the reply happens twice.
+    /// The same, twice.
     ScriptedReply twice() const;
-    /// A time-out first, and this reply when it is too late.
+    /// A time-out first, and this reply after it, too late.
     ScriptedReply late() const;
 
 private:
@@ -65,12 +65,12 @@ private:
     bool m_late = false;
 };
 
-/// A server that answers by script. Any thread may script, send and ask; the platform is told of
-/// outcomes on the link's own thread, in order, never from inside send().
+/// A server that answers by script. Any thread may call it; outcomes are reported to the platform on
+/// the link's own thread, in order, never from inside send().
 ///
-/// A request's type is its body's System::msgType, the envelope's when that is missing. A script
-/// under the envelope's type serves when the body's type has none. Without a script the request is
-/// refused with a text that names the type.
+/// The type of a request is its body's System::msgType, or the envelope's type when that is missing.
+/// A script for the envelope's type is used when the body's type has no script. Without a script the
+/// request is refused with a text that names the type.
 class ScriptedLink : public GatewayLink {
 public:
     struct Request {
@@ -82,7 +82,7 @@ public:
         QList<QVariantMap> rows;
         QVariant body;
         int timeOutMs = 0;
-        int occurrence = 0;  ///< the how-manieth of its type, from 1
+        int occurrence = 0;  ///< number of the request among those of its type, from 1
     };
 
     ScriptedLink();
@@ -92,35 +92,35 @@ public:
     void stop() override;
     bool send(const GatewayRequest& request) override;
 
-    /// Every request of the type, unless one for the occurrence stands.
+    /// Replies to every request of the type, except those with a reply of their own.
     void on(const QString& type, const ScriptedReply& reply);
     void on(const QString& type, ScriptedReply::Function makeBody);
-    /// The request of the type with this number, from 1.
+    /// Replies to the request of the type with this number, from 1.
     void onOccurrence(const QString& type, int occurrence, const ScriptedReply& reply);
     void forget(const QString& type);
 
-    /// Lets held requests go on, in the order of their arrival or the last one first. An empty type
-    /// means all. Returns how many.
+    /// Continues held requests, in the order of their arrival or in reverse. An empty type means
+    /// all. Returns their number.
     int release(const QString& type = {});
     int releaseReversed(const QString& type = {});
     int heldCount(const QString& type = {}) const;
 
     void push(const QString& msgType, const QVariant& body);
     void gateState(const QString& gate, const QString& netState);
-    /// While refused, send() returns false and records nothing.
+    /// While sends are refused, send() returns false and records nothing.
     void refuseSends(bool refuse);
     void failStart(const QString& text);
 
     /// All requests in order of arrival, or those whose type or envelope type is the given one.
     QList<Request> requests(const QString& type = {}) const;
     int requestCount(const QString& type = {}) const;
-    /// The latest; a default one when there is none.
+    /// The latest request; a default one before the first.
     Request lastRequest(const QString& type = {}) const;
-    /// Occurrences count from the start again.
+    /// Forgets the requests; occurrences count from 1 again.
     void clearRequests();
-    /// Runs queued calls of the application's thread while it waits.
+    /// Runs queued calls of the application's thread meanwhile.
     bool waitForRequestCount(const QString& type, int count, int limitMs = 5000) const;
-    /// Every outcome, push and state so far has been told to the platform.
+    /// Waits until every outcome, push and state so far was reported to the platform.
     bool waitUntilIdle(int limitMs = 5000) const;
 
 private:

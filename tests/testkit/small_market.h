@@ -2,7 +2,7 @@
 
 #include "sample_market.h"
 
-/// A market with something of everything, and small: most tests need no more.
+/// A small market with securities of every kind, enough for most tests.
 inline MarketOptions smallMarket() {
     MarketOptions options;
     options.symbols = 500;

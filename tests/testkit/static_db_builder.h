@@ -5,15 +5,15 @@
 #include <QString>
 #include <QVariantMap>
 
-/// Writes a static database file with what a test needs in it.
+/// Writes a static database file with the contents that a test needs.
 class StaticDbBuilder {
 public:
     StaticDbBuilder& section(const QString& name, const QMap<QString, QString>& values);
     StaticDbBuilder& sections(const QMap<QString, QMap<QString, QString>>& sections);
-    /// A reference row; its record in the text form.
+    /// Adds a reference row with the text form of the record.
     StaticDbBuilder& reference(const QString& kind, const QString& symbol,
                                const QVariantMap& record);
-    /// The same with any text for a record.
+    /// The same with any text in place of the record.
     StaticDbBuilder& referenceText(const QString& kind, const QString& symbol, const QString& text);
 
     // Damage.
@@ -21,7 +21,7 @@ public:
     StaticDbBuilder& incomplete();
     StaticDbBuilder& withoutMeta();
 
-    /// Writes the file anew. Fails the process when it cannot.
+    /// Replaces the file. Ends the process when it cannot be written.
     void write(const QString& file) const;
 
 private:

@@ -5,13 +5,13 @@
 
 #include "local_platform.h"
 
-/// A home folder for the local platform that goes with this object.
+/// A temporary home folder for the local platform, removed with this object.
 class TempHome {
 public:
     TempHome();
 
     QString path() const { return m_dir.path(); }
-    /// The path of a file in it; the file itself is not made.
+    /// The path of a file in it; the file itself is not created.
     QString filePath(const QString& name) const { return m_dir.filePath(name); }
     LocalPlatform::Options options(const QString& staticDbFile = QString()) const;
 

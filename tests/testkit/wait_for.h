@@ -7,10 +7,10 @@
 #include <condition_variable>
 #include <mutex>
 
-/// Waits until `predicate` holds, at most `limitMs`. Returns what it said last, so a test writes
-/// `QVERIFY(waitFor(...))`. The condition belongs to code that knows nothing of the test, so it is
-/// polled every millisecond; on the application's thread queued calls are run in between, which the
-/// condition may depend on. The predicate must be safe on the calling thread.
+/// Waits until `predicate` holds, at most `limitMs`, and returns its last result, so a test writes
+/// `QVERIFY(waitFor(...))`. The tested code does not signal the condition, so it is polled every
+/// millisecond; on the application's thread queued calls run in between, since the condition may
+/// depend on them. The predicate must be safe on the calling thread.
 template <class Predicate>
 bool waitFor(Predicate predicate, int limitMs = 5000) {
     std::mutex mutex;

@@ -1,15 +1,14 @@
 #include <QSqlQuery>
 
+#include "handler_families.h"
 #include "host_msg_type.h"
 #include "paged_query.h"
-#include "server_call.h"
 #include "server_users.h"
 #include "vocabulary/fields.h"
 
 namespace {
 
-// The external accounts' message is of an older kind than the rest: numeric tags as keys, a number
-// as its status.
+// This message is older than the others: its keys are numeric tags, its status is a number.
 inline const QString kExternalAccounts = QStringLiteral("120006");
 inline const QString kQueryKind = QStringLiteral("10094");
 constexpr int kKnownQueryKind = 2;
@@ -34,8 +33,8 @@ const StoreColumns& externalColumns() {
     return columns;
 }
 
-/// The counter's side of the accounts asked about, in the tree's order. Accounts that there are
-/// none of, or that the login does not own, are simply not in the answer.
+/// The counter's side of the requested accounts, in the tree's order. Accounts that do not exist or
+/// that the login may not see are missing from the answer.
 HandlerAnswer externalAccounts(const ServerCall& call) {
     const QString userId = call.text(UserAccount::loginUserId);
     if (!findUser(call.store, userId)) {
@@ -82,12 +81,12 @@ const PagedSource& securityAccountSource() {
             {QStringLiteral("s.exchange"), UserAccount::securityExchange},
             {QStringLiteral("s.is_main"), UserAccount::isMainAccount},
         };
-        // Crossed, so that the accounts are walked through in their order.
+        // A cross join keeps SQLite from walking the tables in another order.
         made.from = QStringLiteral(
             "trading_account t CROSS JOIN account_authority o"
             " ON o.trading_account = t.trading_account AND o.user_id = ?"
             " CROSS JOIN security_account s ON s.trading_account = t.trading_account");
-        // No account has anything near a thousand of them.
+        // No account has nearly a thousand of them.
         made.position = QStringLiteral("(t.seq * 1000 + s.position)");
         made.order = QStringLiteral("t.seq, s.position");
         made.seek = QStringLiteral("t.seq >= ? / 1000");

@@ -1,8 +1,8 @@
 #include <QMap>
 #include <QSqlQuery>
 
+#include "handler_families.h"
 #include "paged_query.h"
-#include "server_call.h"
 #include "server_users.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/quindar_msg_type.h"
@@ -18,8 +18,8 @@ bool any(const MarketStore& store, const QString& sql, const QVariantList& value
     return found;
 }
 
-/// The column that holds the accounts of a kind in the tree joined below; empty for kinds that the
-/// tree has none of.
+/// The column with the accounts of a kind in the join of seesAccount(); empty for a kind that is
+/// not in the tree.
 QString columnOf(const QString& kind) {
     static const QMap<QString, QString> columns{
         {AccountType::TradingAccount, QStringLiteral("t.trading_account")},
@@ -55,7 +55,7 @@ bool seesAccount(const ServerCall& call, const QString& userId, const QString& k
     return any(call.store, sql, {userId, account}, read);
 }
 
-/// The fields that a question about one authority and its change have in common.
+/// The fields that reading and changing an authority have in common.
 struct AuthorityCall {
     QString userId;
     QString authType;
@@ -67,7 +67,7 @@ struct AuthorityCall {
     }
 };
 
-/// The refusal of a field that is wrong, empty when all are right.
+/// Why a field is refused; empty when all of them are valid.
 QString readAuthorityCall(const ServerCall& call, AuthorityCall* fields) {
     fields->userId = call.text(UserAccount::userID);
     fields->authType = call.text(UserAccount::authType);
@@ -94,7 +94,7 @@ QString readAuthorityCall(const ServerCall& call, AuthorityCall* fields) {
                 : QStringLiteral("用户%1没有账号%2").arg(fields->userId, fields->account);
 }
 
-/// At most one row: what a client has altered, else what the market was delivered with.
+/// At most one row: the value that a client has written, else the market's own.
 HandlerAnswer getAuthority(const ServerCall& call) {
     AuthorityCall fields;
     const QString refusal = readAuthorityCall(call, &fields);
@@ -195,7 +195,7 @@ HandlerAnswer boundTraders(const ServerCall& call) {
     return read ? answer : HandlerAnswer::storeFailed();
 }
 
-/// The users of an organisation, of one state when the request names one.
+/// The users of an organisation; only those of one state when the request names it.
 HandlerAnswer organUsers(const ServerCall& call) {
     using Kind = PagedFilter::Kind;
     static const PagedSource source{

@@ -1,7 +1,7 @@
 #include <QSqlQuery>
 
+#include "handler_families.h"
 #include "price_samples.h"
-#include "server_call.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/velmar_msg_type.h"
 
@@ -13,7 +13,7 @@ HandlerAnswer answerRows(const QList<QVariantMap>& rows) {
     return answer;
 }
 
-/// An item that there is none of is no failure: the answer has no row.
+/// An unknown item is a success without rows.
 HandlerAnswer systemItem(const ServerCall& call) {
     const QString name = call.text(System::itemName);
     const QString value = PriceSamples::systemItem(name);

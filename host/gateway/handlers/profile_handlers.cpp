@@ -1,7 +1,7 @@
 #include <QPair>
 #include <QStringList>
 
-#include "server_call.h"
+#include "handler_families.h"
 #include "server_users.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/quindar_msg_type.h"
@@ -9,17 +9,17 @@
 
 namespace {
 
-// What a user's clients keep on the server: texts by key, of which it understands nothing.
+// Texts by key that a user's clients store; the server does not interpret them.
 inline const QString kTable = QStringLiteral("profile");
 inline const QString kFuzzy = QStringLiteral("1");
 
-/// No user id of a store holds the slash, so no user's records begin like another's.
+/// User ids do not contain a slash, so no user's keys are a prefix of another user's.
 QString recordKey(const QString& userId, const QString& profileKey) {
     return userId + QLatin1Char('/') + profileKey;
 }
 
-/// The records whose key begins with the one asked for when the request is fuzzy, in the order of
-/// the keys; otherwise the one of just that key. None is no error.
+/// The record of the requested key; for a fuzzy request all records whose key begins with it,
+/// sorted by key. Finding none is a success.
 HandlerAnswer readProfile(const ServerCall& call) {
     const QString userId = call.text(UserAccount::userID);
     if (!findUser(call.store, userId)) {
@@ -40,7 +40,7 @@ HandlerAnswer readProfile(const ServerCall& call) {
     return answer;
 }
 
-/// Why a row can't be written; empty when it can.
+/// Why a row cannot be written; empty when it can.
 QString refusalOf(const ServerCall& call, const QVariantMap& row) {
     static const QStringList writing{AlterType::create, AlterType::Add, AlterType::Update};
     const QString userId = row.value(UserAccount::userID).toString();
@@ -58,7 +58,7 @@ QString refusalOf(const ServerCall& call, const QVariantMap& row) {
     return {};
 }
 
-/// All rows are written or none is. The answer has a row for each, with its key and status.
+/// Either all rows are written or none. The answer has a row for each, with its key and status.
 HandlerAnswer writeProfile(const ServerCall& call) {
     if (call.rows.isEmpty()) {
         return HandlerAnswer::refused(QStringLiteral("没有需要保存的用户配置"));

@@ -1,41 +1,17 @@
 #include <QSqlQuery>
 
+#include "handler_families.h"
 #include "host_msg_type.h"
 #include "password_hash.h"
-#include "server_call.h"
 #include "server_users.h"
 #include "vocabulary/fields.h"
-
-const StoreColumns& userColumns() {
-    static const StoreColumns columns{
-        {QStringLiteral("user_id"), UserAccount::userID},
-        {QStringLiteral("user_name"), UserAccount::userName},
-        {QStringLiteral("user_type"), UserAccount::userType},
-        {QStringLiteral("user_status"), UserAccount::userStatus},
-        {QStringLiteral("organ_code"), UserAccount::organCode},
-    };
-    return columns;
-}
-
-std::optional<ServerUser> findUser(const MarketStore& store, const QString& userId) {
-    const StoreColumns& columns = userColumns();
-    static const QString sql =
-        QStringLiteral("SELECT %1, salt, password_hash FROM login WHERE user_id = ?")
-            .arg(columnList(columns));
-    std::optional<ServerUser> user;
-    store.select(sql, {userId}, [&user, &columns](const QSqlQuery& query) {
-        user = ServerUser{query.value(columns.size()).toString(),
-                          query.value(columns.size() + 1).toString(), recordOf(query, columns)};
-    });
-    return user;
-}
 
 namespace {
 
 HandlerAnswer login(const ServerCall& call) {
     const QString userId = call.text(UserAccount::loginUserId);
     const auto user = findUser(call.store, userId);
-    // One text for both, so that nobody learns which user ids there are.
+    // One text for both, so that nobody learns which user ids exist.
     if (!user || passwordHash(user->salt, call.text(HostField::password)) != user->passwordHash) {
         return HandlerAnswer::refused(QStringLiteral("用户名或密码错误"));
     }
@@ -77,7 +53,7 @@ const StoreColumns& securityColumns() {
     return columns;
 }
 
-/// The security accounts of everything that a user may see, by trading account.
+/// The security accounts that a user may see, by trading account.
 bool readSecurityAccounts(const ServerCall& call, const QString& userId,
                           QHash<QString, QVariantList>* accounts) {
     static const QString sql =
@@ -92,7 +68,8 @@ bool readSecurityAccounts(const ServerCall& call, const QString& userId,
     });
 }
 
-/// An account's own record has room for one security account, the first; all of them stand beside.
+/// An account's own fields have room for one security account, the first; the list of all of them
+/// is a field of its own.
 HandlerAnswer accountTree(const ServerCall& call) {
     const QString userId = call.text(UserAccount::loginUserId);
     if (!findUser(call.store, userId)) {

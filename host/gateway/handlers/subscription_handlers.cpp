@@ -1,4 +1,4 @@
-#include "server_call.h"
+#include "handler_families.h"
 #include "server_users.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/quindar_msg_type.h"
@@ -15,7 +15,7 @@ HandlerAnswer subscribeTopic(const ServerCall& call) {
         return HandlerAnswer::refused(
             QStringLiteral("主题%1的订阅类型不支持：\"%2\"").arg(topic, action));
     }
-    // A subscription that names nobody is that of the user who logged in on this session.
+    // Without a user it is made for the user who logged in on this session.
     QString userId = call.text(UserAccount::userID);
     if (userId.isEmpty()) {
         userId = call.subscriptions.user(call.session);

@@ -120,7 +120,7 @@ QList<QVariantList> poolOf(const QList<QVariantMap>& securities) {
     for (int i = 0; i < size; ++i) {
         const QVariantMap& one = *traded.at(static_cast<int>(qint64(i) * traded.size() / size));
         pool.append({i, one.value(UserAccount::securityExchange), one.value(Security::securityID),
-                     qRound64(one.value(QuoteField::preClosePx).toDouble() * 10000),
+                     qRound64(one.value(QuoteField::previousClose).toDouble() * 10000),
                      qRound64(one.value(QuoteField::priceTick).toDouble() * 10000)});
     }
     return pool;

@@ -69,7 +69,7 @@ private:
             }
             held.insert(id);
             const int lot = qMax(1, one.value(Security::LotSize, 100).toInt());
-            const double close = one.value(QuoteField::preClosePx).toDouble();
+            const double close = one.value(QuoteField::previousClose).toDouble();
             // Bought at 80 to 120 percent of the last close, to four decimals.
             const double cost =
                 static_cast<double>(qRound64(close * m_random.between(80, 120) * 100)) / 10000;

@@ -52,7 +52,7 @@ ReferenceRow bondRow(int number, const QVariantMap& bond) {
 
 ReferenceRow goldRow(const QVariantMap& gold) {
     QVariantMap record = gold;
-    record.insert(GoldTrade::TradeUnitQty, gold.value(Security::LotSize));
+    record.insert(GoldTrade::TradeUnitQty, gold.value(Security::contractMultiplier));
     return {kindOf("gold"), text(gold, Security::symbol), record};
 }
 
@@ -61,10 +61,12 @@ ReferenceRow newStockRow(int number) {
     const QString id =
         QString::number((shanghai ? kNewSharesShanghai : kNewSharesShenzhen) + number);
     const QString symbol = id + QLatin1Char('.') + (shanghai ? SymbolPost::sh : SymbolPost::sz);
+    const QString name = MarketNames::company(number * kCompanyTurns + kCompanyTurns - 1);
     const QVariantMap record{
         {Security::symbol, symbol},
         {Security::securityID, id},
-        {NewStock::securityName, MarketNames::company(number * kCompanyTurns + kCompanyTurns - 1)},
+        {Security::chineseName, name},
+        {NewStock::securityName, name},
         {UserAccount::securityExchange, shanghai ? Exchange::sh : Exchange::sz},
         {MDCFieldDefine::mdcSecurityType, MdcSecurityType::StockType},
         {MDCFieldDefine::mdcSubSecurityType, MdcSubSecurityType::Asharenewsharesbid},

@@ -2,6 +2,11 @@
 
 #include <QFile>
 
+// A static library drops the object file unless something refers to it.
+static void initMarketData() {
+    Q_INIT_RESOURCE(market_data);
+}
+
 namespace {
 
 const QLatin1Char kSeparator(';');
@@ -11,6 +16,7 @@ const QLatin1Char kComment('#');
 
 bool RuleTable::load(const QString& file, const QStringList& columns, RuleTable* table,
                      QString* error) {
+    initMarketData();
     QFile resource(QStringLiteral(":/market/data/") + file);
     if (!resource.open(QIODevice::ReadOnly)) {
         *error = QStringLiteral("%1: the table is missing").arg(file);

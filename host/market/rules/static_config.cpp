@@ -55,7 +55,7 @@ bool addOrderStatus(Rows& rows, QString* error) {
     return true;
 }
 
-/// The dictionaries of business messages, and how a client presents them unless told otherwise.
+/// The dictionaries of business messages, and the default settings of how a client shows them.
 bool addMessageCenter(Rows& rows, QString* error) {
     const QString section = QStringLiteral("section");
     const QString key = QStringLiteral("key");
@@ -109,7 +109,7 @@ QString staticConfigFault(const QVector<StaticConfigRow>& rows) {
     for (const StaticConfigRow& row : rows) {
         const QString name = row.section + QLatin1Char(' ') + row.key;
         if (seen.contains(name)) {
-            return QStringLiteral("%1: the key stands twice").arg(name);
+            return QStringLiteral("%1: the key occurs twice").arg(name);
         }
         seen.insert(name);
         const bool isQuantity = row.section == QuantitySection::step ||
@@ -118,7 +118,7 @@ QString staticConfigFault(const QVector<StaticConfigRow>& rows) {
         bool isNumber = false;
         const int quantity = row.value.toInt(&isNumber);
         if (isQuantity && (!isNumber || quantity <= 0)) {
-            return QStringLiteral("%1: \"%2\" is no quantity above 0").arg(name, row.value);
+            return QStringLiteral("%1: \"%2\" is not a quantity above 0").arg(name, row.value);
         }
     }
     return {};
@@ -134,7 +134,7 @@ bool makeStaticConfig(const MarketRules& rules, QVector<StaticConfigRow>* rows, 
     addGateNames(*rows);
     addSymbolPosts(*rows);
     addAuthorityTypes(*rows);
-    // The most rows that one report hands out.
+    // The largest number of rows of a report.
     rows->append(
         {QStringLiteral("ProductReports"), QStringLiteral("MaxNum"), QStringLiteral("50000")});
     *error = staticConfigFault(*rows);

@@ -49,7 +49,7 @@ private:
     void addText(const QString& text) {
         m_size += kFrame + text.size();
         for (const QChar c : text) {
-            // A pair of surrogates makes four bytes, two for each.
+            // A pair of surrogates takes four bytes, so two for each.
             m_size += c.unicode() < 0x80 ? 0 : (c.unicode() < 0x800 || c.isSurrogate() ? 1 : 2);
         }
     }

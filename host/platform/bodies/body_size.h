@@ -5,7 +5,7 @@
 
 #include "platform_export.h"
 
-/// The largest body that the platform takes when nobody says otherwise.
+/// The largest body that the platform accepts by default.
 inline constexpr qint64 kStandingBodyLimit = qint64(64) * 1024 * 1024;
 
 /// About how many bytes a packed body takes on a wire: its texts in UTF-8, bytes as they are, a few

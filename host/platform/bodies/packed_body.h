@@ -12,8 +12,8 @@
 
 /// False for everything else, an empty list included.
 PLATFORM_API bool isPackedBody(const QVariant& value);
-/// The rows, the header first; one empty row when the value is no packed body.
+/// The rows, the header first; one empty row when the value is not a packed body.
 PLATFORM_API QList<QVariantMap> rowsOfPackedBody(const QVariant& value);
-/// A body of a header alone that tells a failure: System::requestExeStatus "1", and the text under
-/// System::textDescription and under "58", where readers of the older messages look.
+/// A body that describes a failure and has a header only: System::requestExeStatus "1", and the text
+/// under System::textDescription and under "58", where readers of the older messages look.
 PLATFORM_API QVariant makeErrorBody(const QString& text);

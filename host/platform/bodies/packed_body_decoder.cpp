@@ -13,7 +13,7 @@ namespace {
 
 using namespace WireTag;
 
-/// The first bytes of an item.
+/// The first bytes of a CBOR item.
 struct Head {
     int major = 0;
     int info = 0;
@@ -29,27 +29,27 @@ public:
           m_limits(limits),
           m_valuesLeft(limits.values) {}
 
-    bool body(QVariantList* rows);
+    bool readBody(QVariantList* rows);
     QString error() const { return m_error; }
 
 private:
-    /// A length that is only claimed costs no memory beyond this many elements.
+    /// No more memory than for this many elements is reserved for a length that may be false.
     static constexpr int kReserved = 1024;
 
-    bool head(Head* head);
-    bool row(QVariantMap* row);
-    bool value(QVariant* value, int depth);
-    bool text(const Head& head, QString* text);
-    bool bytes(const Head& head, QVariant* value);
-    bool list(const Head& head, QVariant* value, int depth);
-    bool map(const Head& head, QVariant* value, int depth);
-    bool tagged(quint64 tag, QVariant* value);
-    bool stringList(const Head& head, QVariant* value);
-    bool dateTime(const Head& head, QVariant* value);
-    bool unsignedNumber(const Head& head, QVariant* value);
-    bool negativeNumber(const Head& head, QVariant* value);
-    bool simple(const Head& head, QVariant* value);
-    bool whole(qint64 from, qint64 to, qint64* number);
+    bool readHead(Head* head);
+    bool readRow(QVariantMap* row);
+    bool readValue(QVariant* value, int depth);
+    bool readText(const Head& head, QString* text);
+    bool readBytes(const Head& head, QVariant* value);
+    bool readList(const Head& head, QVariant* value, int depth);
+    bool readMap(const Head& head, QVariant* value, int depth);
+    bool readTagged(quint64 tag, QVariant* value);
+    bool readStringList(const Head& head, QVariant* value);
+    bool readDateTime(const Head& head, QVariant* value);
+    bool readUnsigned(const Head& head, QVariant* value);
+    bool readNegative(const Head& head, QVariant* value);
+    bool readSimple(const Head& head, QVariant* value);
+    bool readWhole(qint64 from, qint64 to, qint64* number);
     bool wholeOf(const Head& head, qint64 from, qint64 to, qint64* number);
     bool enter(const Head& head, int depth);
     bool insert(QVariantMap* map, const QString& key, const QVariant& value);
@@ -63,8 +63,8 @@ private:
     qint64 m_valuesLeft;
     QString m_error;
 
-    /// Rows of a body mostly have the same keys; a key that stands where the row before had it is
-    /// shared with that one.
+    /// Rows of a body mostly have the same keys. A key that is equal to the one at the same place in
+    /// the row before shares its text.
     struct Key {
         const uchar* data = nullptr;
         quint64 size = 0;
@@ -80,7 +80,7 @@ bool Decoder::fail(const char* why) {
     return false;
 }
 
-bool Decoder::head(Head* head) {
+bool Decoder::readHead(Head* head) {
     if (m_at == m_end) {
         return fail("ends too early");
     }
@@ -92,7 +92,7 @@ bool Decoder::head(Head* head) {
         return true;
     }
     if (head->info > kEightBytes) {
-        return fail("a length that is not told beforehand");
+        return fail("a length that is not stated beforehand");
     }
     const int width = 1 << (head->info - kOneByte);
     if (left() < static_cast<quint64>(width)) {
@@ -105,7 +105,8 @@ bool Decoder::head(Head* head) {
     return true;
 }
 
-/// Every element takes a byte at least, so a claim beyond what is left is a lie.
+/// Checks a stated number of elements: each takes a byte at least, so there cannot be more of them
+/// than bytes are left.
 bool Decoder::enter(const Head& head, int depth) {
     if (depth >= m_limits.depth) {
         return fail("nested too deep");
@@ -121,21 +122,21 @@ bool Decoder::enter(const Head& head, int depth) {
     return true;
 }
 
-bool Decoder::text(const Head& head, QString* text) {
+bool Decoder::readText(const Head& head, QString* text) {
     if (head.major != Text) {
-        return fail("no text where one has to be");
+        return fail("not a text where one is required");
     }
     if (head.value > left()) {
         return fail("ends too early");
     }
     if (!textOfUtf8(m_at, static_cast<int>(head.value), text)) {
-        return fail("a text that is no UTF-8");
+        return fail("a text that is not UTF-8");
     }
     m_at += head.value;
     return true;
 }
 
-bool Decoder::bytes(const Head& head, QVariant* value) {
+bool Decoder::readBytes(const Head& head, QVariant* value) {
     if (head.value > left()) {
         return fail("ends too early");
     }
@@ -146,12 +147,12 @@ bool Decoder::bytes(const Head& head, QVariant* value) {
 
 bool Decoder::insert(QVariantMap* map, const QString& key, const QVariant& value) {
     const int before = map->size();
-    // They come sorted from every writer of ours.
+    // Our own writer sorts the keys.
     map->insert(map->cend(), key, value);
-    return map->size() > before || fail("a key that stands twice");
+    return map->size() > before || fail("a key that occurs twice");
 }
 
-bool Decoder::list(const Head& head, QVariant* value, int depth) {
+bool Decoder::readList(const Head& head, QVariant* value, int depth) {
     if (!enter(head, depth)) {
         return false;
     }
@@ -159,7 +160,7 @@ bool Decoder::list(const Head& head, QVariant* value, int depth) {
     list.reserve(static_cast<int>(std::min<quint64>(head.value, kReserved)));
     for (quint64 i = 0; i < head.value; ++i) {
         QVariant element;
-        if (!this->value(&element, depth + 1)) {
+        if (!readValue(&element, depth + 1)) {
             return false;
         }
         list.append(element);
@@ -168,7 +169,7 @@ bool Decoder::list(const Head& head, QVariant* value, int depth) {
     return true;
 }
 
-bool Decoder::map(const Head& head, QVariant* value, int depth) {
+bool Decoder::readMap(const Head& head, QVariant* value, int depth) {
     if (!enter(head, depth)) {
         return false;
     }
@@ -177,7 +178,7 @@ bool Decoder::map(const Head& head, QVariant* value, int depth) {
         Head keyHead;
         QString key;
         QVariant element;
-        if (!this->head(&keyHead) || !text(keyHead, &key) || !this->value(&element, depth + 1) ||
+        if (!readHead(&keyHead) || !readText(keyHead, &key) || !readValue(&element, depth + 1) ||
             !insert(&map, key, element)) {
             return false;
         }
@@ -186,20 +187,20 @@ bool Decoder::map(const Head& head, QVariant* value, int depth) {
     return true;
 }
 
-bool Decoder::row(QVariantMap* row) {
+bool Decoder::readRow(QVariantMap* row) {
     Head rowHead;
-    if (!head(&rowHead)) {
+    if (!readHead(&rowHead)) {
         return false;
     }
     if (rowHead.major != Map) {
-        return fail("a row that is no map");
+        return fail("a row that is not a map");
     }
     if (!enter(rowHead, 0)) {
         return false;
     }
     for (quint64 i = 0; i < rowHead.value; ++i) {
         Head keyHead;
-        if (!head(&keyHead)) {
+        if (!readHead(&keyHead)) {
             return false;
         }
         const int place = static_cast<int>(i);
@@ -213,28 +214,28 @@ bool Decoder::row(QVariantMap* row) {
         } else {
             const uchar* const begin = m_at;
             QString key;
-            if (!text(keyHead, &key)) {
+            if (!readText(keyHead, &key)) {
                 return false;
             }
             m_keys[place] = {begin, keyHead.value, key};
         }
         QVariant element;
-        if (!value(&element, 0) || !insert(row, m_keys.at(place).text, element)) {
+        if (!readValue(&element, 0) || !insert(row, m_keys.at(place).text, element)) {
             return false;
         }
     }
     return true;
 }
 
-/// A whole number as an item, which has to lie between the two.
-bool Decoder::whole(qint64 from, qint64 to, qint64* number) {
+/// Reads an item that must be a whole number of the range.
+bool Decoder::readWhole(qint64 from, qint64 to, qint64* number) {
     Head numberHead;
-    return head(&numberHead) && wholeOf(numberHead, from, to, number);
+    return readHead(&numberHead) && wholeOf(numberHead, from, to, number);
 }
 
 bool Decoder::wholeOf(const Head& head, qint64 from, qint64 to, qint64* number) {
     if (head.major != Unsigned && head.major != Negative) {
-        return fail("no number where one has to be");
+        return fail("not a number where one is required");
     }
     if (head.value > static_cast<quint64>(std::numeric_limits<qint64>::max())) {
         return fail("a number out of range");
@@ -244,7 +245,7 @@ bool Decoder::wholeOf(const Head& head, qint64 from, qint64 to, qint64* number) 
     return (*number >= from && *number <= to) || fail("a number out of range");
 }
 
-bool Decoder::unsignedNumber(const Head& head, QVariant* value) {
+bool Decoder::readUnsigned(const Head& head, QVariant* value) {
     if (head.value <= static_cast<quint64>(std::numeric_limits<int>::max())) {
         *value = static_cast<int>(head.value);
     } else if (head.value <= static_cast<quint64>(std::numeric_limits<qint64>::max())) {
@@ -255,7 +256,7 @@ bool Decoder::unsignedNumber(const Head& head, QVariant* value) {
     return true;
 }
 
-bool Decoder::negativeNumber(const Head& head, QVariant* value) {
+bool Decoder::readNegative(const Head& head, QVariant* value) {
     qint64 number = 0;
     if (!wholeOf(head, std::numeric_limits<qint64>::min(), -1, &number)) {
         return false;
@@ -268,7 +269,7 @@ bool Decoder::negativeNumber(const Head& head, QVariant* value) {
     return true;
 }
 
-bool Decoder::simple(const Head& head, QVariant* value) {
+bool Decoder::readSimple(const Head& head, QVariant* value) {
     switch (head.info) {
         case kFalse:
         case kTrue:
@@ -295,9 +296,9 @@ bool Decoder::simple(const Head& head, QVariant* value) {
     }
 }
 
-bool Decoder::stringList(const Head& head, QVariant* value) {
+bool Decoder::readStringList(const Head& head, QVariant* value) {
     if (head.major != Array) {
-        return fail("a list of texts that is no array");
+        return fail("a list of texts that is not an array");
     }
     if (!enter(head, 0)) {
         return false;
@@ -307,7 +308,7 @@ bool Decoder::stringList(const Head& head, QVariant* value) {
     for (quint64 i = 0; i < head.value; ++i) {
         Head textHead;
         QString element;
-        if (!this->head(&textHead) || !text(textHead, &element)) {
+        if (!readHead(&textHead) || !readText(textHead, &element)) {
             return false;
         }
         list.append(element);
@@ -316,13 +317,13 @@ bool Decoder::stringList(const Head& head, QVariant* value) {
     return true;
 }
 
-bool Decoder::dateTime(const Head& head, QVariant* value) {
+bool Decoder::readDateTime(const Head& head, QVariant* value) {
     if (head.major != Array || head.value < 2 || head.value > 3) {
         return fail("a date and time of an unknown form");
     }
     qint64 day = 0;
     qint64 milliseconds = 0;
-    if (!whole(0, kLastJulianDay, &day) || !whole(0, kMillisecondsOfDay - 1, &milliseconds)) {
+    if (!readWhole(0, kLastJulianDay, &day) || !readWhole(0, kMillisecondsOfDay - 1, &milliseconds)) {
         return false;
     }
     const QDate date = QDate::fromJulianDay(day);
@@ -333,7 +334,7 @@ bool Decoder::dateTime(const Head& head, QVariant* value) {
     }
     Head zone;
     qint64 offset = 0;
-    if (!this->head(&zone)) {
+    if (!readHead(&zone)) {
         return false;
     }
     if (zone.major == Simple && zone.info == kNull) {
@@ -347,9 +348,9 @@ bool Decoder::dateTime(const Head& head, QVariant* value) {
     return true;
 }
 
-bool Decoder::tagged(quint64 tag, QVariant* value) {
+bool Decoder::readTagged(quint64 tag, QVariant* value) {
     Head content;
-    if (!head(&content)) {
+    if (!readHead(&content)) {
         return false;
     }
     const bool isNull = content.major == Simple && content.info == kNull;
@@ -358,10 +359,10 @@ bool Decoder::tagged(quint64 tag, QVariant* value) {
         return true;
     }
     if (tag == kDateTime) {
-        return dateTime(content, value);
+        return readDateTime(content, value);
     }
     if (tag == kStringList) {
-        return stringList(content, value);
+        return readStringList(content, value);
     }
     qint64 from = 0;
     qint64 to = 0;
@@ -376,44 +377,44 @@ bool Decoder::tagged(quint64 tag, QVariant* value) {
     return true;
 }
 
-bool Decoder::value(QVariant* value, int depth) {
+bool Decoder::readValue(QVariant* value, int depth) {
     Head first;
-    if (!head(&first)) {
+    if (!readHead(&first)) {
         return false;
     }
     switch (first.major) {
         case Unsigned:
-            return unsignedNumber(first, value);
+            return readUnsigned(first, value);
         case Negative:
-            return negativeNumber(first, value);
+            return readNegative(first, value);
         case Bytes:
-            return bytes(first, value);
+            return readBytes(first, value);
         case Text: {
             QString text;
-            if (!this->text(first, &text)) {
+            if (!readText(first, &text)) {
                 return false;
             }
             *value = text;
             return true;
         }
         case Array:
-            return list(first, value, depth);
+            return readList(first, value, depth);
         case Map:
-            return map(first, value, depth);
+            return readMap(first, value, depth);
         case Tag:
-            return tagged(first.value, value);
+            return readTagged(first.value, value);
         default:
-            return simple(first, value);
+            return readSimple(first, value);
     }
 }
 
-bool Decoder::body(QVariantList* rows) {
+bool Decoder::readBody(QVariantList* rows) {
     Head first;
-    if (!head(&first)) {
+    if (!readHead(&first)) {
         return false;
     }
     if (first.major != Array || first.value == 0) {
-        return fail("no packed body: not an array of rows");
+        return fail("not a packed body: not an array of rows");
     }
     if (!enter(first, 0)) {
         return false;
@@ -421,13 +422,13 @@ bool Decoder::body(QVariantList* rows) {
     rows->reserve(static_cast<int>(std::min<quint64>(first.value, kReserved)));
     for (quint64 i = 0; i < first.value; ++i) {
         QVariantMap one;
-        if (!row(&one)) {
+        if (!readRow(&one)) {
             m_error = QStringLiteral("row %1, ").arg(i) + m_error;
             return false;
         }
         rows->append(QVariant(one));
     }
-    return m_at == m_end || fail("something behind the body");
+    return m_at == m_end || fail("bytes after the end of the body");
 }
 
 }  // namespace
@@ -441,7 +442,7 @@ bool PackedBodyWire::decode(const QByteArray& bytes, QVariant* body, QString* er
         why = QStringLiteral("%1 bytes, %2 are allowed").arg(bytes.size()).arg(limits.bytes);
     } else {
         Decoder decoder(bytes, limits);
-        if (decoder.body(&rows)) {
+        if (decoder.readBody(&rows)) {
             *body = rows;
         } else {
             why = decoder.error();

@@ -11,8 +11,8 @@ namespace {
 
 using namespace WireTag;
 
-/// Bytes that grow. Qt's own stream writer goes through a device for every head, which costs more
-/// than the rest of the work.
+/// A growing array of bytes. Qt's own CBOR writer goes through a device for every item, which takes
+/// longer than the rest of the work.
 class ByteSink {
 public:
     explicit ByteSink(int expected) : m_bytes(expected, Qt::Uninitialized) {}
@@ -96,7 +96,7 @@ private:
     ByteSink m_sink{kExpectedSize};
     int m_values = 0;
     QString m_error;
-    /// Rows of a body mostly have the same keys; each is turned into bytes once.
+    /// Rows of a body mostly have the same keys; each key is encoded once.
     QVector<QPair<QString, QByteArray>> m_keys;
 };
 
@@ -112,7 +112,7 @@ bool Encoder::fail(const QString& why) {
     return false;
 }
 
-/// Before so many values at a depth.
+/// Checks the limits before `count` values at a depth are written.
 bool Encoder::enter(int depth, int values) {
     if (depth >= m_limits.depth) {
         return fail(QStringLiteral("nested too deep"));
@@ -325,13 +325,13 @@ bool Encoder::value(const QVariant& value, int depth) {
 
 QString Encoder::body(const QVariant& value) {
     if (value.userType() != QMetaType::QVariantList || held<QVariantList>(value).isEmpty()) {
-        return QStringLiteral("no packed body: not a list of rows");
+        return QStringLiteral("not a packed body: not a list of rows");
     }
     const auto& rows = held<QVariantList>(value);
     m_sink.head(Array, static_cast<quint64>(rows.size()));
     for (int i = 0; i < rows.size(); ++i) {
         if (rows.at(i).userType() != QMetaType::QVariantMap) {
-            return QStringLiteral("no packed body: row %1 is no record").arg(i);
+            return QStringLiteral("not a packed body: row %1 is not a record").arg(i);
         }
         if (!row(held<QVariantMap>(rows.at(i)))) {
             return QStringLiteral("row %1, ").arg(i) + m_error;

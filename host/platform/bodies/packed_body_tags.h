@@ -2,7 +2,7 @@
 
 #include <QVariant>
 
-/// What the two directions of PackedBodyWire agree on.
+/// The CBOR types and tags that PackedBodyWire writes and reads.
 namespace WireTag {
 
 enum Major { Unsigned, Negative, Bytes, Text, Array, Map, Tag, Simple };
@@ -15,7 +15,7 @@ constexpr quint64 kTime = 41005;
 constexpr quint64 kDateTime = 41006;
 constexpr quint64 kStringList = 41007;
 
-// Second half of a head's first byte.
+// The lower five bits of an item's first byte.
 constexpr int kFalse = 20;
 constexpr int kTrue = 21;
 constexpr int kNull = 22;
@@ -30,11 +30,11 @@ constexpr qint64 kLastJulianDay = 5373484;  // 9999-12-31
 constexpr int kMillisecondsOfDay = 24 * 3600 * 1000;
 constexpr int kSecondsOfDay = 24 * 3600;
 
-/// The numbers that a tag may stand before; false for a tag of anything else.
+/// The range of the number after a tag; false for a tag that is not followed by a number.
 bool rangeOf(quint64 tag, qint64* from, qint64* to);
-/// The value of such a tag.
+/// The value of a tag and the number after it.
 QVariant numberOf(quint64 tag, qint64 number);
-/// What null is behind a tag of dates and times: an invalid one.
+/// The value of null after a tag of dates and times: an invalid date or time.
 QVariant nothingOf(quint64 tag);
 
 }  // namespace WireTag

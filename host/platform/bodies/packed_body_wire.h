@@ -6,10 +6,10 @@
 
 #include "platform_export.h"
 
-// A packed body as bytes: CBOR, an array of maps with text keys. A reader of plain CBOR that passes
-// over the tags sees the same numbers and texts; this one gets every value back as the type it was:
+// A packed body as bytes: CBOR, an array of maps with text keys. A reader of plain CBOR that skips
+// the tags sees the same numbers and texts; decode() restores every value with its type:
 //
-//   nothing         null
+//   invalid value   null
 //   bool            true, false
 //   int             a number
 //   qlonglong       a number; with tag 41001 when it would fit an int
@@ -26,8 +26,8 @@
 //   QStringList     an array of texts with tag 41007
 //   list, map       an array, a map with text keys
 //
-// An invalid date or time is null behind its tag; a valid one is of the years -4713 to 9999. The
-// smaller kinds of int come back as int. Any other type has no wire form.
+// An invalid date or time is null after its tag; a valid one is in the years -4713 to 9999. Smaller
+// integer types become int. Other types have no wire form.
 namespace PackedBodyWire {
 
 struct Limits {
@@ -36,14 +36,14 @@ struct Limits {
     int depth = 32;                ///< of lists and maps inside a row
 };
 
-/// False with a text that names row and field, when the body is no packed body, holds what has no
-/// wire form, or is beyond the standing limits; `bytes` is then empty. Any thread.
+/// False with a text that names row and field when the body is not a packed body, contains a value
+/// without a wire form, or exceeds the standing limits; `bytes` is empty then. Any thread.
 PLATFORM_API bool encode(const QVariant& body, QByteArray* bytes, QString* error);
 
-/// Takes any bytes: false with a text that names the place when they are no packed body, whole and
-/// nothing behind it, or go beyond the limits; `body` is then invalid. Lengths that are not told
-/// beforehand, keys that stand twice and unknown tags are refused. Memory and time are bounded by
-/// the number of bytes given. Any thread.
+/// Accepts any bytes: false with a text that names the place when they are not exactly one whole
+/// packed body or exceed the limits; `body` is invalid then. Lengths that are not stated beforehand,
+/// keys that occur twice and unknown tags are refused. Memory and time are bounded by the number of
+/// bytes given. Any thread.
 PLATFORM_API bool decode(const QByteArray& bytes, QVariant* body, QString* error,
                          const Limits& limits = {});
 

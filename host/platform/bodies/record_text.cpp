@@ -11,11 +11,11 @@
 
 namespace {
 
-// The parser refuses deeper texts, so nothing deeper may be written.
+// The parser refuses texts nested deeper than this, so deeper ones must not be written.
 constexpr int kDepthLimit = 500;
 
-/// Writes the text itself: Qt's own writer turns every number into a floating one and so loses the
-/// last digits of a long one.
+/// Writes JSON. Qt's own writer converts every number to double and so loses the last digits of long
+/// ones.
 class Writer {
 public:
     void writeMap(const QVariantMap& values, int depth) {
@@ -109,8 +109,8 @@ private:
     }
 
     void writeNumber(double value) {
-        // From here on not every whole number has a floating one of its own, and the short form of
-        // those that do would read as another whole number.
+        // From here on a double does not hold every whole number, and the short form of those that
+        // it does hold would be read as another whole number.
         constexpr double kFirstWithGaps = 9007199254740992.0;
         if (!std::isfinite(value)) {
             error = QStringLiteral("the number is not finite");
@@ -158,7 +158,7 @@ private:
     }
 };
 
-/// From JSON's form; unlike Qt's own conversion, null is an invalid value.
+/// Converts a JSON value; unlike in Qt's own conversion, null becomes an invalid value.
 QVariant fromJson(const QJsonValue& value) {
     if (value.isObject()) {
         QVariantMap map;
@@ -187,8 +187,8 @@ bool startsFraction(char c) {
     return c == '.' || c == 'e' || c == 'E';
 }
 
-/// The first whole number of a sound JSON text that does not fit 64 signed bits; the parser would
-/// turn it into a rounded one.
+/// The first whole number of a valid JSON text that does not fit 64 signed bits, which the parser
+/// would round.
 QByteArray oversizedNumber(const QByteArray& json) {
     bool inText = false;
     for (int i = 0; i < json.size(); ++i) {
@@ -246,13 +246,13 @@ bool RecordText::read(const QString& text, QVariantMap* record, QString* error) 
     QJsonParseError fault;
     const QJsonDocument document = QJsonDocument::fromJson(json, &fault);
     if (fault.error != QJsonParseError::NoError) {
-        *error = QStringLiteral("the text is no record: %1 at byte %2")
+        *error = QStringLiteral("the text is not a record: %1 at byte %2")
                      .arg(fault.errorString())
                      .arg(fault.offset);
         return false;
     }
     if (!document.isObject()) {
-        *error = QStringLiteral("the text is no record: it is not an object");
+        *error = QStringLiteral("the text is not a record: it is not an object");
         return false;
     }
     const QByteArray oversized = oversizedNumber(json);

@@ -9,12 +9,12 @@ constexpr uint kLastSurrogate = 0xdfff;
 constexpr uint kLastCharacter = 0x10ffff;
 
 struct Form {
-    int more;       ///< bytes that follow the first one
-    uint bits;      ///< of the first byte
-    uint smallest;  ///< character that needs so many bytes
+    int more;       ///< number of bytes after the first one
+    uint bits;      ///< of the character that are in the first byte
+    uint smallest;  ///< smallest character that needs this many bytes
 };
 
-/// False for a byte that begins no character.
+/// False for a byte that cannot begin a character.
 bool formOf(uint first, Form* form) {
     if (first >= 0xc2 && first <= 0xdf) {
         *form = {1, first & 0x1f, 0x80};
@@ -28,7 +28,7 @@ bool formOf(uint first, Form* form) {
     return true;
 }
 
-/// The character at `at`, which is moved behind it.
+/// Reads the character at `at` and moves `at` past it.
 bool nextCharacter(const uchar** at, const uchar* end, uint* character) {
     const uint first = *(*at)++;
     if (first < 0x80) {
@@ -60,7 +60,7 @@ bool textOfUtf8(const uchar* bytes, int size, QString* text) {
         *text = QString::fromLatin1(reinterpret_cast<const char*>(bytes), size);
         return true;
     }
-    // No character has more units here than bytes there.
+    // A character has at most as many UTF-16 units as UTF-8 bytes.
     QString made(size, Qt::Uninitialized);
     QChar* to = made.data();
     for (const uchar* at = bytes; at != end;) {

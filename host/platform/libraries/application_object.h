@@ -4,8 +4,7 @@
 #include <QObject>
 #include <QThread>
 
-/// Moves an object that was made on some other thread to the application's. Without an application
-/// it stays where it is.
+/// Moves an object to the application's thread. Does nothing before the application object exists.
 inline void moveToApplicationThread(QObject* object) {
     const QCoreApplication* application = QCoreApplication::instance();
     if (application && application->thread() != object->thread()) {

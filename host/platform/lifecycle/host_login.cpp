@@ -3,7 +3,9 @@
 
 #include "data_stores.h"
 #include "host_msg_type.h"
+#include "host_source.h"
 #include "local_platform.h"
+#include "log_refusal.h"
 #include "message_log.h"
 #include "request_broker.h"
 #include "server_answer.h"
@@ -13,9 +15,8 @@
 namespace {
 
 constexpr int kLoginTimeOutMs = 10000;
-inline const QString kHostSourceId = QStringLiteral("ZNApp.Host");
 
-/// One request of the host itself, with its record as the header; the data rows on success.
+/// Sends a request of the host itself with the record as its header.
 ServerAnswer ask(const QString& msgType, const QVariantMap& record) {
     QVariantMap header = record;
     header.insert(System::msgType, msgType);
@@ -30,12 +31,7 @@ ServerAnswer ask(const QString& msgType, const QVariantMap& record) {
 }
 
 bool refuse(const QString& what, const QString& why, QString* error) {
-    const QString text = QStringLiteral("%1: %2").arg(what, why);
-    qCWarning(lcHost).noquote() << text;
-    if (error) {
-        *error = text;
-    }
-    return false;
+    return logRefusal(lcHost(), what, why, error);
 }
 
 }  // namespace

@@ -6,18 +6,18 @@
 #include "data_stores.h"
 #include "event_bus.h"
 #include "home_folder.h"
+#include "host_source.h"
 #include "init_states.h"
 #include "message_log.h"
+#include "never_destroyed.h"
+#include "page_limits.h"
+#include "presenter_channel.h"
 #include "presenter_registry.h"
 #include "request_broker.h"
 #include "security_book.h"
-#include "server_query.h"
 #include "tick_delivery.h"
 
 namespace {
-
-/// The publisher of what the host itself says.
-inline const QString kHostSourceId = QStringLiteral("ZNApp.Host");
 
 void dropData() {
     DataStores::settings().close();
@@ -54,16 +54,16 @@ bool openData(const LocalPlatform::Options& options, QString* why) {
 LocalPlatform::LocalPlatform() = default;
 
 LocalPlatform& LocalPlatform::instance() {
-    // Never destroyed: static objects of plug-ins call in until the very end.
-    static auto* const platform = new LocalPlatform;
-    return *platform;
+    return neverDestroyed([] { return new LocalPlatform; });
 }
 
 bool LocalPlatform::start(const Options& options, QString* error) {
     RequestBroker::instance().setClosing(false);
     RequestBroker::instance().setBodyLimit(options.bodyLimit);
     PresenterRegistry::instance().setBuildLimit(options.buildLimit);
-    setMostPagesOfAQuery(options.mostPages);
+    PresenterChannel::setMostWaiting(options.mostWaiting);
+    setPageLimits({options.mostPages, options.mostRows});
+    m_started = true;
     QString why;
     const bool opened = openData(options, &why);
     if (!opened) {
@@ -86,13 +86,15 @@ void LocalPlatform::beginClose() {
 }
 
 void LocalPlatform::close() {
-    // Each step finds nothing to do the second time; what came up in between is caught by it.
+    // Each step does nothing the second time, except for what was made since the first.
     beginClose();
     PresenterRegistry::instance().disposeAll();
     RequestBroker& broker = RequestBroker::instance();
     broker.setLink(nullptr, nullptr);
     broker.stopDeadlines();
-    qCDebug(lcHost) << "closed";
+    if (m_started.exchange(false)) {
+        qCDebug(lcHost) << "closed";
+    }
 }
 
 bool LocalPlatform::isClosing() const {

@@ -3,18 +3,19 @@
 #include <QDateTime>
 #include <QString>
 #include <QVariantMap>
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
 
 #include "body_size.h"
 #include "gateway_link.h"
+#include "page_limits.h"
 #include "platform_export.h"
-#include "server_query.h"
 
 /// The host's side of the local platform: what a shell or a test does to bring it up, drive it and
-/// take it down. Plug-ins never see it. One per process; the calls are the main thread's unless
-/// stated otherwise.
+/// take it down. Plug-ins never see it. One per process. Functions are called on the main thread
+/// unless stated otherwise.
 class PLATFORM_API LocalPlatform {
 public:
     struct Options {
@@ -25,21 +26,24 @@ public:
         qint64 bodyLimit = kStandingBodyLimit;
         /// How long close() waits for a presenter that another thread is still making.
         std::chrono::milliseconds buildLimit = std::chrono::seconds(2);
-        /// Pages after which VelmarUtils' paged queries give up.
-        int mostPages = kStandingMostPages;
+        /// Pages and rows after which VelmarUtils' paged queries give up.
+        int mostPages = PageLimits().pages;
+        int mostRows = PageLimits().rows;
+        /// Messages that may wait for a presenter; further events and pushes are dropped.
+        int mostWaiting = 1000000;
     };
 
     static LocalPlatform& instance();
 
     /// Opens settings and databases. False with a text that names the damaged or missing file; then
-    /// nothing is open. May be called again with other options (tests): what was held is dropped,
-    /// the closing state is taken back.
+    /// nothing is open. May be called again with other options, as tests do: the data of the former
+    /// start is dropped and the closing state taken back.
     bool start(const Options& options, QString* error);
 
-    /// Takes the link over and starts it; the one before is stopped first, requests under way on it
-    /// fail, and its gates are told NOCONNECT. A null link disconnects. Blocks until the one has
-    /// stopped and the other started. False with a text when it does not start; then there is no
-    /// link. `error` may be null.
+    /// Takes the link over and starts it. The link before is stopped first: its pending requests
+    /// fail, and its gates are reported as NOCONNECT. A null link disconnects. Blocks until the one
+    /// has stopped and the other started. False with a text when it does not start; the platform
+    /// has no link then. `error` may be null.
     bool setLink(std::unique_ptr<GatewayLink> link, QString* error);
 
     /// Logs in over the link and loads the account tree. Blocks for both requests, 10 s each. Sets
@@ -50,9 +54,9 @@ public:
     bool loadAccountTree(QString* error);
 
     /// The first step of the shut-down: marks the host closing, so that every wait without limit
-    /// ends, and fails every pending request with 2, as every later one. Presenters, events,
-    /// settings and databases work on. Whoever waits for a presenter to end calls this before. Any
-    /// thread; a second call does nothing.
+    /// ends, and fails every pending and every later request with 2. Presenters, events, settings
+    /// and databases keep working. To be called before waiting for a presenter to end. Any thread;
+    /// a second call does nothing.
     void beginClose();
     /// Shut-down: beginClose(), then disposes of every live presenter and stops the link. Also run
     /// when the application is about to quit and once more from a post routine. A second call does
@@ -64,9 +68,10 @@ public:
 
     /// Publishes an event as the host itself; any thread.
     void publishEvent(int eventId, const QVariant& body);
-    /// Publishes one tick to the readers of CommonQuotaHandler. Any thread: the application's own
-    /// calls the readers at once, for others it is queued there. Dropped before the handler's
-    /// Init(), and with a log line while 10,000 ticks wait for the application's thread.
+    /// Publishes one tick to the readers of CommonQuotaHandler. Any thread: on the application's
+    /// thread the readers are called at once, from other threads the tick is queued for it. Dropped
+    /// before the handler's Init(), and with a log line while 10,000 ticks wait for the
+    /// application's thread.
     void publishTick(const QString& symbol, const QVariantMap& tick,
                      const QString& source = QStringLiteral("feed"));
 
@@ -88,4 +93,6 @@ private:
     LocalPlatform();
     ~LocalPlatform() = default;
     Q_DISABLE_COPY(LocalPlatform)
+
+    std::atomic<bool> m_started{false};
 };

@@ -5,6 +5,7 @@
 #include <QMetaType>
 #include <QPluginLoader>
 #include <QVariant>
+#include <QVersionNumber>
 #include <algorithm>
 #include <utility>
 
@@ -18,6 +19,12 @@ namespace {
 inline const QString kPluginIid = QStringLiteral("ZNAppPlugin");
 constexpr const char* kMetaIdProperty = "metaId";
 
+/// The oldest plug-in interface whose plug-ins still run here: what a plug-in was built against
+/// stands in its metadata as "CompatVersion".
+QVersionNumber oldestInterface() {
+    return QVersionNumber(2, 0, 0);
+}
+
 bool refuse(const QString& file, const QString& why, QString* error) {
     const QString text = QStringLiteral("%1: %2").arg(file, why);
     qCWarning(lcPluginHost).noquote() << text;
@@ -25,6 +32,36 @@ bool refuse(const QString& file, const QString& why, QString* error) {
         *error = text;
     }
     return false;
+}
+
+/// Why the metadata of a library rules it out, empty when it does not.
+QString whyUnfit(const QJsonObject& metaData) {
+    if (metaData.isEmpty()) {
+        return QStringLiteral("not a plug-in");
+    }
+    const QString iid = metaData.value(QStringLiteral("IID")).toString();
+    if (iid != kPluginIid) {
+        return QStringLiteral("a plug-in of the interface \"%1\", not \"%2\"").arg(iid, kPluginIid);
+    }
+    const QString compatVersion = metaData.value(QStringLiteral("MetaData"))
+                                      .toObject()
+                                      .value(QStringLiteral("CompatVersion"))
+                                      .toString();
+    const QVersionNumber builtFor = QVersionNumber::fromString(compatVersion);
+    if (builtFor.isNull()) {
+        return QStringLiteral("its metadata has no \"CompatVersion\"");
+    }
+    if (builtFor < oldestInterface()) {
+        return QStringLiteral(
+                   "built for version %1 of the plug-in interface, at least %2 is needed")
+            .arg(compatVersion, oldestInterface().toString());
+    }
+    return {};
+}
+
+/// A class of a plug-in's own, as opposed to a type of Qt's.
+bool isClassOfPlugin(int metaId) {
+    return metaId >= QMetaType::User && QMetaType::isRegistered(metaId);
 }
 
 }  // namespace
@@ -35,24 +72,26 @@ PluginManager::~PluginManager() {
     shutdown();
 }
 
+QString PluginManager::unfitReason(const QString& file) {
+    return whyUnfit(QPluginLoader(file).metaData());
+}
+
 bool PluginManager::load(const QString& file, QString* error) {
     const QFileInfo info(file);
     if (!info.isFile()) {
         return refuse(file, QStringLiteral("no such file"), error);
     }
     auto loader = std::make_unique<QPluginLoader>(info.absoluteFilePath());
-    const QJsonObject metaData = loader->metaData();
-    if (metaData.isEmpty()) {
-        return refuse(file, QStringLiteral("not a plug-in"), error);
+    const QString unfit = whyUnfit(loader->metaData());
+    if (!unfit.isEmpty()) {
+        return refuse(file, unfit, error);
     }
-    const QString iid = metaData.value(QStringLiteral("IID")).toString();
-    if (iid != kPluginIid) {
-        return refuse(file, QStringLiteral("a plug-in of the kind \"%1\"").arg(iid), error);
-    }
+    // A missing function is an error here and not the end of the process at its first call.
+    loader->setLoadHints(QLibrary::ResolveAllSymbolsHint | QLibrary::PreventUnloadHint);
     auto* const plugin = qobject_cast<IPlugin*>(loader->instance());
     if (!plugin) {
         return refuse(file,
-                      loader->isLoaded() ? QStringLiteral("its root object is no IPlugin")
+                      loader->isLoaded() ? QStringLiteral("its root object is not an IPlugin")
                                          : loader->errorString(),
                       error);
     }
@@ -66,6 +105,7 @@ bool PluginManager::load(const QString& file, QString* error) {
         return refuse(file, QStringLiteral("refuses to start: %1").arg(why), error);
     }
     m_libraries.push_back({file, std::move(loader), plugin});
+    qCInfo(lcPluginHost).noquote() << file << "loaded";
     return true;
 }
 
@@ -96,16 +136,49 @@ ZnPluginBaseObject* PluginManager::makePluginObject(const QString& name, QString
         refuse(name, QStringLiteral("no loaded plug-in has an object of this name"), error);
         return nullptr;
     }
+    return make(owner->file, *description, error);
+}
+
+QStringList PluginManager::makePluginObjects(const QString& file, QStringList* errors) {
+    const auto library = std::find_if(m_libraries.cbegin(), m_libraries.cend(),
+                                      [&file](const Library& it) { return it.file == file; });
+    QList<QObject*> descriptors;
+    if (library != m_libraries.cend()) {
+        descriptors = HandedInObjects::of(library->plugin);
+    }
+    QStringList made;
+    bool hasObject = false;
+    QString error;
+    for (const QObject* const descriptor : qAsConst(descriptors)) {
+        if (!descriptor->property(kMetaIdProperty).isValid()) {
+            continue;
+        }
+        hasObject = true;
+        if (make(file, *descriptor, &error)) {
+            made.append(descriptor->objectName());
+        } else {
+            errors->append(error);
+        }
+    }
+    if (!hasObject) {
+        refuse(file, QStringLiteral("no object with a \"metaId\" was handed in"), &error);
+        errors->append(error);
+    }
+    return made;
+}
+
+ZnPluginBaseObject* PluginManager::make(const QString& file, const QObject& descriptor,
+                                        QString* error) {
+    const QString name = descriptor.objectName();
     bool isNumber = false;
-    const int metaId = description->property(kMetaIdProperty).toInt(&isNumber);
-    if (!isNumber || !QMetaType::isRegistered(metaId)) {
-        refuse(owner->file, QStringLiteral("\"%1\" has no metaId of a registered type").arg(name),
-               error);
+    const int metaId = descriptor.property(kMetaIdProperty).toInt(&isNumber);
+    if (!isNumber || !isClassOfPlugin(metaId)) {
+        refuse(file, QStringLiteral("\"%1\" has no metaId of a registered class").arg(name), error);
         return nullptr;
     }
     auto* const object = static_cast<ZnPluginBaseObject*>(QMetaType::create(metaId));
     if (!object) {
-        refuse(owner->file, QStringLiteral("\"%1\" cannot be made").arg(name), error);
+        refuse(file, QStringLiteral("\"%1\" cannot be created").arg(name), error);
         return nullptr;
     }
     m_objects.push_back({object, metaId});

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 #include <memory>
 #include <vector>
 
@@ -13,31 +14,40 @@ class QObject;
 class QPluginLoader;
 class ZnPluginBaseObject;
 
-/// Loads plug-in libraries, makes their objects and takes them down again. On the main thread. A
-/// text handed out on failure names the library's file.
+/// Loads plug-in libraries, creates their objects and takes them down again. On the main thread.
+/// The text of a failure names the library's file; it is logged as a warning too.
 class PLATFORM_API PluginManager {
 public:
     PluginManager();
-    /// Shuts down when that was not done yet. The libraries stay loaded, as types and static
-    /// objects of theirs are in use to the end of the process.
+    /// Shuts down unless that was done before. The libraries stay loaded, since their types and
+    /// static objects are in use until the process ends.
     ~PluginManager();
     PluginManager(const PluginManager&) = delete;
     PluginManager& operator=(const PluginManager&) = delete;
 
-    /// Loads a library and calls its initialize(). A library that is loaded already is refused.
+    /// Why load() would refuse the library because of its metadata; empty when it would not.
+    static QString unfitReason(const QString& file);
+    /// Loads a library and calls its initialize(). What its metadata rules out is refused without
+    /// being loaded: another interface id than "ZNAppPlugin", a "CompatVersion" that is missing or
+    /// older than this platform supports. So is a library that is loaded already.
     bool load(const QString& file, QString* error);
-    /// The object of that name which a plug-in handed in, null when there is none.
+    /// The handed-in object of that name, null when no loaded plug-in has one.
     QObject* descriptor(const QString& name) const;
-    /// Makes an object from the descriptor's property "metaId", the id of a class whose first base
-    /// is ZnPluginBaseObject, and calls its initialize(). Null with a text on failure.
+    /// Creates the object of the class whose meta-type id is the descriptor's property "metaId" and
+    /// calls its initialize(). The class is the plug-in's, and its first base must be
+    /// ZnPluginBaseObject, which cannot be checked. Null with a text on failure.
     ZnPluginBaseObject* makePluginObject(const QString& name, QString* error);
+    /// The same for each object with a "metaId" that the library handed in; `file` as it was given
+    /// to load(). Returns the names of the created ones; `errors` gets a text for each that could
+    /// not be created, or one when the library handed in none.
+    QStringList makePluginObjects(const QString& file, QStringList* errors);
     /// Calls extensionsInitialized() of every plug-in in the order of loading, then
     /// delayedInitialize() of every plug-in.
     void extensionsInitialized();
-    /// Calls initialized() of every plug-in object made since the last call.
+    /// Calls initialized() of every plug-in object created since the last call.
     void objectsInitialized();
-    /// Calls aboutToShutdown() in reverse order of loading, then deletes plug-in objects and
-    /// handed-in objects, the last one first.
+    /// Calls aboutToShutdown() in reverse order of loading, then deletes the plug-in objects and
+    /// the handed-in objects, the newest first.
     void shutdown();
 
 private:
@@ -53,6 +63,7 @@ private:
     };
 
     const Library* ownerOf(const QString& name, QObject** descriptor) const;
+    ZnPluginBaseObject* make(const QString& file, const QObject& descriptor, QString* error);
 
     std::vector<Library> m_libraries;
     std::vector<PluginObject> m_objects;

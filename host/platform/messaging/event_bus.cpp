@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "message_log.h"
+#include "never_destroyed.h"
 
 namespace {
 
@@ -18,8 +19,7 @@ void removeFrom(Table& table, const PresenterChannel* channel) {
 }  // namespace
 
 EventBus& EventBus::instance() {
-    static auto* const bus = new EventBus;
-    return *bus;
+    return neverDestroyed([] { return new EventBus; });
 }
 
 void EventBus::add(Subscribers& subscribers, const std::shared_ptr<PresenterChannel>& channel) {
@@ -35,7 +35,7 @@ void EventBus::subscribeEvent(const std::shared_ptr<PresenterChannel>& channel,
     bool isNumber = false;
     const int id = eventId.toInt(&isNumber);
     if (!isNumber) {
-        qCWarning(lcEventBus) << channel->pid() << "subscribes to no event id:" << eventId;
+        qCWarning(lcEventBus) << channel->pid() << "subscribes to an invalid event id:" << eventId;
         return;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -46,7 +46,8 @@ void EventBus::subscribePush(const std::shared_ptr<PresenterChannel>& channel,
                              const QVariant& msgType) {
     const QString type = msgType.toString();
     if (type.isEmpty()) {
-        qCWarning(lcEventBus) << channel->pid() << "subscribes to no message type:" << msgType;
+        qCWarning(lcEventBus) << channel->pid()
+                              << "subscribes to an empty message type:" << msgType;
         return;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);

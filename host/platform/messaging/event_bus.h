@@ -9,20 +9,21 @@
 
 #include "presenter_channel.h"
 
-/// Who wants which events and server pushes, and their way into the queues. Nothing is delivered
-/// on the publisher's thread; under one lock, so that every subscriber gets the same order. Any
-/// thread.
+/// Knows which presenter subscribed to which events and server pushes, and puts those into the
+/// presenters' queues. Nothing is delivered on the publisher's thread. All queues are filled under
+/// one lock, so that every subscriber gets the same order. Any thread.
 class EventBus {
 public:
     /// Never destroyed.
     static EventBus& instance();
 
-    /// A second subscription of the same changes nothing, one after the disposal began neither.
+    /// Subscribing twice, or after the presenter's disposal began, changes nothing.
     void subscribeEvent(const std::shared_ptr<PresenterChannel>& channel, const QVariant& eventId);
     void subscribePush(const std::shared_ptr<PresenterChannel>& channel, const QVariant& msgType);
     void unsubscribe(const PresenterChannel* channel);
 
-    /// An empty destination means every subscriber, another one those of that plug-in instance.
+    /// An empty destination means every subscriber; otherwise only the presenters of that plug-in
+    /// instance get the event.
     void publish(const QString& sourceId, const QVariant& eventId, const QVariant& body,
                  const QString& destinationId = {});
     void push(const QString& msgType, const QVariant& body);

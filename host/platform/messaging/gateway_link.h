@@ -3,7 +3,7 @@
 #include <QString>
 #include <QVariant>
 
-/// What a link tells the platform. Any thread of the link's own; never called from inside send().
+/// What a link reports to the platform, on any thread of its own, never from inside send().
 class GatewayLinkListener {
 public:
     virtual ~GatewayLinkListener() = default;
@@ -12,12 +12,12 @@ public:
     virtual void onAnswer(quint64 envelopeId, const QString& msgType, const QVariant& body) = 0;
     /// The request failed for the reason given.
     virtual void onFailure(quint64 envelopeId, const QString& reason) = 0;
-    /// The link knows that no answer comes in time: the waiting caller returns as from a time-out.
+    /// The link knows that no answer will come in time: the waiting caller gets a time-out.
     virtual void onTimeOut(quint64 envelopeId) = 0;
     /// A push of the server.
     virtual void onPush(const QString& msgType, const QVariant& body) = 0;
     /// A gate's new state, NetGateType and NET_STATE values. NOCONNECT of the trade gate fails
-    /// every request that is under way.
+    /// every pending request.
     virtual void onGateState(const QString& gate, const QString& netState) = 0;
 };
 
@@ -35,14 +35,13 @@ class GatewayLink {
 public:
     virtual ~GatewayLink() = default;
 
-    /// Connects; the listener outlives the link's stop(). It may be called from here on, before
-    /// this returns too. Until this returns every request of the platform waits to be handed over,
-    /// so it must not wait for one. False with a text on failure: then it has left nothing running
-    /// and calls the listener no more; stop() does not follow, the link is destroyed.
+    /// Connects. The listener outlives stop() and may be called as soon as start() begins. Requests
+    /// of the platform are handed over only after start() has returned, so it must not wait for
+    /// one. False with a text on failure: the link then has no thread running and no longer calls
+    /// the listener; it is destroyed without a call of stop().
     virtual bool start(GatewayLinkListener* listener, QString* error) = 0;
-    /// Disconnects and ends the link's threads; no call of the listener after it returns. The
-    /// platform hands no request over once it has begun. A link that is not running, or no longer,
-    /// does nothing.
+    /// Disconnects and ends the link's threads; the listener is not called after it returns. The
+    /// platform hands no request over once it has begun. Does nothing when the link does not run.
     virtual void stop() = 0;
     /// Hands a request over and returns without waiting. False when it could not be handed over.
     /// Any thread.

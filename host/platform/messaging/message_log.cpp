@@ -1,39 +1,17 @@
 #include "message_log.h"
 
-namespace {
+#include "never_destroyed.h"
 
-const QLoggingCategory& leaked(const char* name) {
-    return *new QLoggingCategory(name);
-}
+#define PLATFORM_CATEGORY(function, name)                                       \
+    const QLoggingCategory& function() {                                        \
+        return neverDestroyed([] { return new const QLoggingCategory(name); }); \
+    }
 
-}  // namespace
+PLATFORM_CATEGORY(lcMessage, "velmar.platform.message")
+PLATFORM_CATEGORY(lcEventBus, "velmar.platform.events")
+PLATFORM_CATEGORY(lcChannel, "velmar.platform.presenter")
+PLATFORM_CATEGORY(lcRequest, "velmar.platform.request")
+PLATFORM_CATEGORY(lcPluginHost, "velmar.platform.plugins")
+PLATFORM_CATEGORY(lcHost, "velmar.platform.host")
 
-const QLoggingCategory& lcMessage() {
-    static const QLoggingCategory& category = leaked("velmar.platform.message");
-    return category;
-}
-
-const QLoggingCategory& lcEventBus() {
-    static const QLoggingCategory& category = leaked("velmar.platform.events");
-    return category;
-}
-
-const QLoggingCategory& lcChannel() {
-    static const QLoggingCategory& category = leaked("velmar.platform.presenter");
-    return category;
-}
-
-const QLoggingCategory& lcRequest() {
-    static const QLoggingCategory& category = leaked("velmar.platform.request");
-    return category;
-}
-
-const QLoggingCategory& lcPluginHost() {
-    static const QLoggingCategory& category = leaked("velmar.platform.plugins");
-    return category;
-}
-
-const QLoggingCategory& lcHost() {
-    static const QLoggingCategory& category = leaked("velmar.platform.host");
-    return category;
-}
+#undef PLATFORM_CATEGORY

@@ -2,8 +2,8 @@
 
 #include <QLoggingCategory>
 
-// The log categories of the platform's messaging half. Never destroyed: objects that live to the
-// end of the process log from their destructors.
+// Log categories of messaging and lifecycle. Never destroyed: objects that live to the end of the
+// process log from their destructors.
 const QLoggingCategory& lcMessage();     // bodies
 const QLoggingCategory& lcEventBus();    // events and pushes
 const QLoggingCategory& lcChannel();     // presenters and their threads

@@ -11,10 +11,12 @@ namespace {
 /// The channel whose message thread this is.
 thread_local const PresenterChannel* t_messageChannel = nullptr;
 
+std::atomic<int> g_mostWaiting{PresenterChannel::kStandingMostWaiting};
+
 }  // namespace
 
 /// Runs the event loop and deletes the presenter after it, so that whatever is still queued to the
-/// presenter is dropped and the deletion stands at one visible place.
+/// presenter is dropped and the deletion happens in one visible place.
 class PresenterChannel::ObjectThread : public QThread {
 public:
     explicit ObjectThread(PresenterChannel* channel) : m_channel(channel) {
@@ -28,7 +30,7 @@ public:
 
 protected:
     void run() override {
-        // Only the disposal ends it, whoever else asks this thread to quit.
+        // Only the disposal ends the thread; another caller of quit() does not.
         while (!m_ending) {
             exec();
         }
@@ -63,7 +65,7 @@ void PresenterChannel::start() {
         return;
     }
     m_started = true;
-    m_built = true;  // with the start, so that no running presenter is ever taken for unbuilt
+    m_built = true;  // together with the start: a running presenter is never taken for unbuilt
     m_changed.notify_all();
     m_objectThread->start();
     m_messageThread = std::thread([this] { runMessageThread(); });
@@ -76,7 +78,7 @@ void PresenterChannel::markBuilt() {
 }
 
 bool PresenterChannel::waitUntilBuilt(std::chrono::milliseconds limit) {
-    // A thread that is here is in no constructor.
+    // The builder's own thread has left the constructor when it gets here.
     if (m_builder == std::this_thread::get_id()) {
         return true;
     }
@@ -84,24 +86,43 @@ bool PresenterChannel::waitUntilBuilt(std::chrono::milliseconds limit) {
     return m_changed.wait_for(lock, limit, [this] { return m_built || m_closing; });
 }
 
+int PresenterChannel::mostWaiting() {
+    return g_mostWaiting;
+}
+
+void PresenterChannel::setMostWaiting(int messages) {
+    g_mostWaiting = messages;
+}
+
 void PresenterChannel::enqueue(const IncomingMessage& message) {
+    bool isDropped = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (m_closing) {
             return;
         }
-        if (m_started || m_queue.size() < kMaxBeforeStart) {
+        const int waiting = static_cast<int>(m_queue.size());
+        isDropped =
+            message.kind != IncomingMessage::Kind::Response && waiting >= g_mostWaiting.load();
+        if (!isDropped) {
             m_queue.push_back(message);
             m_changed.notify_all();
-            return;
         }
-        if (std::exchange(m_overflowTold, true)) {
+        const bool isFirst =
+            isDropped ? m_dropped++ == 0
+                      : waiting + 1 >= kManyWaiting && !std::exchange(m_warnedOfMany, true);
+        if (!isFirst) {
             return;
         }
     }
-    qCWarning(lcChannel) << "presenter" << m_pid << "is not started and" << kMaxBeforeStart
-                         << "messages wait for it: further ones are dropped, the first is of type"
-                         << message.type;
+    if (isDropped) {
+        qCWarning(lcChannel) << "presenter" << m_pid << "has" << mostWaiting()
+                             << "messages waiting: events and pushes are dropped until they are"
+                             << "handled, the first one is of type" << message.type;
+    } else {
+        qCWarning(lcChannel) << "presenter" << m_pid << "is slow or not started:" << kManyWaiting
+                             << "messages wait for it";
+    }
 }
 
 void PresenterChannel::post(const std::function<void()>& function) {
@@ -191,6 +212,9 @@ void PresenterChannel::runMessageThread() {
     t_messageChannel = this;
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
+        if (m_queue.empty() && (m_warnedOfMany || m_dropped > 0)) {
+            reportCaughtUp(lock);
+        }
         m_changed.wait(lock, [this] { return m_closing || !m_queue.empty(); });
         if (m_closing) {
             return;
@@ -203,8 +227,20 @@ void PresenterChannel::runMessageThread() {
     }
 }
 
+/// The queue is empty again after it was long: the next time is reported anew.
+void PresenterChannel::reportCaughtUp(std::unique_lock<std::mutex>& lock) {
+    m_warnedOfMany = false;
+    const int dropped = std::exchange(m_dropped, 0);
+    lock.unlock();
+    if (dropped > 0) {
+        qCWarning(lcChannel) << "presenter" << m_pid << "has caught up;" << dropped
+                             << "events and pushes were dropped";
+    }
+    lock.lock();
+}
+
 void PresenterChannel::deliver(const IncomingMessage& message) {
-    // Stays valid: the disposal joins this thread before it deletes.
+    // Stays valid: the disposal joins this thread before it deletes the presenter.
     ZnPresenterClass* presenter = nullptr;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

@@ -28,8 +28,8 @@ struct IncomingMessage {
 };
 
 /// What belongs to a presenter and outlives it: its ids, its two threads, its queue, its time-out.
-/// Whoever talks to the message layer for a presenter holds the channel, so that the
-/// presenter itself may go meanwhile.
+/// Code that talks to the message layer for a presenter holds the channel, so that the presenter
+/// itself may be deleted meanwhile.
 class PresenterChannel {
 public:
     PresenterChannel(ZnPresenterClass* presenter, const QString& instanceId, const QString& pid);
@@ -43,12 +43,16 @@ public:
 
     /// Starts both threads. A second call, or one after the disposal began, does nothing.
     void start();
-    /// Queues for the message thread; dropped once the disposal began, and, with a log line for
-    /// the first one, while kMaxBeforeStart wait for a start().
+    /// Queues for the message thread. Dropped once the disposal began. Events and pushes are also
+    /// dropped while mostWaiting() messages wait, so that a presenter that is never started or that
+    /// hangs does not fill the memory; answers are always kept, since each was asked for.
     void enqueue(const IncomingMessage& message);
-    /// A presenter that nobody ever starts must not fill the memory. Far more than comes in while
-    /// plug-ins are brought up.
-    static constexpr size_t kMaxBeforeStart = 10000;
+    /// With this many messages waiting a log line warns of the slow presenter.
+    static constexpr int kManyWaiting = 10000;
+    static constexpr int kStandingMostWaiting = 1000000;
+    /// The limit of every presenter's queue. Any thread.
+    static int mostWaiting();
+    static void setMostWaiting(int messages);
 
     /// Queues a function for the object thread, behind what is queued there. Dropped, without being
     /// called, when the presenter is not started or its disposal began.
@@ -58,10 +62,10 @@ public:
     /// True when the calling thread is one of this presenter's two.
     bool isOwnThread() const;
 
-    /// Whoever makes the presenter is done with it: its initPresenter() ran, or it is disposed of.
+    /// The presenter is complete: its initPresenter() ran, or it is disposed of.
     void markBuilt();
-    /// Waits, up to the limit, while another thread is still making the presenter. False when it is
-    /// still at it: the presenter must not be deleted under its constructor then.
+    /// Waits, up to the limit, while another thread is still making the presenter. False when that
+    /// thread has not finished: the presenter must not be deleted under its constructor then.
     bool waitUntilBuilt(std::chrono::milliseconds limit);
 
     /// Opens a synchronous call; false once the disposal began. Each open call keeps the presenter
@@ -69,12 +73,12 @@ public:
     bool beginCall();
     void endCall();
 
-    /// The first caller gets true and has to see to dispose().
+    /// The first caller gets true and must see to it that dispose() is called.
     bool claimDisposal();
     /// The same for a presenter that is not built, which then never starts and is not disposed of.
     bool claimUnbuilt();
     /// Stops and joins the message thread, waits for open calls, deletes the presenter on its
-    /// object thread, ends and joins that. On no thread of the presenter's own.
+    /// object thread, ends and joins that. Not to be called on either of the presenter's threads.
     void dispose();
     /// The presenter's destructor has run.
     void presenterDestroyed();
@@ -88,6 +92,7 @@ private:
     class ObjectThread;
 
     void runMessageThread();
+    void reportCaughtUp(std::unique_lock<std::mutex>& lock);
     void deliver(const IncomingMessage& message);
     void deletePresenter();
 
@@ -103,7 +108,8 @@ private:
     bool m_started = false;
     bool m_built = false;
     bool m_deleted = false;
-    bool m_overflowTold = false;
+    bool m_warnedOfMany = false;  // both until the queue is empty again
+    int m_dropped = 0;
     int m_openCalls = 0;
 
     std::thread m_messageThread;

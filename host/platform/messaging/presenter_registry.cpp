@@ -4,22 +4,43 @@
 
 #include "event_bus.h"
 #include "message_log.h"
+#include "never_destroyed.h"
 #include "request_broker.h"
 
+namespace {
+
+constexpr QLatin1Char kNumberMark('#');
+
+}  // namespace
+
 PresenterRegistry& PresenterRegistry::instance() {
-    static auto* const registry = new PresenterRegistry;
-    return *registry;
+    return neverDestroyed([] { return new PresenterRegistry; });
+}
+
+/// Counts on for the instance, past an id that a presenter of another instance has: an instance may
+/// itself be named like the second presenter of another one, "name#2".
+QString PresenterRegistry::newPidLocked(const QString& instanceId) {
+    const int mark = instanceId.lastIndexOf(kNumberMark);
+    const int lastOfOther = mark < 0 ? 0 : m_lastNumbers.value(instanceId.left(mark));
+    const int ownNumber = instanceId.midRef(mark + 1).toInt();
+    int& number = m_lastNumbers[instanceId];
+    if (number == 0 && (ownNumber < 2 || ownNumber > lastOfOther)) {
+        number = 1;
+        return instanceId;
+    }
+    QString pid;
+    do {
+        number = qMax(number, 1) + 1;
+        pid = instanceId + kNumberMark + QString::number(number);
+    } while (m_lastNumbers.contains(pid));
+    return pid;
 }
 
 std::shared_ptr<PresenterChannel> PresenterRegistry::enrol(ZnPresenterClass* presenter,
                                                            const QString& instanceId) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    QString pid = instanceId;
-    for (int number = 2; m_usedPids.contains(pid); ++number) {
-        pid = QStringLiteral("%1#%2").arg(instanceId).arg(number);
-    }
-    m_usedPids.insert(pid);
-    m_channels.push_back(std::make_shared<PresenterChannel>(presenter, instanceId, pid));
+    m_channels.push_back(
+        std::make_shared<PresenterChannel>(presenter, instanceId, newPidLocked(instanceId)));
     return m_channels.back();
 }
 
@@ -46,7 +67,7 @@ void PresenterRegistry::finish(const std::shared_ptr<PresenterChannel>& channel)
     remove(channel);
 }
 
-/// False when the presenter was built or went after all.
+/// False when the presenter was built or deleted after all.
 bool PresenterRegistry::giveUp(const std::shared_ptr<PresenterChannel>& channel) {
     if (!channel->claimUnbuilt()) {
         return false;
@@ -71,7 +92,7 @@ void PresenterRegistry::disposeAll() {
                 dispose(channel);
             }
         }
-        // Others may be at it too: a caller of deleteLater(), or the reaper.
+        // Others may dispose of some too: a caller of deleteLater(), or the reaper.
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait(lock, [this, &live] {
             return std::none_of(live.begin(), live.end(), [this](const auto& channel) {
@@ -106,7 +127,7 @@ void PresenterRegistry::handToReaper(const std::shared_ptr<PresenterChannel>& ch
         return;
     }
     if (m_reaper.joinable()) {
-        m_reaper.join();  // it has left the lock for good
+        m_reaper.join();  // it has released the lock for the last time
     }
     m_reaperRuns = true;
     m_reaper = std::thread([this] { runReaper(); });

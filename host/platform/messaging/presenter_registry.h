@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QSet>
+#include <QHash>
 #include <QString>
 #include <atomic>
 #include <chrono>
@@ -14,17 +14,19 @@
 
 #include "presenter_channel.h"
 
-/// Every live presenter of the process, and the one road by which they go. Any thread.
+/// Every live presenter of the process, and the one way in which they are deleted. Any thread.
 class PresenterRegistry {
 public:
     /// Never destroyed: static objects of plug-ins dispose of presenters at the very end.
     static PresenterRegistry& instance();
 
-    /// A channel with an id of its own for a presenter that is being made.
+    /// A channel for a presenter that is being made. Its id is that of the plug-in instance for the
+    /// first presenter of the instance, with "#2", "#3" and so on for the later ones; no id is used
+    /// twice in the process.
     std::shared_ptr<PresenterChannel> enrol(ZnPresenterClass* presenter, const QString& instanceId);
 
-    /// Disposes of the presenter, once. Returns when it is gone, unless the caller is one of its
-    /// own threads: then the reaper does the work.
+    /// Disposes of the presenter, once. Returns when it is deleted, unless the caller is one of its
+    /// own threads: then the reaper thread does the work.
     void dispose(const std::shared_ptr<PresenterChannel>& channel);
     /// Disposes of every presenter, waits for disposals that others began, and ends the reaper. A
     /// presenter that another thread does not finish making within the build limit is given up: it
@@ -43,6 +45,7 @@ private:
     PresenterRegistry() = default;
     ~PresenterRegistry() = default;
 
+    QString newPidLocked(const QString& instanceId);
     static void cutOff(const std::shared_ptr<PresenterChannel>& channel);
     void finish(const std::shared_ptr<PresenterChannel>& channel);
     bool giveUp(const std::shared_ptr<PresenterChannel>& channel);
@@ -57,8 +60,8 @@ private:
     mutable std::mutex m_mutex;  // guards everything below
     std::condition_variable m_changed;
     std::vector<std::shared_ptr<PresenterChannel>> m_channels;
-    QSet<QString> m_usedPids;
+    QHash<QString, int> m_lastNumbers;  // by plug-in instance: the number of its newest presenter
     std::deque<std::shared_ptr<PresenterChannel>> m_toReap;
-    bool m_reaperRuns = false;  // while there is something to reap
+    bool m_reaperRuns = false;  // while m_toReap is worked off
     std::thread m_reaper;
 };

@@ -8,7 +8,9 @@
 #include "event_bus.h"
 #include "gate_events.h"
 #include "message_log.h"
+#include "never_destroyed.h"
 #include "packed_body.h"
+#include "row_count.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/net_state.h"
 #include "vocabulary/plugin_id.h"
@@ -17,7 +19,7 @@
 struct RequestBroker::Outcome {
     RequestResult result = RequestResult::Failure;
     QString msgType;
-    QVariant body;  ///< the answer, or a body that tells the failure
+    QVariant body;  ///< the answer, or a body that describes the failure
 
     static Outcome failure(const QString& reason) {
         return {RequestResult::Failure, {}, makeErrorBody(reason)};
@@ -38,8 +40,7 @@ struct RequestBroker::Pending {
 };
 
 RequestBroker& RequestBroker::instance() {
-    static auto* const broker = new RequestBroker;
-    return *broker;
+    return neverDestroyed([] { return new RequestBroker; });
 }
 
 RequestBroker::RequestBroker()
@@ -67,7 +68,8 @@ bool RequestBroker::setLink(std::unique_ptr<GatewayLink> link, QString* error) {
     if (!link) {
         return true;
     }
-    // Held over the start: whoever answers the link's first news waits until requests can leave.
+    // Held during the start: a request sent in reply to the link's first report waits here until it
+    // can be handed over.
     const std::lock_guard<std::shared_mutex> lock(m_linkMutex);
     QString why;
     if (!link->start(this, &why)) {
@@ -156,8 +158,8 @@ std::shared_ptr<RequestBroker::Pending> RequestBroker::enter(
     pending->isSync = isSync;
     pending->msgType = request.msgType;
     request.envelopeId = ++m_lastEnvelopeId;
-    // Whoever marks something as closing fails its requests under this lock afterwards, so none
-    // slips in behind.
+    // Closing first sets its mark and then fails the requests in the table under this lock, so a
+    // request cannot be entered after that.
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_closing || (channel && channel->isClosing())) {
         *refusal = m_closing ? QStringLiteral("the host is closing")
@@ -269,7 +271,7 @@ QString RequestBroker::gateState(const QString& gate) const {
 void RequestBroker::onAnswer(quint64 envelopeId, const QString& msgType, const QVariant& body) {
     if (!isPackedBody(body)) {
         complete(envelopeId, Outcome::failure(QStringLiteral("the answer of type %1 is garbage, "
-                                                             "no packed body")
+                                                             "not a packed body")
                                                   .arg(msgType)));
         return;
     }
@@ -293,7 +295,7 @@ void RequestBroker::onPush(const QString& msgType, const QVariant& body) {
     QString reason;
     if (!isPackedBody(body)) {
         qCWarning(lcRequest) << "push dropped: the push of type" << msgType
-                             << "is garbage, no packed body";
+                             << "is garbage, not a packed body";
         return;
     }
     if (!fits(QStringLiteral("the push of type %1").arg(msgType), body, &reason)) {
@@ -301,14 +303,14 @@ void RequestBroker::onPush(const QString& msgType, const QVariant& body) {
         return;
     }
     const QVariantList all = body.toList();
+    const QVariantMap header = all.first().toMap();
     const int held = all.size() - 1;
-    const QVariant told = all.first().toMap().value(System::subGroupNumber, 0);
-    bool isNumber = false;
-    const int rows = told.toInt(&isNumber);
-    if (!isNumber || rows < 0 || rows > held) {
+    const RowCount count = readRowCount(header, held, nullptr);
+    // A push without rows to read need not state their number.
+    if (count == RowCount::Invalid || count == RowCount::TooLarge) {
         qCWarning(lcRequest).noquote()
-            << QStringLiteral("push dropped: the push of type %1 tells of \"%2\" rows and holds %3")
-                   .arg(msgType, told.toString())
+            << QStringLiteral("push dropped: the push of type %1 states \"%2\" rows and holds %3")
+                   .arg(msgType, header.value(System::subGroupNumber).toString())
                    .arg(held);
         return;
     }

@@ -15,22 +15,23 @@
 #include "presenter_channel.h"
 #include "request_deadlines.h"
 
-/// What a request that was sent came to, as the send operations return it.
+/// The outcome of a request, as the send operations return it.
 enum class RequestResult { Answer = 0, TimeOut = 1, Failure = 2 };
 
-/// Brings requests to the link and outcomes back to who asked. Each request has an envelope id of
-/// its own, so that requests under way at the same time never meet each other's answers. Any
+/// Hands requests to the link and returns outcomes to their senders. Each request has an envelope
+/// id of its own, so that requests pending at the same time never get each other's answers. Any
 /// thread.
 class RequestBroker : public GatewayLinkListener {
 public:
     /// Never destroyed.
     static RequestBroker& instance();
 
-    /// Stops the link before, fails what is under way on it, starts the new one. Null disconnects.
+    /// Stops the former link, fails the requests pending on it, starts the new one. Null
+    /// disconnects.
     bool setLink(std::unique_ptr<GatewayLink> link, QString* error);
 
     /// Blocks up to the time-out. `channel` is the sender, null for the host itself. `response`
-    /// always gets a body: the answer, or one that tells the failure.
+    /// always gets a body: the answer, or one that describes the failure.
     RequestResult sendSync(const std::shared_ptr<PresenterChannel>& channel,
                            const GatewayRequest& request, QVariant& response);
     /// The answer goes to the channel's queue. One that has no outcome within the presenter's
@@ -41,7 +42,7 @@ public:
     void failAll(const QString& reason);
     void failOf(const PresenterChannel* channel, const QString& reason);
 
-    /// Closing refuses every request from here on; it does not fail those that are under way.
+    /// Closing refuses every request from here on; it does not fail the pending ones.
     void setClosing(bool closing);
     /// Ends the thread that gives asynchronous requests up, until the closing state is taken back.
     void stopDeadlines() { m_deadlines.stop(); }
@@ -50,7 +51,7 @@ public:
     void setBodyLimit(qint64 bytes) { m_bodyLimit = bytes; }
     bool isClosing() const { return m_closing; }
     int pendingCount() const;
-    /// The last state told of a gate; empty when none was.
+    /// The last reported state of a gate; empty before the first report.
     QString gateState(const QString& gate) const;
 
     void onAnswer(quint64 envelopeId, const QString& msgType, const QVariant& body) override;
@@ -69,7 +70,7 @@ private:
 
     std::shared_ptr<Pending> enter(const std::shared_ptr<PresenterChannel>& channel, bool isSync,
                                    GatewayRequest& request, QString* refusal);
-    /// No link, no gate: tells every gate that was told of as gone.
+    /// Reports every gate whose state is known as disconnected, since the link is gone.
     void disconnectGates();
     bool handOver(const GatewayRequest& request, QString* reason);
     /// False, with a text that names the body, when it is above the limit.

@@ -10,23 +10,23 @@
 
 #include <QtGlobal>
 
-/// The moments at which requests that nobody waits for are given up. Their thread runs from the
-/// first request on until stop(). Any thread, except that stop() is not for `expired`.
+/// The deadlines of requests on which no caller waits. Their thread runs from the first request
+/// until stop(). Any thread, but `expired` must not call stop().
 class RequestDeadlines {
 public:
     using Clock = std::chrono::steady_clock;
     using Expired = std::function<void(quint64 envelopeId)>;
 
-    /// `expired` is called on the thread of its own, once per deadline that passes.
+    /// `expired` is called on this object's own thread, once per deadline that passes.
     explicit RequestDeadlines(Expired expired) : m_expired(std::move(expired)) {}
 
-    /// Takes deadlines in again after a stop.
+    /// Accepts deadlines again after a stop().
     void open();
-    /// Forgets all deadlines, ends and joins the thread; takes none until open().
+    /// Forgets all deadlines, ends and joins the thread; further ones are ignored until open().
     void stop();
 
     void add(quint64 envelopeId, Clock::time_point deadline);
-    /// One that is not there, or that passes at this moment, does no harm.
+    /// Does nothing for a deadline that is unknown or just passing.
     void remove(quint64 envelopeId, Clock::time_point deadline);
 
 private:

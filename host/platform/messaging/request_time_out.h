@@ -5,20 +5,21 @@
 #include <thread>
 #include <vector>
 
-/// A presenter's time-out of requests, in seconds: the standing one, and those that hold for one
-/// request each while it is under way. Several threads may have such requests at once; what ends
-/// first takes nothing from the others, and when all have ended the standing one is back. Any
+/// A presenter's time-out of requests, in seconds: the standing one, and others that hold for one
+/// request each while it is pending. Several threads may have such requests at once; one that ends
+/// does not affect the others, and when all have ended the standing time-out holds again. Any
 /// thread.
 class RequestTimeOut {
 public:
-    /// What holds for a request of the calling thread: that of its own request under way, otherwise
-    /// what was set last, for everybody or for another thread's request under way.
+    /// The time-out for a request of the calling thread: that of its own pending request, otherwise
+    /// the one set last, be it the standing one or that of another thread's pending request.
     int seconds() const;
-    /// Sets the standing one; it holds at once, but for threads with a time-out of their own.
+    /// Sets the standing one; it holds at once, except on threads with a time-out of their own.
     void set(int seconds);
 
-    /// Another one for a request of the calling thread, until end() is told the number.
-    quint64 begin(int seconds);
+    /// Sets another one for a request of the calling thread, until end() is called with the
+    /// returned number.
+    [[nodiscard]] quint64 begin(int seconds);
     void end(quint64 number);
 
 private:

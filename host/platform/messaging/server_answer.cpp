@@ -1,6 +1,6 @@
 #include "server_answer.h"
 
-#include "data_log.h"
+#include "row_count.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 #include "znmsg/c_un_pack_message_common.h"
@@ -10,29 +10,36 @@ namespace {
 constexpr int kAnswered = 0;
 constexpr int kTimeOut = 1;
 
-/// False with a text when the body doesn't hold what its header tells.
-bool dataRows(const QString& msgType, CUnPackMessageCommon& body, QList<QVariantMap>* rows,
+/// False with a text when the body does not hold the rows that its header states.
+bool takeRows(const QString& msgType, CUnPackMessageCommon& body, QList<QVariantMap>* rows,
               QString* error) {
     const int held = body.GetRowCount() - 1;
-    const QVariant number = body.GetValue(System::subGroupNumber, {});
-    if (!number.isValid() && held == 0) {
-        return true;
+    int count = 0;
+    switch (readRowCount(body.GetRowValue(), held, &count)) {
+        case RowCount::Stated:
+            break;
+        case RowCount::Missing:
+            if (held == 0) {
+                break;
+            }
+            *error = QStringLiteral(
+                         "the answer to %1 is garbage: the row count is missing, "
+                         "the body holds %2 rows")
+                         .arg(msgType)
+                         .arg(held);
+            return false;
+        case RowCount::Invalid:
+            *error = QStringLiteral("the answer to %1 is garbage: its row count is \"%2\"")
+                         .arg(msgType, body.GetValue(System::subGroupNumber, QString()).toString());
+            return false;
+        case RowCount::TooLarge:
+            *error = QStringLiteral("the answer to %1 is cut short: it states %2 rows and holds %3")
+                         .arg(msgType)
+                         .arg(count)
+                         .arg(held);
+            return false;
     }
-    bool isNumber = false;
-    const int told = number.toInt(&isNumber);
-    if (!isNumber || told < 0) {
-        *error = QStringLiteral("the answer to %1 is garbage: it tells of \"%2\" rows")
-                     .arg(msgType, number.toString());
-        return false;
-    }
-    if (told > held) {
-        *error = QStringLiteral("the answer to %1 is cut short: it tells of %2 rows and holds %3")
-                     .arg(msgType)
-                     .arg(told)
-                     .arg(held);
-        return false;
-    }
-    for (int row = 1; row <= told; ++row) {
+    for (int row = 1; row <= count; ++row) {
         body.SetCurrentRow(row);
         rows->append(body.GetRowValue());
     }
@@ -54,10 +61,9 @@ ServerAnswer judgeAnswer(const QString& msgType, int sendResult, const QVariant&
     const bool success = status == RequestExeStatus::success;
     if (sendResult == kAnswered && success) {
         ServerAnswer answer{status, QString(), {}, body.GetRowValue()};
-        if (dataRows(msgType, body, &answer.rows, &answer.error)) {
+        if (takeRows(msgType, body, &answer.rows, &answer.error)) {
             return answer;
         }
-        qCWarning(lcPlatformQuery).noquote() << answer.error;
         return {QString(), answer.error, {}, {}};
     }
     QString text = body.GetValue(System::textDescription, QString()).toString();

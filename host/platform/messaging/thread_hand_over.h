@@ -4,8 +4,8 @@
 #include <QObject>
 #include <utility>
 
-// The thread sanitizer does not see the futexes inside Qt's locks and event queues. These two tell
-// it of a hand-over; in every other build they are nothing.
+// The thread sanitizer does not see the futexes inside Qt's locks and event queues. These two
+// functions report a hand-over to it; in every other build they do nothing.
 #ifdef __SANITIZE_THREAD__
 extern "C" void __tsan_acquire(void* address);
 extern "C" void __tsan_release(void* address);
@@ -33,7 +33,7 @@ public:
     HandedOver(const HandedOver&) = delete;
     HandedOver& operator=(const HandedOver&) = delete;
     HandedOver& operator=(HandedOver&&) = delete;
-    // The queue's memory goes on whichever of the two threads lets go of it last.
+    // The queue's memory is freed on whichever of the two threads releases it last.
     ~HandedOver() { handOverAcquire(&s_address); }
 
     void operator()() {

@@ -10,8 +10,8 @@
 
 namespace {
 
-/// Takes the security accounts out of a row of the tree. A server that lists none has the one that
-/// the account's record names.
+/// Removes the security accounts from a row of the tree and returns them. A row without a list has
+/// the one security account that the account's record names.
 QList<QVariantMap> takeSecurityAccounts(QVariantMap& row) {
     QVariantList listed;
     if (row.contains(HostField::securityAccounts)) {
@@ -51,9 +51,9 @@ void BusinessDataStore::setLogin(const QVariantMap& record) {
     const bool otherLogin = m_login.value(UserAccount::userID) != record.value(UserAccount::userID);
     m_login = record;
     if (otherLogin) {
-        // The mark that the list is ready goes before the list: a presenter that starts in between
-        // waits for the next one instead of loading an empty one. Both under the lock, or a tree
-        // that comes meanwhile could lose its mark.
+        // The mark that the list is ready is removed before the list: a presenter that starts in
+        // between waits for the next list instead of loading an empty one. Both happen under the
+        // lock, or a tree that arrives meanwhile could lose its mark.
         m_cache.clear();
         m_tree = Tree();
     }
@@ -69,7 +69,7 @@ QVariantMap BusinessDataStore::loginRecord() const {
     return m_login;
 }
 
-/// Takes the rows apart: a tree of thousands of accounts is not copied for that.
+/// Moves the contents out of the rows, so that a tree of thousands of accounts is not copied.
 BusinessDataStore::Tree BusinessDataStore::buildTree(QList<QVariantMap>& rows) {
     Tree tree;
     tree.accounts.reserve(rows.size());
@@ -79,8 +79,8 @@ BusinessDataStore::Tree BusinessDataStore::buildTree(QList<QVariantMap>& rows) {
             qCWarning(lcPlatformData) << "a row of the account tree has no trading account:" << row;
             continue;
         }
-        // Authorities and security accounts have questions of their own; the record holds the
-        // account's fields only.
+        // Authorities and security accounts are read by functions of their own; the record holds
+        // the account's fields only.
         const QString joined = row.take(HostField::authorityTypes).toString();
         const QList<QVariantMap> securityAccounts = takeSecurityAccounts(row);
         Account& account = tree.accounts[tradingAccount];
@@ -107,8 +107,8 @@ void BusinessDataStore::setAccountTree(QList<QVariantMap> rows) {
     Tree tree = buildTree(rows);
     const std::unique_lock<std::shared_mutex> guard(m_loginLock);
     std::swap(m_tree, tree);
-    // Last, since whoever waits for the mark reads the tree next; under the lock, so that the mark
-    // is always that of the tree.
+    // Last, since code that waits for the mark reads the tree next; under the lock, so that the
+    // mark always belongs to the tree.
     m_cache.set(Constants::USER_ACCOUNTLIST_INITED, true);
 }
 
@@ -166,7 +166,7 @@ QDateTime BusinessDataStore::now() const {
         const std::lock_guard<std::mutex> guard(m_clockLock);
         clock = m_clock;
     }
-    // Outside the lock: the function is somebody else's.
+    // Outside the lock, since the function belongs to the host or a test.
     return clock ? clock() : QDateTime::currentDateTime();
 }
 

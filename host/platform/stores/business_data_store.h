@@ -13,19 +13,19 @@
 #include "platform_export.h"
 #include "shared_values.h"
 
-/// What is known of the present login, and the server-aligned clock. Any thread.
+/// The current login with its accounts, and the server-aligned clock. Any thread.
 class PLATFORM_API BusinessDataStore {
 public:
     /// Forgets the login, its accounts, the cache and the clock.
     void clear();
 
-    /// The login's own record. A login of another account forgets the account tree before it.
+    /// Sets the record of the login. A login of another user forgets the former account tree.
     void setLogin(const QVariantMap& record);
     QString loginAccount() const;
     QVariantMap loginRecord() const;
 
     /// Takes the rows of the account tree and marks the account list as ready. Rows of one account
-    /// are merged at the first one's place; a row without an account is dropped with a log line.
+    /// are merged at the place of the first; a row without an account is dropped with a warning.
     void setAccountTree(QList<QVariantMap> rows);
     QStringList tradeAccounts(const QStringList& authorityTypes) const;
     QStringList authorityTypes(const QString& tradingAccount) const;
@@ -39,7 +39,7 @@ public:
     void setClock(std::function<QDateTime()> clock);
     QDateTime now() const;
 
-    /// What a field holds in the tree's records, each value once, empty ones left out, in order.
+    /// The values of a field in the tree's records, in order, each once, without empty ones.
     QStringList valuesOf(const QString& field) const;
 
 private:

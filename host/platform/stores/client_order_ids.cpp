@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <mutex>
 
+#include "never_destroyed.h"
+
 namespace {
 
 constexpr int kDecimal = 10;
@@ -24,8 +26,7 @@ struct Sequence {
 };
 
 Sequence& sequence() {
-    static auto* const instance = new Sequence;
-    return *instance;
+    return neverDestroyed<Sequence>();
 }
 
 }  // namespace

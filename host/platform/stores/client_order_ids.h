@@ -2,6 +2,6 @@
 
 #include <QString>
 
-/// New client-side ids: unique in the process and over its restarts, and in order of their making
-/// when compared as texts. Digits and the letters a to f only, always of one length.
+/// A new client-side id: unique in the process and across restarts; later ids are greater when
+/// compared as texts. Digits and the letters a to f only, always of the same length.
 QString newClientOrderId();

@@ -1,9 +1,10 @@
 #include "data_log.h"
 
-#define PLATFORM_CATEGORY(function, name)                               \
-    const QLoggingCategory& function() {                                \
-        static const auto* const category = new QLoggingCategory(name); \
-        return *category;                                               \
+#include "never_destroyed.h"
+
+#define PLATFORM_CATEGORY(function, name)                                       \
+    const QLoggingCategory& function() {                                        \
+        return neverDestroyed([] { return new const QLoggingCategory(name); }); \
     }
 
 PLATFORM_CATEGORY(lcPlatformData, "velmar.platform.data")

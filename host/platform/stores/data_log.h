@@ -2,8 +2,8 @@
 
 #include <QLoggingCategory>
 
-// Categories of the platform's data side. They are never destroyed, since objects that live to the
-// end of the process log from their destructors.
+// Log categories of the stores, queries and locks. Never destroyed: objects that live to the end of
+// the process log from their destructors.
 const QLoggingCategory& lcPlatformData();
 const QLoggingCategory& lcPlatformSettings();
 const QLoggingCategory& lcPlatformStaticData();

@@ -7,18 +7,18 @@
 #include "static_database.h"
 #include "tick_subscriptions.h"
 
-// What the data side holds, one of each in the process. Never destroyed: objects that live to the
-// end of the process still use them.
+// The stores of the process. Never destroyed: objects that live to the end of the process still use
+// them.
 namespace DataStores {
 
 SettingsFile& settings();
 StaticDatabase& staticDatabase();
 PLATFORM_API BusinessDataStore& businessData();
-/// The board that all plug-ins share.
+/// The values of ZnCore::setCommonInfo(), shared by all plug-ins.
 SharedValues& board();
 PLATFORM_API TickSubscriptions& tickSubscriptions();
 
-/// Forgets the rows of every reference table.
+/// Empties every reference table.
 void clearReferenceTables();
 
 }  // namespace DataStores

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// Fields of reference records that stand in no group of the vocabulary.
+/// Fields of reference records that are not in the vocabulary.
 namespace ReferenceField {
 inline const QString accruedInterest = QStringLiteral("accruedInterest");  ///< of 100 face value
 inline const QString etfCodeType = QStringLiteral("etfCodeType");

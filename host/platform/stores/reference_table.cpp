@@ -6,6 +6,7 @@
 
 #include "data_log.h"
 #include "data_stores.h"
+#include "never_destroyed.h"
 #include "record_text.h"
 #include "vocabulary/fields.h"
 
@@ -21,14 +22,14 @@ ReferenceTable::ReferenceTable(const QString& kind) : m_kind(kind) {}
 
 ReferenceTable& ReferenceTable::of(ReferenceKind kind) {
     using Tables = std::array<ReferenceTable*, kKindNames.size()>;
-    static const Tables* const tables = [] {
-        auto* made = new Tables;
+    const Tables& tables = neverDestroyed([] {
+        auto* const made = new Tables;
         for (size_t i = 0; i < made->size(); ++i) {
             made->at(i) = new ReferenceTable(QLatin1String(kKindNames.at(i)));
         }
         return made;
-    }();
-    return *tables->at(size_t(kind));
+    });
+    return *tables.at(size_t(kind));
 }
 
 void ReferenceTable::clearAll() {
@@ -62,7 +63,7 @@ bool ReferenceTable::loadRows(const QSet<QString>* tradingAccounts) {
         QVariantMap record;
         if (!RecordText::read(it.value(), &record, &error)) {
             qCWarning(lcPlatformStaticData).noquote()
-                << "reference row" << it.key() << "of kind" << m_kind << "is no record:" << error;
+                << "reference row" << it.key() << "of kind" << m_kind << "cannot be read:" << error;
         } else if (!tradingAccounts || tradingAccounts->contains(
                                            record.value(UserAccount::tradingAccount).toString())) {
             rows.insert(it.key(), record);

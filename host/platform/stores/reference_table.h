@@ -18,10 +18,10 @@ public:
     static ReferenceTable& of(ReferenceKind kind);
     static void clearAll();
 
-    /// Reads the rows anew. A row that is no record is passed over with a log line. False with a
-    /// log line, the table then being empty, when the database cannot be read.
+    /// Reads the rows again. A row that is not a record is skipped with a warning. False with a
+    /// warning when the database cannot be read; the table is empty then.
     bool load();
-    /// Reads only the rows that belong to one of these trading accounts.
+    /// The same for the rows of these trading accounts only.
     bool loadOfAccounts(const QSet<QString>& tradingAccounts);
     void clear();
 
@@ -29,8 +29,8 @@ public:
     bool contains(const QString& symbol) const;
     /// An empty record for an unknown symbol.
     QVariantMap record(const QString& symbol) const;
-    /// The record whose field has this text, the one with the smallest symbol where several have;
-    /// walks all rows. Empty when none has.
+    /// The record whose field has this text, the one with the smallest symbol if several have it.
+    /// Looks at every row. Empty when no record has it.
     QVariantMap recordWith(const QString& field, const QString& text) const;
     QHash<QString, QVariantMap> records() const;
 

@@ -1,11 +1,28 @@
 #include "security_book.h"
 
+#include "data_log.h"
+#include "data_stores.h"
+#include "quantity_rule_check.h"
+#include "quantity_sections.h"
+#include "never_destroyed.h"
 #include "reference_table.h"
 #include "vocabulary/fields.h"
 
+namespace {
+
+void warnOfBadQuantities(const QHash<QString, QVariantMap>& securities) {
+    const StaticDatabase& rules = DataStores::staticDatabase();
+    const QStringList sentences = minimumsOffTheirStep(
+        securities, rules.section(QuantitySection::step), rules.section(QuantitySection::min));
+    for (const QString& sentence : sentences) {
+        qCWarning(lcPlatformStaticData).noquote() << sentence;
+    }
+}
+
+}  // namespace
+
 SecurityBook& SecurityBook::instance() {
-    static auto* const book = new SecurityBook;
-    return *book;
+    return neverDestroyed([] { return new SecurityBook; });
 }
 
 void SecurityBook::clear() {
@@ -23,12 +40,13 @@ std::shared_ptr<const SecurityBook::Rows> SecurityBook::rows() const {
 
 std::shared_ptr<const SecurityBook::Rows> SecurityBook::readRows() {
     ReferenceTable& table = ReferenceTable::of(ReferenceKind::Security);
-    // What cannot be read is told by the table; the book is empty then and not tried again.
+    // The table logs a failure to read; the book is empty then and is not read again.
     table.load();
     auto rows = std::make_shared<Rows>();
     rows->bySymbol = table.records();
+    warnOfBadQuantities(rows->bySymbol);
     QStringList symbols = rows->bySymbol.keys();
-    // Where two securities claim an id, the one with the smaller symbol has it.
+    // If two securities have the same id, it leads to the one with the smaller symbol.
     symbols.sort();
     for (const QString& symbol : symbols) {
         const QVariantMap record = rows->bySymbol.value(symbol);

@@ -5,14 +5,15 @@
 #include <QSettings>
 
 #include "data_log.h"
+#include "settings_codec.h"
 
-/// QSettings writes once more from the event loop of the thread that made it; that write takes the
-/// same lock as all others.
+/// QSettings writes once more from the event loop of the thread that created it; that write takes
+/// the same lock as all others.
 class SettingsFile::LockedSettings : public QSettings {
 public:
     LockedSettings(const QString& file, std::mutex* lock)
         : QSettings(file, QSettings::IniFormat), m_lock(lock) {
-        setIniCodec("UTF-8");
+        setIniCodec(settingsCodec());
     }
 
 protected:
@@ -26,6 +27,15 @@ private:
 };
 
 namespace {
+
+/// How the write that has just ended went. The status of a QSettings stays at the first error for
+/// ever, so after an earlier error a new object on the same file finds out: it shares the values
+/// that are still to be written and tries again.
+QSettings::Status statusOfWrite(const QSettings& settings, QSettings::Status before) {
+    return before == QSettings::NoError
+               ? settings.status()
+               : QSettings(settings.fileName(), QSettings::IniFormat).status();
+}
 
 QString describe(QSettings::Status status) {
     return status == QSettings::FormatError ? QStringLiteral("it is not in the settings format")
@@ -76,14 +86,15 @@ void SettingsFile::setValue(const QString& key, const QVariant& value) {
     if (!m_settings || key.isEmpty()) {
         qCWarning(lcPlatformSettings)
             << "setting" << key
-            << "is dropped:" << (m_settings ? "it has no key" : "no file is open");
+            << "is dropped:" << (m_settings ? "its key is empty" : "no file is open");
         return;
     }
+    const QSettings::Status before = m_settings->status();
     m_settings->setValue(key, value);
     m_settings->sync();
-    if (m_settings->status() != QSettings::NoError) {
-        qCWarning(lcPlatformSettings)
-            << "setting" << key << "is not in the file" << m_settings->fileName() << ":"
-            << describe(m_settings->status());
+    const QSettings::Status status = statusOfWrite(*m_settings, before);
+    if (status != QSettings::NoError) {
+        qCWarning(lcPlatformSettings) << "setting" << key << "is not in the file"
+                                      << m_settings->fileName() << ":" << describe(status);
     }
 }

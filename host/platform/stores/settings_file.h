@@ -5,21 +5,21 @@
 #include <memory>
 #include <mutex>
 
-/// The persisted settings: one INI file in UTF-8. Any thread; each write is in the file when it
-/// returns.
+/// The persisted settings: one INI file in UTF-8. Any thread. A value is in the file when
+/// setValue() returns.
 class SettingsFile {
 public:
     SettingsFile();
     ~SettingsFile();
 
-    /// Takes the file, which need not exist, in place of the one before. False with a text when it
-    /// cannot be used; then no file is open.
+    /// Opens a file, which need not exist, in place of the former one. False with a text when it
+    /// cannot be used; no file is open then.
     bool open(const QString& file, QString* error);
     void close();
 
     /// An invalid value when the key is absent or no file is open.
     QVariant value(const QString& key) const;
-    /// A write that fails, or that meets no open file, leaves a log line.
+    /// Logs a warning when the write fails or no file is open.
     void setValue(const QString& key, const QVariant& value);
 
 private:

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <shared_mutex>
 
-/// Values by key that every thread reads and writes; nothing is kept beyond the process.
+/// Values by key, for all threads and for the life of the process only.
 class SharedValues {
 public:
     void set(const QString& key, const QVariant& value) {
@@ -14,7 +14,7 @@ public:
         m_values.insert(key, value);
     }
 
-    /// False, with `value` as it was, when the key was never set.
+    /// False when the key was never set; `value` is not changed then.
     bool get(const QString& key, QVariant& value) const {
         const std::shared_lock<std::shared_mutex> guard(m_lock);
         const auto found = m_values.constFind(key);

@@ -5,13 +5,13 @@
 #include <QString>
 #include <shared_mutex>
 
-/// The static database: a SQLite file that is only ever read. The configuration is taken into
-/// memory when it is opened; reference rows are read from the file on demand. Any thread.
+/// The static database: a SQLite file that is only read. The configuration is read into memory when
+/// it is opened; reference rows are read from the file on demand. Any thread.
 class StaticDatabase {
 public:
-    /// Checks the file and reads its configuration, in place of the one before; an empty name means
-    /// that there is no static data. Never makes a file. False with a text that names the file and
-    /// says how to rebuild it; then nothing is open.
+    /// Checks the file and reads its configuration, which replaces the previous one; without a name
+    /// there is no static data. Never creates a file. False with a text that names the file, the
+    /// reason and the remedy; nothing is open then.
     bool open(const QString& file, QString* error);
     void close();
 

@@ -10,17 +10,17 @@
 
 #include "platform_export.h"
 
-/// The symbols whose ticks readers have asked for. Any thread.
+/// The symbols whose ticks readers subscribed to. Any thread.
 class PLATFORM_API TickSubscriptions {
 public:
-    /// Adds or removes symbols; empty ones are passed over.
+    /// Adds or removes symbols; empty ones are ignored.
     void change(const QStringList& symbols, bool adds);
     void clear();
     /// In the order of their first subscription.
     QStringList symbols() const;
-    /// Has `changed` called after each change, on the thread that made it and with no lock held,
-    /// for as long as the result lives. A call that is under way when the result goes still ends,
-    /// so `changed` owns what it uses.
+    /// Calls `changed` after each change, on the thread that made it and without a lock held, until
+    /// the returned object is destroyed. A call may still be running at that moment, so `changed`
+    /// must own what it uses.
     std::shared_ptr<void> onChanged(std::function<void()> changed);
 
 private:

@@ -84,10 +84,16 @@ bool installLog(const ShellOptions& options) {
     return true;
 }
 
+/// A client says on stderr when it waits for another process.
+Client::Listener withWaits(Client::Listener listener) {
+    listener.waits = &printError;
+    return listener;
+}
+
 /// A client whose waits on the main thread end after an interrupt.
 struct WatchedClient {
     explicit WatchedClient(const Client::Options& options, const Client::Listener& listener = {})
-        : client(options, listener) {
+        : client(options, withWaits(listener)) {
         QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
     }
 
@@ -181,18 +187,23 @@ int runMainJob(const ShellOptions& options) {
         return StartFailed;
     }
     StepPrinter steps;
-    Client::Options withNeighbour = clientOptions(options);
-    withNeighbour.libraries.append(kNeighbourLibrary);
+    Client::Options withPlugins = clientOptions(options);
+    withPlugins.allPlugins = true;
+    withPlugins.pluginFiles = options.pluginFiles;
     ProgressBar progress;
-    WatchedClient watched(withNeighbour,
-                          {[&steps](const QString& text) { steps.ended(text); },
-                           [&progress](int done, int total) { progress.show(done, total); }});
+    Client::Listener listener;
+    listener.stepEnded = [&steps](const QString& text) { steps.ended(text); };
+    listener.marketProgress = [&progress](int done, int total) { progress.show(done, total); };
+    listener.pluginSkipped = [](const QString& text) {
+        printError(QStringLiteral("plug-in skipped: %1").arg(text));
+    };
+    WatchedClient watched(withPlugins, listener);
     Client& client = watched.client;
     QString error;
     if (!watched.start()) {
         return StartFailed;
     }
-    if (!client.makePluginObject(kNeighbourObject, &error)) {
+    if (!client.makePluginObjects(&error)) {
         printError(error);
         return StartFailed;
     }

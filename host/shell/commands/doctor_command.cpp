@@ -9,10 +9,10 @@
 #include <QSqlDatabase>
 
 #include "facade_library.h"
+#include "plugin_manager.h"
 
 namespace {
 
-inline const QString kInterfaceId = QStringLiteral("ZNAppPlugin");
 inline const QString kBusinessDataFile = QStringLiteral("libVelmarBusinessDataManager.so");
 
 class Examination {
@@ -135,18 +135,15 @@ private:
     }
 
     void examinePlugin(const QString& name, const QString& file) {
-        const QJsonObject metaData = QPluginLoader(file).metaData();
-        const QString id = metaData.value(QLatin1String("IID")).toString();
-        if (id != kInterfaceId) {
-            const QString why = id.isEmpty()
-                                    ? QStringLiteral("not a plug-in")
-                                    : QStringLiteral("a plug-in of the interface \"%1\"").arg(id);
+        const QString why = PluginManager::unfitReason(file);
+        if (!why.isEmpty()) {
             add(QString(), QStringLiteral("%1: %2").arg(name, why));
-            addProblem(QStringLiteral("%1 is %2").arg(file, why));
+            addProblem(QStringLiteral("%1: %2").arg(file, why));
             return;
         }
-        const QJsonObject own = metaData.value(QLatin1String("MetaData")).toObject();
-        QString text = QStringLiteral("%1: version %2, compatible from %3")
+        const QJsonObject own =
+            QPluginLoader(file).metaData().value(QLatin1String("MetaData")).toObject();
+        QString text = QStringLiteral("%1: version %2, built for interface %3")
                            .arg(name, own.value(QLatin1String("Version")).toString(),
                                 own.value(QLatin1String("CompatVersion")).toString());
         QLibrary library(file);

@@ -43,8 +43,10 @@ inline const std::array<QString, kLevels> sellQty{
     QStringLiteral("Sell3OrderQty"), QStringLiteral("Sell4OrderQty"),
     QStringLiteral("Sell5OrderQty")};
 
-/// Readers take a "MaxPx" above ten million for "no limit".
+/// The `maxPrice` of a day without an upper limit. Readers take every `maxPrice` above
+/// kHighestLimit for "no limit".
 constexpr double kNoUpperLimit = 99999999.0;
+constexpr double kHighestLimit = 1e7;
 
 }  // namespace TickField
 

@@ -2,7 +2,7 @@
 #include <functional>
 #include <thread>
 
-#include "account_room.h"
+#include "account_fixture.h"
 #include "log_capture.h"
 #include "lookups_over.h"
 #include "vocabulary/fields.h"
@@ -22,7 +22,7 @@ TestAccount account(const QString& name, const QString& product, const QString& 
         .withCounter(UserAccount::OTCFundAccount, realFund);
 }
 
-/// A small tree, in the platform's order; "cold" is frozen and stands beside "near1" in every node.
+/// A small tree, in the platform's order; "cold" is frozen and is in the same nodes as "near1".
 QList<TestAccount> tree() {
     return {account("near2", "P1", "S1", "c1", "F1", "R1", FundAccountType::Credit)
                 .withSecurityAccount("G", "g2"),
@@ -54,10 +54,10 @@ Q_DECLARE_METATYPE(Ask)
 class AccountListsTest : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<AccountRoom> m_room;
-    const AccountLookups& lookups() const { return m_room->lookups; }
+    std::unique_ptr<AccountFixture> m_fixture;
+    const AccountLookups& lookups() const { return m_fixture->lookups; }
 
-    /// Every list function, asked for as much as it can give.
+    /// Every list function, with the widest arguments.
     static QList<QPair<QByteArray, Ask>> everyList() {
         return {
             {"accounts", [](auto& l, bool w) { return l.GetTradingAccountList(w, 0, true); }},
@@ -107,13 +107,13 @@ class AccountListsTest : public QObject {
 
 private slots:
     void init() {
-        m_room = std::make_unique<AccountRoom>(tree());
-        m_room->world.login();
+        m_fixture = std::make_unique<AccountFixture>(tree());
+        m_fixture->world.login();
     }
-    void cleanup() { m_room.reset(); }
+    void cleanup() { m_fixture.reset(); }
 
-    void frozenAccount_hasARecordAndStandsInNoList() {
-        m_room->load();
+    void frozenAccount_hasARecordAndIsInNoList() {
+        m_fixture->load();
         QCOMPARE(lookups().GetAccountInfoByTradingAccount("cold", true).fundAccount, QString("F1"));
         for (const auto& list : everyList() + everyListThatAlwaysWaits()) {
             const QStringList names = list.second(lookups(), true);
@@ -153,7 +153,7 @@ private slots:
         });
         const bool waits = log.waitFor("GetFundAccountList wait for FundAccountInit");
         const bool early = returned;
-        m_room->load();
+        m_fixture->load();
         reader.join();
         QVERIFY(waits);
         QVERIFY(!early);
@@ -161,15 +161,15 @@ private slots:
     }
 
     void oneField_ofARecord_isThatOfTheRecord() {
-        m_room->load();
+        m_fixture->load();
         QCOMPARE(lookups().GetAccountAssetPropByTradingAccount("near2"), FundAccountType::Credit);
         QCOMPARE(lookups().GetAccountAssetPropByTradingAccount("nobody"), QString());
         QCOMPARE(lookups().GetExtCounterCodeByTradingAccount("near2"), CounterSysCode::Normal_ZN);
         QCOMPARE(lookups().GetExtCounterCodeByTradingAccount("nobody"), QString());
     }
 
-    void normalCounter_record_isToldByItsCode() {
-        m_room->load();
+    void normalCounter_record_dependsOnItsCode() {
+        m_fixture->load();
         tagUserAccountInfo record;
         QVERIFY(!lookups().IsAccountNormalCounter(record));
         record.extCounterCode = CounterSysCode::QFII_ZN;
@@ -197,7 +197,7 @@ private slots:
         QFETCH(int, authority);
         QFETCH(bool, distributed);
         QFETCH(QStringList, expected);
-        m_room->load();
+        m_fixture->load();
         QCOMPARE(lookups().GetTradingAccountListByProduct(product, true, authority, distributed),
                  expected);
         QCOMPARE(
@@ -205,8 +205,8 @@ private slots:
             expected);
     }
 
-    void asset_list_holdsTheAccountsBelowIt() {
-        m_room->load();
+    void asset_list_containsTheAccountsBelowIt() {
+        m_fixture->load();
         const auto below = [this](const QString& asset, bool distributed) {
             return namesOf(lookups().GetAccountInfoListFromAsset(asset, true, distributed));
         };
@@ -234,21 +234,21 @@ private slots:
         QFETCH(int, mask);
         QFETCH(bool, distributed);
         QFETCH(QStringList, expected);
-        m_room->load();
+        m_fixture->load();
         QCOMPARE(namesOf(lookups().GetAccountInfoListFromClientNo(client, mask, true, distributed)),
                  expected);
     }
 
-    void fund_list_holdsTheAccountsBelowIt() {
-        m_room->load();
+    void fund_list_containsTheAccountsBelowIt() {
+        m_fixture->load();
         QCOMPARE(namesOf(lookups().GetAccountInfoListFromFund("F1", true)),
                  (List{"near2", "near1"}));
         QCOMPARE(namesOf(lookups().GetAccountInfoListFromFund("F2", true)), List{"far"});
         QCOMPARE(namesOf(lookups().GetAccountInfoListFromFund("F9", true)), List());
     }
 
-    void trade_oneOrSome_areThoseKnownInPriorityOrder() {
-        m_room->load();
+    void trade_oneOrSome_areThoseKnownInAccountOrder() {
+        m_fixture->load();
         QCOMPARE(namesOf(lookups().GetAccountInfoListFromTrade("far", true)), List{"far"});
         QCOMPARE(namesOf(lookups().GetAccountInfoListFromTrade("nobody", true)), List());
         QCOMPARE(namesOf(lookups().GetAccountInfoListFromTradeList(
@@ -258,7 +258,7 @@ private slots:
     }
 
     void realFund_ofAnAccount_isSharedByTheOthersOfIt() {
-        m_room->load();
+        m_fixture->load();
         const auto sharing = [this](const QString& name) {
             return namesOf(lookups().GetAccountInfoListFromTradingWithSameRealFund(name));
         };
@@ -270,7 +270,7 @@ private slots:
     }
 
     void hongKong_lists_areTradableCentralCashAccountsThere() {
-        m_room->load();
+        m_fixture->load();
         QCOMPARE(namesOf(lookups().GetHKAccountInfoList()), (List{"near1", "south"}));
         QCOMPARE(namesOf(lookups().GetHStockCirculateAccountList()), List{"near1"});
     }
@@ -295,18 +295,18 @@ private slots:
         QVERIFY(tables->m_hStockCirculateAccounts.value("Q").contains("near1"));
     }
 
-    void customers_ofAllAccounts_comeOnceInPriorityOrder() {
-        m_room->load();
+    void customers_ofAllAccounts_areListedOnceInAccountOrder() {
+        m_fixture->load();
         QCOMPARE(lookups().GetAllClientNoList(0, true), (List{"c1", "c2"}));
         QCOMPARE(lookups().GetAllClientNoList(2, true), List());
-        m_room->edits.SetAccountOrderList({"south", "near1"});
+        m_fixture->edits.SetAccountOrderList({"south", "near1"});
         QCOMPARE(lookups().GetAllClientNoList(16, false), (List{"c1", "c2"}));
-        m_room->edits.SetAccountOrderList({"south", "near1", "near2"});
+        m_fixture->edits.SetAccountOrderList({"south", "near1", "near2"});
         QCOMPARE(lookups().GetAllClientNoList(16, false), (List{"c2", "c1"}));
     }
 
     void products_maps_areThoseOfTheLoad() {
-        m_room->load();
+        m_fixture->load();
         const QMap<QString, QString> both{{"P1", "产品P1"}, {"P2", "产品P2"}};
         QCOMPARE(lookups().GetAllProductAccountMap(), both);
         QCOMPARE(lookups().GetAuthTradeProductAccountList(), both);

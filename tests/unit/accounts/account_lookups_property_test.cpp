@@ -24,18 +24,18 @@ struct Account {
 };
 
 const QStringList kExchanges{"1", "2", "G"};
-/// Where no account is.
+/// An exchange without accounts.
 inline const QString kNobodysExchange = QStringLiteral("9");
-/// Customers, products and assets alike; nobody is of the last.
+/// Names of customers, products and assets; no account belongs to the last one.
 const QStringList kNodes{"a", "b", "c", "nobody's"};
 constexpr int kProps[] = {1, 2, 4, 8, 16};
 
-/// One of the nodes, less so many of the last.
+/// One of the nodes, without the last `less` ones.
 QString anyNode(int less = 0) {
     return kNodes.at(*rc::gen::inRange(0, static_cast<int>(kNodes.size()) - less));
 }
 
-/// What a question may name: some exchanges, some of them twice, and one where no account is.
+/// Some exchanges as an argument, some of them twice, and perhaps one without accounts.
 QStringList anyExchanges() {
     QStringList exchanges;
     for (int i = *rc::gen::inRange(0, 5); i > 0; --i) {
@@ -68,7 +68,7 @@ std::vector<Account> anyAccounts() {
     return accounts;
 }
 
-/// A part of the accounts, some twice, and some that nobody has, in any order.
+/// Some of the accounts, some twice, and some that do not exist, in any order.
 QStringList anyOrder(const std::vector<Account>& accounts) {
     QStringList order;
     for (int i = *rc::gen::inRange(0, 30); i > 0; --i) {
@@ -109,11 +109,11 @@ void fill(AccountState& state, const std::vector<Account>& accounts, const QStri
         }
     }
     const auto list = state.m_accountOrderLock.write();
-    list->setList(order);
+    list->assign(order);
     state.m_fundAccountInited = true;
 }
 
-/// What the list must be, told account by account.
+/// The expected list, worked out account by account.
 QStringList expectedList(const std::vector<Account>& accounts, const QStringList& order,
                          const std::function<bool(const Account&)>& fits) {
     std::vector<QString> names;

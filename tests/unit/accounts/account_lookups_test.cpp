@@ -39,7 +39,7 @@ void fill(AccountState& state, const QList<Entry>& entries) {
 
 void setOrder(AccountState& state, const QStringList& order) {
     const auto list = state.m_accountOrderLock.write();
-    list->setList(order);
+    list->assign(order);
 }
 
 }  // namespace
@@ -133,7 +133,7 @@ private slots:
         QVERIFY(lookups.GetAuthTradeProductAccountList().isEmpty());
     }
 
-    void fundProp_mask_unitesItsBits_data() {
+    void fundProp_mask_combinesItsBits_data() {
         QTest::addColumn<int>("mask");
         QTest::addColumn<QStringList>("expected");
         QTest::newRow("none") << 0 << QStringList{};
@@ -145,7 +145,7 @@ private slots:
         QTest::newRow("normal and margin") << 3 << QStringList{"m", "n"};
         QTest::newRow("all") << 31 << QStringList{"f", "g", "m", "n", "o"};
     }
-    void fundProp_mask_unitesItsBits() {
+    void fundProp_mask_combinesItsBits() {
         QFETCH(int, mask);
         QFETCH(QStringList, expected);
         AccountState state;
@@ -176,7 +176,7 @@ private slots:
         QCOMPARE(on({}), (QStringList{"both", "neither", "sh", "sz"}));
     }
 
-    void fundProp_moreExchangesThanBits_areAllTold() {
+    void fundProp_moreExchangesThanBits_allNarrowTheList() {
         AccountState state;
         fill(state, {{"even"}, {"odd"}, {"none"}});
         {
@@ -193,14 +193,14 @@ private slots:
         }
     }
 
-    void distributed_list_holdsTradableOnesOnly() {
+    void distributed_list_containsTradableOnesOnly() {
         AccountState state;
         fill(state, {{"far", 16, 1, true}, {"farQuery", 1, 1, true}, {"near", 16, 1, false}});
         const LookupsOver lookups(state);
         QCOMPARE(namesOf(lookups.GetDistributedAccountList()), QStringList{"far"});
     }
 
-    void order_accountsOutsideTheList_leadInAStableOrder() {
+    void order_accountsOutsideTheList_comeFirstInAStableOrder() {
         AccountState state;
         fill(state, {{"a"}, {"b"}, {"c"}, {"d"}});
         setOrder(state, {"d", "b"});
@@ -226,7 +226,7 @@ private slots:
         QCOMPARE(LookupsOver(state).GetTradingAccountList(true, 0, true), expected);
     }
 
-    void order_accountListedTwice_standsAtItsFirstPlace() {
+    void order_accountListedTwice_isAtItsFirstPlace() {
         AccountState state;
         fill(state, {{"a"}, {"b"}, {"c"}});
         setOrder(state, {"c", "a", "b", "c"});
@@ -234,7 +234,7 @@ private slots:
                  (QStringList{"c", "a", "b"}));
     }
 
-    void list_tablesChangedSince_isThatOfTheChange() {
+    void list_tablesChanged_reflectsTheChange() {
         AccountState state;
         fill(state, {{"a"}, {"b", 16, 2}});
         const LookupsOver lookups(state);

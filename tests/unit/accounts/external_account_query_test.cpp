@@ -1,6 +1,6 @@
 #include <QtTest>
 
-#include "account_room.h"
+#include "account_fixture.h"
 #include "log_capture.h"
 #include "shared_settings.h"
 #include "vocabulary/fields.h"
@@ -33,7 +33,7 @@ bool isInAnyIndex(const AccountTables& tables, const QString& account) {
     return found;
 }
 
-/// The records that the load prepares before it asks the counter.
+/// The records that the load prepares before it queries the counter.
 QMap<QString, tagUserAccountInfo> prepared(const QStringList& accounts) {
     QMap<QString, tagUserAccountInfo> records;
     for (const QString& account : accounts) {
@@ -54,26 +54,52 @@ class ExternalAccountQueryTest : public QObject {
 
 private slots:
     void query_250Accounts_makesRequestsOf100And100And50() {
-        AccountRoom room(numberedAccounts(250));
-        room.world.login();
-        room.load();
-        const QList<QStringList> asked = room.world.askedAccounts();
+        AccountFixture fixture(numberedAccounts(250));
+        fixture.world.login();
+        fixture.load();
+        const QList<QStringList> asked = fixture.world.askedAccounts();
         QCOMPARE(asked.size(), 3);
         QCOMPARE(asked.at(0).size(), 100);
         QCOMPARE(asked.at(1).size(), 100);
         QCOMPARE(asked.at(2).size(), 50);
         QCOMPARE(asked.at(0).first(), QString("T0001"));
         QCOMPARE(asked.at(2).last(), QString("T0250"));
-        QCOMPARE(room.lookups.GetTradingAccountList(true, 0, true).size(), 250);
+        QCOMPARE(fixture.lookups.GetTradingAccountList(true, 0, true).size(), 250);
+    }
+
+    void query_accountsAtTheBatchSize_makesNoEmptyRequest_data() {
+        QTest::addColumn<int>("accounts");
+        QTest::addColumn<QList<int>>("batches");
+        QTest::newRow("none") << 0 << QList<int>{};
+        QTest::newRow("1") << 1 << QList<int>{1};
+        QTest::newRow("100") << 100 << QList<int>{100};
+        QTest::newRow("101") << 101 << QList<int>{100, 1};
+        QTest::newRow("200") << 200 << QList<int>{100, 100};
+    }
+    void query_accountsAtTheBatchSize_makesNoEmptyRequest() {
+        QFETCH(int, accounts);
+        QFETCH(QList<int>, batches);
+        AccountFixture fixture(numberedAccounts(accounts));
+        fixture.world.login();
+        QVERIFY(fixture.load());
+        QList<int> sizes;
+        QStringList all;
+        for (const QStringList& batch : fixture.world.askedAccounts()) {
+            sizes.append(batch.size());
+            all += batch;
+        }
+        QCOMPARE(sizes, batches);
+        QCOMPARE(QSet<QString>(all.begin(), all.end()).size(), accounts);
+        QCOMPARE(fixture.lookups.GetTradingAccountList(true, 0, true).size(), accounts);
     }
 
     void query_request_carriesItsFieldsInOneHeaderRow() {
-        AccountRoom room(numberedAccounts(2));
-        room.world.login();
-        room.load();
-        const ScriptedLink::Request request = room.world.link().lastRequest(kQuery);
+        AccountFixture fixture(numberedAccounts(2));
+        fixture.world.login();
+        fixture.load();
+        const ScriptedLink::Request request = fixture.world.link().lastRequest(kQuery);
         QCOMPARE(request.envelopeType, kQuery);
-        QCOMPARE(request.sourceId, room.presenter->pluginPid());
+        QCOMPARE(request.sourceId, fixture.presenter->pluginPid());
         QVERIFY(request.rows.isEmpty());
         const QVariantMap expected{{System::msgType, kQuery},
                                    {UserAccount::loginUserId, "tester"},
@@ -83,10 +109,10 @@ private slots:
     }
 
     void row_counterFields_completeTheRecord() {
-        AccountRoom room({TestAccount("T1")});
-        room.world.login();
-        room.load();
-        const tagUserAccountInfo record = room.record("T1");
+        AccountFixture fixture({TestAccount("T1")});
+        fixture.world.login();
+        fixture.load();
+        const tagUserAccountInfo record = fixture.record("T1");
         QCOMPARE(record.fundAccount, QString("fundT1"));
         QCOMPARE(record.fundAccountType, FundAccountType::Cash);
         QCOMPARE(record.counterAccountName, QString("柜台T1"));
@@ -104,61 +130,63 @@ private slots:
     }
 
     void row_abbreviationInTheFile_isTheDisplayName() {
-        AccountRoom room({TestAccount("T1"), TestAccount("T2")});
+        AccountFixture fixture({TestAccount("T1"), TestAccount("T2")});
         {
             SharedSettings file(VelmarUtils::GetUserCfgFileDir() + "fundAbbr.cfg", nullptr);
             file.lockedSetValue("T1", "简称,一");
         }
-        room.world.login();
-        room.load();
-        QCOMPARE(room.record("T1").abbrName, QString("简称,一"));
-        QCOMPARE(room.record("T1").accountName, QString("简称,一"));
-        QCOMPARE(room.record("T2").accountName, QString("柜台T2"));
+        fixture.world.login();
+        fixture.load();
+        QCOMPARE(fixture.record("T1").abbrName, QString("简称,一"));
+        QCOMPARE(fixture.record("T1").accountName, QString("简称,一"));
+        QCOMPARE(fixture.record("T2").accountName, QString("柜台T2"));
     }
 
-    void row_unaskedAccount_createsARecordAndIsIndexed() {
-        AccountRoom room({TestAccount("T1")});
-        room.world.login();
+    void row_accountNotQueried_createsARecordAndIsIndexed() {
+        AccountFixture fixture({TestAccount("T1")});
+        fixture.world.login();
         QVariantMap stranger = TestAccount("S9").counter;
-        room.world.link().on(kQuery, [&room, stranger](const QVariant& body) {
-            QList<QVariantMap> rows = rowsOf(room.world.counterAnswer(body));
+        fixture.world.link().on(kQuery, [&fixture, stranger](const QVariant& body) {
+            QList<QVariantMap> rows = rowsOf(fixture.world.counterAnswer(body));
             rows.prepend(stranger);
             return makeAnswer(body, rows);
         });
         LogCapture log;
-        room.load();
-        QCOMPARE(room.record("S9").fundAccount, QString("fundS9"));
-        QVERIFY(room.lookups.GetTradingAccountList(true, 0, true).contains("S9"));
-        QVERIFY(room.lookups.GetTradingAccountList(true, 0, true).contains("T1"));
+        fixture.load();
+        QCOMPARE(fixture.record("S9").tradingAccount, QString("S9"));
+        QCOMPARE(fixture.record("S9").fundAccount, QString("fundS9"));
+        QVERIFY(fixture.lookups.GetTradingAccountList(true, 0, true).contains("S9"));
+        QVERIFY(fixture.lookups.GetTradingAccountList(true, 0, true).contains("T1"));
         QVERIFY(log.contains("row of an account that was not asked about: \"S9\""));
-        const auto tables = room.state.m_accountLock.read();
+        const auto tables = fixture.state.m_accountLock.read();
         QCOMPARE(tables->m_fundAccounts.value("fundS9"), QStringList{"S9"});
     }
 
     void row_frozenAccount_isARecordAndInNoIndex() {
-        AccountRoom room({TestAccount("T1").under("PF", "冻结产品").frozen(), TestAccount("T2")});
-        room.world.login();
+        AccountFixture fixture(
+            {TestAccount("T1").under("PF", "冻结产品").frozen(), TestAccount("T2")});
+        fixture.world.login();
         LogCapture log;
-        room.load();
-        QCOMPARE(room.record("T1").accountStatus, AccountStatus::freezing);
-        QCOMPARE(room.lookups.GetTradingAccountList(true, 0, true), QStringList{"T2"});
+        fixture.load();
+        QCOMPARE(fixture.record("T1").accountStatus, AccountStatus::freezing);
+        QCOMPARE(fixture.lookups.GetTradingAccountList(true, 0, true), QStringList{"T2"});
         QVERIFY(log.contains("账号状态：停用"));
         QVERIFY(log.contains("账号状态：正常"));
-        const auto tables = room.state.m_accountLock.read();
+        const auto tables = fixture.state.m_accountLock.read();
         QVERIFY(!isInAnyIndex(*tables, "T1"));
         QVERIFY(isInAnyIndex(*tables, "T2"));
         QVERIFY(!tables->m_allProductMap.contains("PF"));
     }
 
     void row_counterSiteTypeOne_isListedAsDistributed() {
-        AccountRoom room({TestAccount("T1").distributed(), TestAccount("T2")});
-        room.world.login();
-        room.load();
-        const auto records = room.lookups.GetDistributedAccountList();
+        AccountFixture fixture({TestAccount("T1").distributed(), TestAccount("T2")});
+        fixture.world.login();
+        fixture.load();
+        const auto records = fixture.lookups.GetDistributedAccountList();
         QCOMPARE(records.size(), 1);
         QCOMPARE(records.first().tradingAccount, QString("T1"));
         QCOMPARE(records.first().counterSiteType, 1);
-        QCOMPARE(room.lookups.GetTradingAccountList(true, 0, false), QStringList{"T2"});
+        QCOMPARE(fixture.lookups.GetTradingAccountList(true, 0, false), QStringList{"T2"});
     }
 
     void row_fundAccountType_selectsTheFundProperty_data() {
@@ -175,10 +203,10 @@ private slots:
     void row_fundAccountType_selectsTheFundProperty() {
         QFETCH(QString, type);
         QFETCH(int, prop);
-        AccountRoom room({TestAccount("T1").withCounter("10086", type)});
-        room.world.login();
-        room.load();
-        const auto tables = room.state.m_accountLock.read();
+        AccountFixture fixture({TestAccount("T1").withCounter("10086", type)});
+        fixture.world.login();
+        fixture.load();
+        const auto tables = fixture.state.m_accountLock.read();
         QHash<int, QSet<QString>> expected;
         if (prop) {
             expected.insert(prop, {"T1"});
@@ -187,43 +215,46 @@ private slots:
     }
 
     void products_queryRightsOnly_areNotAmongTheTraded() {
-        AccountRoom room(
+        AccountFixture fixture(
             {TestAccount("T1").under("PA", "甲"),
              TestAccount("T2").under("PB", "乙").withAuthorities({AuthorityType::AccountQuery})});
-        room.world.login();
+        fixture.world.login();
         LogCapture log;
-        room.load();
+        fixture.load();
         const QMap<QString, QString> all{{"PA", "甲"}, {"PB", "乙"}};
         const QMap<QString, QString> traded{{"PA", "甲"}};
-        QCOMPARE(room.lookups.GetAllProductAccountMap(), all);
-        QCOMPARE(room.lookups.GetAuthTradeProductAccountList(), traded);
+        QCOMPARE(fixture.lookups.GetAllProductAccountMap(), all);
+        QCOMPARE(fixture.lookups.GetAuthTradeProductAccountList(), traded);
         QCOMPARE(log.count(QtDebugMsg, "产品PA-甲下交易账号：T1"), 1);
         QCOMPARE(log.count(QtDebugMsg, "产品PB-没有授权交易账号下交易账号：T2"), 1);
     }
 
-    void products_passRepeatedAfterARefusedBatch_areThoseOfTheRowsThatWereNew() {
-        // A row that stands from the pass before is passed over, its product with it.
+    void products_passRepeatedAfterARefusedBatch_areThoseOfAllAccountsThatAreNotFrozen() {
         QList<TestAccount> accounts = numberedAccounts(102);
         for (int i = 0; i < accounts.size(); ++i) {
             accounts[i].under(i < 100 ? "PA" : "PB", i < 100 ? "甲" : "乙");
         }
-        AccountRoom room(accounts);
-        room.world.login();
-        room.world.link().onOccurrence(kQuery, 2, ScriptedReply::refusal("柜台忙"));
-        room.load();
-        QCOMPARE(room.world.link().requestCount(kQuery), 4);
-        QCOMPARE(room.lookups.GetTradingAccountList(true, 0, true).size(), 102);
-        const QMap<QString, QString> last{{"PB", "乙"}};
-        QCOMPARE(room.lookups.GetAllProductAccountMap(), last);
-        QCOMPARE(room.lookups.GetAuthTradeProductAccountList(), last);
+        accounts[1].under("PQ", "查询").withAuthorities({AuthorityType::AccountQuery});
+        accounts[2].under("PF", "冻结").frozen();
+        AccountFixture fixture(accounts);
+        fixture.world.login();
+        fixture.world.link().onOccurrence(kQuery, 2, ScriptedReply::refusal("柜台忙"));
+        fixture.load();
+        QCOMPARE(fixture.world.link().requestCount(kQuery), 4);
+        QCOMPARE(fixture.lookups.GetTradingAccountList(true, 0, true).size(), 101);
+        QMap<QString, QString> products{{"PA", "甲"}, {"PB", "乙"}};
+        QCOMPARE(fixture.lookups.GetAuthTradeProductAccountList(), products);
+        products.insert("PQ", "查询");
+        QCOMPARE(fixture.lookups.GetAllProductAccountMap(), products);
     }
 
     void indexes_sharedFundAssetAndCustomer_collectTheirAccounts() {
-        AccountRoom room({TestAccount("T1").withCounter("10081", "F").with("assetAccount", "A"),
-                          TestAccount("T2").withCounter("10081", "F").with("assetAccount", "A")});
-        room.world.login();
-        room.load();
-        const auto tables = room.state.m_accountLock.read();
+        AccountFixture fixture(
+            {TestAccount("T1").withCounter("10081", "F").with("assetAccount", "A"),
+             TestAccount("T2").withCounter("10081", "F").with("assetAccount", "A")});
+        fixture.world.login();
+        fixture.load();
+        const auto tables = fixture.state.m_accountLock.read();
         QCOMPARE(tables->m_fundAccounts.value("F"), (QStringList{"T1", "T2"}));
         QCOMPARE(tables->m_assetAccounts.value("A"), (QStringList{"T1", "T2"}));
         QCOMPARE(tables->m_productAccounts.value("P1"), (QStringList{"T1", "T2"}));
@@ -242,37 +273,50 @@ private slots:
     void done_qfiiAmongTheAccounts_isOnTheBoard() {
         QFETCH(QString, code);
         QFETCH(bool, expected);
-        AccountRoom room({TestAccount("T1").withCounter("10078", code), TestAccount("T2")});
-        room.world.login();
-        room.load();
+        AccountFixture fixture({TestAccount("T1").withCounter("10078", code), TestAccount("T2")});
+        fixture.world.login();
+        fixture.load();
         QCOMPARE(ZnCore::instance()->getCommonInfo("hasQfii"), QVariant(expected));
     }
 
-    void query_nullPresenter_isToldAsCriticalAndClearsTheFlag() {
-        AccountRoom room;
+    void done_qfiiInAFurtherRowOfAnAccount_isOnTheBoard() {
+        AccountFixture fixture({TestAccount("T1")});
+        fixture.world.login();
+        fixture.world.link().on(kQuery, [](const QVariant& body) {
+            TestAccount again("T1");
+            again.withCounter("10078", CounterSysCode::QFII_ZN);
+            return makeAnswer(body, {TestAccount("T1").counter, again.counter});
+        });
+        fixture.load();
+        QCOMPARE(ZnCore::instance()->getCommonInfo("hasQfii"), QVariant(true));
+        QCOMPARE(fixture.record("T1").extCounterCode, CounterSysCode::Normal_ZN);
+    }
+
+    void query_nullPresenter_isLoggedAsCriticalAndClearsTheFlag() {
+        AccountFixture fixture;
         LogCapture log;
-        room.state.m_fundInitStarted = true;
+        fixture.state.m_fundInitStarted = true;
         QMap<QString, tagUserAccountInfo> records = prepared({"T1"});
-        room.query.batchQueryExtAccountInfo(nullptr, records);
+        fixture.query.batchQueryExtAccountInfo(nullptr, records);
         QCOMPARE(log.count(QtCriticalMsg, "syncQueryExFundAccount PresenterClass is null"), 1);
-        QVERIFY(!room.state.m_fundInitStarted);
-        QCOMPARE(room.world.link().requestCount(kQuery), 0);
+        QVERIFY(!fixture.state.m_fundInitStarted);
+        QCOMPARE(fixture.world.link().requestCount(kQuery), 0);
     }
 
     void query_secondBatchFails_stopsAndKeepsTheFirst_data() {
         QTest::addColumn<int>("kind");
-        QTest::addColumn<QString>("said");
+        QTest::addColumn<QString>("line");
         const QString tag = "syncQueryExFundAccount------ get response code: ";
         QTest::newRow("time-out") << 0 << tag + "1";
         QTest::newRow("failure") << 1 << tag + "2";
         QTest::newRow("refusal") << 2 << tag + R"(7 info : "柜台忙")";
         QTest::newRow("garbage") << 3 << tag + "2";
         QTest::newRow("disconnect") << 4 << tag + "2";
-        QTest::newRow("status that is no number") << 5 << tag + R"(-1 info : "")";
+        QTest::newRow("status that is not a number") << 5 << tag + R"(-1 info : "")";
     }
     void query_secondBatchFails_stopsAndKeepsTheFirst() {
         QFETCH(int, kind);
-        QFETCH(QString, said);
+        QFETCH(QString, line);
         const ScriptedReply replies[] = {
             ScriptedReply::timeOut(),
             ScriptedReply::failure("broken"),
@@ -282,65 +326,65 @@ private slots:
             ScriptedReply::rows({TestAccount("T0101").counter},
                                 {{System::requestExeStatus, "broken"}}),
         };
-        AccountRoom room(numberedAccounts(250));
-        room.world.login();
-        room.world.link().onOccurrence(kQuery, 2, replies[kind]);
+        AccountFixture fixture(numberedAccounts(250));
+        fixture.world.login();
+        fixture.world.link().onOccurrence(kQuery, 2, replies[kind]);
         ZnCore::instance()->setCommonInfo("hasQfii", "untouched");
         QStringList accounts;
         for (const TestAccount& account : numberedAccounts(250)) {
             accounts.append(account.account);
         }
         QMap<QString, tagUserAccountInfo> records = prepared(accounts);
-        room.state.m_fundInitStarted = true;
+        fixture.state.m_fundInitStarted = true;
         LogCapture log;
-        room.query.batchQueryExtAccountInfo(room.presenter, records);
+        fixture.query.batchQueryExtAccountInfo(fixture.presenter, records);
 
-        QVERIFY(!room.state.m_fundInitStarted);
-        QCOMPARE(room.world.link().requestCount(kQuery), 2);
-        QCOMPARE(log.count(QtDebugMsg, said), 1);
+        QVERIFY(!fixture.state.m_fundInitStarted);
+        QCOMPARE(fixture.world.link().requestCount(kQuery), 2);
+        QCOMPARE(log.count(QtDebugMsg, line), 1);
         QCOMPARE(log.count(QtInfoMsg, "syncQueryExFundAccount------ begin send request"), 2);
         QCOMPARE(ZnCore::instance()->getCommonInfo("hasQfii"), QVariant("untouched"));
-        const auto tables = room.state.m_accountLock.read();
+        const auto tables = fixture.state.m_accountLock.read();
         QCOMPARE(tables->m_accountInfoMap.size(), 100);
         QVERIFY(tables->m_allProductMap.isEmpty());
     }
 
-    void query_rowCount_saysDataRowsOnly() {
-        AccountRoom room(numberedAccounts(3));
-        room.world.login();
+    void query_rowCount_countsDataRowsOnly() {
+        AccountFixture fixture(numberedAccounts(3));
+        fixture.world.login();
         LogCapture log;
-        room.load();
+        fixture.load();
         QCOMPARE(log.count(QtDebugMsg,
                            "syncQueryExFundAccount------ get response code: 0 info : \"\" "
                            "ResultSize: 3"),
                  1);
-        const auto tables = room.state.m_accountLock.read();
+        const auto tables = fixture.state.m_accountLock.read();
         QCOMPARE(tables->m_accountInfoMap.size(), 3);
     }
 
-    void answer_fewerRowsThanItSays_makesNoPhantomAccount() {
-        AccountRoom room(numberedAccounts(3));
-        room.world.login();
-        room.world.link().on(kQuery, [](const QVariant& body) {
+    void answer_fewerRowsThanItsCount_createsNoPhantomAccount() {
+        AccountFixture fixture(numberedAccounts(3));
+        fixture.world.login();
+        fixture.world.link().on(kQuery, [](const QVariant& body) {
             return makeAnswer(body, {TestAccount("T0001").counter}, {{System::subGroupNumber, 3}});
         });
-        room.load();
-        const auto tables = room.state.m_accountLock.read();
+        fixture.load();
+        const auto tables = fixture.state.m_accountLock.read();
         QCOMPARE(tables->m_accountInfoMap.keys(), QStringList{"T0001"});
     }
 
     void answer_emptyKeyAndDuplicates_leaveTheTablesWhole() {
-        AccountRoom room(numberedAccounts(1));
-        room.world.login();
+        AccountFixture fixture(numberedAccounts(1));
+        fixture.world.login();
         QVariantMap nameless = TestAccount("X").counter;
         nameless.insert(UserAccount::tradingAccount, QString());
         QVariantMap again = TestAccount("T0001").counter;
         again.insert("10081", "other");
-        room.world.link().on(kQuery, [nameless, again](const QVariant& body) {
+        fixture.world.link().on(kQuery, [nameless, again](const QVariant& body) {
             return makeAnswer(body, {nameless, TestAccount("T0001").counter, again, QVariantMap()});
         });
         LogCapture log;
-        room.load();
+        fixture.load();
         QCOMPARE(log.count(QtWarningMsg,
                            "syncQueryExFundAccount------ row without a trading "
                            "account dropped"),
@@ -349,27 +393,28 @@ private slots:
                            "syncQueryExFundAccount------ a further row of an account "
                            "dropped: \"T0001\""),
                  1);
-        QCOMPARE(room.record("T0001").fundAccount, QString("fundT0001"));
-        const auto tables = room.state.m_accountLock.read();
+        QCOMPARE(fixture.record("T0001").fundAccount, QString("fundT0001"));
+        const auto tables = fixture.state.m_accountLock.read();
         QCOMPARE(tables->m_accountInfoMap.keys(), QStringList{"T0001"});
         QCOMPARE(tables->m_fundAccounts.value("fundT0001"), QStringList{"T0001"});
         QVERIFY(!tables->m_fundAccounts.contains("other"));
     }
 
     void answer_statusMissing_readsAsSuccess() {
-        AccountRoom room(numberedAccounts(1));
-        room.world.login();
-        room.world.link().on(
+        AccountFixture fixture(numberedAccounts(1));
+        fixture.world.login();
+        fixture.world.link().on(
             kQuery, [](const QVariant&) { return packRows({}, {TestAccount("T0001").counter}); });
-        room.load();
-        QCOMPARE(room.record("T0001").fundAccount, QString("fundT0001"));
+        fixture.load();
+        QCOMPARE(fixture.record("T0001").fundAccount, QString("fundT0001"));
     }
 
-    void log_account_saysItsTenFacts() {
-        AccountRoom room({TestAccount("T1").under("PA", "甲%2乙").withCounter("11354", "名%1")});
-        room.world.login();
+    void log_account_containsItsTenValues() {
+        AccountFixture fixture(
+            {TestAccount("T1").under("PA", "甲%2乙").withCounter("11354", "名%1")});
+        fixture.world.login();
         LogCapture log;
-        room.load();
+        fixture.load();
         QCOMPARE(log.count(QtDebugMsg,
                            "获取到账号信息，交易账号T1，资金账号fundT1，账号名称名%1，外部通道号" +
                                CounterSysCode::Normal_ZN +

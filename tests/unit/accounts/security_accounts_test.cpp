@@ -3,7 +3,7 @@
 #include <thread>
 #include <vector>
 
-#include "account_room.h"
+#include "account_fixture.h"
 #include "local_platform.h"
 #include "log_capture.h"
 #include "vocabulary/names.h"
@@ -18,9 +18,9 @@ using ChosenMap = SecurityAccounts::ChosenMap;
 using AllMap = SecurityAccounts::AllMap;
 
 inline const QString kQuery = QStringLiteral("120006");
-inline const QString kAllSaid =
+inline const QString kAllLine =
     QStringLiteral("ZnBusinessDataManager::initAllSecurityAccount 首次初始化股东账号列表信息");
-inline const QString kCurrentSaid =
+inline const QString kCurrentLine =
     QStringLiteral("ZnBusinessDataManager::initCurSecurityAccount 首次初始化当前股东账号信息");
 
 /// One account of each kind: two on one exchange unmarked, two with the second marked, query only,
@@ -55,8 +55,8 @@ QHash<QString, QSet<QString>> exchangeTable(const AccountState& state) {
     return tables->m_hStockCirculateAccounts;
 }
 
-/// Asks back when it is told, which ends in a lock twice taken when any is held.
-class AskingSink final : public SecurityAccountSink {
+/// Calls back into the accounts on a change, which blocks when the caller holds a lock.
+class CallingSink final : public SecurityAccountSink {
 public:
     void securityAccountSettingChanged() override { seen = ask(); }
 
@@ -74,16 +74,16 @@ class SecurityAccountsTest : public QObject {
 
 private slots:
     void all_firstQuestion_listsEveryAccountThatIsNotFrozen() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
         LogCapture log;
         const AllMap expected{{"unmarked", {{"1", {"A1", "A2"}}, {"2", {"B1"}}}},
                               {"marked", {{"1", {"C1", "C2"}}}},
                               {"query", {{"1", {"D1", "D2"}}}}};
-        QCOMPARE(room.securityAccounts.GetAllSecurityAccountMap(), expected);
-        QCOMPARE(room.securityAccounts.GetAllSecurityAccountMap(), expected);
-        QCOMPARE(log.count(QtInfoMsg, kAllSaid), 1);
+        QCOMPARE(fixture.securityAccounts.GetAllSecurityAccountMap(), expected);
+        QCOMPARE(fixture.securityAccounts.GetAllSecurityAccountMap(), expected);
+        QCOMPARE(log.count(QtInfoMsg, kAllLine), 1);
     }
 
     void list_ofAccountAndExchange_isTheServersOrder_data() {
@@ -105,86 +105,87 @@ private slots:
         QFETCH(QString, account);
         QFETCH(QString, exchange);
         QFETCH(QStringList, expected);
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
-        QCOMPARE(room.securityAccounts.GetSecurityAccountListByTradingAccountAndExchange(account,
-                                                                                         exchange),
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
+        QCOMPARE(fixture.securityAccounts.GetSecurityAccountListByTradingAccountAndExchange(
+                     account, exchange),
                  expected);
     }
 
     void main_noneMarkedOrTheSecond_isTheFirstOrTheMarked() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
-        QCOMPARE(room.securityAccounts.GetAllMainSecurityAccount(), kMain);
-        QCOMPARE(room.securityAccounts.GetMainSecurityAccount("unmarked", "1"), QString("A1"));
-        QCOMPARE(room.securityAccounts.GetMainSecurityAccount("marked", "1"), QString("C2"));
-        QCOMPARE(room.securityAccounts.GetMainSecurityAccount("marked", "2"), QString());
-        QCOMPARE(room.securityAccounts.GetMainSecurityAccount("query", "1"), QString());
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
+        QCOMPARE(fixture.securityAccounts.GetAllMainSecurityAccount(), kMain);
+        QCOMPARE(fixture.securityAccounts.GetMainSecurityAccount("unmarked", "1"), QString("A1"));
+        QCOMPARE(fixture.securityAccounts.GetMainSecurityAccount("marked", "1"), QString("C2"));
+        QCOMPARE(fixture.securityAccounts.GetMainSecurityAccount("marked", "2"), QString());
+        QCOMPARE(fixture.securityAccounts.GetMainSecurityAccount("query", "1"), QString());
     }
 
     void main_rowsAfterAMarkedOne_leaveItUnlessMarkedToo() {
-        AccountRoom room({TestAccount("T1")
-                              .withSecurityAccount("1", "first")
-                              .withSecurityAccount("1", "marked", "1")
-                              .withSecurityAccount("1", "later")
-                              .withSecurityAccount("2", "marked2", "1")
-                              .withSecurityAccount("2", "again2", "1")});
-        room.world.login();
-        room.load();
-        QCOMPARE(room.securityAccounts.GetMainSecurityAccount("T1", "1"), QString("marked"));
-        QCOMPARE(room.securityAccounts.GetMainSecurityAccount("T1", "2"), QString("again2"));
+        AccountFixture fixture({TestAccount("T1")
+                                    .withSecurityAccount("1", "first")
+                                    .withSecurityAccount("1", "marked", "1")
+                                    .withSecurityAccount("1", "later")
+                                    .withSecurityAccount("2", "marked2", "1")
+                                    .withSecurityAccount("2", "again2", "1")});
+        fixture.world.login();
+        fixture.load();
+        QCOMPARE(fixture.securityAccounts.GetMainSecurityAccount("T1", "1"), QString("marked"));
+        QCOMPARE(fixture.securityAccounts.GetMainSecurityAccount("T1", "2"), QString("again2"));
     }
 
-    void main_init_tellsWhoHasASecurityAccountWhere() {
-        AccountRoom room(allKinds());
-        room.world.login();
+    void main_init_listsTheAccountsOfEachExchange() {
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
         {
-            const auto tables = room.state.m_accountLock.write();
+            const auto tables = fixture.state.m_accountLock.write();
             tables->m_hStockCirculateAccounts["old"] = {"gone"};
         }
-        room.securityAccounts.initMainSecurityAccount();
+        fixture.securityAccounts.initMainSecurityAccount();
         const QHash<QString, QSet<QString>> expected{
             {"1", {"unmarked", "marked"}}, {"2", {"unmarked"}}, {"Q", {"cold"}}};
-        QCOMPARE(exchangeTable(room.state), expected);
-        room.load();
-        QCOMPARE(exchangeTable(room.state), expected);
+        QCOMPARE(exchangeTable(fixture.state), expected);
+        fixture.load();
+        QCOMPARE(exchangeTable(fixture.state), expected);
     }
 
     void initMainAndCurrent_beforeTheLoad_doNotWait() {
-        AccountRoom room(allKinds());
-        room.world.login();
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
         LogCapture log;
-        room.securityAccounts.initMainSecurityAccount();
-        room.securityAccounts.initCurSecurityAccount();
-        QVERIFY(!room.state.m_fundAccountInited);
+        fixture.securityAccounts.initMainSecurityAccount();
+        fixture.securityAccounts.initCurSecurityAccount();
+        QVERIFY(!fixture.state.m_fundAccountInited);
         QVERIFY(!log.contains("GetFundAccountList wait for FundAccountInit"));
     }
 
     void load_firstStep_makesTheCurrentAccountsOnce() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.world.link().onOccurrence(kQuery, 1, ScriptedReply::refusal("busy"));
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.world.link().onOccurrence(kQuery, 1, ScriptedReply::refusal("busy"));
         LogCapture log;
-        QVERIFY(room.load());
-        const QStringList said = log.texts();
-        const int made = said.indexOf(kCurrentSaid);
-        const int pass = said.indexOf("第1次InitFundAccountList开始执行");
-        const auto listed = said.filter("++++++++InitFundAccountList获取到交易交易帐号：");
+        QVERIFY(fixture.load());
+        const QStringList lines = log.texts();
+        const int made = lines.indexOf(kCurrentLine);
+        const int pass = lines.indexOf("第1次InitFundAccountList开始执行");
+        const auto listed = lines.filter("++++++++InitFundAccountList获取到交易交易帐号：");
         QVERIFY(made > pass);
         QCOMPARE(listed.size(), 2);
-        QVERIFY(made < said.indexOf(listed.first()));
-        QCOMPARE(log.count(QtDebugMsg, kCurrentSaid), 1);
-        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountMap(), kMain);
+        QVERIFY(made < lines.indexOf(listed.first()));
+        QCOMPARE(log.count(QtDebugMsg, kCurrentLine), 1);
+        QCOMPARE(fixture.securityAccounts.GetCurrentSecurityAccountMap(), kMain);
     }
 
     void set_hostClosesBeforeTheLoad_refusesAndKeepsWhatWasSaved() {
-        AccountRoom room(numberedAccounts(1));
+        AccountFixture fixture(numberedAccounts(1));
         const QString saved = QStringLiteral("{\"T1\":{\"1\":\"A2\"}}");
         ZnCore::instance()->saveSetting(SettingFieldName::LocalSecurityAccount, saved);
         LocalPlatform::instance().close();
-        QCOMPARE(room.securityAccounts.SetCurrentSecurityAccountMap({{"T1", {{"1", "A1"}}}}), -1);
+        QCOMPARE(fixture.securityAccounts.SetCurrentSecurityAccountMap({{"T1", {{"1", "A1"}}}}),
+                 -1);
         QCOMPARE(ZnCore::instance()->settings(SettingFieldName::LocalSecurityAccount).toString(),
                  saved);
     }
@@ -200,42 +201,44 @@ private slots:
     void current_nothingSaved_equalsMain() {
         QFETCH(QString, text);
         QFETCH(bool, warned);
-        AccountRoom room(allKinds());
+        AccountFixture fixture(allKinds());
         save(text);
-        room.world.login();
+        fixture.world.login();
         LogCapture log;
-        room.load();
-        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountMap(), kMain);
-        QCOMPARE(log.contains(QtWarningMsg, "saved security accounts not understood:"), warned);
+        fixture.load();
+        QCOMPARE(fixture.securityAccounts.GetCurrentSecurityAccountMap(), kMain);
+        QCOMPARE(log.contains(QtWarningMsg, "saved security accounts are not readable:"), warned);
     }
 
     void current_savedChoice_isTakenWhereItIsStillLegal() {
-        AccountRoom room(allKinds());
+        AccountFixture fixture(allKinds());
         save(R"({"unmarked":{"1":"A2","2":"gone","9":"A1"},"nobody":{"1":"A1"},)"
              R"("query":{"1":"D2"}})");
-        room.world.login();
+        fixture.world.login();
         LogCapture log;
-        room.load();
+        fixture.load();
         ChosenMap expected = kMain;
         expected["unmarked"]["1"] = "A2";
         expected["query"]["1"] = "D2";
-        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountMap(), expected);
-        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountByTradingAccount("unmarked"),
+        QCOMPARE(fixture.securityAccounts.GetCurrentSecurityAccountMap(), expected);
+        QCOMPARE(fixture.securityAccounts.GetCurrentSecurityAccountByTradingAccount("unmarked"),
                  (Chosen{{"1", "A2"}, {"2", "B1"}}));
         QVERIFY(
-            room.securityAccounts.GetCurrentSecurityAccountByTradingAccount("nobody").isEmpty());
-        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountByTradingAndExchange("query", "1"),
-                 QString("D2"));
-        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountByTradingAndExchange("query", "2"),
-                 QString());
-        QCOMPARE(room.securityAccounts.GetAllMainSecurityAccount(), kMain);
+            fixture.securityAccounts.GetCurrentSecurityAccountByTradingAccount("nobody").isEmpty());
+        QCOMPARE(
+            fixture.securityAccounts.GetCurrentSecurityAccountByTradingAndExchange("query", "1"),
+            QString("D2"));
+        QCOMPARE(
+            fixture.securityAccounts.GetCurrentSecurityAccountByTradingAndExchange("query", "2"),
+            QString());
+        QCOMPARE(fixture.securityAccounts.GetAllMainSecurityAccount(), kMain);
         QCOMPARE(log.texts().filter("根据本地保存的股东账号将当前股东账号修改为：").size(), 2);
         QVERIFY(log.contains("根据本地保存的股东账号将当前股东账号修改为： \"A2\""));
         QCOMPARE(log.texts().filter("检查到本地保存的股东账号数据不在可选列表内：").size(), 3);
         QVERIFY(log.contains("检查到本地保存的股东账号数据不在可选列表内： \"gone\""));
     }
 
-    void current_savedByHandWithBareCommas_isUnderstoodOrTold_data() {
+    void current_savedByHandWithBareCommas_isReadOrLogged_data() {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QString>("chosen");
         QTest::addColumn<bool>("warned");
@@ -244,96 +247,98 @@ private slots:
         QTest::newRow("quotes bare")
             << QByteArray(R"({"unmarked":{"1":"A2","2":"B1"}})") << "A1" << true;
     }
-    void current_savedByHandWithBareCommas_isUnderstoodOrTold() {
+    void current_savedByHandWithBareCommas_isReadOrLogged() {
         QFETCH(QByteArray, text);
         QFETCH(QString, chosen);
         QFETCH(bool, warned);
-        AccountRoom room(allKinds());
-        QFile file(room.world.homeDir() + "/settings/client.ini");
+        AccountFixture fixture(allKinds());
+        QFile file(fixture.world.homeDir() + "/settings/client.ini");
         QVERIFY(file.open(QFile::WriteOnly));
         file.write("[General]\n" + SettingFieldName::LocalSecurityAccount.toUtf8() + '=' + text +
                    '\n');
         file.close();
-        // The settings take in what stands in their file when they write.
+        // The settings read their file again when they write.
         ZnCore::instance()->saveSetting("other", 1);
-        room.world.login();
+        fixture.world.login();
         const LogCapture log;
-        room.load();
+        fixture.load();
         QCOMPARE(
-            room.securityAccounts.GetCurrentSecurityAccountByTradingAndExchange("unmarked", "1"),
+            fixture.securityAccounts.GetCurrentSecurityAccountByTradingAndExchange("unmarked", "1"),
             chosen);
-        QCOMPARE(log.contains(QtWarningMsg, "saved security accounts not understood:"), warned);
+        QCOMPARE(log.contains(QtWarningMsg, "saved security accounts are not readable:"), warned);
     }
 
-    void set_legalChoice_isStoredSavedAndTold() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
+    void set_legalChoice_isStoredSavedAndReported() {
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
         LogCapture log;
-        QCOMPARE(room.securityAccounts.SetCurrentSecurityAccountMap({{"unmarked", {{"1", "A2"}}}}),
-                 0);
         QCOMPARE(
-            room.securityAccounts.GetCurrentSecurityAccountByTradingAndExchange("unmarked", "1"),
+            fixture.securityAccounts.SetCurrentSecurityAccountMap({{"unmarked", {{"1", "A2"}}}}),
+            0);
+        QCOMPARE(
+            fixture.securityAccounts.GetCurrentSecurityAccountByTradingAndExchange("unmarked", "1"),
             QString("A2"));
         const QString text =
             R"({"cold":{"Q":"E1"},"marked":{"1":"C2"},"unmarked":{"1":"A2","2":"B1"}})";
         QCOMPARE(savedText(), text);
         QCOMPARE(log.count(QtDebugMsg, "保存当前股东账号数据： " + text), 1);
-        QCOMPARE(room.sink.told.load(), 1);
+        QCOMPARE(fixture.sink.changes.load(), 1);
         // The next start finds it.
-        SecurityAccounts next(room.state, room.sink);
+        SecurityAccounts next(fixture.state, fixture.sink);
         QCOMPARE(next.GetCurrentSecurityAccountByTradingAndExchange("unmarked", "1"),
                  QString("A2"));
     }
 
-    void set_valueThatIsCurrent_tellsNobody() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
-        QCOMPARE(room.securityAccounts.SetCurrentSecurityAccountMap(
+    void set_valueThatIsCurrent_isNoChange() {
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
+        QCOMPARE(fixture.securityAccounts.SetCurrentSecurityAccountMap(
                      {{"unmarked", {{"1", "A1"}}}, {"marked", {{"1", "C2"}}}}),
                  0);
-        QCOMPARE(room.sink.told.load(), 0);
+        QCOMPARE(fixture.sink.changes.load(), 0);
         QVERIFY(!savedText().isEmpty());
     }
 
-    void set_nothing_savesTheTableAndTellsNobody() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
+    void set_nothing_savesTheTableWithoutAChange() {
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
         QCOMPARE(savedText(), QString());
-        QCOMPARE(room.securityAccounts.SetCurrentSecurityAccountMap({}), 0);
+        QCOMPARE(fixture.securityAccounts.SetCurrentSecurityAccountMap({}), 0);
         QCOMPARE(
             savedText(),
             QString(R"({"cold":{"Q":"E1"},"marked":{"1":"C2"},"unmarked":{"1":"A1","2":"B1"}})"));
-        QCOMPARE(room.sink.told.load(), 0);
-        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountMap(), kMain);
+        QCOMPARE(fixture.sink.changes.load(), 0);
+        QCOMPARE(fixture.securityAccounts.GetCurrentSecurityAccountMap(), kMain);
     }
 
     void set_accountThatHadNone_isAChange() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
-        QCOMPARE(room.securityAccounts.SetCurrentSecurityAccountMap({{"query", {{"1", "D2"}}}}), 0);
-        QCOMPARE(room.sink.told.load(), 1);
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
+        QCOMPARE(fixture.securityAccounts.SetCurrentSecurityAccountMap({{"query", {{"1", "D2"}}}}),
+                 0);
+        QCOMPARE(fixture.sink.changes.load(), 1);
     }
 
-    void set_oneEntryRefused_keepsTheOthersSavesTheTableAndSaysMinusOne() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
+    void set_oneEntryRefused_keepsTheOthersSavesTheTableAndReturnsMinusOne() {
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
         LogCapture log;
-        QCOMPARE(room.securityAccounts.SetCurrentSecurityAccountMap(
+        QCOMPARE(fixture.securityAccounts.SetCurrentSecurityAccountMap(
                      {{"%2%4", {{"%1", "%3"}}},
                       {"unmarked", {{"1", "Z9"}, {"2", "B1"}}},
                       {"marked", {{"1", "C1"}}}}),
                  -1);
         ChosenMap expected = kMain;
         expected["marked"]["1"] = "C1";
-        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountMap(), expected);
+        QCOMPARE(fixture.securityAccounts.GetCurrentSecurityAccountMap(), expected);
         QCOMPARE(savedText(), QString(R"({"cold":{"Q":"E1"},"marked":{"1":"C1"},)"
                                       R"("unmarked":{"1":"A1","2":"B1"}})"));
-        QCOMPARE(room.sink.told.load(), 1);
+        QCOMPARE(fixture.sink.changes.load(), 1);
         QCOMPARE(log.count(QtWarningMsg,
                            "存在账号设置错误，交易账号：unmarked，市场：1，合法证券账号列表："
                            "A1,A2，设置账号：Z9失败"),
@@ -344,30 +349,30 @@ private slots:
                  1);
     }
 
-    void set_everythingRefused_changesNothingAndSavesTheTableAsItStands() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
+    void set_everythingRefused_changesNothingAndSavesTheTable() {
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
         QCOMPARE(savedText(), QString());
         const LogCapture log;
-        // Frozen: in the main table, and yet no legal choice.
-        QCOMPARE(room.securityAccounts.SetCurrentSecurityAccountMap(
+        // Frozen: in the main table, but not a legal choice.
+        QCOMPARE(fixture.securityAccounts.SetCurrentSecurityAccountMap(
                      {{"cold", {{"Q", "E1"}}}, {"unmarked", {{"1", ""}}}}),
                  -1);
-        QCOMPARE(room.securityAccounts.GetCurrentSecurityAccountMap(), kMain);
+        QCOMPARE(fixture.securityAccounts.GetCurrentSecurityAccountMap(), kMain);
         const QString text =
             R"({"cold":{"Q":"E1"},"marked":{"1":"C2"},"unmarked":{"1":"A1","2":"B1"}})";
         QCOMPARE(savedText(), text);
         QCOMPARE(log.count(QtDebugMsg, "保存当前股东账号数据： " + text), 1);
-        QCOMPARE(room.sink.told.load(), 0);
+        QCOMPARE(fixture.sink.changes.load(), 0);
     }
 
-    void set_whoeverIsTold_mayAskBack() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
-        AskingSink sink;
-        SecurityAccounts accounts(room.state, sink);
+    void set_sinkThatCallsBack_findsNoLockHeld() {
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
+        CallingSink sink;
+        SecurityAccounts accounts(fixture.state, sink);
         sink.ask = [&accounts] {
             accounts.GetAllSecurityAccountMap();
             accounts.GetAllMainSecurityAccount();
@@ -403,14 +408,14 @@ private slots:
     }
     void anyOperation_beforeTheLoad_returnsOnlyAfterIt() {
         QFETCH(Ask, ask);
-        AccountRoom room({TestAccount("T1").withSecurityAccount("1", "A1")});
-        room.world.login();
+        AccountFixture fixture({TestAccount("T1").withSecurityAccount("1", "A1")});
+        fixture.world.login();
         LogCapture log;
         std::atomic<int> got{-1};
-        std::thread reader([&] { got = ask(room.securityAccounts); });
+        std::thread reader([&] { got = ask(fixture.securityAccounts); });
         const bool waits = log.waitFor("GetFundAccountList wait for FundAccountInit");
         const int early = got;
-        room.load();
+        fixture.load();
         reader.join();
         QVERIFY(waits);
         QCOMPARE(early, -1);
@@ -418,13 +423,13 @@ private slots:
     }
 
     void firstQuestions_fromManyThreadsDuringTheLoad_seeWholeTables() {
-        AccountRoom room(allKinds());
-        room.world.login();
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
         std::vector<std::thread> readers;
         std::atomic<int> wrong{0};
         for (int i = 0; i < 6; ++i) {
-            readers.emplace_back([&room, &wrong] {
-                SecurityAccounts& accounts = room.securityAccounts;
+            readers.emplace_back([&fixture, &wrong] {
+                SecurityAccounts& accounts = fixture.securityAccounts;
                 // Two first callers may both append.
                 QStringList list =
                     accounts.GetSecurityAccountListByTradingAccountAndExchange("unmarked", "1");
@@ -434,7 +439,7 @@ private slots:
                 wrong += accounts.GetCurrentSecurityAccountMap() == kMain ? 0 : 1;
             });
         }
-        room.startLoad();
+        fixture.startLoad();
         for (std::thread& reader : readers) {
             reader.join();
         }
@@ -442,27 +447,28 @@ private slots:
     }
 
     void changes_fromTwoThreads_endWithTheTableSaved() {
-        AccountRoom room(allKinds());
-        room.world.login();
-        room.load();
-        const auto change = [&room](const QString& to) {
+        AccountFixture fixture(allKinds());
+        fixture.world.login();
+        fixture.load();
+        const auto change = [&fixture](const QString& to) {
             for (int i = 0; i < 20; ++i) {
-                room.securityAccounts.SetCurrentSecurityAccountMap({{"unmarked", {{"1", to}}}});
+                fixture.securityAccounts.SetCurrentSecurityAccountMap({{"unmarked", {{"1", to}}}});
             }
         };
         std::thread other([&change] { change("A1"); });
         change("A2");
         other.join();
-        SecurityAccounts next(room.state, room.sink);
+        SecurityAccounts next(fixture.state, fixture.sink);
         QCOMPARE(next.GetCurrentSecurityAccountMap(),
-                 room.securityAccounts.GetCurrentSecurityAccountMap());
+                 fixture.securityAccounts.GetCurrentSecurityAccountMap());
     }
 
     void reader_hostCloses_returns() {
-        AccountRoom room(allKinds());
+        AccountFixture fixture(allKinds());
         LogCapture log;
-        std::thread reader(
-            [&room] { QVERIFY(room.securityAccounts.GetCurrentSecurityAccountMap().isEmpty()); });
+        std::thread reader([&fixture] {
+            QVERIFY(fixture.securityAccounts.GetCurrentSecurityAccountMap().isEmpty());
+        });
         QVERIFY(log.waitFor("GetFundAccountList wait for FundAccountInit"));
         LocalPlatform::instance().close();
         reader.join();

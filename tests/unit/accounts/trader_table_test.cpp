@@ -23,7 +23,7 @@ QVariantMap traderRow(const QString& id, const QString& name, const QString& typ
         {UserAccount::userID, id}, {UserAccount::userName, name}, {UserAccount::userType, type}};
 }
 
-/// The page that a request asks for, of so many traders "U0001", "U0002", ...
+/// The requested page of `total` traders "U0001", "U0002", ...
 QVariant pageOf(const QVariant& body, int total) {
     const QVariantMap header = headerOf(body);
     const int size = header.value(System::pageSize).toInt();
@@ -36,8 +36,8 @@ QVariant pageOf(const QVariant& body, int total) {
     return makeAnswer(body, rows, {{System::totalSize, total}});
 }
 
-struct Room {
-    Room() : presenter(new RecordingPresenter) {
+struct Fixture {
+    Fixture() : presenter(new RecordingPresenter) {
         presenter->initPresenter();
         world.link().on(HostMsgType::login,
                         ScriptedReply::rows(
@@ -50,9 +50,9 @@ struct Room {
                                                      {{UserAccount::userID, "u1"}},
                                                      {{UserAccount::userID, "u2"}}}));
     }
-    ~Room() { presenter->deleteLater(); }
-    Room(const Room&) = delete;
-    Room& operator=(const Room&) = delete;
+    ~Fixture() { presenter->deleteLater(); }
+    Fixture(const Fixture&) = delete;
+    Fixture& operator=(const Fixture&) = delete;
 
     ClientWorld world;
     const QPointer<RecordingPresenter> presenter;
@@ -79,51 +79,53 @@ private slots:
     void bound_eachKind_hasAFieldOfItsOwn() {
         QFETCH(QString, kind);
         QFETCH(QString, field);
-        Room room;
-        QCOMPARE(room.traders.GetBindTraderListByAccount(room.presenter, "X1", kind),
+        Fixture fixture;
+        QCOMPARE(fixture.traders.GetBindTraderListByAccount(fixture.presenter, "X1", kind),
                  (QStringList{"u2", "u1"}));
         const QVariantMap body{{System::msgType, kBound}, {field, "X1"}};
-        QCOMPARE(room.world.link().lastRequest(kBound).header, body);
-        room.traders.GetBindTraderListByAccount(room.presenter, "X1", kind);
-        QCOMPARE(room.world.link().requestCount(kBound), 2);
+        QCOMPARE(fixture.world.link().lastRequest(kBound).header, body);
+        fixture.traders.GetBindTraderListByAccount(fixture.presenter, "X1", kind);
+        QCOMPARE(fixture.world.link().requestCount(kBound), 2);
     }
 
     void bound_otherKind_isEmptyAndSendsNothing() {
-        Room room;
+        Fixture fixture;
         const LogCapture log;
-        QVERIFY(
-            room.traders.GetBindTraderListByAccount(room.presenter, "X1", AccountType::FundAccount)
-                .isEmpty());
-        QVERIFY(log.contains(QtWarningMsg, "traders are bound to no account of the type"));
-        QCOMPARE(room.world.link().requestCount(kBound), 0);
+        QVERIFY(fixture.traders
+                    .GetBindTraderListByAccount(fixture.presenter, "X1", AccountType::FundAccount)
+                    .isEmpty());
+        QVERIFY(log.contains(QtWarningMsg,
+                             "GetBindTraderListByAccount does not support the account type"));
+        QCOMPARE(fixture.world.link().requestCount(kBound), 0);
     }
 
-    void bound_failure_isToldAndEmpty_data() {
+    void bound_failure_isLoggedAndEmpty_data() {
         QTest::addColumn<int>("kind");
         QTest::addColumn<QString>("line");
         QTest::newRow("time-out") << 0 << "查询账号绑定权限超时。";
         QTest::newRow("failure") << 1 << "查询账号绑定权限失败：断开";
         QTest::newRow("refusal") << 2 << "查询账号绑定权限失败：账号不存在";
     }
-    void bound_failure_isToldAndEmpty() {
+    void bound_failure_isLoggedAndEmpty() {
         QFETCH(int, kind);
         QFETCH(QString, line);
         const ScriptedReply replies[] = {ScriptedReply::timeOut(), ScriptedReply::failure("断开"),
                                          ScriptedReply::refusal("账号不存在")};
-        Room room;
-        room.world.link().on(kBound, replies[kind]);
+        Fixture fixture;
+        fixture.world.link().on(kBound, replies[kind]);
         const LogCapture log;
-        QVERIFY(room.traders
-                    .GetBindTraderListByAccount(room.presenter, "X1", AccountType::TradingAccount)
-                    .isEmpty());
+        QVERIFY(
+            fixture.traders
+                .GetBindTraderListByAccount(fixture.presenter, "X1", AccountType::TradingAccount)
+                .isEmpty());
         QCOMPARE(log.count(QtWarningMsg, line), 1);
     }
 
-    void load_request_asksForTheOrgansGoodUsersInPages() {
-        Room room;
-        const int standing = room.presenter->getRequestTimeOut();
-        room.traders.GetOrganTraderList(room.presenter);
-        const ScriptedLink::Request request = room.world.link().lastRequest(kTraders);
+    void load_request_queriesTheOrganisationsGoodUsersInPages() {
+        Fixture fixture;
+        const int standing = fixture.presenter->getRequestTimeOut();
+        fixture.traders.GetOrganTraderList(fixture.presenter);
+        const ScriptedLink::Request request = fixture.world.link().lastRequest(kTraders);
         const QVariantMap body{{System::msgType, kTraders},
                                {UserAccount::organCode, "0101"},
                                {UserAccount::userStatus, UserStatus::good},
@@ -131,108 +133,108 @@ private slots:
                                {System::pageSize, 1000}};
         QCOMPARE(request.header, body);
         QCOMPARE(request.timeOutMs, 30000);
-        QCOMPARE(room.presenter->getRequestTimeOut(), standing);
+        QCOMPARE(fixture.presenter->getRequestTimeOut(), standing);
     }
 
-    void load_once_servesBothQuestions() {
-        Room room;
-        QCOMPARE(room.traders.GetOrganTraderList(room.presenter),
+    void load_once_servesBothFunctions() {
+        Fixture fixture;
+        QCOMPARE(fixture.traders.GetOrganTraderList(fixture.presenter),
                  (QMap<QString, QString>{{"a", "甲"}, {"b", "乙"}}));
-        QCOMPARE(room.traders.GetTraderInfoList(room.presenter, QString()),
+        QCOMPARE(fixture.traders.GetTraderInfoList(fixture.presenter, QString()),
                  (QList<QVariantMap>{traderRow("a", "甲"), traderRow("b", "乙", "2")}));
-        QCOMPARE(room.traders.GetTraderInfoList(room.presenter, "2"),
+        QCOMPARE(fixture.traders.GetTraderInfoList(fixture.presenter, "2"),
                  (QList<QVariantMap>{traderRow("b", "乙", "2")}));
-        QVERIFY(room.traders.GetTraderInfoList(room.presenter, "3").isEmpty());
-        QCOMPARE(room.world.link().requestCount(kTraders), 1);
+        QVERIFY(fixture.traders.GetTraderInfoList(fixture.presenter, "3").isEmpty());
+        QCOMPARE(fixture.world.link().requestCount(kTraders), 1);
         QCOMPARE(loadState(), InitState::Done);
     }
 
-    void load_severalPages_takesAll() {
-        Room room;
-        room.world.link().on(kTraders, [](const QVariant& body) { return pageOf(body, 2200); });
-        QCOMPARE(room.traders.GetOrganTraderList(room.presenter).size(), 2200);
-        QCOMPARE(room.world.link().requestCount(kTraders), 3);
+    void load_severalPages_loadsAll() {
+        Fixture fixture;
+        fixture.world.link().on(kTraders, [](const QVariant& body) { return pageOf(body, 2200); });
+        QCOMPARE(fixture.traders.GetOrganTraderList(fixture.presenter).size(), 2200);
+        QCOMPARE(fixture.world.link().requestCount(kTraders), 3);
     }
 
     void load_noRows_isDoneWithoutData() {
-        Room room;
-        room.world.link().on(kTraders, ScriptedReply::rows({}));
-        QVERIFY(room.traders.GetOrganTraderList(room.presenter).isEmpty());
+        Fixture fixture;
+        fixture.world.link().on(kTraders, ScriptedReply::rows({}));
+        QVERIFY(fixture.traders.GetOrganTraderList(fixture.presenter).isEmpty());
         QCOMPARE(loadState(), InitState::DoneWithoutData);
-        room.traders.GetOrganTraderList(room.presenter);
-        QCOMPARE(room.world.link().requestCount(kTraders), 1);
+        fixture.traders.GetOrganTraderList(fixture.presenter);
+        QCOMPARE(fixture.world.link().requestCount(kTraders), 1);
     }
 
     void load_failure_leavesTheTableEmptyAndIsNotRepeated() {
         for (const ScriptedReply& reply : {ScriptedReply::timeOut(), ScriptedReply::failure("断开"),
                                            ScriptedReply::refusal("不")}) {
-            Room room;
-            room.world.link().onOccurrence(kTraders, 1, reply);
+            Fixture fixture;
+            fixture.world.link().onOccurrence(kTraders, 1, reply);
             const LogCapture log;
-            QVERIFY(room.traders.GetOrganTraderList(room.presenter).isEmpty());
+            QVERIFY(fixture.traders.GetOrganTraderList(fixture.presenter).isEmpty());
             QVERIFY(log.contains(QtWarningMsg, "the traders are not loaded"));
             QCOMPARE(loadState(), InitState::Failed);
-            QVERIFY(room.traders.GetOrganTraderList(room.presenter).isEmpty());
-            QVERIFY(room.traders.GetTraderInfoList(room.presenter, QString()).isEmpty());
-            QCOMPARE(room.world.link().requestCount(kTraders), 1);
+            QVERIFY(fixture.traders.GetOrganTraderList(fixture.presenter).isEmpty());
+            QVERIFY(fixture.traders.GetTraderInfoList(fixture.presenter, QString()).isEmpty());
+            QCOMPARE(fixture.world.link().requestCount(kTraders), 1);
         }
     }
 
-    void load_closingPresenterCutsItShort_staysFailedForEveryPresenter() {
-        Room room;
-        room.world.link().on(kTraders, ScriptedReply::never());
+    void load_interruptedByAClosingPresenter_staysFailedForEveryPresenter() {
+        Fixture fixture;
+        fixture.world.link().on(kTraders, ScriptedReply::never());
         const QPointer<RecordingPresenter> closing = new RecordingPresenter("Test.Closing");
         closing->initPresenter();
         QMap<QString, QString> names{{"none", "yet"}};
-        // On the presenter's own thread, so that a presenter that goes waits for the question.
-        runOnThreadOf(closing.data(), [&] { names = room.traders.GetOrganTraderList(closing); });
-        const bool sent = room.world.link().waitForRequestCount(kTraders, 1);
+        // On the presenter's own thread, so that disposing of the presenter waits for the call.
+        runOnThreadOf(closing.data(), [&] { names = fixture.traders.GetOrganTraderList(closing); });
+        const bool sent = fixture.world.link().waitForRequestCount(kTraders, 1);
         closing->deleteLater();
         QVERIFY(sent);
         QVERIFY(!closing);
         QVERIFY(names.isEmpty());
         QCOMPARE(loadState(), InitState::Failed);
-        room.world.link().on(kTraders, [](const QVariant& body) { return pageOf(body, 3); });
-        QVERIFY(room.traders.GetOrganTraderList(room.presenter).isEmpty());
-        QVERIFY(room.traders.GetTraderInfoList(room.presenter, QString()).isEmpty());
-        QCOMPARE(room.world.link().requestCount(kTraders), 1);
+        fixture.world.link().on(kTraders, [](const QVariant& body) { return pageOf(body, 3); });
+        QVERIFY(fixture.traders.GetOrganTraderList(fixture.presenter).isEmpty());
+        QVERIFY(fixture.traders.GetTraderInfoList(fixture.presenter, QString()).isEmpty());
+        QCOMPARE(fixture.world.link().requestCount(kTraders), 1);
     }
 
     void load_secondPageFails_leavesNothing() {
-        Room room;
-        room.world.link().on(kTraders, [](const QVariant& body) { return pageOf(body, 1200); });
-        room.world.link().onOccurrence(kTraders, 2, ScriptedReply::refusal("不"));
-        QVERIFY(room.traders.GetTraderInfoList(room.presenter, QString()).isEmpty());
+        Fixture fixture;
+        fixture.world.link().on(kTraders, [](const QVariant& body) { return pageOf(body, 1200); });
+        fixture.world.link().onOccurrence(kTraders, 2, ScriptedReply::refusal("不"));
+        QVERIFY(fixture.traders.GetTraderInfoList(fixture.presenter, QString()).isEmpty());
         QCOMPARE(loadState(), InitState::Failed);
     }
 
     void load_whileItRuns_othersSeeTheTableAsItIs() {
-        Room room;
-        room.world.link().on(kTraders, ScriptedReply::with([](const QVariant& body) {
-                                           return pageOf(body, 3);
-                                       }).held());
+        Fixture fixture;
+        fixture.world.link().on(kTraders, ScriptedReply::with([](const QVariant& body) {
+                                              return pageOf(body, 3);
+                                          }).held());
         QMap<QString, QString> loaded;
-        std::thread loader([&] { loaded = room.traders.GetOrganTraderList(room.presenter); });
-        const bool sent = room.world.link().waitForRequestCount(kTraders, 1);
-        const auto names = room.traders.GetOrganTraderList(room.presenter);
-        const auto rows = room.traders.GetTraderInfoList(room.presenter, QString());
-        room.world.link().release();
+        std::thread loader([&] { loaded = fixture.traders.GetOrganTraderList(fixture.presenter); });
+        const bool sent = fixture.world.link().waitForRequestCount(kTraders, 1);
+        const auto names = fixture.traders.GetOrganTraderList(fixture.presenter);
+        const auto rows = fixture.traders.GetTraderInfoList(fixture.presenter, QString());
+        fixture.world.link().release();
         loader.join();
         QVERIFY(sent);
         QVERIFY(names.isEmpty());
         QVERIFY(rows.isEmpty());
         QCOMPARE(loaded.size(), 3);
-        QCOMPARE(room.world.link().requestCount(kTraders), 1);
+        QCOMPARE(fixture.world.link().requestCount(kTraders), 1);
     }
 
-    void load_withoutPresenter_isNotClaimed() {
-        Room room;
+    void load_withoutPresenter_isNotStarted() {
+        Fixture fixture;
         const LogCapture log;
-        QVERIFY(room.traders.GetOrganTraderList(nullptr).isEmpty());
+        QVERIFY(fixture.traders.GetOrganTraderList(nullptr).isEmpty());
         QVERIFY(log.contains(QtWarningMsg, "the traders are not loaded: PresenterClass is null"));
         QCOMPARE(loadState(), InitState::None);
-        QCOMPARE(room.traders.GetOrganTraderList(room.presenter).size(), 2);
-        QCOMPARE(room.traders.GetOrganTraderList(nullptr).size(), 2);
+        QCOMPARE(fixture.traders.GetOrganTraderList(fixture.presenter).size(), 2);
+        QCOMPARE(fixture.traders.GetOrganTraderList(nullptr).size(), 2);
     }
 };
 

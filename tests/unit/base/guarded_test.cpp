@@ -24,7 +24,7 @@ struct ReachesThroughNamed
 
 using Guard = Guarded<Tables>;
 
-// A handle that dies with its expression would unlock before its tables are used.
+// A handle that is a temporary would unlock before its tables are used.
 static_assert(!ReachesThroughTemporary<Guard::ReadHandle>::value);
 static_assert(!ReachesThroughTemporary<Guard::WriteHandle>::value);
 static_assert(ReachesThroughNamed<Guard::ReadHandle>::value);
@@ -111,7 +111,7 @@ private slots:
                  qPrintable(child.output));
     }
 
-    void heldLocks_overTheLifeOfAHandle_areTold() {
+    void heldLocks_overTheLifeOfAHandle_areReported() {
         if (!HeldLocks::any()) {
             Guarded<Tables> outer("outer", LockRank::Account);
             Guarded<Tables, QMutex> inner("inner", LockRank::Leaf);

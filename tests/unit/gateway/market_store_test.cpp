@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "market_file.h"
+#include "sealed_database.h"
 
 namespace {
 
@@ -54,7 +55,7 @@ private:
 };
 
 void MarketStoreTest::initTestCase() {
-    m_file = makeFile(QStringLiteral("whole.sqlite"), MarketStore::format());
+    m_file = makeFile(QStringLiteral("whole.sqlite"), SealedDatabase::format);
     QVERIFY(!m_file.isEmpty());
 }
 

@@ -14,9 +14,8 @@ inline const QString kId = QStringLiteral("id");
 
 /// A store of a table of deals, in the layout of a market.
 bool makeDeals(const QString& file) {
-    ThreadConnections connections(file, {});
-    QString reason;
-    QSqlQuery query(QSqlDatabase::database(connections.forThisThread(&reason), false));
+    const SqliteConnection connection(file);
+    QSqlQuery query(QSqlDatabase::database(connection.name(), false));
     const QStringList layout{
         "BEGIN", "CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT)",
         "INSERT INTO meta VALUES('format', '2'), ('complete', '1')",

@@ -226,8 +226,8 @@ void ServerStateTest::open_damagedOrForeignFile_isRefusedByName() {
 }
 
 void ServerStateTest::open_databaseOfSomethingElse_isRefusedAndLeftAlone() {
-    ThreadConnections foreign(file(), {});
-    QSqlQuery query(QSqlDatabase::database(foreign.forThisThread(&m_error), false));
+    const SqliteConnection foreign(file());
+    QSqlQuery query(QSqlDatabase::database(foreign.name(), false));
     QVERIFY(query.exec(QStringLiteral("CREATE TABLE meta(key TEXT, value TEXT)")));
     QVERIFY(!open(file()));
     QVERIFY2(m_error.contains(file()) && m_error.contains("something else"), qPrintable(m_error));

@@ -286,7 +286,8 @@ void MarketMakingTest::making_standardSize_hasItsCountsAndOpensAtOnce() {
     QCOMPARE(kinds("'03100','03200','03310','03400'"), 3000);
     QCOMPARE(kinds("'02400','02410','08400'"), 828);
     QCOMPARE(kinds("'06100'"), 1540);
-    QCOMPARE(kinds("'05100'"), 120);
+    QCOMPARE(kinds("'05100'"), 60);
+    QCOMPARE(kinds("'05200'"), 60);
     QCOMPARE(kinds("'09100'"), 12);
     QCOMPARE(number(*store, "SELECT COUNT(*) FROM trading_account"), 203);
     QCOMPARE(number(*store, "SELECT COUNT(*) FROM history_deal WHERE trading_account = 'T000001'"),

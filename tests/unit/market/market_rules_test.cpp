@@ -116,7 +116,7 @@ void MarketRulesTest::limitPercent_ofEachBoard_data() {
                           << QString() << 0;
     QTest::newRow("Hong Kong") << Exchange::hhk << MdcSubSecurityType::HKSharesTypeList.first()
                                << QString() << 0;
-    QTest::newRow("index future") << Exchange::cffex << "05100" << QString() << 10;
+    QTest::newRow("index future") << Exchange::cffex << "05200" << QString() << 10;
     QTest::newRow("copper") << Exchange::shf << "05100" << QString() << 9;
 }
 
@@ -138,10 +138,10 @@ void MarketRulesTest::securities_figures_standOnTheirTick() {
     for (const QVariantMap& record :
          reference(m_market.staticDatabase(), QStringLiteral("security"))) {
         const QByteArray symbol = record.value(Security::symbol).toByteArray();
-        const double close = record.value(QuoteField::preClosePx, qQNaN()).toDouble();
+        const double close = record.value(QuoteField::previousClose, qQNaN()).toDouble();
         const double tick = record.value(QuoteField::priceTick, qQNaN()).toDouble();
-        const double max = record.value(QuoteField::maxPx, qQNaN()).toDouble();
-        const double min = record.value(QuoteField::minPx, qQNaN()).toDouble();
+        const double max = record.value(QuoteField::maxPrice, qQNaN()).toDouble();
+        const double min = record.value(QuoteField::minPrice, qQNaN()).toDouble();
         QVERIFY2(close > 0 && tick > 0 && onTick(close, tick), symbol);
         if (symbol.endsWith(".HK")) {
             QVERIFY2(max == 0 && min == 0, symbol);
@@ -176,15 +176,22 @@ void MarketRulesTest::quantityRules_ofEachBoard_data() {
     QTest::newRow("funds") << MdcSecurityType::FundType << 100 << 100 << 1000000 << QString() << 0;
     QTest::newRow("convertibles") << MdcSubSecurityType::Convertiblebond << 10 << 10 << 1000000
                                   << QString() << 0;
-    QTest::newRow("repos") << MdcSubSecurityType::BondRepurchaseTypeList.first() << 10 << 10
-                           << 1000000 << QString() << 0;
     QTest::newRow("bonds") << MdcSecurityType::BondType << 1000 << 1000 << 100000000 << QString()
                            << 0;
     QTest::newRow("options") << MdcSecurityType::OptionType << 1 << 1 << 50 << market << 10;
-    QTest::newRow("futures") << MdcSecurityType::FuturesType << 1 << 1 << 500
-                             << "securityExchange:7" << 20;
-    QTest::newRow("index futures at market")
-        << MdcSecurityType::FuturesType << 1 << 1 << 500 << "securityExchange:7,orderType:1" << 10;
+    QTest::newRow("futures") << MdcSecurityType::FuturesType << 1 << 1 << 500 << QString() << 0;
+    QTest::newRow("index futures") << "05200" << 1 << 1 << 20 << market << 10;
+    QTest::newRow("new issues") << MdcSubSecurityType::Asharenewsharesbid << 500 << 500 << 99999500
+                                << QString() << 0;
+    for (const QString& repo : MdcSubSecurityType::BondRepurchaseTypeList) {
+        QTest::addRow("repos %s", qPrintable(repo))
+            << repo << 10 << 10 << 1000000 << QString() << 0;
+    }
+    for (const QString& tier :
+         {MdcSubSecurityType::GuZhuanBase, MdcSubSecurityType::GuZhuanInnovate}) {
+        QTest::addRow("tier %s", qPrintable(tier))
+            << tier << 100 << 100 << 1000000 << QString() << 0;
+    }
     QTest::newRow("gold") << MdcSecurityType::SpotType << 1 << 1 << 10000 << QString() << 0;
     QTest::newRow("others") << "*" << 100 << 100 << 1000000 << QString() << 0;
 }

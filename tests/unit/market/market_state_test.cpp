@@ -1,8 +1,8 @@
-#include <QSqlDatabase>
 #include <QtTest>
 
 #include "database_seal.h"
 #include "market_fixture.h"
+#include "sqlite_connection.h"
 
 class MarketStateTest : public QObject {
     Q_OBJECT
@@ -14,14 +14,20 @@ private slots:
     void state_oneFileGone_isMissing();
     void state_otherOptions_isOther_data();
     void state_otherOptions_isOther();
+    void state_writtenByAnotherVersion_isOutdated_data();
+    void state_writtenByAnotherVersion_isOutdated();
     void state_damagedFile_namesIt_data();
     void state_damagedFile_namesIt();
-    void state_makingNotEnded_isDamaged();
+    void state_incompleteFile_isUnusable();
     void sealedFile_damaged_isNamed_data();
     void sealedFile_damaged_isNamed();
     void sealedFile_changedBySql_isCheckedPageByPage();
 
 private:
+    /// Runs a statement in a file.
+    static bool change(const QString& path, const QString& sql) {
+        return !SqliteConnection(path).run(sql, {}, {});
+    }
     /// Both files are above the size up to which every page is checked.
     static MarketOptions largeEnough() {
         MarketOptions options;
@@ -95,6 +101,23 @@ void MarketStateTest::state_otherOptions_isOther() {
     QVERIFY(!sampleMarketReady(m_market.path(), options));
 }
 
+void MarketStateTest::state_writtenByAnotherVersion_isOutdated_data() {
+    QTest::addColumn<QString>("key");
+    QTest::newRow("contents") << "contents";
+    QTest::newRow("format") << "format";
+}
+
+void MarketStateTest::state_writtenByAnotherVersion_isOutdated() {
+    QFETCH(QString, key);
+    QTemporaryDir dir;
+    QString text;
+    QVERIFY(makeSampleMarket(dir.path(), smallMarket(), {}, &text));
+    QVERIFY(change(staticDatabaseFile(dir.path()),
+                   "UPDATE meta SET value = '1' WHERE key = '" + key + "'"));
+    QCOMPARE(sampleMarketState(dir.path(), smallMarket(), &text), MarketState::Outdated);
+    QVERIFY2(text.contains(staticDatabaseFile(dir.path())) && text.contains(key), qPrintable(text));
+}
+
 void MarketStateTest::state_damagedFile_namesIt_data() {
     QTest::addColumn<bool>("store");
     QTest::addColumn<QString>("damage");
@@ -128,24 +151,18 @@ void MarketStateTest::state_damagedFile_namesIt() {
     }
     file.close();
     QString text;
-    QCOMPARE(sampleMarketState(dir.path(), smallMarket(), &text), MarketState::Damaged);
+    QCOMPARE(sampleMarketState(dir.path(), smallMarket(), &text), MarketState::Unusable);
     QVERIFY2(text.contains(path), qPrintable(text));
     QVERIFY2(text.contains("./run --rebuild"), qPrintable(text));
 }
 
-void MarketStateTest::state_makingNotEnded_isDamaged() {
+void MarketStateTest::state_incompleteFile_isUnusable() {
     QTemporaryDir dir;
     QString error;
     QVERIFY(makeSampleMarket(dir.path(), smallMarket(), {}, &error));
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "unfinished");
-        db.setDatabaseName(marketStoreFile(dir.path()));
-        QVERIFY(db.open());
-        QVERIFY(QSqlQuery(db).exec("DELETE FROM meta WHERE key = 'complete'"));
-    }
-    QSqlDatabase::removeDatabase("unfinished");
+    QVERIFY(change(marketStoreFile(dir.path()), "DELETE FROM meta WHERE key = 'complete'"));
     QString text;
-    QCOMPARE(sampleMarketState(dir.path(), smallMarket(), &text), MarketState::Damaged);
+    QCOMPARE(sampleMarketState(dir.path(), smallMarket(), &text), MarketState::Unusable);
     QVERIFY(text.contains(marketStoreFile(dir.path())));
 }
 
@@ -212,7 +229,7 @@ void MarketStateTest::sealedFile_damaged_isNamed() {
     }
     file.close();
     QString text;
-    QCOMPARE(sampleMarketState(dir.path(), options, &text), MarketState::Damaged);
+    QCOMPARE(sampleMarketState(dir.path(), options, &text), MarketState::Unusable);
     QVERIFY2(text.contains(path) && text.contains("./run --rebuild"), qPrintable(text));
     QVERIFY2(text.contains(named), qPrintable(text));
 }
@@ -228,17 +245,11 @@ void MarketStateTest::sealedFile_changedBySql_isCheckedPageByPage() {
                                                      store->meta(DatabaseSeal::changeKey)}});
     };
     QVERIFY(covered());
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "changing");
-        db.setDatabaseName(path);
-        QVERIFY(db.open());
-        QVERIFY(QSqlQuery(db).exec("UPDATE login SET user_name = 'other'"));
-    }
-    QSqlDatabase::removeDatabase("changing");
+    QVERIFY(change(path, "UPDATE login SET user_name = 'other'"));
     QString error;
     QVERIFY2(MarketStore::open(path, &error), qPrintable(error));
     QVERIFY(!covered());
-    // A page that no seal covers is looked at now.
+    // Without a seal every page is checked.
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadWrite));
     QVERIFY(file.seek(file.size() / 4096 / 2 * 4096));

@@ -5,7 +5,7 @@
 #include "fake_clock.h"
 #include "log_capture.h"
 
-/// The kit's own promises, which the other tests lean on.
+/// Checks what the other tests rely on in the test kit.
 class TestkitTest : public QObject {
     Q_OBJECT
 
@@ -78,7 +78,7 @@ private slots:
         QCOMPARE(function(), start.addMSecs(1500));
     }
 
-    void child_tellsHowItEnded() {
+    void child_result_saysHowItEnded() {
         const QString self = QCoreApplication::applicationFilePath();
         const ChildResult good = runChild(self, {"--exit", "0"}, {{"VELMAR_KIT_TEXT", "hello"}});
         QVERIFY(good.succeeded());

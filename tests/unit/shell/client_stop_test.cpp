@@ -17,7 +17,8 @@ private slots:
         Client::Options options;
         options.homeDir = home.path();
         options.pluginsDir = QStringLiteral(VELMAR_BINARY_DIR "/plugins");
-        options.libraries = QStringList{"WaitingPlugin"};
+        options.pluginFiles =
+            QStringList(QStringLiteral(VELMAR_BINARY_DIR "/plugins/fixtures/libWaitingPlugin.so"));
         options.user = SampleLogin::user;
         options.market = smallMarket();
         options.ticksPerSecond = 0;

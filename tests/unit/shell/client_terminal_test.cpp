@@ -126,7 +126,7 @@ void ClientTerminalTest::terminal_staysWithALiveLine_untilCtrlC() {
     // The first line may still tell of a request under way.
     const QRegularExpression form(
         QStringLiteral("\rup [^\r]*[1-9]\\d* accounts \\| gates 4/4 up \\| 0 pending \\| "
-                       "2 presenters"));
+                       "3 presenters"));
     QVERIFY2(readUntil(terminal, form), terminal.out);
     QVERIFY2(readUntil(terminal, "\rup ", 2), terminal.out);
     // Ctrl-C, as a keyboard sends it.

@@ -43,7 +43,7 @@ StaticDbBuilder symbols() {
         .reference("security", "REPO2.SH",
                    record("1", "3", MdcSubSecurityType::BondRepurchaseTypeList.at(1)))
         .reference("bond", "BOND.SH", {{"accruedInterest", 25.0}})
-        // A bond to whoever joins the sources, and to the bonds' own data.
+        // Of bond type by its redemption record alone, with a record in the bond data.
         .reference("etf", "REDEEM.SH", record("1", "3", "03200"))
         .reference("bond", "REDEEM.SH", {{"accruedInterest", 25.0}});
 }
@@ -98,12 +98,13 @@ private slots:
         row("STOCK.SH", 10000, 10, 1, 1000, 800);
         row("STOCK.SZ", 10000, 10, 1, 1000, 500);
         row("STOCK.SH", 20000, 10, 2, 1000, 800);
-        // No exchange of A shares, so no fee.
+        // Not an exchange of A shares, so without fees.
         row("STOCK.BJ", 10000, 10, 1, 1000, 1000);
         row("FUND.SH", 10000, 10, 1, 1000, 800);
         row("FUND.SZ", 16000, 10, 1, 1600, 800);
         row("OPTION.SH", 10000, 10, 1, 1000, 1000);
-        // The interest is paid too; a bond without a record goes by its price, and none has fees.
+        // A buyer pays the accrued interest too; a bond without a record is priced alone. No bond
+        // has fees.
         row("BOND.SH", 10000, 100, 1, 80, 80);
         row("BARE.SH", 10000, 100, 1, 100, 100);
         row("BOND.SH", 20000, 100, 2, 80, 80);
@@ -190,7 +191,7 @@ private slots:
         QCOMPARE(m_rules->CalcEntrustQty(10000, 10, "FUND.SH", 1, true), qint64(1000));
     }
 
-    void fees_badText_isToldAndLeavesNone() {
+    void fees_badText_isLoggedAndLeavesNoFees() {
         saveFees(true, feeText());
         m_rules->slotTradeFeeSettingChanged();
         saveFees(true, "no record");
@@ -203,7 +204,7 @@ private slots:
         QCOMPARE(m_rules->CalcEntrustQty(10000, 10, "STOCK.SH", 1, true), qint64(1000));
     }
 
-    void amount_ofARepoAndOfAnythingElse() {
+    void amount_repoAndOther_areCalculatedByTheirRules() {
         QCOMPARE(m_rules->CalcEntrustAmount(10, 300, "STOCK.SH", 2), 6000.0);
         QCOMPARE(m_rules->CalcEntrustAmount(10, 300, "REPO.SH", 2), 30000.0);
         QCOMPARE(m_rules->CalcEntrustAmount(10, 0.5, "BOND.SH", 1), 5.0);
@@ -215,7 +216,7 @@ private slots:
         };
         m_rules.reset();
         m_world.reset();
-        const LogCapture quiet;  // every case loads its rules, and says so
+        const LogCapture quiet;  // every case loads its rules and logs them
         QVERIFY(rc::check("odd lots", [&] {
             const int step = *rc::gen::inRange(1, 400);
             const int min = step * *rc::gen::inRange(1, 5);
@@ -251,19 +252,42 @@ private slots:
         }));
     }
 
-    void qtyAndAmount_anyPrice_areInversesUpToTheStep() {
-        QVERIFY(rc::check("quantity and amount", [this] {
-            const double price = *rc::gen::inRange(1, 100000) / 100.0;
-            const double amount = *rc::gen::inRange(1, 1000000000);
+    void qty_moneyForOneLot_buysOneLotAtEveryPrice() {
+        int tooFew = 0;
+        for (int cents = 500; cents <= 10000; ++cents) {
+            // A lot of 100 costs as many units of money as the price has cents.
+            tooFew += m_rules->CalcEntrustQty(cents, cents / 100.0, "STOCK.SH", 1, false) != 100;
+        }
+        QCOMPARE(tooFew, 0);
+        QCOMPARE(m_rules->CalcEntrustQty(519.00, 5.19, "STOCK.SH", 1, false), qint64(100));
+    }
+
+    void qty_moneyForExactlySomeLots_buysThemAndACentLessDoesNot() {
+        QVERIFY(rc::check("exact money", [this] {
+            const int cents = *rc::gen::inRange(1, 100000);
             const int multiplier = *rc::gen::inRange(1, 50);
-            const qint64 qty =
-                m_rules->CalcEntrustQty(amount, price, "STOCK.SH", multiplier, false);
-            const auto cost = [&](qint64 of) {
-                return m_rules->CalcEntrustAmount(price, static_cast<double>(of), "STOCK.SH",
-                                                  multiplier);
+            const int lots = *rc::gen::inRange(1, 1000);
+            const double price = cents / 100.0;
+            const auto qty = [&](double amount) {
+                return m_rules->CalcEntrustQty(amount, price, "STOCK.SH", multiplier, false);
             };
-            RC_ASSERT(cost(qty) <= amount * (1 + 1e-9));
-            RC_ASSERT(cost(qty + 100) > amount * (1 - 1e-9));
+            const double cost =
+                m_rules->CalcEntrustAmount(price, lots * 100, "STOCK.SH", multiplier);
+            RC_ASSERT(qty(cost) == lots * 100);
+            // A hundredth of the cheapest unit.
+            RC_ASSERT(qty(cost - price * multiplier / 100) == (lots - 1) * 100);
+        }));
+    }
+
+    void qty_anyMoney_isTheWholeLotsThatItPays() {
+        QVERIFY(rc::check("whole lots", [this] {
+            const qint64 cents = *rc::gen::inRange(1, 100000);
+            const qint64 amount = *rc::gen::inRange(1, 1000000000);
+            const qint64 multiplier = *rc::gen::inRange(1, 50);
+            const qint64 lots = amount * 100 / (cents * 100 * multiplier);
+            RC_ASSERT(m_rules->CalcEntrustQty(static_cast<double>(amount),
+                                              static_cast<double>(cents) / 100.0, "STOCK.SH",
+                                              static_cast<int>(multiplier), false) == lots * 100);
         }));
     }
 

@@ -5,6 +5,8 @@
 
 #include "client_world.h"
 #include "local_platform.h"
+#include "log_capture.h"
+#include "post.h"
 #include "price_unit_ladders.h"
 #include "velmarutils/velmar_init_state_mgr.h"
 #include "vocabulary/fields.h"
@@ -58,7 +60,11 @@ struct Room {
         presenter->initPresenter();
         ladders.load();
     }
-    ~Room() { presenter->deleteLater(); }
+    ~Room() {
+        if (presenter) {
+            presenter->deleteLater();
+        }
+    }
     Room(const Room&) = delete;
     Room& operator=(const Room&) = delete;
 
@@ -74,7 +80,7 @@ struct Room {
     ScriptedLink& link() { return world.link(); }
 
     ClientWorld world;
-    RecordingPresenter* const presenter = new RecordingPresenter;
+    const QPointer<RecordingPresenter> presenter = new RecordingPresenter;
     PriceUnitLadders ladders;
     HongKongPrices prices{ladders};
 };
@@ -98,12 +104,12 @@ private slots:
         QCOMPARE(room.rate("G", RateSideType::Sell), 0.96);
         QCOMPARE(room.rate("S", RateSideType::Mid), 0.85);
         QCOMPARE(room.link().requestCount(kRates), 1);
-        // An empty request: nothing beside its own type.
+        // An empty request: only its own type.
         QCOMPARE(QStringList(room.link().lastRequest(kRates).header.keys()),
                  QStringList{System::msgType});
     }
 
-    void rates_exchangeToldTwice_keepTheLaterRow() {
+    void rates_exchangeTwice_keepTheLaterRow() {
         Room room;
         room.link().on(kRates,
                        ScriptedReply::rows({rateRow("G", 0.5, 0.5), rateRow("G", 0.9, 0.9)}));
@@ -147,7 +153,7 @@ private slots:
         QCOMPARE(room.link().requestCount(kRates), 1);
     }
 
-    void rates_loadUnderWay_areZeroAtOnceAndAskNobody() {
+    void rates_loadUnderWay_areZeroAtOnceWithoutARequest() {
         Room room;
         room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}).held());
         auto first =
@@ -157,7 +163,7 @@ private slots:
         QMap<QString, QVariantMap> rates{{"old", {}}};
         room.prices.GetHKStockExchangeRate(room.presenter, rates);
         QVERIFY(rates.isEmpty());
-        // Nobody waited for the end of the request.
+        // The request is still pending, so nobody waited for it.
         QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
         QCOMPARE(room.link().requestCount(kRates), 1);
         QVERIFY(waitFor([&] { return room.link().release(kRates) == 1; }));
@@ -166,7 +172,7 @@ private slots:
         QCOMPARE(room.link().requestCount(kRates), 1);
     }
 
-    void rates_noPresenter_areEmptyAndAskNobody() {
+    void rates_noPresenter_areEmptyWithoutARequest() {
         Room room;
         room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
         QMap<QString, QVariantMap> rates{{"old", {}}};
@@ -174,7 +180,7 @@ private slots:
         QVERIFY(rates.isEmpty());
         QCOMPARE(room.prices.GetHKStockRate(nullptr, "G", RateSideType::Mid), 0.0);
         QCOMPARE(room.link().requestCount(kRates), 0);
-        // Nor was the step used up.
+        // The step is still to be claimed.
         QCOMPARE(room.rate("G", RateSideType::Mid), 0.9);
     }
 
@@ -194,7 +200,7 @@ private slots:
         QCOMPARE(room.link().requestCount(kUnits), 2);
     }
 
-    void units_loadUnderWay_areThoseOfTheBuiltInLadder() {
+    void units_loadUnderWay_comeFromTheBuiltInLadder() {
         Room room(StaticDbBuilder()
                       .section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}})
                       .section(DictionaryKey::HkFundPriceUnitDict, {{"250", "0.4"}}));
@@ -205,7 +211,7 @@ private slots:
         QCOMPARE(room.stockUnit(0.2), 0.3);
         QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
         QVERIFY(waitFor([&] { return room.link().release(kUnits) == 1; }));
-        // Then the funds', when the shares' are there.
+        // The ladder of funds is requested after the ladder of shares.
         QVERIFY(room.link().waitForRequestCount(kUnits, 2));
         QCOMPARE(room.stockUnit(0.2), 0.1);
         QCOMPARE(room.fundUnit(0.2), 0.4);
@@ -246,7 +252,7 @@ private slots:
         QCOMPARE(room.fundUnit(0.2), 0.4);
     }
 
-    void units_boundsThatAreInexact_areRoundedToThousandths() {
+    void units_inexactBounds_areRoundedToThousandths() {
         Room room;
         // 0.57 and 1.005 dollars are a little less than 570 and 1005 thousandths as doubles.
         room.link().on(kUnits, ScriptedReply::rows({unitRow(0.57, 0.1), unitRow(1.005, 0.2)}));
@@ -256,13 +262,95 @@ private slots:
         QCOMPARE(room.stockUnit(1.005), 0.2);
     }
 
-    void unit_otherType_isThatOfStocksByAStepOfItsOwn() {
+    void rates_presenterClosesMeanwhile_areLoadedByTheNextOne() {
+        Room room;
+        room.link().onOccurrence(kRates, 1, ScriptedReply::never());
+        room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
+        invokeOn(room.presenter, [&room] { room.prices.initHKExchangeRate(room.presenter); });
+        QVERIFY(room.link().waitForRequestCount(kRates, 1));
+        room.presenter->deleteLater();
+        QCOMPARE(VelmarInitStateMgr::instance().GetInitState(InitTypeCode::HkExchangeRate),
+                 InitState::Running);
+        auto* const next = new RecordingPresenter;
+        next->initPresenter();
+        QCOMPARE(room.prices.GetHKStockRate(next, "G", RateSideType::Mid), 0.9);
+        QVERIFY(VelmarInitStateMgr::instance().IsInited(InitTypeCode::HkExchangeRate));
+        room.prices.initHKExchangeRate(next);
+        QCOMPARE(room.link().requestCount(kRates), 2);
+        next->deleteLater();
+    }
+
+    void units_presenterClosesMeanwhile_areLoadedByTheNextOne_data() {
+        QTest::addColumn<int>("occurrence");
+        QTest::addColumn<QList<int>>("asked");
+        // Once the presenter is closing the second load is not begun.
+        QTest::newRow("during the shares") << 1 << QList<int>{2, 2, 8};
+        QTest::newRow("during the funds") << 2 << QList<int>{2, 8, 8};
+    }
+    void units_presenterClosesMeanwhile_areLoadedByTheNextOne() {
+        QFETCH(int, occurrence);
+        QFETCH(QList<int>, asked);
+        Room room;
+        room.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.1)}));
+        room.link().onOccurrence(kUnits, occurrence, ScriptedReply::never());
+        invokeOn(room.presenter, [&room] { room.prices.initHKPriceUnit(room.presenter); });
+        QVERIFY(room.link().waitForRequestCount(kUnits, occurrence));
+        room.presenter->deleteLater();
+        QCOMPARE(room.stockUnit(0.2), occurrence == 1 ? 0.001 : 0.1);
+        QCOMPARE(room.fundUnit(0.2), 0.001);
+        auto* const next = new RecordingPresenter;
+        next->initPresenter();
+        room.prices.initHKPriceUnit(next);
+        QCOMPARE(room.stockUnit(0.2), 0.1);
+        QCOMPARE(room.fundUnit(0.2), 0.1);
+        QList<int> types;
+        for (const ScriptedLink::Request& request : room.link().requests(kUnits)) {
+            types.append(request.header.value(HKSExchgRate::HKPriceUnitType).toInt());
+        }
+        QCOMPARE(types, asked);
+        next->deleteLater();
+    }
+
+    void units_unusableRow_isKeptWithOneWarning_data() {
+        QTest::addColumn<QVariant>("bound");
+        QTest::addColumn<QVariant>("unit");
+        QTest::addColumn<double>("unitAtOne");
+        QTest::addColumn<bool>("warns");
+        QTest::newRow("usable") << QVariant(5.0) << QVariant(0.2) << 0.2 << false;
+        // The largest bound that an int can hold in thousandths.
+        QTest::newRow("largest") << QVariant(2147483.647) << QVariant(0.2) << 0.2 << false;
+        QTest::newRow("too large") << QVariant(2147483.648) << QVariant(0.2) << 0.9 << true;
+        QTest::newRow("infinite") << QVariant(std::numeric_limits<double>::infinity())
+                                  << QVariant(0.2) << 0.9 << true;
+        QTest::newRow("bound is not a number") << QVariant("much") << QVariant(0.2) << 0.9 << true;
+        QTest::newRow("bound missing") << QVariant() << QVariant(0.2) << 0.9 << true;
+        QTest::newRow("unit 0") << QVariant(5.0) << QVariant(0) << 0.0 << true;
+        QTest::newRow("unit negative") << QVariant(5.0) << QVariant(-0.2) << -0.2 << true;
+        QTest::newRow("unit is not a number") << QVariant(5.0) << QVariant("x") << 0.0 << true;
+        QTest::newRow("both") << QVariant("much") << QVariant("x") << 0.9 << true;
+    }
+    void units_unusableRow_isKeptWithOneWarning() {
+        QFETCH(QVariant, bound);
+        QFETCH(QVariant, unit);
+        QFETCH(double, unitAtOne);
+        QFETCH(bool, warns);
+        Room room;
+        // A row whose bound counts as 0 leaves a price of 1 to this one.
+        room.link().onOccurrence(kUnits, 1,
+                                 ScriptedReply::rows({unitRow(bound, unit), unitRow(6.0, 0.9)}));
+        const LogCapture log;
+        room.prices.initHKPriceUnit(room.presenter);
+        QCOMPARE(log.texts(QtWarningMsg).filter("unusable row").size(), warns ? 1 : 0);
+        QCOMPARE(room.stockUnit(1.0), unitAtOne);
+    }
+
+    void unit_otherType_usesTheLadderOfSharesOnceItsOwnStepIsDone() {
         Room room(StaticDbBuilder().section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}}));
         room.link().onOccurrence(kUnits, 1, ScriptedReply::rows({unitRow(0.25, 0.1)}));
         room.link().onOccurrence(kUnits, 2, ScriptedReply::rows({unitRow(0.25, 0.2)}));
         const auto unit = [&room] { return room.prices.GetHKStockPriceUnit(0.2, "5"); };
         QCOMPARE(unit(), 0.3);
-        // The load of shares is not one of this type.
+        // Loading the shares does not count as loading this type.
         room.prices.initHKPriceUnit(room.presenter);
         QCOMPARE(room.stockUnit(0.2), 0.1);
         QCOMPARE(unit(), 0.3);
@@ -270,7 +358,7 @@ private slots:
         QCOMPARE(unit(), 0.1);
     }
 
-    void unit_emptyLadder_isAThousandth() {
+    void unit_emptyLadder_isOneThousandth() {
         const Room room;
         QCOMPARE(room.stockUnit(12.0), 0.001);
         QCOMPARE(room.fundUnit(12.0), 0.001);

@@ -137,11 +137,12 @@ private slots:
                               << "2" << 10.09 << 9.91;
         QTest::newRow("text that is none") << R"("9.7")"
                                            << "2" << 10.00 << 10.00;
-        // As many ticks as an int holds; the limit itself is cut off at as many, too.
+        // As many ticks as an int can hold; the limit itself is limited to as many, too. Doubles of
+        // that size are off the step by more than 1e-10, so the sell is one tick higher.
         QTest::newRow("too large") << "1e300"
-                                   << "2" << most * 0.01 << 10.00 - most * 0.01;
-        QTest::newRow("too large a whole") << "4294967297"
-                                           << "2" << most * 0.01 << 10.00 - most * 0.01;
+                                   << "2" << most * 0.01 << 10.01 - most * 0.01;
+        QTest::newRow("too large a whole number") << "4294967297"
+                                                  << "2" << most * 0.01 << 10.01 - most * 0.01;
         // 2 percent of 10.00 against 10 ticks: the third type takes the wider.
         QTest::newRow("control rounded") << "10"
                                          << "2.6" << 10.20 << 9.80;

@@ -21,7 +21,7 @@ class PriceCageLoadTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void load_secondTime_isNotDoneAgain() {
+    void load_secondTime_isRefused() {
         PriceRoom room;
         room.cage.initCageMap(room.presenter, false);
         QCOMPARE(room.sink.count.load(), 1);
@@ -32,7 +32,7 @@ private slots:
         QCOMPARE(room.world.link().requestCount(), requests);
     }
 
-    void load_userProfile_isAskedForByTheFuzzyKey() {
+    void load_userProfile_isRequestedByTheFuzzyKey() {
         PriceRoom room;
         room.cage.initCageMap(room.presenter, false);
         QCOMPARE(room.world.link().requestCount(kProfile), 1);
@@ -55,7 +55,7 @@ private slots:
         QCOMPARE(room.cage.GetCageIndexMap(), indexOf("1", "2", "*", "U"));
         QCOMPARE(room.cage.GetCageApplyMap(), (CageRecords{{"ETF", {{"status", "1"}}}}));
         QCOMPARE(sourceText(room.cage), QString());
-        // The server is not asked for switches that there are.
+        // The user has switches, so the server is not asked for them.
         QCOMPARE(room.world.link().requestCount(kConfig), 1);
         QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 30, 15));
     }
@@ -82,6 +82,54 @@ private slots:
         QCOMPARE(room.cage.GetCageIndexMap(), indexOf("1", "2", "*", "A"));
         QCOMPARE(room.cage.GetCageApplyMap(),
                  (CageRecords{{"ETF", {{"status", "0"}, {"title", "t"}}}}));
+    }
+
+    void load_firstUserRowWithoutClasses_takesTheIndexOfTheSecond() {
+        PriceRoom room;
+        room.world.link().on(
+            kProfile,
+            ScriptedReply::rows(
+                {profileRow(kCageKey, R"({"A":{"controlType":1}})"),
+                 profileRow(kCageKey, R"({"A":{"controlType":2,"securityType":["1-2-*"]}})"),
+                 profileRow(kCageKey, R"({"A":{"controlType":3,"securityType":["2-2-*"]}})"),
+                 profileRow(kApplyKey, kOneApply)}));
+        room.world.link().on(kConfig,
+                             items({{SystemItemName::TagPriceCage, R"({"S":{"controlType":3}})"}}));
+        room.cage.initCageMap(room.presenter, false);
+        QCOMPARE(room.cage.GetCageIndexMap(), indexOf("1", "2", "*", "A"));
+        QCOMPARE(room.cage.GetAllCageMap().value("A").value(CageField::controlType).toInt(), 3);
+    }
+
+    void load_unusableCages_areKeptWithOneWarningEach() {
+        PriceRoom room;
+        const auto cage = [](const QString& control, const QString& ratio, const QString& ticks) {
+            return QStringLiteral(R"({"controlType":%1,"%2":%3,"%4":%5})")
+                .arg(control, CageField::userBuyPercent, ratio, CageField::userSellUnit, ticks);
+        };
+        const QString cages =
+            QStringLiteral(R"({"good":%1,"texts":%2,"control":%3,"ratio":%4,)"
+                           R"("ticks":%5,"both":%6,"empty":{}})")
+                .arg(cage("1", "0.02", "9"), cage(R"("3")", R"("0.02")", R"("9")"),
+                     cage("4", "0.02", "9"), cage("1", R"("two")", "9"),
+                     cage("1", "0.02", R"("9.7")"), cage("0", "[]", "{}"));
+        room.world.link().on(kProfile, ScriptedReply::rows({profileRow(kCageKey, cages),
+                                                            profileRow(kApplyKey, kOneApply)}));
+        const LogCapture log;
+        room.cage.initCageMap(room.presenter, false);
+        QCOMPARE(room.cage.GetAllCageMap().size(), 7);
+        QCOMPARE(room.cage.GetAllCageMap().value("ratio").value(CageField::userBuyPercent),
+                 QVariant("two"));
+        QStringList warned = log.texts(QtWarningMsg).filter("has unusable figures");
+        QCOMPARE(warned.size(), 5);
+        const auto warnedOf = [&warned](const QString& id, const QString& figures) {
+            return warned.contains(
+                QStringLiteral("price cage \"%1\" has unusable figures: \"%2\"").arg(id, figures));
+        };
+        QVERIFY(warnedOf("control", "controlType=4"));
+        QVERIFY(warnedOf("ratio", "buyPriceLimitRatio=two"));
+        QVERIFY(warnedOf("ticks", "sellPriceLimitUnit=9.7"));
+        QVERIFY(warnedOf("both", "controlType=0, buyPriceLimitRatio=, sellPriceLimitUnit="));
+        QVERIFY(warnedOf("empty", "controlType="));
     }
 
     void load_localCopies_areTakenWhenTheUsersRecordFails() {
@@ -112,7 +160,7 @@ private slots:
         QVERIFY(room.cage.GetCageApplyMap().contains("Strategy"));
     }
 
-    void load_userRecordGood_localCopiesAreNotLookedAt() {
+    void load_userRecordGood_localCopiesAreNotRead() {
         PriceRoom room;
         room.world.link().on(kProfile, ScriptedReply::rows({profileRow(kCageKey, kOneCage),
                                                             profileRow(kApplyKey, kOneApply)}));
@@ -125,7 +173,7 @@ private slots:
         QVERIFY(!room.cage.GetAllCageMap().contains("L"));
     }
 
-    void load_localCopyThatIsNoJson_leavesItsPlaceToTheNextSource() {
+    void load_localCopyNotJson_usesTheNextSource() {
         PriceRoom room;
         saveLocal(ETFTradeSetting::Self_AllPriceCageApply, "{broken");
         saveLocal(ETFTradeSetting::Self_AllPriceCageMap, "[1]");
@@ -156,7 +204,7 @@ private slots:
         QFETCH(QString, text);
         PriceRoom room;
         room.world.link().on(kProfile, ScriptedReply::rows({profileRow(key, data)}));
-        // As many cages as the user has, so that his stay as they are.
+        // As many cages as the user has, so that no server cage is added to the user's.
         room.world.link().on(kConfig, items({{SystemItemName::TagPriceCage, R"({"S":{}})"}}));
         saveLocal(ETFTradeSetting::Self_AllPriceCageApply, R"({"Local":{"status":"1"}})");
         saveLocal(ETFTradeSetting::Self_AllPriceCageMap, R"({"L":{"securityType":["2-2-*"]}})");
@@ -199,13 +247,13 @@ private slots:
         QCOMPARE(QStringList(room.cage.GetCageApplyMap().keys()), functions);
     }
 
-    void load_serverItemThatHoldsNothing_leavesItsPlaceToTheBuiltInText_data() {
+    void load_emptyServerItem_usesTheBuiltInText_data() {
         QTest::addColumn<QString>("item");
         QTest::newRow("broken") << "{broken";
         QTest::newRow("empty record") << "{}";
         QTest::newRow("no text") << "";
     }
-    void load_serverItemThatHoldsNothing_leavesItsPlaceToTheBuiltInText() {
+    void load_emptyServerItem_usesTheBuiltInText() {
         QFETCH(QString, item);
         PriceRoom room;
         room.world.link().on(kConfig, items({{SystemItemName::TagPriceCage, item},
@@ -217,7 +265,7 @@ private slots:
                  (QStringList{"ETF", "MultiArbitrage", "Strategy"}));
     }
 
-    void load_serverItemOfSeveralRows_isItsFirst() {
+    void load_serverItemWithSeveralRows_usesTheFirst() {
         PriceRoom room;
         room.world.link().on(kConfig,
                              ScriptedReply::rows({{{System::itemValue, R"({"A":{"status":"1"}})"}},
@@ -254,24 +302,24 @@ private slots:
         }
         QCOMPARE(asked,
                  (QStringList{SystemItemName::TagPriceCage, SystemItemName::TagPriceCageApply}));
-        // The union is what is reported, never the server's default itself.
+        // The source reported is the union, never the server's default.
         QString text = "untouched";
         QVERIFY(room.cage.IsGetUserCageInfo(text));
         QCOMPARE(text, QString("untouched"));
     }
 
-    void load_nothingAnswers_takesTheBuiltInTexts_data() {
+    void load_nothingAnswers_usesTheBuiltInTexts_data() {
         QTest::addColumn<bool>("withPresenter");
         QTest::newRow("server refuses") << true;
         QTest::newRow("no presenter") << false;
     }
-    void load_nothingAnswers_takesTheBuiltInTexts() {
+    void load_nothingAnswers_usesTheBuiltInTexts() {
         QFETCH(bool, withPresenter);
         PriceRoom room;
         const LogCapture log;
         const QString notice =
             room.cage.initCageMap(withPresenter ? room.presenter.data() : nullptr, false);
-        // Without a presenter the user's record is not asked for, so nobody says that it failed.
+        // Without a presenter the user's record is not requested, so its query has not failed.
         QCOMPARE(notice, withPresenter ? QString("价格笼子应用设置:当前使用本地默认配置"
                                                  "\n价格笼子参数设置:")
                                        : QString());
@@ -294,14 +342,14 @@ private slots:
                  InitState::Done);
     }
 
-    void load_over_isToldWithoutALockWhenTheTablesStand_data() {
+    void load_ended_isReportedWithoutALockOnceTheTablesAreInForce_data() {
         QTest::addColumn<bool>("succeeds");
         QTest::addColumn<int>("state");
         QTest::addColumn<QStringList>("cageIds");
         QTest::newRow("succeeded") << true << int(InitState::Done) << QStringList{"U"};
         QTest::newRow("failed") << false << int(InitState::Failed) << QStringList();
     }
-    void load_over_isToldWithoutALockWhenTheTablesStand() {
+    void load_ended_isReportedWithoutALockOnceTheTablesAreInForce() {
         QFETCH(bool, succeeds);
         QFETCH(int, state);
         QFETCH(QStringList, cageIds);
@@ -312,10 +360,10 @@ private slots:
         }
         room.cage.initCageMap(room.presenter, false);
         QCOMPARE(room.sink.count.load(), 1);
-        const CountingSink::Moment told = room.sink.last();
-        QCOMPARE(int(told.state), state);
-        QVERIFY(!told.underLock);
-        QCOMPARE(QStringList(told.cages.keys()), cageIds);
+        const CountingSink::Moment reported = room.sink.last();
+        QCOMPARE(int(reported.state), state);
+        QVERIFY(!reported.underLock);
+        QCOMPARE(QStringList(reported.cages.keys()), cageIds);
     }
 
     void load_fewerUserCagesThanTheServer_areUnitedWholeByKeyAndExchange() {
@@ -368,7 +416,7 @@ private slots:
                                                        "\n价格笼子参数设置:初始化失败"));
     }
 
-    void securityTypes_ofAnotherForm_areToldAndLeftOut() {
+    void securityTypes_otherForm_areLoggedAndLeftOut() {
         CageIndex index;
         const LogCapture log;
         getCageFieldSecurityType(

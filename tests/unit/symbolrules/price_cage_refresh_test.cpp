@@ -5,12 +5,12 @@
 #include "price_cage_script.h"
 #include "wait_for.h"
 
-/// Loads of the cage behind the first one.
+/// Loads of the cage after the first one.
 class PriceCageRefreshTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void refresh_failed_leavesTheTablesAndTellsNobody() {
+    void refresh_failed_leavesTheTablesWithoutASignal() {
         PriceRoom room(CageBuiltIn{});
         room.world.link().on(kProfile, ScriptedReply::rows({profileRow(kCageKey, kOneCage),
                                                             profileRow(kApplyKey, kOneApply)}));
@@ -30,10 +30,10 @@ private slots:
                  InitState::Done);
     }
 
-    void refresh_succeeded_replacesTheTablesAndTellsSo() {
+    void refresh_succeeded_replacesTheTablesWithASignal() {
         PriceRoom room;
         room.cage.initCageMap(room.presenter, false);
-        // Known by its old cage, it has to be looked up anew.
+        // The refresh has to forget this cage of the symbol.
         QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), room.cage.GetAllCageMap().value("1"));
         room.world.link().on(kConfig,
                              items({{SystemItemName::TagPriceCage,
@@ -47,7 +47,7 @@ private slots:
         QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 31, 15));
     }
 
-    void refresh_underWay_leavesTheOldTablesToEverybody() {
+    void refresh_underWay_leavesTheOldTablesInForce() {
         PriceRoom room;
         room.cage.initCageMap(nullptr, false);
         const CageRecords before = room.cage.GetAllCageMap();
@@ -63,7 +63,7 @@ private slots:
         QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), before.value("1"));
         QVERIFY(room.cage.IsCageApply("ETF"));
         QVERIFY(!room.cage.GetCageIndexMap().isEmpty());
-        // Whoever had waited for the lock would have met the end of the request.
+        // The request is still pending, so none of the questions waited for it.
         QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
         QVERIFY(waitFor([&] { return room.world.link().release(kProfile) == 1; }));
         refresh.wait();

@@ -2,7 +2,7 @@
 
 #include "price_room.h"
 
-// The sources of a load of the cage, as the tests script them.
+// The sources of a load of the cage, for the scripts of the tests.
 
 inline const QString kProfile = Quindar_MsgType::getUserProfileDataRequest;
 inline const QString kConfig = Velmar_MsgType::getSysConfigRequest;
@@ -18,7 +18,7 @@ inline QVariantMap profileRow(const QString& key, const QString& data) {
     return {{System::profileKey, key}, {System::profileData, data}};
 }
 
-/// The server's configuration items by name; one that is missing gives no row.
+/// The server's configuration items by name; a missing item gives an answer without rows.
 inline ScriptedReply::Function items(const QMap<QString, QString>& values) {
     return [values](const QVariant& body) {
         const QString name = headerOf(body).value(System::itemName).toString();
@@ -28,7 +28,7 @@ inline ScriptedReply::Function items(const QMap<QString, QString>& values) {
     };
 }
 
-/// What the cage says of where its tables are from.
+/// The text in which the cage says where its tables come from.
 inline QString sourceText(PriceCage& cage) {
     QString text = QStringLiteral("untouched");
     cage.IsGetUserCageInfo(text);

@@ -1,7 +1,13 @@
+#include <unistd.h>
+
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QtTest>
+#include <atomic>
+#include <functional>
 #include <future>
+#include <limits>
 #include <memory>
 #include <mutex>
 
@@ -26,7 +32,7 @@ const CageRecords kCageChange{{"1",
                                 {CageField::userSellUnit, 7},
                                 {CageField::controlType, 1}}}};
 
-/// Notes of each request, by its type, whether its sender held a lock of the plug-in.
+/// Records for each request, by its type, whether its sender held a lock of the plug-in.
 class LockNotingLink final : public ScriptedLink {
 public:
     bool send(const GatewayRequest& sent) override {
@@ -45,6 +51,35 @@ public:
 private:
     mutable std::mutex m_mutex;  // guards m_underLock
     QMap<QString, QList<bool>> m_underLock;
+};
+
+/// Whether a thread of this process sleeps, as one does that waits for a lock.
+bool isAsleep(int threadId) {
+    QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(threadId));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    // "id (name) state ...", and a name may contain a parenthesis.
+    const QByteArray line = file.readAll();
+    return line.mid(line.lastIndexOf(')') + 2, 1) == "S";
+}
+
+/// A question about the cage on a thread of its own.
+struct Question {
+    explicit Question(std::function<void()> ask)
+        : result(std::async(std::launch::async, [this, ask = std::move(ask)] {
+              threadId = gettid();
+              ask();
+              isAnswered = true;
+          })) {}
+    /// Waits until the question is either answered or waits for something.
+    bool waitUntilAnsweredOrBlocked() const {
+        return waitFor([this] { return isAnswered || (threadId > 0 && isAsleep(threadId)); });
+    }
+
+    std::atomic<int> threadId{0};
+    std::atomic<bool> isAnswered{false};
+    const std::future<void> result;  // last: its thread uses the others
 };
 
 QVariant savedSetting(const QString& key) {
@@ -185,17 +220,17 @@ private slots:
         QVERIFY(!savedSetting(ETFTradeSetting::Self_AllPriceCageMap).isValid());
     }
 
-    void update_acceptedByACutAnswer_isAccepted() {
+    void update_acceptedByAnAnswerWithMissingRows_isAccepted() {
         PriceRoom room;
         room.cage.initCageMap(room.presenter, false);
-        // Nobody reads the rows of this answer.
+        // The rows of this answer are not read.
         room.world.link().on(kWrite, ScriptedReply::rows({}, {{System::subGroupNumber, 2}}));
         QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
                  QString());
         QVERIFY(!room.cage.IsCageApply("ETF"));
     }
 
-    void update_noPresenter_saysSoAndChangesNothing() {
+    void update_noPresenter_returnsItsTextAndChangesNothing() {
         PriceRoom room;
         room.cage.initCageMap(nullptr, false);
         const CageRecords cages = room.cage.GetAllCageMap();
@@ -205,7 +240,7 @@ private slots:
         QCOMPARE(room.world.link().requestCount(kWrite), 0);
     }
 
-    void update_underWay_answersWhatNeedsNoTable() {
+    void update_underWay_doesNotBlockQuestionsThatNeedNoTable() {
         PriceRoom room;
         room.world.link().on(kProfile, ScriptedReply::rows({}));
         room.cage.initCageMap(room.presenter, false);
@@ -219,16 +254,168 @@ private slots:
         QVERIFY(room.cage.IsUserCageInfoInited(QString(), text));
         QCOMPARE(text, QString("untouched"));
         QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 30, 15));
-        // Whoever had waited for the lock would have met the end of the request.
+        // The request is still pending, so none of the questions waited for it.
         QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
         QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
         writer.wait();
         QVERIFY(!room.cage.IsCageApply("ETF"));
     }
 
-    void requests_ofLoadsAndOfTheUpdate_areSentUnderALockByTheUpdateAlone() {
+    void update_underWay_blocksEveryReaderOfTheTables_data() {
+        QTest::addColumn<int>("question");
+        QTest::newRow("GetAllCageMap") << 0;
+        QTest::newRow("GetCageApplyMap") << 1;
+        QTest::newRow("GetCageIndexMap") << 2;
+        QTest::newRow("IsCageApply") << 3;
+        QTest::newRow("GetCageMapBySymbol") << 4;
+        QTest::newRow("CheckCagePrice") << 5;
+    }
+    void update_underWay_blocksEveryReaderOfTheTables() {
+        QFETCH(int, question);
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        const QVariantMap tick{
+            {"Symbol", "600000.SH"}, {"TradingPhaseCode", "3"}, {"Sell1Price", 10.0}};
+        room.cage.CheckCagePrice(10.0, tick, false);  // reads the reference data once
+        const std::function<void()> questions[] = {
+            [&] { room.cage.GetAllCageMap(); },
+            [&] { room.cage.GetCageApplyMap(); },
+            [&] { room.cage.GetCageIndexMap(); },
+            [&] { room.cage.IsCageApply("ETF"); },
+            [&] { room.cage.GetCageMapBySymbol("600000.SH"); },
+            [&] { room.cage.CheckCagePrice(10.0, tick, false); }};
+        room.world.link().on(kWrite, ScriptedReply::rows({}).held());
+        const auto writer = std::async(std::launch::async, [&room] {
+            room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
+        });
+        QVERIFY(room.world.link().waitForRequestCount(kWrite, 1));
+        // Only m_cageLock held for writing keeps all of them out.
+        const Question asked(questions[question]);
+        const bool decided = asked.waitUntilAnsweredOrBlocked();
+        const bool early = asked.isAnswered;
+        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
+        asked.result.wait();
+        QVERIFY(decided);
+        QVERIFY(!early);
+    }
+
+    void update_twoAtOnce_keepsTheChangesOfBoth() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        room.world.link().on(kWrite, ScriptedReply::rows({}).held());
+        const auto update = [&room](const QString& function, int ticks) {
+            return std::async(std::launch::async, [&room, function, ticks] {
+                return room.cage.updateUserCageInfo(
+                    room.presenter, {{function, {{CageField::status, true}}}},
+                    {{function, {{CageField::userBuyUnit, ticks}}}});
+            });
+        };
+        auto one = update("One", 1);
+        auto two = update("Two", 2);
+        // The second is not sent before the first one is answered.
+        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
+        QVERIFY(room.world.link().waitForRequestCount(kWrite, 2));
+        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
+        QCOMPARE(one.get(), QString());
+        QCOMPARE(two.get(), QString());
+        QVERIFY(room.cage.IsCageApply("One") && room.cage.IsCageApply("Two"));
+        const CageRecords cages = room.cage.GetAllCageMap();
+        QCOMPARE(cages.value("One").value(CageField::userBuyUnit).toInt(), 1);
+        QCOMPARE(cages.value("Two").value(CageField::userBuyUnit).toInt(), 2);
+        // The later request and the local copies contain both.
+        const QList<QVariantMap> rows = room.world.link().lastRequest(kWrite).rows;
+        for (const QString& json :
+             {rows.at(0).value(System::profileData).toString(),
+              rows.at(1).value(System::profileData).toString(),
+              savedSetting(ETFTradeSetting::Self_AllPriceCageApply).toString(),
+              savedSetting(ETFTradeSetting::Self_AllPriceCageMap).toString()}) {
+            QVERIFY(recordOf(json).contains("One") && recordOf(json).contains("Two"));
+        }
+    }
+
+    void update_unusableFigure_isRefusedBeforeAnythingIsSent_data() {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<bool>("accepted");
+        const double infinity = std::numeric_limits<double>::infinity();
+        const QString& ratio = CageField::userBuyPercent;
+        const QString& ticks = CageField::userSellUnit;
+        QTest::newRow("ratio") << ratio << QVariant(0.02) << true;
+        QTest::newRow("ratio as text") << ratio << QVariant("0.02") << true;
+        QTest::newRow("ratio 0") << ratio << QVariant(0) << true;
+        QTest::newRow("ratio negative") << ratio << QVariant(-0.01) << false;
+        QTest::newRow("ratio negative as text") << ratio << QVariant("-0.01") << false;
+        QTest::newRow("ratio is not a number") << ratio << QVariant("two") << false;
+        QTest::newRow("ratio empty") << ratio << QVariant("") << false;
+        QTest::newRow("ratio is NaN")
+            << ratio << QVariant(std::numeric_limits<double>::quiet_NaN()) << false;
+        QTest::newRow("ratio is NaN as text") << ratio << QVariant("nan") << false;
+        QTest::newRow("ratio infinite") << ratio << QVariant(infinity) << false;
+        QTest::newRow("ratio infinite as text") << ratio << QVariant("inf") << false;
+        QTest::newRow("ratio is a record") << ratio << QVariant(QVariantMap()) << false;
+        QTest::newRow("ratio is a truth value") << ratio << QVariant(true) << false;
+        QTest::newRow("ratio left out") << ratio << QVariant() << true;
+        QTest::newRow("ticks") << ticks << QVariant(10) << true;
+        QTest::newRow("ticks as text") << ticks << QVariant("10") << true;
+        QTest::newRow("ticks negative") << ticks << QVariant(-1) << false;
+        // It would be read back as 0.
+        QTest::newRow("ticks as a text with decimals") << ticks << QVariant("9.7") << false;
+        // Nobody saves this one.
+        QTest::newRow("other field") << "title" << QVariant("two") << true;
+    }
+    void update_unusableFigure_isRefusedBeforeAnythingIsSent() {
+        QFETCH(QString, field);
+        QFETCH(QVariant, value);
+        QFETCH(bool, accepted);
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        const CageRecords before = room.cage.GetAllCageMap();
+        room.world.link().on(kWrite, ScriptedReply::rows({}));
+        const LogCapture log;
+        const QString text =
+            room.cage.updateUserCageInfo(room.presenter, kApplyChange, {{"1", {{field, value}}}});
+        QCOMPARE(text.isEmpty(), accepted);
+        QCOMPARE(room.world.link().requestCount(kWrite), accepted ? 1 : 0);
+        if (!accepted) {
+            QVERIFY(text.startsWith("设置失败，失败原因：") && text.contains(field));
+            QVERIFY(log.contains(QtWarningMsg, "changes of price cage \"1\" are refused"));
+            QCOMPARE(room.cage.GetAllCageMap(), before);
+            QVERIFY(room.cage.IsCageApply("ETF"));
+        }
+    }
+
+    void update_figureLeftOut_isEmptied() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        room.world.link().on(kWrite, ScriptedReply::rows({}));
+        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, {},
+                                              {{"1", {{CageField::userBuyUnit, 5}}}}),
+                 QString());
+        const QVariantMap cage = room.cage.GetAllCageMap().value("1");
+        QCOMPARE(cage.value(CageField::userBuyUnit).toInt(), 5);
+        for (const QString& field :
+             {CageField::userBuyPercent, CageField::userSellPercent, CageField::userSellUnit}) {
+            QVERIFY(cage.contains(field) && !cage.value(field).isValid());
+        }
+    }
+
+    void update_noPresenterWhileOneIsUnderWay_returnsAtOnce() {
+        PriceRoom room;
+        room.cage.initCageMap(room.presenter, false);
+        room.world.link().on(kWrite, ScriptedReply::rows({}).held());
+        const auto writer = std::async(std::launch::async, [&room] {
+            room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
+        });
+        QVERIFY(room.world.link().waitForRequestCount(kWrite, 1));
+        QCOMPARE(room.cage.updateUserCageInfo(nullptr, kApplyChange, kCageChange),
+                 QStringLiteral("prtClass为空，无法上报价格笼子设置至后台！"));
+        QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
+        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
+    }
+
+    void requests_loadsAndUpdate_areSentUnderALockByTheUpdateOnly() {
 #ifdef QT_NO_DEBUG
-        QSKIP("held locks are known to debug builds only");
+        QSKIP("only debug builds record the held locks");
 #endif
         PriceRoom room;
         auto made = std::make_unique<LockNotingLink>();
@@ -240,7 +427,7 @@ private slots:
         room.hongKong.initHKPriceUnit(room.presenter);
         room.cage.initCageMap(room.presenter, false);
         room.cage.initCageMap(room.presenter, true);
-        // Nobody may judge a price by figures of which the server is just told otherwise.
+        // No price may be checked against figures that the server is replacing at that moment.
         QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
                  QString());
         const QMap<QString, QList<bool>> expected{
@@ -285,7 +472,7 @@ private slots:
         QCOMPARE(text, QString("untouched"));
     }
 
-    void inited_eachAdvice_isGivenInItsOrder() {
+    void inited_severalAdvices_areGivenInTheirOrder() {
         PriceRoom room;
         room.cage.initCageMap(room.presenter, false);  // the profile is refused
         QString text;

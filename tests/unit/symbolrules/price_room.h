@@ -10,6 +10,7 @@
 #include "clock.h"
 #include "hong_kong_prices.h"
 #include "lock_rank.h"
+#include "post.h"
 #include "price_cage.h"
 #include "price_cage_sink.h"
 #include "price_rules.h"
@@ -22,7 +23,7 @@
 #include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
 
-/// The symbols that the price tests ask about, one of each kind, and the suffixes of exchanges.
+/// The symbols of the price tests, one of each kind, and the suffixes of exchanges.
 inline StaticDbBuilder priceData() {
     StaticDbBuilder data;
     const auto add = [&data](const QString& symbol, const QString& exchange, const QString& type,
@@ -53,7 +54,7 @@ inline StaticDbBuilder priceData() {
     add("09001.HK", Exchange::HkStockCirculation, MdcSecurityType::StockType, HStcokCirculation);
     add("10000001.SH", Exchange::sh, MdcSecurityType::OptionType, "06100");
     add("IF2601.CFE", Exchange::cffex, MdcSecurityType::FuturesType, "05100");
-    // Those that are asked for without their suffix.
+    // Symbols without a suffix.
     add("600001", Exchange::sh, MdcSecurityType::StockType, "02001");
     add("02002", Exchange::hhk, MdcSecurityType::StockType, HKSharesTypeList.at(0));
     data.section(DictionaryKey::Markert2SymbolPost, {{Exchange::sh, SymbolPost::sh},
@@ -70,7 +71,7 @@ public:
     QDateTime m_now{QDate(2026, 3, 10), QTime(9, 30, 15)};
 };
 
-/// Counts what it is told, and keeps what could be asked at that moment.
+/// Counts its calls, and keeps what a caller could read during the last one.
 class CountingSink final : public PriceCageSink {
 public:
     struct Moment {
@@ -99,28 +100,41 @@ private:
     Moment m_last;
 };
 
-/// The price companions on a world of their own, with a presenter to send through.
+/// A presenter that is disposed of with this object.
+struct RoomPresenter {
+    RoomPresenter() { presenter->initPresenter(); }
+    ~RoomPresenter() {
+        if (presenter) {
+            presenter->deleteLater();
+        }
+    }
+    RoomPresenter(const RoomPresenter&) = delete;
+    RoomPresenter& operator=(const RoomPresenter&) = delete;
+
+    // A platform that closes disposes of its presenters too.
+    const QPointer<RecordingPresenter> presenter = new RecordingPresenter;
+};
+
+/// The price companions with a platform of their own and a presenter to send through.
 struct PriceRoom {
     explicit PriceRoom(const CageBuiltIn& builtIn = CageBuiltIn::standard(),
                        const StaticDbBuilder& data = priceData())
         : world({}, data), cage(identity, clock, sink, builtIn) {
         world.login();
         world.link().clearRequests();
-        presenter->initPresenter();
         ladders.load();
         sink.cage = &cage;
-    }
-    ~PriceRoom() {
-        if (presenter) {
-            presenter->deleteLater();
-        }
     }
     PriceRoom(const PriceRoom&) = delete;
     PriceRoom& operator=(const PriceRoom&) = delete;
 
+    /// Queues a functor on the presenter's object thread, which a closing presenter waits for.
+    template <class Functor>
+    void runOnPresenter(Functor functor) {
+        invokeOn(presenter, std::move(functor));
+    }
+
     ClientWorld world;
-    // A platform that closes takes the presenter with it.
-    const QPointer<RecordingPresenter> presenter = new RecordingPresenter;
     StandingClock clock;
     CountingSink sink;
     SymbolIdentity identity;
@@ -128,4 +142,7 @@ struct PriceRoom {
     HongKongPrices hongKong{ladders};
     PriceCage cage;
     PriceRules prices{identity, hongKong, cage};
+    // Last, so that it is disposed of before the companions that its thread may use.
+    const RoomPresenter owned;
+    const QPointer<RecordingPresenter>& presenter = owned.presenter;
 };

@@ -28,8 +28,8 @@ StaticDbBuilder& add(StaticDbBuilder& builder, const QString& symbol, const QStr
     return builder.reference("security", symbol, record);
 }
 
-/// The boards as their exchanges have them: step, minimum and maximum of a limit and of a market
-/// order.
+/// The boards with the rules of their exchanges: step, minimum, and maximum of a limit and of a
+/// market order.
 StaticDbBuilder boards() {
     using namespace MdcSubSecurityType;
     const QString& stock = MdcSecurityType::StockType;
@@ -60,7 +60,7 @@ StaticDbBuilder boards() {
     return builder;
 }
 
-/// A world with some rules, and the quantities that loaded them.
+/// A platform with some rules, and quantity rules that loaded them.
 struct Rules {
     explicit Rules(const StaticDbBuilder& data) : world({}, data) { rules.initSymbolQtyRules(); }
     const ClientWorld world;
@@ -97,13 +97,13 @@ private slots:
         QVERIFY(log.contains(QtInfoMsg, "单笔订单委托数量最大值初始化"));
     }
 
-    void load_again_startsFromNothing() {
+    void load_secondTime_replacesTheTables() {
         Rules all(withRules("MaxQtyRule", {{"X_Side:1", "3"}}));
         all.rules.initSymbolQtyRules();
         QCOMPARE(all.rules.maxQtyMap().value("X").size(), 1);
     }
 
-    void load_maximums_eachKindOfRow_data() {
+    void load_maximums_eachKindOfRowGivesItsEntries_data() {
         using Rows = QMap<QString, QString>;
         QTest::addColumn<Rows>("rows");
         QTest::addColumn<QString>("key");
@@ -116,7 +116,7 @@ private slots:
         QTest::newRow("more conditions lead")
             << Rows{{"X", "5"}, {"X_A:1", "3"}, {"X_A:1,B:2", "2"}, {"X_A:1,B:2,C:3", "1"}} << "X"
             << QList<int>{1, 2, 3, 5} << QVariantMap{{"A", "1"}, {"B", "2"}, {"C", "3"}};
-        QTest::newRow("parts between are passed over")
+        QTest::newRow("parts between are ignored")
             << Rows{{"X_A:9_B:9_Side:1", "3"}} << "X" << QList<int>{3} << QVariantMap{{kSide, "1"}};
         QTest::newRow("empty parts of the key")
             << Rows{{"__X__Side:1_", "3"}} << "X" << QList<int>{3} << QVariantMap{{kSide, "1"}};
@@ -130,12 +130,12 @@ private slots:
         QTest::newRow("a field twice")
             << Rows{{"X_Side:2,Side:1", "3"}} << "X" << QList<int>{3} << QVariantMap{{kSide, "1"}};
         QTest::newRow("no number") << Rows{{"X", "all"}} << "X" << QList<int>{0} << none;
-        // Behind "X_" in the order of keys, and with the same first part.
+        // After "X_" in the order of keys, and with the same first part.
         QTest::newRow("a later plain row discards")
             << Rows{{"X_Side:1", "3"}, {"X__", "7"}} << "X" << QList<int>{7} << none;
         QTest::newRow("nothing but bars") << Rows{{"__", "3"}} << "" << QList<int>{} << none;
     }
-    void load_maximums_eachKindOfRow() {
+    void load_maximums_eachKindOfRowGivesItsEntries() {
         using Rows = QMap<QString, QString>;
         QFETCH(Rows, rows);
         QFETCH(QString, key);
@@ -150,7 +150,7 @@ private slots:
         }
         QCOMPARE(found, limits);
         QCOMPARE(entries.value(0).filter, firstFilter);
-        // Whatever became of them.
+        // Dropped rows are logged too.
         for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
             const QString line = QStringLiteral("读入key：%1，value：%2")
                                      .arg(row.key(), QString::number(row.value().toInt()));
@@ -158,7 +158,7 @@ private slots:
         }
     }
 
-    void load_atItsEnd_tellsEachKeyWithItsList() {
+    void load_atItsEnd_logsEachKeyWithItsList() {
         LogCapture log;
         const Rules all(withRules("MaxQtyRule", {{"X", "5000"}, {"X_Side:1", "3000"}, {"Y", "7"}}));
         const QStringList said = log.texts();
@@ -170,7 +170,7 @@ private slots:
         QVERIFY(said.indexOf(x.first()) < said.indexOf(y.first()));
     }
 
-    void load_textsWithPlaceholders_areNotTakenForOnes() {
+    void load_textsWithPlaceMarkers_areLoggedUnchanged() {
         LogCapture log;
         const Rules all(withRules("MaxQtyRule", {{"%2", "3"}}));
         QVERIFY(log.contains("读入key：%2，value：3"));
@@ -212,9 +212,9 @@ private slots:
     void step_ownLot_beatsTheRules_data() {
         QTest::addColumn<QVariant>("lot");
         QTest::addColumn<int>("step");
-        QTest::newRow("tiny counts as none") << QVariant(1e-11) << 7;
-        QTest::newRow("at the edge counts as none") << QVariant(1e-10) << 7;
-        QTest::newRow("cut off") << QVariant(100.9) << 100;
+        QTest::newRow("tiny counts as missing") << QVariant(1e-11) << 7;
+        QTest::newRow("at the edge counts as missing") << QVariant(1e-10) << 7;
+        QTest::newRow("truncated") << QVariant(100.9) << 100;
         QTest::newRow("text") << QVariant("500") << 500;
         QTest::newRow("none") << QVariant(0) << 7;
         QTest::newRow("negative") << QVariant(-100) << 7;
@@ -230,7 +230,7 @@ private slots:
         QCOMPARE(Rules(builder).rules.GetQtyStepBySymbol("A.SH"), step);
     }
 
-    void step_lotOfAnotherSource_isNone() {
+    void step_lotOfAnotherSource_isIgnored() {
         StaticDbBuilder builder;
         builder.section("StepQtyRule", {{"8", "50"}});
         builder.reference("etf", "510011.SH",
@@ -264,7 +264,7 @@ private slots:
             << "00005.SZ" << QList<int>{400, 70, 1200000, 1200000, 1};
         QTest::newRow("large lot, at the cap")
             << "00001.HK" << QList<int>{50000, 50000, 99999999, 99999999, 1};
-        // 1,000,000 x 3000 wraps to a negative number, which then is the smaller one.
+        // 1,000,000 x 3000 wraps to a negative number, which is then the smaller one.
         QTest::newRow("lot beyond 32 bits")
             << "00002.HK" << QList<int>{1000000, 1000000, -1294967296, -1294967296, 1};
     }
@@ -296,7 +296,7 @@ private slots:
         QCOMPARE(Rules(builder).rules.GetMinQtyPerOrderBySymbol("00700.HK"), 200);
     }
 
-    void maximum_firstRuleThatFits_data() {
+    void maximum_severalRules_isThatOfTheFirstThatFits_data() {
         using Rows = QMap<QString, QString>;
         QTest::addColumn<Rows>("rows");
         QTest::addColumn<QVariantMap>("order");
@@ -308,14 +308,14 @@ private slots:
         QTest::newRow("field missing") << two << QVariantMap{} << 5000;
         QTest::newRow("goes on to the type")
             << Rows{{"02001_Side:2", "1"}, {"2", "4"}, {"*", "9"}} << buy << 4;
-        QTest::newRow("none of either, the rest")
+        QTest::newRow("neither fits, the fallback")
             << Rows{{"02001_Side:2", "1"}, {"2_Side:3", "4"}, {"*", "9"}} << buy << 9;
-        QTest::newRow("no row of the type, no rest")
+        QTest::newRow("no row of the type, no fallback")
             << Rows{{"02001_Side:2", "1"}} << buy << 1000000;
-        QTest::newRow("conditions of the rest are not looked at")
+        QTest::newRow("conditions of the fallback are ignored")
             << Rows{{"*", "9"}, {"*_Side:2", "8"}} << buy << 8;
     }
-    void maximum_firstRuleThatFits() {
+    void maximum_severalRules_isThatOfTheFirstThatFits() {
         using Rows = QMap<QString, QString>;
         QFETCH(Rows, rows);
         QFETCH(QVariantMap, order);
@@ -324,7 +324,7 @@ private slots:
         QCOMPARE(all.rules.GetMaxQtyPerOrderBySymbol("A.SH", order), expected);
     }
 
-    void oddLots_stepOf100MinimumOf200_data() {
+    void oddLots_stepOf100MinimumOf200_areAdjusted_data() {
         QTest::addColumn<int>("type");
         QTest::addColumn<bool>("flag");
         QTest::addColumn<qint64>("qty");
@@ -357,11 +357,11 @@ private slots:
         for (int type = 0; type <= 5; ++type) {
             row(type, 0, 0);
         }
-        // Beyond what a double tells apart, but no overflow.
+        // Beyond the precision of a double, but without overflow.
         row(1, std::numeric_limits<qint64>::max(), 9223372036854775800);
         row(3, std::numeric_limits<qint64>::max(), std::numeric_limits<qint64>::max());
     }
-    void oddLots_stepOf100MinimumOf200() {
+    void oddLots_stepOf100MinimumOf200_areAdjusted() {
         QFETCH(int, type);
         QFETCH(bool, flag);
         QFETCH(qint64, qty);
@@ -372,13 +372,47 @@ private slots:
             expected);
     }
 
+    void oddLots_quantityBeyondTheDoubles_isExactDownwardsOnly_data() {
+        QTest::addColumn<int>("step");
+        QTest::addColumn<qint64>("down");
+        QTest::addColumn<qint64>("nearest");
+        QTest::addColumn<qint64>("up");
+        // 2^53 + 1 is the first whole number that is not a double.
+        QTest::newRow("step 1") << 1 << Q_INT64_C(9007199254740993) << Q_INT64_C(9007199254740992)
+                                << Q_INT64_C(9007199254740992);
+        QTest::newRow("step 3, a multiple")
+            << 3 << Q_INT64_C(9007199254740993) << Q_INT64_C(9007199254740992)
+            << Q_INT64_C(9007199254740992);
+        QTest::newRow("step 100") << 100 << Q_INT64_C(9007199254740900)
+                                  << Q_INT64_C(9007199254741000) << Q_INT64_C(9007199254741000);
+    }
+    void oddLots_quantityBeyondTheDoubles_isExactDownwardsOnly() {
+        QFETCH(int, step);
+        QFETCH(qint64, down);
+        QFETCH(qint64, nearest);
+        QFETCH(qint64, up);
+        StaticDbBuilder builder = withRules("StepQtyRule", {{"*", QString::number(step)}});
+        builder.section("MinQtyRule", {{"*", "1"}});
+        const Rules all(builder);
+        const qint64 qty = (Q_INT64_C(1) << 53) + 1;
+        const auto brought = [&](CustomOddLotType type, bool flag = false) {
+            return all.rules.GetQtyByOddLotType("A.SH", type, qty, flag);
+        };
+        QCOMPARE(brought(CustomOddLotType::Keep), qty);
+        QCOMPARE(brought(CustomOddLotType::Down), down);
+        QCOMPARE(brought(CustomOddLotType::Nearest), nearest);
+        QCOMPARE(brought(CustomOddLotType::Up), up);
+        QCOMPARE(brought(CustomOddLotType::ByFlag, true), down);
+        QCOMPARE(brought(CustomOddLotType::ByFlag, false), up);
+    }
+
     void oddLots_minimumOfZero_negativeQuantityStaysFinite() {
         const Rules all(withRules("MinQtyRule", {{"*", "0"}}));
         QCOMPARE(all.rules.GetQtyByOddLotType("A.SH", CustomOddLotType::Nearest, -150, false),
                  qint64(0));
     }
 
-    void oddLots_stepBelowOne_leavesTheQuantityAndSaysSo() {
+    void oddLots_stepBelowOne_leavesTheQuantityWithALogLine() {
         StaticDbBuilder builder;
         add(builder, "A.SH", "2", "02001", {{Security::LotSize, 0.5}});
         const Rules all(builder);
@@ -388,14 +422,14 @@ private slots:
                 all.rules.GetQtyByOddLotType("A.SH", static_cast<CustomOddLotType>(type), 0, true),
                 qint64(0));
         }
-        // Nothing is asked about the symbol then.
-        QVERIFY(!log.contains("no quantity step"));
+        // The symbol is not looked up for a quantity of 0.
+        QVERIFY(!log.contains("no usable quantity step"));
         for (int type = 1; type <= 4; ++type) {
             QCOMPARE(all.rules.GetQtyByOddLotType("A.SH", static_cast<CustomOddLotType>(type), 150,
                                                   true),
                      qint64(150));
         }
-        QVERIFY(log.contains(QtWarningMsg, "no quantity step of \"A.SH\" : 0"));
+        QVERIFY(log.contains(QtWarningMsg, "no usable quantity step of \"A.SH\" : 0"));
     }
 };
 

@@ -3,18 +3,19 @@
 #include <atomic>
 #include <thread>
 
-#include "account_room.h"
+#include "account_fixture.h"
 #include "client_world.h"
 #include "log_capture.h"
 #include "security_accounts_reader.h"
 #include "symbol_identity.h"
 #include "tradability.h"
 #include "vocabulary/fields.h"
+#include "vocabulary/names.h"
 #include "vocabulary/values.h"
 
 namespace {
 
-/// Accounts by what a test says of them; notes what it was asked.
+/// Accounts as a test defines them; records which questions were asked.
 class FakeAccounts final : public SecurityAccountsReader {
 public:
     void waitForAccounts() const override { asked.append("wait"); }
@@ -54,6 +55,9 @@ StaticDbBuilder symbols() {
         .reference("security", "FUT.CFE", record("7", "5", "05100"))
         .reference("security", "OPT.SH", record("1", "6", "06100"))
         .reference("security", "AU.SGE", record("E", "9", "09100"))
+        // Its exchange has a suffix.
+        .section(DictionaryKey::Markert2SymbolPost, {{"2", "SZ"}})
+        .reference("security", "PLAIN", record("2", "2", "02001"))
         .reference("security", "ODD.SH", record("1", "0", "00100"));
 }
 
@@ -72,7 +76,7 @@ private slots:
     }
     void cleanup() { m_world.reset(); }
 
-    void sides_byAccountType_data() {
+    void sides_eachAccountType_areThoseOfItsList_data() {
         QTest::addColumn<QString>("account");
         QTest::addColumn<QStringList>("sides");
         QTest::newRow("future") << "future" << SideUnion::futuresSideList;
@@ -83,7 +87,7 @@ private slots:
         QTest::newRow("odd") << "odd" << QStringList();
         QTest::newRow("unknown") << "nobody" << QStringList();
     }
-    void sides_byAccountType() {
+    void sides_eachAccountType_areThoseOfItsList() {
         QFETCH(QString, account);
         QFETCH(QStringList, sides);
         QCOMPARE(rules.GetSupportSideUnionListByAccount(account), sides);
@@ -95,7 +99,7 @@ private slots:
                  account == "cash");
     }
 
-    void tradable_accountAndSymbol_data() {
+    void tradable_eachAccountAndSymbol_goesByTypeAndExchanges_data() {
         QTest::addColumn<QString>("account");
         QTest::addColumn<QStringList>("exchanges");
         QTest::addColumn<QStringList>("tradable");
@@ -116,7 +120,7 @@ private slots:
         QTest::newRow("unknown") << "nobody" << QStringList{"1"} << QStringList();
         QTest::newRow("no account") << "" << QStringList{"1"} << QStringList();
     }
-    void tradable_accountAndSymbol() {
+    void tradable_eachAccountAndSymbol_goesByTypeAndExchanges() {
         QFETCH(QString, account);
         QFETCH(QStringList, exchanges);
         QFETCH(QStringList, tradable);
@@ -131,7 +135,7 @@ private slots:
         QVERIFY(!accounts.asked.contains("wait"));
     }
 
-    void filter_eachField_data() {
+    void filter_eachField_admitsOrRefuses_data() {
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QList<SymbolListType>>("filter");
         QTest::addColumn<bool>("fits");
@@ -146,6 +150,11 @@ private slots:
         QTest::newRow("suffix") << "STOCK.SH" << Filter{{"2", {}, {"SZ", "SH"}, false, {}}} << true;
         QTest::newRow("other suffix")
             << "STOCK.SH" << Filter{{"2", {}, {"SZ"}, false, {}}} << false;
+        // Unlike in the rules of prices, the suffix is that of the symbol's own text.
+        QTest::newRow("suffix of a symbol without a dot")
+            << "PLAIN" << Filter{{"2", {}, {"SZ"}, false, {}}} << false;
+        QTest::newRow("empty suffix of a symbol without a dot")
+            << "PLAIN" << Filter{{"2", {}, {""}, false, {}}} << true;
         QTest::newRow("deleted") << "GONE.SH" << Filter{stocks} << false;
         QTest::newRow("deleted may pass")
             << "GONE.SH" << Filter{stocks, {"2", {}, {}, true, {}}} << true;
@@ -155,14 +164,14 @@ private slots:
         QTest::newRow("unknown symbol, an entry without a type")
             << "nobody" << Filter{{"", {}, {}, false, {}}} << true;
     }
-    void filter_eachField() {
+    void filter_eachField_admitsOrRefuses() {
         QFETCH(QString, symbol);
         QFETCH(QList<SymbolListType>, filter);
         QFETCH(bool, fits);
         QCOMPARE(rules.IsSymbolFitSymbolType(symbol, filter), fits);
     }
 
-    void lists_ofAnAccount_replaceWhatTheCallerHad() {
+    void lists_filledBefore_areReplaced() {
         accounts.exchanges.insert("cash", {"1"});
         QStringList out{"old"};
         rules.GetTradableSymbolListByAccount("cash", out);
@@ -174,7 +183,7 @@ private slots:
         QVERIFY(!accounts.asked.contains("wait"));
     }
 
-    void superEtf_onlyFinancingAFundOnAMarginAccount_data() {
+    void superEtf_financedFundOnAMarginAccount_matchesOnly_data() {
         QTest::addColumn<QString>("account");
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QString>("side");
@@ -190,20 +199,20 @@ private slots:
         QTest::newRow("side") << "credit"
                               << "FUND.SH" << SideUnion::normalBuy << false;
     }
-    void superEtf_onlyFinancingAFundOnAMarginAccount() {
+    void superEtf_financedFundOnAMarginAccount_matchesOnly() {
         QFETCH(QString, account);
         QFETCH(QString, symbol);
         QFETCH(QString, side);
         QFETCH(bool, matches);
         QCOMPARE(rules.CheckOrderMatchSuperEtf(account, symbol, side), matches);
-        // First the wait; another side asks nothing at all.
+        // First the wait; for another side nothing is asked.
         QCOMPARE(accounts.asked,
                  side == SideUnion::financingBuy ? (QStringList{"wait", "type"}) : QStringList());
     }
 
     void superEtf_beforeTheLoad_answersOnlyAfterIt() {
         m_world.reset();
-        AccountRoom room({TestAccount("T1").withCounter("10086", FundAccountType::Credit)},
+        AccountFixture room({TestAccount("T1").withCounter("10086", FundAccountType::Credit)},
                          symbols());
         const Tradability rulesOfRoom(identity, room.securityAccounts);
         room.world.login();
@@ -223,14 +232,14 @@ private slots:
         QCOMPARE(answer.load(), 1);
     }
 
-    void securityAccounts_asTheReader_loadWhenTheAccountTableStands() {
+    void securityAccounts_asTheReader_loadOnceTheAccountTableIsLoaded() {
         m_world.reset();
-        AccountRoom room({TestAccount("T1")
+        AccountFixture room({TestAccount("T1")
                               .withCounter("10086", FundAccountType::Credit)
                               .withSecurityAccount("1", "A1")
                               .withSecurityAccount("G", "G1")});
         SecurityAccountsReader& reader = room.securityAccounts;
-        // Nothing stands yet, and nobody waits.
+        // Nothing is loaded yet, and nothing blocks.
         QVERIFY(reader.securityExchangesOf("T1").isEmpty());
         QCOMPARE(reader.fundAccountTypeOf("T1"), QString());
         room.world.login();

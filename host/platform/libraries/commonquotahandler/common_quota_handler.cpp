@@ -5,6 +5,7 @@
 #include "application_object.h"
 #include "data_log.h"
 #include "data_stores.h"
+#include "never_destroyed.h"
 #include "tick_board.h"
 
 namespace {
@@ -22,9 +23,8 @@ CommonQuotaHandler::CommonQuotaHandler() {
 CommonQuotaHandler::~CommonQuotaHandler() = default;
 
 CommonQuotaHandler& CommonQuotaHandler::instance() {
-    // Never destroyed: plug-ins are still connected while static objects go.
-    static auto* const handler = new CommonQuotaHandler;
-    return *handler;
+    // Never destroyed: plug-ins stay connected while static objects are destroyed.
+    return neverDestroyed([] { return new CommonQuotaHandler; });
 }
 
 bool CommonQuotaHandler::Init() {
@@ -42,7 +42,7 @@ double CommonQuotaHandler::getLastPrice(const QString& symbol) const {
 
 void CommonQuotaHandler::subscribe(const QStringList& symbols, int action, int depth) {
     if ((action != kSubscribe && action != kUnsubscribe) || depth != kFiveLevels) {
-        qCWarning(lcPlatformData) << "unknown tick subscription, action" << action << "depth"
+        qCWarning(lcPlatformData) << "unknown tick subscription: action" << action << "depth"
                                   << depth << "for" << symbols.size() << "symbols";
         return;
     }

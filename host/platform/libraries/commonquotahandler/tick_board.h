@@ -6,7 +6,7 @@
 #include <atomic>
 #include <mutex>
 
-/// Whether ticks are taken, and the last price of each symbol. Any thread.
+/// Whether ticks are accepted, and the last price of each symbol. Any thread.
 class TickBoard {
 public:
     static TickBoard& instance();

@@ -10,20 +10,20 @@
 
 namespace {
 
-/// A main thread that is stuck for long must not fill the memory with ticks nobody wants any more.
+/// A blocked main thread must not fill the memory with outdated ticks.
 constexpr int kMaxUndelivered = 10000;
 
 std::atomic<int> g_undelivered{0};
 std::atomic<bool> g_overflowLogged{false};
 
-/// False when the application's thread is too far behind.
+/// False when too many ticks already wait for the application's thread.
 bool beginDelivery() {
     if (g_undelivered.fetch_add(1) < kMaxUndelivered) {
         return true;
     }
     g_undelivered.fetch_sub(1);
     if (!g_overflowLogged.exchange(true)) {
-        qCWarning(lcPlatformData) << "ticks are dropped, the application's thread takes none:"
+        qCWarning(lcPlatformData) << "ticks are dropped, the application's thread does not handle them:"
                                   << kMaxUndelivered << "wait for it";
     }
     return false;

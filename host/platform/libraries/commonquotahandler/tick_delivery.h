@@ -3,13 +3,13 @@
 #include <QString>
 #include <QVariantMap>
 
-/// The way of a tick to the readers of CommonQuotaHandler. Any thread.
+/// Delivers ticks to the readers of CommonQuotaHandler. Any thread.
 namespace TickDelivery {
 
 /// Emits the tick on the application's thread; dropped before the handler's Init(), and with a log
 /// line while ten thousand ticks wait for that thread. The last price is known when it returns.
 void publish(const QString& symbol, const QVariantMap& tick, const QString& source);
-/// Takes Init() back and forgets the last prices and the subscriptions.
+/// Undoes Init() and forgets the last prices and the subscriptions.
 void reset();
 
 }  // namespace TickDelivery

@@ -1,4 +1,4 @@
 #pragma once
 
-/// Forgets how far the one-shot initialisation steps are. Any thread.
+/// Forgets the state of every one-shot initialisation step. Any thread.
 void resetInitStates();

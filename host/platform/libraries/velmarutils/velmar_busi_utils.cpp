@@ -42,7 +42,8 @@ QString exchangeOfPost(const QString& symbolPost) {
     return exchanges.value(symbolPost);
 }
 
-/// The only type that such an account may trade, empty for those that trade on exchanges.
+/// The only security type that an account of this type may trade; empty for accounts whose
+/// exchanges decide.
 QString onlyTypeOf(const QString& fundAccountType) {
     static const QHash<QString, QString> types{
         {FundAccountType::Future, MdcSecurityType::FuturesType},
@@ -91,6 +92,20 @@ QStringList tradableSymbols(const QString& fundAccountType, const QStringList& e
     return symbols;
 }
 
+/// The quantity, or the multiple of the step beside it when the two differ by a rounding error
+/// only: 519 / 5.19 is a little less than 100, and money for 100 units buys 100. The second bound
+/// keeps large quantities from being raised by a relative error.
+double onMultiple(double qty, qint64 step) {
+    constexpr double kExact = 9007199254740992.0;  // 2^53; from here on doubles have no fraction
+    if (qty >= kExact) {
+        return qty;
+    }
+    const auto each = static_cast<double>(step);
+    const double multiple = std::round(qty / each) * each;
+    const double error = std::min(1e-10 * qty, 1e-6 * each);
+    return std::abs(qty - multiple) <= error ? multiple : qty;
+}
+
 }  // namespace
 
 QString VelmarBusiUtils::GetExchangeName(const QString& exchange, const QString& symbolPost) {
@@ -113,14 +128,18 @@ QStringList VelmarBusiUtils::GetTradableSymbolListForSearchByAccountType(
 }
 
 qint64 VelmarBusiUtils::GetFloorByStepAndMinLimit(double qty, int step, int minQty) {
-    if (!std::isfinite(qty) || qty < minQty || qty <= 0) {
+    if (!std::isfinite(qty)) {
         return 0;
     }
-    // 2^63 is a double, the largest 64-bit number is none.
+    const qint64 onto = std::max(step, 1);
+    const double exact = onMultiple(qty, onto);
+    if (exact < minQty || exact <= 0) {
+        return 0;
+    }
+    // 2^63 is exact as a double, the largest 64-bit number is not.
     constexpr double kTooLarge = 9223372036854775808.0;
     const qint64 whole =
-        qty >= kTooLarge ? std::numeric_limits<qint64>::max() : static_cast<qint64>(qty);
-    const qint64 onto = std::max(step, 1);
+        exact >= kTooLarge ? std::numeric_limits<qint64>::max() : static_cast<qint64>(exact);
     return whole - whole % onto;
 }
 

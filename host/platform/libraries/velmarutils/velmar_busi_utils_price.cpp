@@ -1,25 +1,28 @@
 #include <algorithm>
 #include <cmath>
 
+#include "price_tolerance.h"
 #include "velmarutils/velmar_busi_utils.h"
+#include "vocabulary/tick_fields.h"
 #include "vocabulary/values.h"
 
-// What the closed library computes is not known beyond its names; these are this platform's own
-// rules, all of them here.
+// Of the closed library only the names are known, so this file holds the local platform's own rules
+// for prices.
 //
-// The numbered price types are the first five levels of the bids and the asks; those of the limits
-// are the day's, as orders too; those of a quantity the level at which the depth reaches it, of the
-// five or ten that a tick has. The types of a ratio have no price here, nor has any other number.
+// The numbered price types are the first five levels of the bids and of the asks. The types of an
+// upper or lower limit are the day's limits. The types of a quantity are the level at which the
+// depth reaches that quantity; a tick has five or ten levels. The types of a ratio and all other
+// numbers have no price here.
 
 namespace {
 
-constexpr double kNothing = 1e-10;
-constexpr int kQuoteLevels = 5;                 // that have a price type of their own
-constexpr int kDepthLevels = 10;                // that a tick may have
+constexpr int kQuoteLevels = 5;                 // levels with a price type of their own
+constexpr int kDepthLevels = 10;                // levels that a tick may have
 constexpr qint64 kMaxQty = Q_INT64_C(1) << 53;  // exact as a double
 inline const QString kBeijingPost = QStringLiteral("BJ");
 
-// Shares and funds are displayed in lots of 100, bonds in lots of 10 pieces, all else as it is.
+// Shares and funds are displayed in lots of 100, bonds in lots of 10, everything else in single
+// units.
 constexpr int kShareFactor = 100;
 constexpr int kBondFactor = 10;
 constexpr int kPlainFactor = 1;
@@ -29,31 +32,45 @@ constexpr int kOptionPrecision = 4;
 constexpr int kFinePrecision = 3;
 constexpr int kUsualPrecision = 2;
 
-/// A usable price of a tick; 0 for one that is missing, no number, or not above nothing.
+/// A usable price of a tick; 0 when it is missing, not a finite number, or not above zero.
 double priceOf(const QVariantMap& tick, const QString& field) {
     const double price = tick.value(field).toDouble();
     return std::isfinite(price) && price > kNothing ? price : 0.0;
 }
 
-QString levelField(bool isBid, int level, const QString& what) {
+/// The key of a level beyond those that the vocabulary lists.
+QString deepField(bool isBid, int level, const QString& what) {
     return (isBid ? QStringLiteral("Buy") : QStringLiteral("Sell")) + QString::number(level) + what;
 }
 
 double levelPrice(const QVariantMap& tick, bool isBid, int level) {
-    return priceOf(tick, levelField(isBid, level, QStringLiteral("Price")));
+    if (level > TickField::kLevels) {
+        return priceOf(tick, deepField(isBid, level, QStringLiteral("Price")));
+    }
+    const auto index = static_cast<std::size_t>(level - 1);
+    return priceOf(tick, isBid ? TickField::buyPrice[index] : TickField::sellPrice[index]);
 }
 
-/// The quantity of a level, cut to whole units; 0 for what is none.
+QVariant levelQtyValue(const QVariantMap& tick, bool isBid, int level) {
+    if (level > TickField::kLevels) {
+        return tick.value(deepField(isBid, level, QStringLiteral("OrderQty")));
+    }
+    const auto index = static_cast<std::size_t>(level - 1);
+    return tick.value(isBid ? TickField::buyQty[index] : TickField::sellQty[index]);
+}
+
+/// The quantity of a level, truncated to whole units; 0 when it is not a positive number.
 qint64 levelQty(const QVariantMap& tick, bool isBid, int level) {
-    const double qty = tick.value(levelField(isBid, level, QStringLiteral("OrderQty"))).toDouble();
-    // More than 64 bits hold must not be cast.
+    const double qty = levelQtyValue(tick, isBid, level).toDouble();
+    // Casting a number that 64 bits cannot hold is undefined.
     if (!std::isfinite(qty) || qty <= 0) {
         return 0;
     }
     return qty < static_cast<double>(kMaxQty) ? static_cast<qint64>(qty) : kMaxQty;
 }
 
-/// The level at which the depth reaches the quantity, the last one that has a price when none does.
+/// The price of the level at which the depth reaches the quantity, or of the last level with a
+/// price when the depth is smaller.
 double depthPrice(const QVariantMap& tick, bool isBid, qint64 wanted, HandicapInfo* handicap) {
     HandicapInfo reached;
     for (int level = 1; level <= kDepthLevels; ++level) {
@@ -74,7 +91,7 @@ double depthPrice(const QVariantMap& tick, bool isBid, qint64 wanted, HandicapIn
     return reached.price;
 }
 
-/// The price of one level, which the handicap then tells too.
+/// The price of one level; the handicap is set to that level.
 double quotePrice(const QVariantMap& tick, bool isBid, int level, HandicapInfo* handicap) {
     const double price = levelPrice(tick, isBid, level);
     if (handicap) {
@@ -92,6 +109,11 @@ int factorOf(const QString& securityType, bool isMainland) {
         return kShareFactor;
     }
     return securityType == MdcSecurityType::BondType ? kBondFactor : kPlainFactor;
+}
+
+bool isFixedIncomeSide(const QString& side) {
+    return side == SideUnion::FixIncomeTradeBuy || side == SideUnion::FixIncomeTradeSell ||
+           side == SideUnion::FixIncomeTradeBuySZ || side == SideUnion::FixIncomeTradeSellSZ;
 }
 
 }  // namespace
@@ -112,8 +134,7 @@ int VelmarBusiUtils::GetPricePrecision(const QString& securityType, const QStrin
         subType == MdcSubSecurityType::DirectedConBond) {
         return kFinePrecision;
     }
-    if (side == SideUnion::FixIncomeTradeBuy || side == SideUnion::FixIncomeTradeSell ||
-        side == SideUnion::FixIncomeTradeBuySZ || side == SideUnion::FixIncomeTradeSellSZ) {
+    if (isFixedIncomeSide(side)) {
         return kFixedIncomePrecision;
     }
     if (securityType == MdcSecurityType::OptionType) {
@@ -125,8 +146,8 @@ int VelmarBusiUtils::GetPricePrecision(const QString& securityType, const QStrin
 }
 
 double VelmarBusiUtils::GetCheckedPriceFromTick(const QVariantMap& tick, double price) {
-    const double highest = priceOf(tick, QStringLiteral("MaxPx"));
-    const double lowest = priceOf(tick, QStringLiteral("MinPx"));
+    const double highest = priceOf(tick, TickField::maxPrice);
+    const double lowest = priceOf(tick, TickField::minPrice);
     if (highest > 0 && price > highest) {
         return highest;
     }
@@ -134,12 +155,12 @@ double VelmarBusiUtils::GetCheckedPriceFromTick(const QVariantMap& tick, double 
 }
 
 double VelmarBusiUtils::GetLastPriceFromTick(const QVariantMap& tick) {
-    return priceOf(tick, QStringLiteral("LastPx"));
+    return priceOf(tick, TickField::lastPrice);
 }
 
 double VelmarBusiUtils::GetPriceByTickAndType(const QVariantMap& tick, CustomPriceType type,
                                               qint64 qty, HandicapInfo* handicap) {
-    // Wider than the type, which may hold any number.
+    // In 64 bits, since the type may hold any 32-bit number.
     const qint64 bid = qint64(type) - qint64(CustomPriceType::Bid1) + 1;
     if (1 <= bid && bid <= kQuoteLevels) {
         return quotePrice(tick, true, static_cast<int>(bid), handicap);
@@ -154,10 +175,10 @@ double VelmarBusiUtils::GetPriceByTickAndType(const QVariantMap& tick, CustomPri
     switch (type) {
         case CustomPriceType::UpperLimit:
         case CustomPriceType::UpperLimitOrder:
-            return priceOf(tick, QStringLiteral("MaxPx"));
+            return priceOf(tick, TickField::maxPrice);
         case CustomPriceType::LowerLimit:
         case CustomPriceType::LowerLimitOrder:
-            return priceOf(tick, QStringLiteral("MinPx"));
+            return priceOf(tick, TickField::minPrice);
         case CustomPriceType::AskForQty:
             return depthPrice(tick, false, qty, handicap);
         case CustomPriceType::BidForQty:

@@ -16,7 +16,7 @@ VelmarDelayBuffer::VelmarDelayBuffer(QObject* parent, int delayMs)
         setParent(parent);
         return;
     }
-    // A parent on another thread takes its child over there, once it lives there too.
+    // QObject refuses a parent on another thread, so the object moves there first.
     moveToThread(parent->thread());
     runOnThreadOf(parent, [parent, self = QPointer<VelmarDelayBuffer>(this)]() {
         if (self) {
@@ -55,8 +55,8 @@ QList<QVariant> VelmarDelayBuffer::GetBufferItems() {
 void VelmarDelayBuffer::timeOut() {
     {
         const std::lock_guard<std::mutex> guard(m_lock);
-        // Items taken out early end their run; what came after them has a start of its own, which
-        // may still be on its way here.
+        // Taking items out early ends their delay. Items that came later have a start of their own,
+        // which may still be queued.
         if (!m_armed || m_timedRun != m_run) {
             return;
         }

@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "init_states.h"
+#include "never_destroyed.h"
 
 namespace {
 
@@ -13,8 +14,7 @@ struct Steps {
 };
 
 Steps& steps() {
-    static auto* const instance = new Steps;
-    return *instance;
+    return neverDestroyed<Steps>();
 }
 
 }  // namespace
@@ -25,8 +25,7 @@ void resetInitStates() {
 }
 
 VelmarInitStateMgr& VelmarInitStateMgr::instance() {
-    static auto* const manager = new VelmarInitStateMgr;
-    return *manager;
+    return neverDestroyed([] { return new VelmarInitStateMgr; });
 }
 
 bool VelmarInitStateMgr::StartInit(const QString& key) {

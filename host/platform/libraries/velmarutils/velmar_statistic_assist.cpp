@@ -15,7 +15,7 @@ double VelmarStatisticAssist::GetAvgData(bool* valid) const {
     if (valid) {
         *valid = m_data.size() >= m_validMinCount;
     }
-    // Added up anew each time: a running sum would drift.
+    // Summed again each time, since a running sum accumulates rounding errors.
     return m_data.isEmpty() ? 0.0
                             : std::accumulate(m_data.cbegin(), m_data.cend(), 0.0) / m_data.size();
 }

@@ -6,8 +6,8 @@
 
 namespace {
 
-/// One folder for every login: a client reads its files before the log-in and after it, and must
-/// meet the same ones.
+/// The same folder for every login: a client reads its files before and after the log-in and must
+/// find the same ones.
 QString configFolder(const QString& name) {
     const QString folder = HomeFolder::path() + QStringLiteral("/config/") + name;
     if (!QDir().mkpath(folder)) {

@@ -1,6 +1,7 @@
 #include <QHash>
 
 #include "data_log.h"
+#include "never_destroyed.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/names.h"
 #include "vocabulary/velmar_event_msg_id.h"
@@ -9,7 +10,8 @@
 
 namespace {
 
-/// Names to ids. An id is the name's place here, so a new name goes to the end.
+/// The id of each named event. It follows from the name's place here, so a new name goes to the
+/// end.
 QHash<QString, int> numberedEvents() {
     const QString* const names[] = {
         &EventMsgName::BUSI_HEART_BEAT_STATISTIC,
@@ -37,8 +39,8 @@ QHash<QString, int> numberedEvents() {
 }  // namespace
 
 int VelmarUtils::GetTorviEventMsgIdByStr(const QString& name) {
-    static const auto* const ids = new QHash<QString, int>(numberedEvents());
-    const int id = ids->value(name, 0);
+    const auto& ids = neverDestroyed([] { return new QHash<QString, int>(numberedEvents()); });
+    const int id = ids.value(name, 0);
     if (id == 0) {
         qCWarning(lcPlatformData) << "no event has the name" << name;
     }
@@ -48,7 +50,7 @@ int VelmarUtils::GetTorviEventMsgIdByStr(const QString& name) {
 int VelmarUtils::SendEventMsg(ZnPresenterClass* p, int eventId, const QVariant& body) {
     if (!p || eventId == 0) {
         qCWarning(lcPlatformData) << "event" << eventId << "is not published:"
-                                  << (p ? "it has no id" : "there is no presenter");
+                                  << (p ? "it has no id" : "the presenter is null");
         return -1;
     }
     auto* event = new CEventMessageCommon;

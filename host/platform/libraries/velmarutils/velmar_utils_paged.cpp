@@ -2,6 +2,7 @@
 #include <functional>
 
 #include "data_log.h"
+#include "page_limits.h"
 #include "presenter_channel.h"
 #include "server_query.h"
 #include "velmarutils/velmar_utils.h"
@@ -12,8 +13,8 @@ namespace {
 
 constexpr int kMsPerSecond = 1000;
 
-/// Another time-out for one request. It is the presenter's own that changes, for everybody who
-/// sends through it at that moment, so it is taken back as soon as the request is done.
+/// Sets another time-out for one request. It changes the presenter's own time-out, for everybody
+/// who sends through it at that moment, so it is taken back as soon as the request is done.
 class TimeOutForOneRequest {
 public:
     TimeOutForOneRequest(const ZnPresenterClass* presenter, int timeOutMs)
@@ -34,7 +35,7 @@ private:
     quint64 m_number = 0;
 };
 
-/// What goes on: the next page's request, the end of the list, or an end with an error.
+/// What follows a page: the request for the next one, the end of the list, or an error.
 enum class Next { Page, End, Error };
 
 struct PagedQuery {
@@ -45,27 +46,34 @@ struct PagedQuery {
     int maxPages;  ///< 0: no limit
 };
 
-/// Collects pages for as long as `next` says so; it sees each answer with the number of rows that
-/// were collected so far, this answer's included, and moves the request on.
+/// Decides what follows an answer and changes the request into that for the next page. `collected`
+/// is the number of rows so far, including those of this answer.
 using NextPage = std::function<Next(const ServerAnswer& answer, int collected, QVariantMap* request,
                                     QString* error)>;
 
 Next endless(const QString& msgType, const QString& what, QString* error) {
     *error = QStringLiteral("the list of %1 does not end: %2").arg(msgType, what);
-    qCWarning(lcPlatformQuery).noquote() << *error;
     return Next::Error;
+}
+
+/// Turns the request for a further page into an error once a limit is reached.
+Next withinLimits(const PagedQuery& query, int page, int collected, QString* error) {
+    const PageLimits limits = pageLimits();
+    if (page >= limits.pages) {
+        return endless(query.msgType,
+                       QStringLiteral("%1 pages came and more is left").arg(limits.pages), error);
+    }
+    if (collected >= limits.rows) {
+        return endless(query.msgType,
+                       QStringLiteral("%1 rows came and more is left").arg(collected), error);
+    }
+    return Next::Page;
 }
 
 QList<QVariantMap> collect(PagedQuery query, const NextPage& next, QString* error) {
     QList<QVariantMap> rows;
     Next step = Next::Page;
-    const int most = mostPagesOfAQuery();
     for (int page = 1; step == Next::Page; ++page) {
-        if (page > most) {
-            endless(query.msgType, QStringLiteral("%1 pages came and more is left").arg(most),
-                    error);
-            return {};
-        }
         ServerAnswer answer;
         {
             const TimeOutForOneRequest timeOut(query.presenter, query.timeOutMs);
@@ -75,6 +83,9 @@ QList<QVariantMap> collect(PagedQuery query, const NextPage& next, QString* erro
         if (error->isEmpty()) {
             rows += answer.rows;
             step = next(answer, rows.size(), &query.request, error);
+        }
+        if (step == Next::Page && error->isEmpty() && page != query.maxPages) {
+            step = withinLimits(query, page, rows.size(), error);
         }
         if (!error->isEmpty()) {
             qCDebug(lcPlatformQuery).noquote()
@@ -88,24 +99,23 @@ QList<QVariantMap> collect(PagedQuery query, const NextPage& next, QString* erro
     return rows;
 }
 
-/// How many rows the server has in all; negative when the answer does not tell. False for what is
-/// no number of rows.
+/// How many rows the server has in all; negative when the answer does not say. False when the total
+/// is not a number or below zero.
 bool readTotal(const QVariantMap& header, qint64* total) {
-    const QString told = header.value(System::totalSize).toString();
+    const QString text = header.value(System::totalSize).toString();
     bool isNumber = false;
-    *total = told.toLongLong(&isNumber);
-    if (told.isEmpty()) {
+    *total = text.toLongLong(&isNumber);
+    if (text.isEmpty()) {
         *total = -1;
         return true;
     }
     return isNumber && *total >= 0;
 }
 
-Next badTotal(const QString& msgType, const QVariant& told, qint64 atLeast, QString* error) {
-    *error = QStringLiteral("the answer to %1 is garbage: it tells of \"%2\" rows in all, %3 came")
-                 .arg(msgType, told.toString())
-                 .arg(atLeast);
-    qCWarning(lcPlatformQuery).noquote() << *error;
+Next badTotal(const QString& msgType, const QVariant& total, qint64 received, QString* error) {
+    *error = QStringLiteral("the answer to %1 is garbage: its total is \"%2\", %3 rows came")
+                 .arg(msgType, total.toString())
+                 .arg(received);
     return Next::Error;
 }
 
@@ -115,7 +125,7 @@ QList<QVariantMap> VelmarUtils::QueryDatasFromServerByPage(
     ZnPresenterClass* p, const QString& msgType, const QVariantMap& request, QString& error,
     int pageSize, int firstPage, int maxPages, int timeOutMs) {
     if (pageSize < 1 || firstPage < 1) {
-        error = QStringLiteral("%1 can't be asked for pages of %2 rows from page %3 on")
+        error = QStringLiteral("%1 cannot be queried in pages of %2 rows from page %3 on")
                     .arg(msgType)
                     .arg(pageSize)
                     .arg(firstPage);
@@ -134,11 +144,11 @@ QList<QVariantMap> VelmarUtils::QueryDatasFromServerByPage(
         if (!readTotal(answer.header, &total) || (isFull && total >= 0 && reached > total)) {
             return badTotal(msgType, answer.header.value(System::totalSize), reached, why);
         }
-        const bool isTold = total >= 0;
-        if (isTold && reached >= total) {
+        const bool hasTotal = total >= 0;
+        if (hasTotal && reached >= total) {
             return Next::End;
         }
-        if (!isFull && isTold) {
+        if (!isFull && hasTotal) {
             return endless(msgType,
                            QStringLiteral("%1 rows of %2 came, the last page %3")
                                .arg(collected)
@@ -166,7 +176,8 @@ QList<QVariantMap> VelmarUtils::QueryDatasFromServerByPos(ZnPresenterClass* p,
                                                           QString& error, int pageSize,
                                                           QString startPos, int timeOutMs) {
     if (pageSize < 1) {
-        error = QStringLiteral("%1 can't be asked for pages of %2 rows").arg(msgType).arg(pageSize);
+        error =
+            QStringLiteral("%1 cannot be queried in pages of %2 rows").arg(msgType).arg(pageSize);
         return {};
     }
     PagedQuery query{p, msgType, request, timeOutMs, 0};

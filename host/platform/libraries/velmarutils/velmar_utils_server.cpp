@@ -1,5 +1,3 @@
-#include <atomic>
-
 #include "data_log.h"
 #include "server_query.h"
 #include "velmarutils/velmar_utils.h"
@@ -7,20 +5,6 @@
 #include "znmsg/c_message_common.h"
 #include "znmsg/c_pack_message_common.h"
 #include "znwidget/zn_presenter_class.h"
-
-namespace {
-
-std::atomic<int> g_mostPages{kStandingMostPages};
-
-}  // namespace
-
-int mostPagesOfAQuery() {
-    return g_mostPages;
-}
-
-void setMostPagesOfAQuery(int pages) {
-    g_mostPages = pages;
-}
 
 ServerAnswer queryServer(ZnPresenterClass* presenter, const QString& msgType,
                          const QVariantMap& request) {
@@ -40,7 +24,7 @@ ServerAnswer queryServer(ZnPresenterClass* presenter, const QString& msgType,
     return judgeAnswer(msgType, result, response);
 }
 
-// The server knows by the message type what it is asked for; the mode does not travel.
+// The message type alone says what is asked for; the mode is not sent to the server.
 
 QString VelmarUtils::SendRequestToServer(ZnPresenterClass* p, const QString& msgType,
                                          const QVariantMap& request, QueryDataMode, QString& error,

@@ -7,8 +7,8 @@
 void VelmarUtils::ResetSkin() {
     QCoreApplication* application = QCoreApplication::instance();
     constexpr const char* kStyleSheet = "styleSheet";
-    // An application with windows has its skin in this property, and setting it to what it is
-    // polishes every window anew. One without windows has neither.
+    // An application with windows keeps its skin in this property; setting it to its own value
+    // restyles every window. An application without windows has no such property.
     if (!application || application->metaObject()->indexOfProperty(kStyleSheet) < 0) {
         return;
     }

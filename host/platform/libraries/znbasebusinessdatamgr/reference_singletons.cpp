@@ -2,6 +2,7 @@
 #include <mutex>
 
 #include "data_log.h"
+#include "never_destroyed.h"
 #include "reference_field.h"
 #include "reference_table.h"
 #include "znbasebusinessdatamgr/zn_bond_data_mgr.h"
@@ -11,11 +12,10 @@
 #include "znbasebusinessdatamgr/zn_rqt_base_data_handler.h"
 #include "znbasebusinessdatamgr/zn_system_setting_data_mgr.h"
 
-// The classes that plug-ins know; each is a name for a table of ReferenceTable.
+// The classes that plug-ins see; each reads one ReferenceTable.
 
 ZnEtfDataHandler& ZnEtfDataHandler::instance() {
-    static auto* const handler = new ZnEtfDataHandler;
-    return *handler;
+    return neverDestroyed([] { return new ZnEtfDataHandler; });
 }
 
 bool ZnEtfDataHandler::load() {
@@ -31,8 +31,7 @@ QVariantMap ZnEtfDataHandler::getEtfRedemptionSymbolInfo(const QString& symbol) 
 }
 
 ZnBondDataMgr& ZnBondDataMgr::instance() {
-    static auto* const manager = new ZnBondDataMgr;
-    return *manager;
+    return neverDestroyed([] { return new ZnBondDataMgr; });
 }
 
 bool ZnBondDataMgr::load() {
@@ -42,7 +41,7 @@ bool ZnBondDataMgr::load() {
 QString ZnBondDataMgr::GetSingelBondBaseInfo(const QString& symbol, stuBaseInfo& out) {
     const QVariantMap bond = ReferenceTable::of(ReferenceKind::Bond).record(symbol);
     if (bond.isEmpty()) {
-        return QStringLiteral("no bond is called %1").arg(symbol);
+        return QStringLiteral("no bond has the symbol %1").arg(symbol);
     }
     out.symbol = symbol;
     out.stockInterest = bond.value(ReferenceField::accruedInterest).toDouble();
@@ -50,8 +49,7 @@ QString ZnBondDataMgr::GetSingelBondBaseInfo(const QString& symbol, stuBaseInfo&
 }
 
 ZnGoldEtfDataMgr* ZnGoldEtfDataMgr::instance() {
-    static auto* const manager = new ZnGoldEtfDataMgr;
-    return manager;
+    return &neverDestroyed([] { return new ZnGoldEtfDataMgr; });
 }
 
 bool ZnGoldEtfDataMgr::load(int, int) {
@@ -63,8 +61,7 @@ QVariantMap ZnGoldEtfDataMgr::GetGoldSecurityInfoBySymbol(const QString& symbol)
 }
 
 ZnSystemSettingDataMgr& ZnSystemSettingDataMgr::instance() {
-    static auto* const manager = new ZnSystemSettingDataMgr;
-    return *manager;
+    return neverDestroyed([] { return new ZnSystemSettingDataMgr; });
 }
 
 bool ZnSystemSettingDataMgr::init() {
@@ -72,8 +69,7 @@ bool ZnSystemSettingDataMgr::init() {
 }
 
 ZnRqtBaseDataHandler& ZnRqtBaseDataHandler::instance() {
-    static auto* const handler = new ZnRqtBaseDataHandler;
-    return *handler;
+    return neverDestroyed([] { return new ZnRqtBaseDataHandler; });
 }
 
 void ZnRqtBaseDataHandler::initData(DataType type) {
@@ -100,15 +96,13 @@ struct QuotaAccounts {
 };
 
 QuotaAccounts& quotaAccounts() {
-    static auto* const instance = new QuotaAccounts;
-    return *instance;
+    return neverDestroyed<QuotaAccounts>();
 }
 
 }  // namespace
 
 ZnNewStockDataHandler& ZnNewStockDataHandler::instance() {
-    static auto* const handler = new ZnNewStockDataHandler;
-    return *handler;
+    return neverDestroyed([] { return new ZnNewStockDataHandler; });
 }
 
 void ZnNewStockDataHandler::SetTradingAccount(const QStringList& tradingAccounts) {

@@ -2,11 +2,11 @@
 
 #include "client_order_ids.h"
 #include "data_stores.h"
+#include "never_destroyed.h"
 #include "vocabulary/fields.h"
 
 CBusinessDataBase* CBusinessDataBase::GetInstance() {
-    static auto* const instance = new CBusinessDataBase;
-    return instance;
+    return &neverDestroyed([] { return new CBusinessDataBase; });
 }
 
 QString CBusinessDataBase::GetLoginAccount() const {

@@ -3,11 +3,14 @@
 #include "application_object.h"
 #include "data_log.h"
 #include "data_stores.h"
+#include "never_destroyed.h"
+#include "reference_table.h"
 #include "request_broker.h"
+#include "vocabulary/fields.h"
 
 namespace {
 
-/// There is one settings file, for this user; a group is the first part of the key.
+/// All settings are in one file of this user; a group is the first part of the key.
 QString fullKey(const QString& key, const QString& group, const QString& file,
                 QSettings::Scope scope) {
     if (!file.isEmpty() || scope != QSettings::UserScope) {
@@ -26,9 +29,7 @@ ZnCore::ZnCore() {
 ZnCore::~ZnCore() = default;
 
 ZnCore* ZnCore::instance() {
-    // Never destroyed: plug-ins still ask while static objects go.
-    static auto* const core = new ZnCore;
-    return core;
+    return &neverDestroyed([] { return new ZnCore; });
 }
 
 void ZnCore::setCommonInfo(QString key, QVariant value) {
@@ -43,7 +44,12 @@ QVariant ZnCore::getCommonInfo(QString key) const {
 
 QVariant ZnCore::settings(const QString& key, const QString& group, const QString& file,
                           QSettings::Scope scope) const {
-    return DataStores::settings().value(fullKey(key, group, file, scope));
+    const QString full = fullKey(key, group, file, scope);
+    const QVariant saved = DataStores::settings().value(full);
+    // What the user never saved has the value of the system settings, if they name it.
+    return saved.isValid()
+               ? saved
+               : ReferenceTable::of(ReferenceKind::Setting).record(full).value(System::itemValue);
 }
 
 void ZnCore::saveSetting(const QString& key, const QVariant& value, const QString& group,

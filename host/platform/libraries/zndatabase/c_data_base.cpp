@@ -1,10 +1,10 @@
 #include "zndatabase/c_data_base.h"
 
 #include "data_stores.h"
+#include "never_destroyed.h"
 
 CDataBase* CDataBase::GetInstance() {
-    static auto* const instance = new CDataBase;
-    return instance;
+    return &neverDestroyed([] { return new CDataBase; });
 }
 
 QString CDataBase::GetStaticCfgValue(const QString& section, const QString& key) const {

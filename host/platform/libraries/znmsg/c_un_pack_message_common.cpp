@@ -9,7 +9,7 @@ CUnPackMessageCommon::~CUnPackMessageCommon() = default;
 
 void CUnPackMessageCommon::SetUnPackMsg(const QVariant& packed, bool) {
     if (!isPackedBody(packed)) {
-        qCWarning(lcMessage) << "no packed body, read as an empty one:" << packed.typeName();
+        qCWarning(lcMessage) << "not a packed body, read as an empty one:" << packed.typeName();
     }
     m_rows = rowsOfPackedBody(packed);
     m_current = 0;

@@ -5,13 +5,13 @@
 
 class IPlugin;
 
-/// The objects that plug-ins handed to the plug-in manager and that it has not deleted yet.
+/// The objects that plug-ins gave to the plug-in manager and that are not deleted yet.
 namespace HandedInObjects {
 
 void add(const IPlugin* plugin, QObject* object);
-/// In the order of handing in; those that were deleted meanwhile are left out.
+/// In the order of add(), without those that were deleted meanwhile.
 QList<QObject*> of(const IPlugin* plugin);
-/// The last one first.
+/// Deletes them in reverse order.
 void deleteAll(const IPlugin* plugin);
 
 }  // namespace HandedInObjects

@@ -5,6 +5,7 @@
 
 #include "handed_in_objects.h"
 #include "message_log.h"
+#include "never_destroyed.h"
 
 namespace {
 
@@ -12,8 +13,7 @@ using Handed = QHash<const IPlugin*, QList<QPointer<QObject>>>;
 
 // Main thread only, as all calls of a plug-in are.
 Handed& handed() {
-    static auto* const objects = new Handed;
-    return *objects;
+    return neverDestroyed([] { return new Handed; });
 }
 
 }  // namespace
@@ -63,7 +63,7 @@ QList<QObject*> IPlugin::createTestObjects() const {
 
 void IPlugin::addAutoReleasedObject(QObject* object) {
     if (!object) {
-        qCWarning(lcPluginHost) << metaObject()->className() << "hands in no object";
+        qCWarning(lcPluginHost) << metaObject()->className() << "adds a null object";
         return;
     }
     HandedInObjects::add(this, object);

@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "data_log.h"
+#include "never_destroyed.h"
 #include "thread_hand_over.h"
 
 namespace {
@@ -14,8 +15,7 @@ struct Holders {
 };
 
 Holders& holders() {
-    static auto* const instance = new Holders;
-    return *instance;
+    return neverDestroyed<Holders>();
 }
 
 QString holderOf(const QMutex* mutex) {

@@ -2,5 +2,5 @@
 
 #include "platform_export.h"
 
-/// Forgets every property of every plug-in class. For tests that start anew.
+/// Forgets every property of every plug-in class, for tests.
 PLATFORM_API void clearPluginObjectProperties();

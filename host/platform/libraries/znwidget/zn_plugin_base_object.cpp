@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "application_object.h"
+#include "never_destroyed.h"
 #include "plugin_object_properties.h"
 
 namespace {
@@ -16,8 +17,7 @@ struct Properties {
 };
 
 Properties& properties() {
-    static auto* const properties = new Properties;
-    return *properties;
+    return neverDestroyed<Properties>();
 }
 
 }  // namespace

@@ -18,8 +18,8 @@ namespace {
 constexpr qint64 kMsPerSecond = 1000;
 constexpr int kRefused = static_cast<int>(RequestResult::Failure);
 
-/// What signals between threads carry, references under their own names too: the first emission
-/// that cannot be queued kills its connection for good.
+/// Registers what signals between threads carry, references under their own names too: the first
+/// emission that cannot be queued breaks its connection for good.
 void registerArgumentTypes() {
     qRegisterMetaType<ZnPresenterClass*>("ZnPresenterClass*");
     qRegisterMetaType<QVariantMap>("QVariantMap&");
@@ -41,12 +41,12 @@ int timeOutMs(const PresenterChannel& channel, unsigned long furtherMs) {
     return int(qMin(channel.timeOut.seconds() * kMsPerSecond + further, kLongest));
 }
 
-/// Nothing here touches the presenter, which may be deleted as soon as the call is closed.
+/// Does not use the presenter, which may be deleted as soon as the call has ended.
 int sendAndWait(const std::shared_ptr<PresenterChannel>& channel,
                 const std::unique_ptr<CMessageCommon>& message, QVariant& response,
                 unsigned long furtherMs) {
     if (!message) {
-        qCWarning(lcRequest) << channel->pid() << "sends no message";
+        qCWarning(lcRequest) << channel->pid() << "sends a null message";
         response = makeErrorBody(QStringLiteral("no message to send"));
         return kRefused;
     }
@@ -68,7 +68,7 @@ ZnPresenterClass::ZnPresenterClass(const QString& pluginInstanceId, QObject*,
     : m_channel(PresenterRegistry::instance().enrol(this, pluginInstanceId)) {
     registerArgumentTypes();
     if (type != IMessageInterface::OwnThreads) {
-        qCWarning(lcChannel) << "presenter" << m_channel->pid() << "asks for thread type"
+        qCWarning(lcChannel) << "presenter" << m_channel->pid() << "requests thread type"
                              << int(type) << "and gets threads of its own";
     }
     moveToThread(m_channel->objectThread());
@@ -99,7 +99,7 @@ void ZnPresenterClass::SubEvent(QString pid, QVariant eventId, int) {
 void ZnPresenterClass::PutEvent(QString pid, CEventMessageCommon* event) {
     const std::unique_ptr<CEventMessageCommon> owned(event);
     if (!owned) {
-        qCWarning(lcEventBus) << pid << "publishes no event";
+        qCWarning(lcEventBus) << pid << "publishes a null event";
         return;
     }
     const QString source = owned->GetSrcid().isEmpty() ? pid : owned->GetSrcid();
@@ -121,7 +121,7 @@ int ZnPresenterClass::sendRequest_Async(CMessageCommon* msg) {
     const std::unique_ptr<CMessageCommon> owned(msg);
     const std::shared_ptr<PresenterChannel> channel = m_channel;
     if (!owned) {
-        qCWarning(lcRequest) << channel->pid() << "sends no message";
+        qCWarning(lcRequest) << channel->pid() << "sends a null message";
         return kRefused;
     }
     const bool sent = RequestBroker::instance().sendAsync(channel, requestFrom(*owned, *channel));
@@ -158,7 +158,7 @@ void ZnPresenterClass::ProcOtherMsg(QString, QVariant, QVariant) {}
 void ZnPresenterClass::ProcResponseMsg(QString, QString, QVariant, QVariant) {}
 
 void ZnPresenterClass::initPresenter() {
-    // Once it counts as built the presenter may go at any moment, so nothing of it is touched then.
+    // Once it is marked as built, the presenter may be deleted at any moment, so it is not used then.
     const std::shared_ptr<PresenterChannel> channel = m_channel;
     if (isClosing()) {
         qCWarning(lcChannel) << "presenter" << channel->pid() << "is not started: closing";

@@ -121,15 +121,15 @@ void ProfileAndListTest::profile_exactKey_looksAtNoOther() {
     QVERIFY2(m_state, qPrintable(error));
     openEngine();
     QVERIFY(write({profileRow("key", "a"), profileRow("key2", "b"), profileRow("key%", "c")}));
-    ThreadConnections connections(file, {});
-    QSqlQuery broken(QSqlDatabase::database(connections.forThisThread(&error), false));
+    const SqliteConnection connection(file);
+    QSqlQuery broken(QSqlDatabase::database(connection.name(), false));
     QVERIFY(broken.exec(QStringLiteral("UPDATE document SET record = x'00' WHERE key LIKE '%2'")));
     const LogCapture log;
     QCOMPARE(read("key", "").size(), 1);
-    QVERIFY(!log.contains(QtWarningMsg, QStringLiteral("holds no record")));
+    QVERIFY(!log.contains(QtWarningMsg, QStringLiteral("has an unreadable record")));
     // With the beginning of a key both the good ones come, and the broken one is told.
     QCOMPARE(read("key", "1").size(), 2);
-    QVERIFY(log.contains(QtWarningMsg, QStringLiteral("holds no record")));
+    QVERIFY(log.contains(QtWarningMsg, QStringLiteral("has an unreadable record")));
 }
 
 void ProfileAndListTest::profile_writtenAgain_isReplaced() {
@@ -307,9 +307,8 @@ void ProfileAndListTest::lists_anyPart_isReadWithoutSorting() {
     QLoggingCategory::setFilterRules({});
     QCOMPARE(statements.size(), 1);
 
-    QString error;
-    ThreadConnections connections(marketStoreFile(m_dir.path()), {});
-    QSqlQuery query(QSqlDatabase::database(connections.forThisThread(&error), false));
+    const SqliteConnection connection(marketStoreFile(m_dir.path()));
+    QSqlQuery query(QSqlDatabase::database(connection.name(), false));
     QVERIFY(query.prepare(QStringLiteral("EXPLAIN QUERY PLAN ") + statements.first()));
     for (int i = statements.first().count(QLatin1Char('?')); i > 0; --i) {
         query.addBindValue(1);

@@ -29,16 +29,16 @@ void PackedBodyWireHostileTest::decode_hostile_isRefused_data() {
     add("no array", "a0", "not an array of rows");
     add("no rows", "80", "not an array of rows");
     add("text for a body", "6161", "not an array of rows");
-    add("row that is a list", "8180", "row 0, byte 2: a row that is no map");
-    add("row that is a number", "82a001", "row 1, byte 3: a row that is no map");
-    add("rows without a length", "9fa0ff", "not told beforehand");
-    add("row without a length", "81bfff", "not told beforehand");
-    add("text without a length", "81a161617f6161ff", "not told beforehand");
-    add("reserved length", "81a161611c", "not told beforehand");
-    add("number for a key", "81a10102", "no text where one has to be");
-    add("bytes for a key", "81a1416102", "no text where one has to be");
-    add("key twice", "81a2616101616102", "a key that stands twice");
-    add("key twice inside", "81a16161a2616101616102", "a key that stands twice");
+    add("row that is a list", "8180", "row 0, byte 2: a row that is not a map");
+    add("row that is a number", "82a001", "row 1, byte 3: a row that is not a map");
+    add("rows without a length", "9fa0ff", "not stated beforehand");
+    add("row without a length", "81bfff", "not stated beforehand");
+    add("text without a length", "81a161617f6161ff", "not stated beforehand");
+    add("reserved length", "81a161611c", "not stated beforehand");
+    add("number for a key", "81a10102", "not a text where one is required");
+    add("bytes for a key", "81a1416102", "not a text where one is required");
+    add("key twice", "81a2616101616102", "a key that occurs twice");
+    add("key twice inside", "81a16161a2616101616102", "a key that occurs twice");
     add("key longer than all", "81a17a7fffffff61", "ends too early");
     add("text of 2^64", "81a161617bffffffffffffffff61", "ends too early");
     add("bytes of 2^63", "81a161615b800000000000000061", "ends too early");
@@ -47,34 +47,34 @@ void PackedBodyWireHostileTest::decode_hostile_isRefused_data() {
     add("map of half of 2^64", "81a16161bb7fffffffffffffff01", "ends too early");
     add("rows of 2^64", "9bffffffffffffffffa0", "ends too early");
     add("texts of 2^64", "81a16161d9a02f9bffffffffffffffff60", "ends too early");
-    add("broken text", "81a1616162c328", "no UTF-8");
-    add("broken key", "81a161ff01", "no UTF-8");
-    add("text cut inside a character", "81a1616162e4b8", "no UTF-8");
-    add("overlong text", "81a1616162c080", "no UTF-8");
-    add("surrogate in a text", "81a1616163eda080", "no UTF-8");
-    add("text beyond the last character", "81a1616164f4908080", "no UTF-8");
+    add("broken text", "81a1616162c328", "not UTF-8");
+    add("broken key", "81a161ff01", "not UTF-8");
+    add("text cut inside a character", "81a1616162e4b8", "not UTF-8");
+    add("overlong text", "81a1616162c080", "not UTF-8");
+    add("surrogate in a text", "81a1616163eda080", "not UTF-8");
+    add("text beyond the last character", "81a1616164f4908080", "not UTF-8");
     add("unknown tag", "81a16161c001", "an unknown tag");
-    add("tag in a tag", "81a16161d9a029d9a02901", "no number where one has to be");
+    add("tag in a tag", "81a16161d9a029d9a02901", "not a number where one is required");
     add("long beyond its tag", "81a16161d9a0291a80000000", "a number out of range");
     add("unsigned below zero", "81a16161d9a02a20", "a number out of range");
     add("unsigned too large", "81a16161d9a02a1b0000000100000000", "a number out of range");
     add("unsigned long too large", "81a16161d9a02b1b8000000000000000", "a number out of range");
     add("number below 64 bits", "81a161613b8000000000000000", "a number out of range");
-    add("date as a text", "81a16161d9a02c6161", "no number where one has to be");
+    add("date as a text", "81a16161d9a02c6161", "not a number where one is required");
     add("date too late", "81a16161d9a02c1a0051fe2d", "a number out of range");
     add("time beyond a day", "81a16161d9a02d1a05265c00", "a number out of range");
     add("date and time of one number", "81a16161d9a02e8101", "unknown form");
     add("date and time of four", "81a16161d9a02e8401010101", "unknown form");
     add("date and time as a number", "81a16161d9a02e01", "unknown form");
     add("offset beyond a day", "81a16161d9a02e8301011a00015181", "a number out of range");
-    add("offset as a text", "81a16161d9a02e83010160", "no number where one has to be");
-    add("texts as a map", "81a16161d9a02fa0", "no array");
-    add("number among texts", "81a16161d9a02f8101", "no text where one has to be");
+    add("offset as a text", "81a16161d9a02e83010160", "not a number where one is required");
+    add("texts as a map", "81a16161d9a02fa0", "not an array");
+    add("number among texts", "81a16161d9a02f8101", "not a text where one is required");
     add("undefined", "81a16161f7", "unknown kind");
     add("simple value", "81a16161f8ff", "unknown kind");
     add("half float", "81a16161f93c00", "unknown kind");
-    add("end of nothing", "81a16161ff", "not told beforehand");
-    add("something behind", "81a000", "something behind the body");
+    add("end of nothing", "81a16161ff", "not stated beforehand");
+    add("bytes after the end", "81a000", "bytes after the end of the body");
     add("deep lists", "81a16161" + QByteArray(200000, '8').replace("8", "81") + "01",
         "nested too deep");
     add("deep maps", "81a16161" + QByteArray(1000, 'x').replace("x", "a16161") + "01",
@@ -103,7 +103,7 @@ void PackedBodyWireHostileTest::limits_bindBothWays() {
     QVERIFY(PackedBodyWire::decode(bytes, &read, nullptr, limits));
     limits.depth = 0;
     QVERIFY(refusalOf(bytes, limits).contains("nested too deep"));
-    // What is too large to be read is not written.
+    // A body too large to be read is not written either.
     QByteArray written;
     QString error;
     const QByteArray large(40 * 1024 * 1024, 'x');
@@ -112,8 +112,8 @@ void PackedBodyWireHostileTest::limits_bindBothWays() {
     QVERIFY(PackedBodyWire::encode(bodyWith(large), &written, &error));
 }
 
-/// The writers of this house sort their keys; these come the other way round, and each row has keys
-/// of its own where the row before had others. What it costs is in bench/wire_bench.
+/// Our own writer sorts the keys; here they are in reverse order and differ from row to row.
+/// bench/wire_bench measures the time.
 void PackedBodyWireHostileTest::decode_manyKeysInFallingOrder_keepsEveryKeyWithItsValue() {
     constexpr int kKeys = 20000;
     constexpr int kRows = 2;

@@ -15,7 +15,7 @@ namespace {
 using Map = QVariantMap;
 using List = QVariantList;
 
-/// Types as well as values; numbers to the last bit.
+/// Compares types as well as values, and numbers to the last bit.
 bool same(const QVariant& one, const QVariant& other) {
     if (one.userType() != other.userType()) {
         return false;
@@ -43,7 +43,7 @@ bool same(const QVariant& one, const QVariant& other) {
     }
 }
 
-/// Any value; lists and maps only while `depth` lasts.
+/// Any value; lists and maps only down to `depth`.
 class RandomBody {
 public:
     explicit RandomBody(quint32 seed) : m_generator(seed) {}
@@ -163,8 +163,8 @@ private slots:
     void roundTrip_randomBodies_areTheSame();
     void smallerInts_comeBackAsInt();
     void namedZone_comesBackAsItsOffset();
-    void encoded_isPlainCborToAnybodyElse();
-    void keysOfTheRowBefore_areNotTakenForOthers();
+    void encoded_isPlainCborForOtherReaders();
+    void keysOfTheRowBefore_areNotConfusedWithOthers();
     void encode_whatHasNoWireForm_isRefusedByName_data();
     void encode_whatHasNoWireForm_isRefusedByName();
     void decode_cutAnywhere_isRefusedWhole();
@@ -270,7 +270,7 @@ void PackedBodyWireTest::namedZone_comesBackAsItsOffset() {
     QCOMPARE(found.timeSpec(), Qt::OffsetFromUTC);
 }
 
-void PackedBodyWireTest::encoded_isPlainCborToAnybodyElse() {
+void PackedBodyWireTest::encoded_isPlainCborForOtherReaders() {
     const Map row{{"a", 5}, {"b", "text"}, {"c", true}, {"d", -7.25}, {"e", List{1, QVariant()}}};
     QCborParserError error;
     const QCborValue read = QCborValue::fromCbor(encoded(List{row, Map{{"x", -1}}}), &error);
@@ -284,7 +284,7 @@ void PackedBodyWireTest::encoded_isPlainCborToAnybodyElse() {
     QCOMPARE(read.toArray().at(1).toMap().value("x").toInteger(), -1);
 }
 
-void PackedBodyWireTest::keysOfTheRowBefore_areNotTakenForOthers() {
+void PackedBodyWireTest::keysOfTheRowBefore_areNotConfusedWithOthers() {
     const List body{Map{{"a", 1}, {"bb", 2}, {"c", 3}}, Map{{"ab", 4}, {"bb", 5}, {"d", 6}}, Map(),
                     Map{{"bb", 7}}, Map{{"a", 8}, {"b", 9}, {"bb", 10}, {"c", 11}}};
     QVariant read;
@@ -301,7 +301,7 @@ void PackedBodyWireTest::encode_whatHasNoWireForm_isRefusedByName_data() {
     }
     QTest::newRow("no list") << QVariant(7) << "not a list of rows";
     QTest::newRow("no rows") << QVariant(List()) << "not a list of rows";
-    QTest::newRow("row that is none") << QVariant(List{Map(), 1}) << "row 1 is no record";
+    QTest::newRow("row that is a number") << QVariant(List{Map(), 1}) << "row 1 is not a record";
     QTest::newRow("point") << bodyWith(QPoint(1, 2))
                            << "row 1, field \"value\": a value of the type QPoint";
     QTest::newRow("point inside") << bodyWith(List{Map{{"p", QPoint()}}}) << "type QPoint";
@@ -328,7 +328,7 @@ void PackedBodyWireTest::decode_cutAnywhere_isRefusedWhole() {
             const QString error = refusalOf(whole.left(size));
             QVERIFY2(error.contains("ends too early"), qPrintable(error));
         }
-        QVERIFY(refusalOf(whole + '\0').contains("something behind the body"));
+        QVERIFY(refusalOf(whole + '\0').contains("bytes after the end of the body"));
     }
 }
 
@@ -346,7 +346,7 @@ void PackedBodyWireTest::decode_anyByteChanged_neverGivesAPart() {
                 QVERIFY(!read.isValid() && !error.isEmpty());
                 continue;
             }
-            // Whatever came out is a body again.
+            // A result is always a packed body.
             QVariant again;
             const QByteArray bytes = encoded(read);
             QVERIFY(PackedBodyWire::decode(bytes, &again, &error));

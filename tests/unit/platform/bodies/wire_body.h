@@ -18,7 +18,7 @@ inline QVariant bodyWith(const QVariant& value) {
     return QVariantList{QVariantMap{{"head", 1}}, QVariantMap{{"value", value}}};
 }
 
-/// What decoding says, and that nothing came out.
+/// The error of decoding; checks that the result is invalid.
 inline QString refusalOf(const QByteArray& bytes, const PackedBodyWire::Limits& limits = {}) {
     QVariant body("before");
     QString error("before");

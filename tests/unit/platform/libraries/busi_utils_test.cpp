@@ -58,7 +58,7 @@ private slots:
     void init() { m_world = std::make_unique<ClientWorld>(QList<TestAccount>(), symbols()); }
     void cleanup() { m_world.reset(); }
 
-    void floor_stepAndMinimum_data() {
+    void floor_stepAndMinimum_giveTheMultiple_data() {
         QTest::addColumn<double>("qty");
         QTest::addColumn<int>("step");
         QTest::addColumn<int>("minQty");
@@ -71,17 +71,29 @@ private slots:
         QTest::newRow("minimum off the step") << 270.0 << 100 << 250 << qint64(200);
         QTest::newRow("step 0") << 7.9 << 0 << 1 << qint64(7);
         QTest::newRow("negative step") << 7.9 << -3 << 1 << qint64(7);
-        QTest::newRow("nothing") << 0.0 << 100 << 0 << qint64(0);
+        QTest::newRow("zero") << 0.0 << 100 << 0 << qint64(0);
         QTest::newRow("negative") << -300.0 << 100 << 0 << qint64(0);
-        QTest::newRow("no number")
+        // The inexact result of a division counts as the multiple beside it, and nothing else does.
+        QTest::newRow("519 by 5.19") << 519 / 5.19 << 100 << 100 << qint64(100);
+        QTest::newRow("error of a division") << 299.99999999999994 << 100 << 100 << qint64(300);
+        QTest::newRow("within 1e-10 of it") << 100.0 - 9e-9 << 100 << 100 << qint64(100);
+        QTest::newRow("beyond 1e-10 of it") << 100.0 - 2e-8 << 100 << 100 << qint64(0);
+        QTest::newRow("large, within a millionth of the step")
+            << 1e9 - 0.9e-4 << 100 << 100 << qint64(1000000000);
+        QTest::newRow("large, beyond it") << 1e9 - 2e-4 << 100 << 100 << qint64(999999900);
+        QTest::newRow("large, one unit less") << 1e12 - 1 << 100 << 100 << qint64(999999999900);
+        QTest::newRow("minimum reached by it") << 200.0 - 1e-12 << 100 << 200 << qint64(200);
+        QTest::newRow("step 1") << 0.99999999999999 << 1 << 1 << qint64(1);
+        QTest::newRow("step 1, less") << 0.999999999 << 1 << 1 << qint64(0);
+        QTest::newRow("not a number")
             << std::numeric_limits<double>::quiet_NaN() << 1 << 1 << qint64(0);
-        QTest::newRow("infinite") << inf << 1 << 1 << qint64(0);
-        QTest::newRow("minus infinite") << -inf << 1 << 1 << qint64(0);
+        QTest::newRow("infinity") << inf << 1 << 1 << qint64(0);
+        QTest::newRow("minus infinity") << -inf << 1 << 1 << qint64(0);
         QTest::newRow("beyond 64 bits") << 1e300 << 1000 << 1 << qint64(9223372036854775000);
         QTest::newRow("2 to the 63rd")
             << 9223372036854775808.0 << 1 << 1 << std::numeric_limits<qint64>::max();
     }
-    void floor_stepAndMinimum() {
+    void floor_stepAndMinimum_giveTheMultiple() {
         QFETCH(double, qty);
         QFETCH(int, step);
         QFETCH(int, minQty);
@@ -89,7 +101,7 @@ private slots:
         QCOMPARE(VelmarBusiUtils::GetFloorByStepAndMinLimit(qty, step, minQty), floor);
     }
 
-    void filter_recordAgainstIt_data() {
+    void filter_allFieldsEqual_fits_data() {
         QTest::addColumn<QVariantMap>("filter");
         QTest::addColumn<bool>("fits");
         QTest::newRow("empty") << QVariantMap{} << true;
@@ -98,7 +110,7 @@ private slots:
         QTest::newRow("missing") << QVariantMap{{"n", "1"}, {"x", ""}} << false;
         QTest::newRow("present and empty") << QVariantMap{{"e", ""}} << true;
     }
-    void filter_recordAgainstIt() {
+    void filter_allFieldsEqual_fits() {
         QFETCH(QVariantMap, filter);
         QFETCH(bool, fits);
         const QVariantMap order{{"n", 1}, {"t", "abc"}, {"e", ""}};
@@ -107,7 +119,7 @@ private slots:
         QCOMPARE(matched.size() == filter.size(), fits);
     }
 
-    void filter_otherComparisons_goByField() {
+    void filter_otherComparison_isThatOfTheField() {
         const QVariantMap order{{"t", "abc"}};
         QVariantMap matched;
         const auto fits = [&](const QString& wanted, CompareLike::LikeType like) {
@@ -119,7 +131,7 @@ private slots:
         QVERIFY(fits("abc", CompareLike::Equal) && !fits("ab", CompareLike::Equal));
     }
 
-    void hongKong_bySuffixOrExchange() {
+    void hongKong_suffixOrExchange_decides() {
         QVERIFY(VelmarUtils::isHKTypeSymbol("00700.HK"));
         QVERIFY(VelmarUtils::isHKTypeSymbol("nobody.HK"));
         QVERIFY(VelmarUtils::isHKTypeSymbol("HONG"));
@@ -128,7 +140,7 @@ private slots:
         QVERIFY(!VelmarUtils::isHKTypeSymbol(""));
     }
 
-    void exchangeName_codeSuffixOrItself() {
+    void exchangeName_unknownCode_fallsBackToTheSuffix() {
         QCOMPARE(VelmarBusiUtils::GetExchangeName("G", "HK"), QString("沪港通"));
         QCOMPARE(VelmarBusiUtils::GetExchangeName("?", "HK"), QString("港交所"));
         QCOMPARE(VelmarBusiUtils::GetExchangeName("?", "??"), QString("?"));
@@ -182,7 +194,7 @@ private slots:
         QVERIFY(data().GetSecurityExchangeBySymbol("nobody", true).isEmpty());
     }
 
-    void securityIds_bothWays_byExchangeAndSource() {
+    void securityIds_bothDirections_goByExchangeAndSource() {
         const QString& source = SecurityIDSource::securityID;
         QCOMPARE(data().getSecurityIDBySymbol("00700.HK", "", source), QString("00700"));
         QCOMPARE(data().getSecurityIDBySymbol("00700.HK", "S", source), QString("00700"));
@@ -197,7 +209,7 @@ private slots:
                  QString("600000.SH"));
     }
 
-    void securities_otherPlatform_areReadAnew() {
+    void securities_otherPlatform_areReadAgain() {
         QVERIFY(!data().GetSecurityDetailsBySymbol("600000.SH").isEmpty());
         m_world.reset();
         const ClientWorld other(
@@ -206,7 +218,7 @@ private slots:
         QVERIFY(!data().GetSecurityDetailsBySymbol("X").isEmpty());
     }
 
-    void bondFigures_ofALoadedBond_andOfNone() {
+    void bondFigures_loadedAndUnknownBond_areFoundOrNot() {
         stuBaseInfo bond;
         QVERIFY(ZnBondDataMgr::instance().GetSingelBondBaseInfo("113001.SH", bond) != "0");
         QVERIFY(ZnBondDataMgr::instance().load());
@@ -216,7 +228,7 @@ private slots:
         QCOMPARE(bond.symbol, QString("113001.SH"));
     }
 
-    void goldContract_ofALoadedOne_andOfNone() {
+    void goldContract_loadedAndUnknown_isFoundOrNot() {
         ZnGoldEtfDataMgr* const gold = ZnGoldEtfDataMgr::instance();
         QVERIFY(gold->load(0, 0));
         QCOMPARE(gold->GetGoldSecurityInfoBySymbol("AU01.SGE").value(GoldTrade::TradeUnitQty),
@@ -224,7 +236,7 @@ private slots:
         QVERIFY(gold->GetGoldSecurityInfoBySymbol("nobody").isEmpty());
     }
 
-    void stepRule_notAboveZero_isLeftOutWithALine() {
+    void stepRule_notAboveZero_isLeftOutWithALogLine() {
         m_world.reset();
         const LogCapture log;
         const ClientWorld world(

@@ -13,15 +13,15 @@ namespace {
 
 constexpr int kDelayMs = 30;
 
-/// Runs the event loop until every timer that was due by now has fired: a timer of the same length
-/// that is started later fires after them.
+/// Runs the event loop until every timer that is due by now has fired: a timer of the same length
+/// that is started now fires after them.
 void passOneDelay(int delayMs = kDelayMs) {
     bool over = false;
     QTimer::singleShot(delayMs + 1, Qt::PreciseTimer, [&over]() { over = true; });
     QVERIFY(waitFor([&over]() { return over; }));
 }
 
-/// Says at a signal of the buffer whether a timer of a given length, started here, had fired
+/// Records at a signal of the buffer whether a timer of a given length, started here, had fired
 /// before. Timers fire in the order in which they are due, however late the event loop is, so no
 /// clock is read.
 class DueBefore {
@@ -104,7 +104,7 @@ private slots:
         QCOMPARE(buffer.GetBufferItems(), QList<QVariant>{2});
     }
 
-    void itemsThatNobodyTook_comeWithTheNext() {
+    void itemsThatWereNotTaken_comeWithTheNext() {
         VelmarDelayBuffer buffer(nullptr, kDelayMs);
         QSignalSpy timeOuts(&buffer, &VelmarDelayBuffer::bufferTimeOut);
         buffer.AppendItem(1);

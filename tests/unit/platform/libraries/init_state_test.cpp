@@ -15,7 +15,7 @@ VelmarInitStateMgr& manager() {
     return VelmarInitStateMgr::instance();
 }
 
-/// Brings a step into a state in the way that a client does.
+/// Brings a step into a state with the calls of a client.
 void bringTo(InitState state) {
     if (state == InitState::None) {
         return;
@@ -99,13 +99,13 @@ private slots:
         QVERIFY(int(InitState::Done) >= 2);
     }
 
-    void steps_areApart() {
+    void steps_areIndependent() {
         QVERIFY(manager().StartInit("step"));
         QCOMPARE(manager().GetInitState("other"), InitState::None);
         QVERIFY(manager().StartInit("other"));
     }
 
-    void asking_changesNothing() {
+    void reading_changesNothing() {
         manager().GetInitState("step");
         manager().IsInited("step");
         QVERIFY(manager().StartInit("step"));
@@ -131,7 +131,7 @@ private slots:
         }
     }
 
-    void openingAnew_forgetsTheSteps() {
+    void startingAgain_forgetsTheSteps() {
         bringTo(InitState::Done);
         QVERIFY(LocalPlatform::instance().start(m_home.options(), nullptr));
         QCOMPARE(manager().GetInitState("step"), InitState::None);

@@ -25,7 +25,7 @@ QString position(int row) {
     return QStringLiteral("%1").arg(row, 8, 10, QLatin1Char('0'));
 }
 
-/// Pages over rows 1 to `count`, by number or by cursor, as the request asks.
+/// Pages over rows 1 to `count`, by number or by cursor, as the request says.
 QVariant pageOf(const QVariant& body, int count) {
     const QVariantMap request = headerOf(body);
     if (request.contains(System::positionStr)) {
@@ -52,7 +52,7 @@ private slots:
     void pages_anyTotal_areCollectedInOrder_data();
     void pages_anyTotal_areCollectedInOrder();
     void pages_request_keepsItsFieldsAndCountsPages();
-    void pages_totalNotTold_endAtAShortPage();
+    void pages_withoutTotal_endAtAShortPage();
     void pages_firstPage_isWhereTheyBegin();
     void pages_maxPages_endsThem();
     void pages_oneFails_givesNothingButTheText_data();
@@ -63,6 +63,8 @@ private slots:
     void pages_wrongTotal_isAnError();
     void pages_withoutEnd_areGivenUpAtTheMost_data();
     void pages_withoutEnd_areGivenUpAtTheMost();
+    void pages_tooManyRows_areGivenUpAtTheMost_data();
+    void pages_tooManyRows_areGivenUpAtTheMost();
     void pages_timeOut_isSetForEachRequestAndRestored_data();
     void pages_timeOut_isSetForEachRequestAndRestored();
     void timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOneReturns_data();
@@ -97,6 +99,14 @@ private:
     }
     void serve(int count) {
         link().on(kType, [count](const QVariant& body) { return pageOf(body, count); });
+    }
+    /// Serves rows and positions, but no total.
+    void serveWithoutTotal(int count) {
+        link().on(kType, [count](const QVariant& body) {
+            const QVariant page = pageOf(body, count);
+            return makeAnswer(body, rowsOf(page),
+                              {{System::positionStr, headerOf(page).value(System::positionStr)}});
+        });
     }
     ScriptedLink& link() { return *m_platform->link; }
 
@@ -161,7 +171,7 @@ void ServerPagedQueryTest::pages_request_keepsItsFieldsAndCountsPages() {
     }
 }
 
-void ServerPagedQueryTest::pages_totalNotTold_endAtAShortPage() {
+void ServerPagedQueryTest::pages_withoutTotal_endAtAShortPage() {
     link().on(kType,
               [](const QVariant& body) { return makeAnswer(body, rowsOf(pageOf(body, 25))); });
     QCOMPARE(query(false, 10), numbers(1, 25));
@@ -234,7 +244,7 @@ void ServerPagedQueryTest::pages_thatDoNotEnd_areAnError() {
     QVERIFY2(m_error.contains("does not end"), qPrintable(m_error));
     QCOMPARE(link().requestCount(kType), requests);
 
-    // A server that looks at no page number.
+    // A server that ignores the page number.
     for (const QVariantMap& header : {QVariantMap(), QVariantMap{{System::totalSize, 1000000}}}) {
         link().clearRequests();
         link().on(kType, ScriptedReply::rows(numbers(1, 10), header));
@@ -256,7 +266,7 @@ void ServerPagedQueryTest::pages_wrongTotal_isAnError_data() {
     QTest::newRow("no number") << 95 << QVariant("many") << 1 << 0;
     QTest::newRow("as a text") << 25 << QVariant("25") << 3 << 25;
     QTest::newRow("empty text") << 25 << QVariant(QString()) << 3 << 25;
-    // A page that is not full is the last one, whatever else the answer tells.
+    // A page that is not full is the last one, whatever the total is.
     QTest::newRow("0 beside a short page") << 5 << QVariant(0) << 1 << 5;
 }
 
@@ -289,18 +299,43 @@ void ServerPagedQueryTest::pages_withoutEnd_areGivenUpAtTheMost() {
     QFETCH(int, mostPages);
     QFETCH(int, rows);
     m_platform.reset();
-    m_platform = std::make_unique<PlatformFixture>(mostPages);
+    m_platform = std::make_unique<PlatformFixture>(
+        [mostPages](LocalPlatform::Options& options) { options.mostPages = mostPages; });
     m_presenter = new ProbePresenter;
     m_presenter->initPresenter();
-    // Ever new rows and positions, and no total.
-    link().on(kType, [](const QVariant& body) {
-        const QVariant page = pageOf(body, 100);
-        return makeAnswer(body, rowsOf(page),
-                          {{System::positionStr, headerOf(page).value(System::positionStr)}});
-    });
+    serveWithoutTotal(100);
     QCOMPARE(query(byPosition, 10), numbers(1, rows));
     QCOMPARE(m_error.contains("does not end"), rows == 0);
     QCOMPARE(link().requestCount(kType), mostPages);
+}
+
+void ServerPagedQueryTest::pages_tooManyRows_areGivenUpAtTheMost_data() {
+    QTest::addColumn<bool>("byPosition");
+    QTest::addColumn<int>("mostRows");
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<int>("requests");
+    QTest::newRow("pages") << false << 30 << 0 << 3;
+    QTest::newRow("pages, within a page") << false << 35 << 0 << 4;
+    QTest::newRow("pages, just enough") << false << 101 << 100 << 11;
+    QTest::newRow("positions") << true << 30 << 0 << 3;
+    QTest::newRow("positions, just enough") << true << 101 << 100 << 11;
+}
+
+void ServerPagedQueryTest::pages_tooManyRows_areGivenUpAtTheMost() {
+    QFETCH(bool, byPosition);
+    QFETCH(int, mostRows);
+    QFETCH(int, rows);
+    QFETCH(int, requests);
+    QCOMPARE(LocalPlatform::Options().mostRows, 10000000);
+    m_platform.reset();
+    m_platform = std::make_unique<PlatformFixture>(
+        [mostRows](LocalPlatform::Options& options) { options.mostRows = mostRows; });
+    m_presenter = new ProbePresenter;
+    m_presenter->initPresenter();
+    serveWithoutTotal(100);
+    QCOMPARE(query(byPosition, 10), numbers(1, rows));
+    QCOMPARE(m_error.contains("does not end"), rows == 0);
+    QCOMPARE(link().requestCount(kType), requests);
 }
 
 void ServerPagedQueryTest::pages_timeOut_isSetForEachRequestAndRestored_data() {
@@ -362,7 +397,7 @@ void ServerPagedQueryTest::timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOn
     std::thread second([&] { queryOf(kOtherType, byPosition, 20000); });
     const bool secondAsked = link().waitForRequestCount(kOtherType, 1);
     note();
-    // The second page of the one that goes on first is asked for while the other's first waits.
+    // The query that continues first requests its second page while the other's first page waits.
     link().release(endsFirst);
     const bool wentOn = link().waitForRequestCount(endsFirst, 2);
     link().release(endsFirst);

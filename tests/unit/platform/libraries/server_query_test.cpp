@@ -19,7 +19,7 @@
 
 namespace {
 
-/// A presenter that keeps the events it gets.
+/// A presenter that records its events.
 class Listener : public ZnPresenterClass {
 public:
     struct Event {
@@ -113,7 +113,7 @@ private slots:
         QCOMPARE(request.header.value(System::msgType).toString(), QString("inner"));
     }
 
-    void timeOut_isToldByTextAndStatus() {
+    void timeOut_hasATextAndAStatus() {
         m_link->on(kType, ScriptedReply::timeOut());
         QVERIFY(query().isEmpty());
         QVERIFY2(m_error.contains("time-out") && m_error.contains(kType), qPrintable(m_error));
@@ -122,7 +122,7 @@ private slots:
         QVERIFY(!m_error.isEmpty());
     }
 
-    void failure_isToldWithItsReason() {
+    void failure_hasItsReasonAsText() {
         m_link->on(kType, ScriptedReply::failure("the line is cut"));
         QVERIFY(query().isEmpty());
         QCOMPARE(m_error, QString("the line is cut"));
@@ -137,7 +137,7 @@ private slots:
         QVERIFY(!m_error.isEmpty());
     }
 
-    void refusal_isToldWithTheServersTextAndStatus() {
+    void refusal_hasTheServersTextAndStatus() {
         m_link->on(kType, ScriptedReply::refusal("not yours", "17"));
         QVERIFY(query().isEmpty());
         QCOMPARE(m_error, QString("not yours"));
@@ -151,50 +151,53 @@ private slots:
         QVERIFY2(m_error.contains(kType) && m_error.contains("17"), qPrintable(m_error));
     }
 
-    void refusalWithRows_givesNone() {
+    void refusalWithRows_returnsNoRows() {
         m_link->on(kType, ScriptedReply::rows({{{"a", 1}}}, {{System::requestExeStatus, "17"}}));
         QVERIFY(query().isEmpty());
         QVERIFY(!m_error.isEmpty());
     }
 
-    void answerThatIsNoPackedBody_isRefused() {
+    void answerThatIsNotAPackedBody_isRefused() {
         m_link->on(kType, ScriptedReply::garbage());
         QVERIFY(query().isEmpty());
         QVERIFY(!m_error.isEmpty());
         QVERIFY(send() != RequestExeStatus::success);
     }
 
-    void numberOfRows_isTheHeaders_data() {
-        QTest::addColumn<QVariant>("told");
+    void rowCount_isTheHeaders_data() {
+        QTest::addColumn<QVariant>("stated");
         QTest::addColumn<int>("read");
         QTest::addColumn<QString>("why");
         QTest::newRow("as many") << QVariant(3) << 3 << QString();
-        QTest::newRow("fewer told than held") << QVariant(2) << 2 << QString();
-        QTest::newRow("none told") << QVariant(0) << 0 << QString();
+        QTest::newRow("fewer than held") << QVariant(2) << 2 << QString();
+        QTest::newRow("zero") << QVariant(0) << 0 << QString();
         QTest::newRow("as a text") << QVariant("3") << 3 << QString();
-        QTest::newRow("more told than held") << QVariant(5) << 0 << "tells of 5 rows and holds 3";
-        QTest::newRow("far more told") << QVariant(2000000000) << 0 << "cut short";
+        QTest::newRow("more than held") << QVariant(5) << 0 << "states 5 rows and holds 3";
+        QTest::newRow("far more") << QVariant(2000000000) << 0 << "cut short";
         QTest::newRow("negative") << QVariant(-1) << 0 << "garbage";
         QTest::newRow("no number") << QVariant("x") << 0 << "garbage";
-        QTest::newRow("missing") << QVariant() << 0 << "garbage";
+        QTest::newRow("a fraction") << QVariant(2.5) << 0 << "garbage";
+        QTest::newRow("missing") << QVariant() << 0 << "the row count is missing";
     }
 
-    void numberOfRows_isTheHeaders() {
-        QFETCH(QVariant, told);
+    void rowCount_isTheHeaders() {
+        QFETCH(QVariant, stated);
         QFETCH(int, read);
         QFETCH(QString, why);
         m_link->on(kType, ScriptedReply::rows({{{"a", 1}}, {{"a", 2}}, {{"a", 3}}},
-                                              {{System::subGroupNumber, told}}));
+                                              {{System::subGroupNumber, stated}}));
         const LogCapture log;
         QCOMPARE(query().size(), read);
         QCOMPARE(m_error.isEmpty(), why.isEmpty());
         QVERIFY2(m_error.contains(why), qPrintable(m_error));
         QCOMPARE(send() == RequestExeStatus::success, why.isEmpty());
         QCOMPARE(m_rows.size(), read);
-        QCOMPARE(log.texts(QtWarningMsg).size(), why.isEmpty() ? 0 : 2);
+        // Warnings are left to the caller, who knows what the request was for.
+        QCOMPARE(log.texts(QtWarningMsg).size(), 0);
+        QCOMPARE(log.texts(QtDebugMsg).filter(kType + "\" failed:").size(), why.isEmpty() ? 0 : 2);
     }
 
-    void numberOfRows_missingBesideNoRow_isNone() {
+    void rowCount_missingInABodyWithoutRows_isZero() {
         m_link->on(kType, ScriptedReply::rows({}, {{System::subGroupNumber, QVariant()}}));
         QVERIFY(query().isEmpty());
         QCOMPARE(m_error, QString());
@@ -221,7 +224,7 @@ private slots:
         QVERIFY(status != RequestExeStatus::success);
         QVERIFY(!m_error.isEmpty());
         late->deleteLater();
-        // init() made one that cleanup() disposes of, as in every other case.
+        // The presenter of init() is disposed of by cleanup(), as in every other case.
         m_presenter = new Listener;
     }
 
@@ -266,7 +269,7 @@ private slots:
         QCOMPARE(events.at(1).body, QVariant(5));
     }
 
-    void eventWithoutId_isRefusedAndTold() {
+    void eventWithoutId_isRefusedAndLogged() {
         const LogCapture log;
         QCOMPARE(VelmarUtils::SendEventMsg(m_presenter, 0, QVariant()), -1);
         QVERIFY(log.contains(QtWarningMsg, "it has no id"));

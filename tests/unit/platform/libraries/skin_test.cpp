@@ -4,7 +4,7 @@
 #include "velmarutils/velmar_utils.h"
 #include "wait_for.h"
 
-/// An application with the property that a windowed one keeps its skin in.
+/// An application with the property in which one with windows keeps its skin.
 class SkinnedApplication : public QCoreApplication {
     Q_OBJECT
     Q_PROPERTY(QString styleSheet READ styleSheet WRITE setStyleSheet)
@@ -54,7 +54,7 @@ private:
 };
 
 int main(int argc, char** argv) {
-    // Without an application and without a skin there is nothing to do, and nothing happens.
+    // Without an application, or without a skin, the call does nothing.
     VelmarUtils::ResetSkin();
     {
         QCoreApplication plain(argc, argv);

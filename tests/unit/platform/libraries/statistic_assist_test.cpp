@@ -13,15 +13,15 @@ private slots:
         QTest::addColumn<double>("average");
         QTest::addColumn<bool>("valid");
         const QVector<double> none;
-        QTest::newRow("nothing held, none needed") << 3 << 0 << none << 0.0 << true;
+        QTest::newRow("empty, minimum of 0") << 3 << 0 << none << 0.0 << true;
         QTest::newRow("nothing held, one needed") << 3 << 1 << none << 0.0 << false;
         QTest::newRow("fewer than needed") << 3 << 3 << QVector<double>{1, 2} << 1.5 << false;
         QTest::newRow("as many as needed") << 3 << 3 << QVector<double>{1, 2, 6} << 3.0 << true;
         QTest::newRow("oldest dropped") << 3 << 3 << QVector<double>{100, 1, 2, 6} << 3.0 << true;
         QTest::newRow("one kept") << 1 << 1 << QVector<double>{5, 7} << 7.0 << true;
-        QTest::newRow("none kept") << 0 << 1 << QVector<double>{5} << 0.0 << false;
-        QTest::newRow("negative count keeps none") << -1 << 1 << QVector<double>{5} << 0.0 << false;
-        QTest::newRow("negative need is none") << 3 << -5 << none << 0.0 << true;
+        QTest::newRow("maximum of 0") << 0 << 1 << QVector<double>{5} << 0.0 << false;
+        QTest::newRow("negative maximum") << -1 << 1 << QVector<double>{5} << 0.0 << false;
+        QTest::newRow("negative minimum") << 3 << -5 << none << 0.0 << true;
         QTest::newRow("more needed than kept")
             << 2 << 3 << QVector<double>{1, 2, 3} << 2.5 << false;
         QTest::newRow("negative numbers") << 2 << 1 << QVector<double>{-4, 2} << -1.0 << true;
@@ -58,7 +58,7 @@ private slots:
         QCOMPARE(assist.GetAvgData(nullptr), 0.0);
     }
 
-    void newNeed_countsAtOnce() {
+    void newMinimum_countsAtOnce() {
         VelmarStatisticAssist assist = filled();
         bool valid = true;
         assist.SetValidMinCount(5);
@@ -100,7 +100,7 @@ private slots:
     }
 
 private:
-    /// 1, 2, 3, 4 of at most four, four needed.
+    /// The numbers 1 to 4, with a maximum and a minimum of four.
     static VelmarStatisticAssist filled() {
         VelmarStatisticAssist assist(4, 4);
         for (const double value : {1, 2, 3, 4}) {

@@ -60,7 +60,7 @@ private slots:
         }
     }
 
-    void openingAnew_takesTheReadinessBack() {
+    void startingAgain_dropsTicksUntilInit() {
         QVERIFY(CommonQuotaHandler::instance().Init());
         QVERIFY(LocalPlatform::instance().start(m_home.options(), nullptr));
         LocalPlatform::instance().publishTick("S1", {}, "feed");
@@ -85,7 +85,7 @@ private slots:
         QCOMPARE(CommonQuotaHandler::instance().getLastPrice("S1"), 0.0);
     }
 
-    void subscribe_emitsNothing_andKeepsTheOrderOfTheFirstAsking() {
+    void subscribe_emitsNothing_andKeepsTheOrderOfFirstSubscription() {
         CommonQuotaHandler& handler = CommonQuotaHandler::instance();
         QVERIFY(handler.Init());
         handler.subscribe({"B", "A", "", "B"}, 1, 0);
@@ -99,12 +99,12 @@ private slots:
         QVERIFY(DataStores::tickSubscriptions().symbols().isEmpty());
     }
 
-    void subscribe_unknownNumbers_isRefusedAndTold() {
+    void subscribe_unknownNumbers_isRefusedAndLogged() {
         CommonQuotaHandler& handler = CommonQuotaHandler::instance();
         const LogCapture log;
         handler.subscribe({"A"}, 2, 0);
         handler.subscribe({"A"}, 1, 1);
-        QVERIFY(log.contains(QtWarningMsg, "unknown tick subscription, action 2"));
+        QVERIFY(log.contains(QtWarningMsg, "unknown tick subscription: action 2"));
         QVERIFY(log.contains(QtWarningMsg, "depth 1"));
         QVERIFY(DataStores::tickSubscriptions().symbols().isEmpty());
     }
@@ -142,7 +142,7 @@ private slots:
         QCOMPARE(second, 1);
     }
 
-    void slotThatAsksBack_meetsNoLock() {
+    void slotThatCallsBack_isNotBlockedByALock() {
         CommonQuotaHandler& handler = CommonQuotaHandler::instance();
         QVERIFY(handler.Init());
         QObject context;
@@ -161,7 +161,7 @@ private slots:
         QVERIFY(seen > 0);
     }
 
-    void applicationThatTakesNone_ticksAreDroppedBeyondALimit() {
+    void applicationThreadBusy_ticksAreDroppedBeyondALimit() {
         QVERIFY(CommonQuotaHandler::instance().Init());
         const LogCapture log;
         std::thread([]() {
@@ -187,15 +187,15 @@ private:
 };
 
 int main(int argc, char** argv) {
-    // Gone before the tests begin: theirs would not see what the framework's handler takes.
+    // Ends before the tests begin, since a capture that lives longer would hide lines from theirs.
     auto log = std::make_unique<LogCapture>();
     const bool readyWithoutApplication = CommonQuotaHandler::instance().Init();
-    const bool told = log->contains(QtWarningMsg, "needs an application");
+    const bool logged = log->contains(QtWarningMsg, "needs an application");
     log.reset();
     QCoreApplication application(argc, argv);
     TickFeedTest test;
     const int failed = QTest::qExec(&test, argc, argv);
-    if (readyWithoutApplication || !told) {
+    if (readyWithoutApplication || !logged) {
         qCritical("the feed must refuse, and say so, while there is no application");
         return 1;
     }

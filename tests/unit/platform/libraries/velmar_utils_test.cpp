@@ -26,7 +26,7 @@ QString written(const QVariantMap& record) {
     return error.isEmpty() ? text : QStringLiteral("error: ") + error;
 }
 
-/// The names as the vocabulary's file declares them, so that none can be forgotten.
+/// The names as the header of the vocabulary declares them, so that the test covers all.
 QStringList declaredEventNames() {
     QFile file(QStringLiteral(VELMAR_SOURCE_DIR "/src/platform/vocabulary/torvi_keys.h"));
     if (!file.open(QIODevice::ReadOnly)) {
@@ -188,7 +188,7 @@ private slots:
         QVERIFY(read.isEmpty());
     }
 
-    void badText_isAnErrorAndLeavesNothing_data() {
+    void badText_isAnErrorAndReturnsNothing_data() {
         QTest::addColumn<QString>("text");
         QTest::newRow("null") << QString();
         QTest::newRow("empty") << "";
@@ -207,7 +207,7 @@ private slots:
         QTest::newRow("number beyond everything") << "{\"a\":1e999}";
     }
 
-    void badText_isAnErrorAndLeavesNothing() {
+    void badText_isAnErrorAndReturnsNothing() {
         QFETCH(QString, text);
         QVariantMap read{{"old", 1}};
         QVERIFY(!VelmarUtils::TransStr2Map(text, read).isEmpty());
@@ -243,21 +243,21 @@ private slots:
     }
 
     void eventIds_areTheSameInEveryRun() {
-        // Other processes and stored logs know these numbers.
+        // Other processes and stored logs refer to these numbers.
         QCOMPARE(VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::BUSI_HEART_BEAT_STATISTIC),
                  0x20001);
         QCOMPARE(VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::Velmar_Fundaccount_Inited),
                  0x2000D);
     }
 
-    void unknownEvent_hasNoIdAndIsTold_data() {
+    void unknownEvent_hasNoIdAndIsLogged_data() {
         QTest::addColumn<QString>("name");
         QTest::newRow("empty") << "";
         QTest::newRow("unknown") << "NoSuchEvent";
         QTest::newRow("other case") << EventMsgName::BUSI_MSG_ADD.toLower();
     }
 
-    void unknownEvent_hasNoIdAndIsTold() {
+    void unknownEvent_hasNoIdAndIsLogged() {
         QFETCH(QString, name);
         const LogCapture log;
         QCOMPARE(VelmarUtils::GetTorviEventMsgIdByStr(name), 0);
@@ -265,7 +265,7 @@ private slots:
         QVERIFY(log.contains(QtWarningMsg, '"' + name + '"'));
     }
 
-    void eventWithoutPresenter_isRefusedAndTold() {
+    void eventWithoutPresenter_isRefusedAndLogged() {
         const LogCapture log;
         QCOMPARE(VelmarUtils::SendEventMsg(nullptr, 0x31000, QVariant()), -1);
         QCOMPARE(VelmarUtils::SendEventMsg(nullptr, EventMsgName::BUSI_MSG_ADD, QVariant()), -1);
@@ -292,7 +292,7 @@ private slots:
         QCOMPARE(VelmarUtils::GetUserCfgFileDir(), before);
     }
 
-    void homeGivenInAnyForm_isOnePath() {
+    void homeGivenInAnyForm_isTheSamePath() {
         LocalPlatform::Options options;
         options.homeDir = m_home->path() + "/sub/../home//";
         QVERIFY(LocalPlatform::instance().start(options, nullptr));
@@ -300,7 +300,7 @@ private slots:
         QCOMPARE(VelmarUtils::GetUserCfgFileDir(), m_home->path() + "/home/config/user/");
     }
 
-    void withoutAHome_theUsersOwnFolderIsTaken() {
+    void withoutAHome_theUsersOwnFolderIsUsed() {
         QStandardPaths::setTestModeEnabled(true);
         const QString folder =
             QDir::cleanPath(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation));
@@ -310,7 +310,7 @@ private slots:
         QVERIFY(QDir(folder).removeRecursively());
     }
 
-    void directoryThatCannotBeMade_isTold() {
+    void directoryThatCannotBeMade_isLogged() {
         QFile blocker(m_home->filePath("config"));
         QVERIFY(blocker.open(QIODevice::WriteOnly));
         const LogCapture log;

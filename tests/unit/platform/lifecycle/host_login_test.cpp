@@ -12,7 +12,7 @@ private slots:
     void cleanup() { m_platform.reset(); }
 
     void login_accepted_setsTheLoginAndTheAccountTree();
-    void login_refused_tellsWhyAndChangesNothing();
+    void login_refused_returnsTheReasonAndChangesNothing();
     void login_withoutALink_fails();
 
 private:
@@ -41,7 +41,7 @@ void HostLoginTest::login_accepted_setsTheLoginAndTheAccountTree() {
     QVERIFY(data->GetCacheData(Constants::USER_ACCOUNTLIST_INITED, ready) && ready.toBool());
 }
 
-void HostLoginTest::login_refused_tellsWhyAndChangesNothing() {
+void HostLoginTest::login_refused_returnsTheReasonAndChangesNothing() {
     link().on(HostMsgType::login, ScriptedReply::refusal("wrong password"));
     QString error;
     QVERIFY(!LocalPlatform::instance().login("U1", "wrong", &error));

@@ -18,8 +18,26 @@ namespace {
 
 inline const QString kFixture =
     QStringLiteral(VELMAR_BINARY_DIR "/plugins/fixtures/libFixturePlugin.so");
+inline const QString kUnresolved =
+    QStringLiteral(VELMAR_BINARY_DIR "/plugins/fixtures/libUnresolvedPlugin.so");
 constexpr const char* kCalls = "fixtureCalls";
 constexpr const char* kRefusal = "fixtureRefusal";
+
+/// A copy of the fixture in which a text of its metadata is replaced by another of the same length.
+QString fixtureWith(const QTemporaryDir& dir, const QByteArray& text, const QByteArray& other) {
+    QFile original(kFixture);
+    const QString path = dir.filePath("libChanged.so");
+    QFile changed(path);
+    if (!original.open(QIODevice::ReadOnly) || !changed.open(QIODevice::WriteOnly)) {
+        return {};
+    }
+    QByteArray bytes = original.readAll();
+    if (!bytes.contains(text) || text.size() != other.size()) {
+        return {};
+    }
+    changed.write(bytes.replace(text, other));
+    return path;
+}
 
 }  // namespace
 
@@ -47,7 +65,10 @@ private slots:
     void load_missingFile_namesIt();
     void load_noLibrary_namesTheFile();
     void load_pluginOfAnotherKind_namesTheFileAndTheKind();
-    void load_initializeRefuses_tellsTheFileAndTheReason();
+    void load_metaDataThatDoesNotFit_isRefusedUnloaded_data();
+    void load_metaDataThatDoesNotFit_isRefusedUnloaded();
+    void load_symbolMissing_namesTheFileAndTheSymbol();
+    void load_initializeRefuses_namesTheFileAndTheReason();
     void load_twice_isRefused();
     void load_good_initializesWithTheLibrarysName();
     void descriptor_unknownName_isNull();
@@ -55,6 +76,8 @@ private slots:
     void makePluginObject_badMetaId_namesTheFile_data();
     void makePluginObject_badMetaId_namesTheFile();
     void makePluginObject_good_isInitialised();
+    void makePluginObjects_ofALibrary_makesEachThatItCan();
+    void makePluginObjects_libraryWithoutObject_saysSo();
     void lifeOfAPlugin_callsComeInOrder();
     void destructor_withoutShutdown_deletesEverything();
     void properties_belongToTheClass();
@@ -89,7 +112,7 @@ void PluginManagerTest::load_noLibrary_namesTheFile() {
     const QString path = dir.filePath("libText.so");
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("no library at all");
+    file.write("not a library");
     file.close();
     refused(path, "not a plug-in");
 }
@@ -101,7 +124,36 @@ void PluginManagerTest::load_pluginOfAnotherKind_namesTheFileAndTheKind() {
     refused(file, "QSqlDriverFactoryInterface");
 }
 
-void PluginManagerTest::load_initializeRefuses_tellsTheFileAndTheReason() {
+void PluginManagerTest::load_metaDataThatDoesNotFit_isRefusedUnloaded_data() {
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QByteArray>("other");
+    QTest::addColumn<QString>("why");
+    QTest::newRow("another interface id")
+        << QByteArray("ZNAppPlugin") << QByteArray("ZNAppWidget") << "\"ZNAppWidget\"";
+    QTest::newRow("older CompatVersion")
+        << QByteArray("2.0.0") << QByteArray("1.9.9") << "version 1.9.9 of the plug-in interface";
+    QTest::newRow("CompatVersion is no version")
+        << QByteArray("2.0.0") << QByteArray("newer") << "no \"CompatVersion\"";
+    QTest::newRow("no CompatVersion")
+        << QByteArray("CompatVersion") << QByteArray("ComputVersion") << "no \"CompatVersion\"";
+}
+
+void PluginManagerTest::load_metaDataThatDoesNotFit_isRefusedUnloaded() {
+    QFETCH(QByteArray, text);
+    QFETCH(QByteArray, other);
+    QFETCH(QString, why);
+    const QTemporaryDir dir;
+    const QString file = fixtureWith(dir, text, other);
+    QVERIFY(!file.isEmpty());
+    refused(file, why);
+    QCOMPARE(calls(), QStringList());
+}
+
+void PluginManagerTest::load_symbolMissing_namesTheFileAndTheSymbol() {
+    refused(kUnresolved, "isDefinedNowhere");
+}
+
+void PluginManagerTest::load_initializeRefuses_namesTheFileAndTheReason() {
     qApp->setProperty(kRefusal, "no licence");
     refused(kFixture, "no licence");
     QVERIFY(calls().contains("delete Good"));
@@ -143,7 +195,8 @@ void PluginManagerTest::makePluginObject_badMetaId_namesTheFile_data() {
     QTest::addColumn<QString>("name");
     QTest::newRow("no metaId") << "NoMetaId";
     QTest::newRow("no number") << "TextMetaId";
-    QTest::newRow("no type of this id") << "UnknownMetaId";
+    QTest::newRow("unknown type") << "UnknownMetaId";
+    QTest::newRow("a type of Qt's own") << "QtMetaId";
 }
 
 void PluginManagerTest::makePluginObject_badMetaId_namesTheFile() {
@@ -166,6 +219,30 @@ void PluginManagerTest::makePluginObject_good_isInitialised() {
     QCOMPARE(calls(), QStringList{"object initialize"});
 }
 
+void PluginManagerTest::makePluginObjects_ofALibrary_makesEachThatItCan() {
+    PluginManager manager;
+    QVERIFY(manager.load(kFixture, nullptr));
+    forgetCalls();
+    QStringList errors;
+    QCOMPARE(manager.makePluginObjects(kFixture, &errors), QStringList{"Good"});
+    QCOMPARE(calls(), QStringList{"object initialize"});
+    QCOMPARE(errors.size(), 3);
+    const QStringList bad{"TextMetaId", "UnknownMetaId", "QtMetaId"};
+    for (int i = 0; i < bad.size(); ++i) {
+        QVERIFY2(errors.at(i).contains(kFixture) && errors.at(i).contains(bad.at(i)),
+                 qPrintable(errors.at(i)));
+    }
+}
+
+void PluginManagerTest::makePluginObjects_libraryWithoutObject_saysSo() {
+    PluginManager manager;
+    QStringList errors;
+    QCOMPARE(manager.makePluginObjects(kFixture, &errors), QStringList());
+    QCOMPARE(errors.size(), 1);
+    QVERIFY2(errors.first().contains(kFixture) && errors.first().contains("no object"),
+             qPrintable(errors.first()));
+}
+
 void PluginManagerTest::lifeOfAPlugin_callsComeInOrder() {
     PluginManager manager;
     QVERIFY(manager.load(kFixture, nullptr));
@@ -175,11 +252,11 @@ void PluginManagerTest::lifeOfAPlugin_callsComeInOrder() {
     manager.objectsInitialized();
     manager.shutdown();
     manager.shutdown();
-    QCOMPARE(calls(),
-             (QStringList{"initialize 0 libFixturePlugin", "object initialize",
-                          "extensionsInitialized", "delayedInitialize", "object initialized",
-                          "aboutToShutdown", "delete object", "delete UnknownMetaId",
-                          "delete TextMetaId", "delete NoMetaId", "delete Good"}));
+    QCOMPARE(calls(), (QStringList{"initialize 0 libFixturePlugin", "object initialize",
+                                   "extensionsInitialized", "delayedInitialize",
+                                   "object initialized", "aboutToShutdown", "delete object",
+                                   "delete QtMetaId", "delete UnknownMetaId", "delete TextMetaId",
+                                   "delete NoMetaId", "delete Good"}));
     QVERIFY(!manager.descriptor("Good"));
 }
 

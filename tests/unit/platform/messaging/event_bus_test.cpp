@@ -22,7 +22,7 @@ std::atomic<int> CountedEvent::alive{0};
 
 namespace {
 
-/// What the header of a push that came says.
+/// The text in the header of a received push.
 QString textOf(const ProbeLog& log, int index) {
     return headerOf(log.bodies().at(index)).value(QStringLiteral("text")).toString();
 }
@@ -54,9 +54,9 @@ private slots:
     void publishEvent_ofTheHost_reachesSubscribers();
     void push_subscribed_reachesSubscribersAlone();
     void push_subscribedTwice_isDeliveredOnce();
-    void push_thatIsNoPackedBody_isDroppedAndTold();
-    void push_numberOfRowsThatIsNone_isDroppedAndTold_data();
-    void push_numberOfRowsThatIsNone_isDroppedAndTold();
+    void push_thatIsNotAPackedBody_isDroppedAndLogged();
+    void push_invalidRowCount_isDroppedAndLogged_data();
+    void push_invalidRowCount_isDroppedAndLogged();
     void gateState_known_isPublishedUnderItsEventId_data();
     void gateState_known_isPublishedUnderItsEventId();
     void gateState_unknownGate_warns();
@@ -307,7 +307,7 @@ void EventBusTest::push_subscribedTwice_isDeliveredOnce() {
     QCOMPARE(textOf(*presenter->log, 1), QString("last"));
 }
 
-void EventBusTest::push_thatIsNoPackedBody_isDroppedAndTold() {
+void EventBusTest::push_thatIsNotAPackedBody_isDroppedAndLogged() {
     auto* const presenter = new ProbePresenter;
     presenter->Sub(presenter->pluginPid(), "type.1", kMode);
     presenter->initPresenter();
@@ -316,37 +316,37 @@ void EventBusTest::push_thatIsNoPackedBody_isDroppedAndTold() {
     m_platform->link->push("type.1", packRows({{"text", "whole"}}, {}));
     QVERIFY(presenter->log->waitForCount(1));
     QCOMPARE(textOf(*presenter->log, 0), QString("whole"));
-    QVERIFY(log.contains(QtWarningMsg, "is garbage, no packed body"));
+    QVERIFY(log.contains(QtWarningMsg, "is garbage, not a packed body"));
 }
 
-void EventBusTest::push_numberOfRowsThatIsNone_isDroppedAndTold_data() {
-    QTest::addColumn<QVariant>("told");
+void EventBusTest::push_invalidRowCount_isDroppedAndLogged_data() {
+    QTest::addColumn<QVariant>("stated");
     QTest::addColumn<bool>("comes");
     QTest::newRow("as many") << QVariant(2) << true;
     QTest::newRow("as a text") << QVariant("2") << true;
     QTest::newRow("fewer") << QVariant(1) << true;
-    QTest::newRow("not told") << QVariant() << true;
+    QTest::newRow("missing") << QVariant() << true;
     QTest::newRow("more") << QVariant(3) << false;
     QTest::newRow("negative") << QVariant(-1) << false;
     QTest::newRow("no number") << QVariant("x") << false;
 }
 
-void EventBusTest::push_numberOfRowsThatIsNone_isDroppedAndTold() {
-    QFETCH(QVariant, told);
+void EventBusTest::push_invalidRowCount_isDroppedAndLogged() {
+    QFETCH(QVariant, stated);
     QFETCH(bool, comes);
     auto* const presenter = new ProbePresenter;
     presenter->Sub(presenter->pluginPid(), "type.1", kMode);
     presenter->initPresenter();
     const LogCapture log;
     QVariantMap header{{"text", "first"}};
-    if (told.isValid()) {
-        header.insert(System::subGroupNumber, told);
+    if (stated.isValid()) {
+        header.insert(System::subGroupNumber, stated);
     }
     m_platform->link->push("type.1", QVariantList{header, QVariantMap(), QVariantMap()});
     m_platform->link->push("type.1", packRows({{"text", "last"}}, {}));
     QVERIFY(presenter->log->waitForCount(comes ? 2 : 1));
     QCOMPARE(textOf(*presenter->log, 0), comes ? QString("first") : QString("last"));
-    QCOMPARE(log.contains(QtWarningMsg, "push dropped: the push of type type.1 tells of"), !comes);
+    QCOMPARE(log.contains(QtWarningMsg, "push dropped: the push of type type.1 states"), !comes);
 }
 
 void EventBusTest::gateState_known_isPublishedUnderItsEventId_data() {
@@ -379,14 +379,14 @@ void EventBusTest::gateState_unknownGate_isNotKept() {
     LogCapture log;
     m_platform->link->gateState("NoGate", NET_STATE::CONNECTED);
     QVERIFY(m_platform->link->waitUntilIdle());
-    // A link that goes takes every gate down that was told of.
+    // A link that is taken down disconnects every gate that it reported.
     QVERIFY(LocalPlatform::instance().setLink(nullptr, nullptr));
     m_platform->link = nullptr;
-    int told = 0;
+    int reports = 0;
     for (const QString& text : log.texts(QtWarningMsg)) {
-        told += text.contains("NoGate") ? 1 : 0;
+        reports += text.contains("NoGate") ? 1 : 0;
     }
-    QCOMPARE(told, 1);
+    QCOMPARE(reports, 1);
 }
 
 QTEST_GUILESS_MAIN(EventBusTest)

@@ -31,7 +31,7 @@ class LinkChangeTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void linkTakenDown_connectedGate_isToldAsGoneSoThatTheNextLinkReconnects() {
+    void linkTakenDown_connectedGate_isReportedDisconnectedSoThatTheNextLinkReconnects() {
         ClientWorld world;
         auto* const presenter = new RecordingPresenter;
         presenter->SubEvent(presenter->pluginPid(), kInfoGateState, 1);
@@ -44,7 +44,7 @@ private slots:
         QVERIFY(waitFor([presenter] { return presenter->events().size() == 2; }));
         QCOMPARE(presenter->events().at(1).body.toString(), NET_STATE::NOCONNECT);
 
-        // Nothing is connected any more, so there is nothing to tell a second time.
+        // Every gate is disconnected already, so nothing is reported a second time.
         QVERIFY(LocalPlatform::instance().setLink(nullptr, &error));
         auto next = std::make_unique<ScriptedLink>();
         ScriptedLink* const link = next.get();
@@ -70,7 +70,7 @@ private slots:
                 QVariant response;
                 result = presenter->sendRequest_Sync(makeMessage(presenter, kAsked), response);
             });
-            // It is under way, and there is no link yet that could have taken it.
+            // It is pending, and no link can have taken it yet.
             QVERIFY(waitFor([]() { return LocalPlatform::instance().pendingRequestCount() == 1; }));
         };
         QVERIFY(LocalPlatform::instance().setLink(std::move(next), nullptr));

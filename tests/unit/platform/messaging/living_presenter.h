@@ -9,7 +9,7 @@
 inline constexpr int kLivingEvent = 0x777;
 inline const QString kLivingType = QStringLiteral("type.1");
 
-/// What the living presenter leaves behind.
+/// What a LivingPresenter records; outlives it.
 struct Trace {
     std::atomic<int> destroyed{0};
     std::atomic<int> slotCalls{0};
@@ -21,7 +21,7 @@ struct Trace {
     std::atomic<int> sendResult{-1};
 };
 
-/// A presenter with a slot, an event and a child timer, that does there what a test tells it.
+/// A presenter with a slot, an event and a child timer; a test sets what they do.
 class LivingPresenter : public ZnPresenterClass {
 public:
     explicit LivingPresenter(QObject* parent = nullptr)

@@ -11,7 +11,7 @@ inline const QString kType = QStringLiteral("type.1");
 inline const QString kOtherType = QStringLiteral("type.2");
 constexpr int kFailure = 2;
 
-/// Threads of this process that give requests up.
+/// The number of this process's threads that give requests up.
 int deadlineThreads() {
     int count = 0;
     const QDir tasks(QStringLiteral("/proc/self/task"));
@@ -36,7 +36,7 @@ private slots:
     void cleanup() { m_platform.reset(); }
 
     void async_answered_reachesProcResponseMsgWithTheRequestsId();
-    void async_twoRequests_areToldApartByTheirIds();
+    void async_twoRequests_areDistinguishedByTheirIds();
     void async_noOutcome_returnsWithoutWaiting();
     void async_noOutcome_isGivenUpAtTheStandingTimeOut();
     void async_answeredInTime_isNotGivenUp();
@@ -75,7 +75,7 @@ void PresenterAsyncTest::async_answered_reachesProcResponseMsgWithTheRequestsId(
     QVERIFY(call.thread != std::this_thread::get_id());
 }
 
-void PresenterAsyncTest::async_twoRequests_areToldApartByTheirIds() {
+void PresenterAsyncTest::async_twoRequests_areDistinguishedByTheirIds() {
     link().on(kType, ScriptedReply::rows({}).held());
     sendAsync(kType, "id-1");
     sendAsync(kType, "id-2");
@@ -97,7 +97,7 @@ void PresenterAsyncTest::async_noOutcome_isGivenUpAtTheStandingTimeOut() {
     link().on(kOtherType, ScriptedReply::rows({}));
     auto* const patient = new ProbePresenter;
     QCOMPARE(patient->sendRequest_Async(makeMessage(patient, kType)), 0);
-    // The later deadline is being waited for when the earlier one comes.
+    // The thread already waits for the later deadline when the earlier one is added.
     QVERIFY(waitFor([] { return deadlineThreads() == 1; }));
     m_presenter->setRequestTimeOut(1);
     const LogCapture log;
@@ -111,7 +111,7 @@ void PresenterAsyncTest::async_noOutcome_isGivenUpAtTheStandingTimeOut() {
              qPrintable(log.texts(QtWarningMsg).first()));
     // The other presenter's time-out is ten seconds.
     QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
-    // The answer is too late now; it must not be taken for that of the next request.
+    // The answer is too late now; the next request must not get it.
     QCOMPARE(link().release(), 2);
     sendAsync(kOtherType, "next");
     QVERIFY(m_presenter->log->waitForCount(1));
@@ -127,7 +127,7 @@ void PresenterAsyncTest::async_answeredInTime_isNotGivenUp() {
     sendAsync(kType, "answered");
     sendAsync(kOtherType, "lost");
     QVERIFY(m_presenter->log->waitForCount(1));
-    // The second one's end comes after the moment of the first one's.
+    // The second request is given up after the deadline of the first has passed.
     QVERIFY(log.waitFor(kOtherType));
     QCOMPARE(log.texts(QtWarningMsg).size(), 1);
     QVERIFY(!log.contains(kType));

@@ -7,7 +7,7 @@
 #include "living_presenter.h"
 #include "local_platform.h"
 
-// Each way to end a process is played by a child process: this program with the way's name.
+// Each way to end a process runs in a child process: this program with the name of the way.
 
 namespace {
 
@@ -32,7 +32,7 @@ void quitApplication(QCoreApplication& app) {
     app.exec();
 }
 
-/// The application quits while the presenter does `work` in its slot and in its entry.
+/// The application quits while the presenter runs `work` in its slot and in its event function.
 int quitDuring(QCoreApplication& app, const std::function<void(LivingPresenter*)>& work) {
     auto* const presenter = new LivingPresenter;
     const std::shared_ptr<Trace> trace = presenter->trace;
@@ -104,7 +104,7 @@ StaticHolder& staticHolder() {
     return holder;
 }
 
-/// Nobody runs an event loop or starts the platform.
+/// No event loop runs and the platform is not started.
 int childWithoutQuit(QCoreApplication&) {
     staticHolder().trace = startedPresenter()->trace;
     return 0;

@@ -9,14 +9,14 @@ void callSlot(LivingPresenter* presenter) {
     runOnThreadOf(presenter, [presenter] { presenter->slotWork(); });
 }
 
-/// What a presenter that is long in the making shares with the test.
+/// What a presenter with a slow constructor shares with the test.
 struct Making {
     std::atomic<bool> begun{false};
     std::atomic<bool> mayEnd{false};
     std::atomic<int> destroyed{0};
 };
 
-/// Its constructor ends when the test says so.
+/// Its constructor ends when the test lets it.
 class SlowPresenter : public ZnPresenterClass {
 public:
     explicit SlowPresenter(Making& making)
@@ -59,7 +59,7 @@ private slots:
     void close_disposesOfEveryPresenter();
     void close_presenterStillInItsConstructorElsewhere_isLeftUndeleted();
     void close_whileAPresenterDisposesOfItself_waitsForIt();
-    void close_twice_catchesWhatCameUpInBetween();
+    void close_twice_disposesOfPresentersMadeInBetween();
     void start_afterClose_takesTheClosingStateBack();
 
 private:
@@ -219,7 +219,7 @@ void PresenterLifecycleTest::deleteLater_withQueuedCalls_runsNoneAfterItReturned
     QVERIFY(waitFor([&] { return trace->entered.load(); }));
     presenter->deleteLater();
     QCOMPARE(trace->destroyed.load(), 1);
-    // Those that the event loop had fetched together with the first one still ran.
+    // Calls that the event loop had fetched together with the first one still ran.
     const int calls = trace->slotCalls;
     QCoreApplication::processEvents();
     QCOMPARE(trace->slotCalls.load(), calls);
@@ -229,8 +229,8 @@ void PresenterLifecycleTest::deleteLater_fromManyThreadsAtOnce_deletesOnce() {
     for (int round = 0; round < 20; ++round) {
         auto* const presenter = new LivingPresenter;
         const std::shared_ptr<Trace> trace = presenter->trace;
-        // Inside an entry of the presenter's own, so that it is there until every call but the one
-        // that does the work has returned.
+        // Inside a function of the presenter's own, so that the presenter exists until every call
+        // has returned except the one that does the work.
         std::atomic<bool> go{false};
         std::atomic<int> returned{0};
         presenter->onEvent = [&] {
@@ -374,7 +374,7 @@ void PresenterLifecycleTest::close_whileAPresenterDisposesOfItself_waitsForIt() 
     }
 }
 
-void PresenterLifecycleTest::close_twice_catchesWhatCameUpInBetween() {
+void PresenterLifecycleTest::close_twice_disposesOfPresentersMadeInBetween() {
     LocalPlatform::instance().close();
     auto* const presenter = new LivingPresenter;
     const std::shared_ptr<Trace> trace = presenter->trace;

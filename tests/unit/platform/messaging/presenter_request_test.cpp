@@ -58,9 +58,9 @@ private slots:
     void sync_tradeGateLost_failsWhatIsUnderWayAndNamesTheGate();
     void sync_otherGateLost_keepsWaiting();
     void sync_withoutALink_returnsTwo();
-    void sync_linkTakesNothing_returnsTwo();
+    void sync_linkRefusesRequests_returnsTwo();
     void sync_linkReplaced_failsWhatIsUnderWay();
-    void setLink_linkDoesNotStart_tellsWhy();
+    void setLink_linkDoesNotStart_returnsTheReason();
     void sync_nullMessage_returnsTwoWithAWarning();
     void sync_anyOutcome_takesTheMessageOver();
     void sync_request_carriesSenderTypeBodyAndTimeOut();
@@ -185,7 +185,7 @@ void PresenterRequestTest::sync_withoutALink_returnsTwo() {
     QVERIFY2(textOf(response).contains("no link"), qPrintable(textOf(response)));
 }
 
-void PresenterRequestTest::sync_linkTakesNothing_returnsTwo() {
+void PresenterRequestTest::sync_linkRefusesRequests_returnsTwo() {
     link().refuseSends(true);
     QVariant response;
     QCOMPARE(send(kType, response), kFailure);
@@ -395,7 +395,7 @@ void PresenterRequestTest::syncBlock_wait_isAddedToTheTimeOut() {
     }
 }
 
-void PresenterRequestTest::setLink_linkDoesNotStart_tellsWhy() {
+void PresenterRequestTest::setLink_linkDoesNotStart_returnsTheReason() {
     auto broken = std::make_unique<ScriptedLink>();
     broken->failStart("no route");
     QString error;

@@ -23,6 +23,26 @@ signals:
     void signalPresenter(ZnPresenterClass* presenter);
 };
 
+/// Holds presenters in their entry functions until it is opened.
+class Gate {
+public:
+    std::function<void(const ProbeLog::Call&)> waiter() const {
+        return [open = m_open](const ProbeLog::Call&) { open.wait(); };
+    }
+    void open() { m_mayGo.set_value(); }
+
+private:
+    std::promise<void> m_mayGo;
+    const std::shared_future<void> m_open = m_mayGo.get_future().share();
+};
+
+/// Publishes further events, whose bodies count up.
+void publish(int* sent, int count) {
+    for (int i = 0; i < count; ++i) {
+        LocalPlatform::instance().publishEvent(kLivingEvent, (*sent)++);
+    }
+}
+
 class PresenterThreadsTest : public QObject {
     Q_OBJECT
 
@@ -31,16 +51,18 @@ private slots:
     void cleanup() { m_platform.reset(); }
 
     void pluginPid_sameInstanceId_isNumberedFromTheSecondOn();
-    void constructor_parentGiven_isNoQObjectParent();
+    void pluginPid_ofADisposedPresenter_isNotGivenOutAgain();
+    void constructor_parentGiven_isNotTheQObjectParent();
     void constructor_otherThreadType_warnsAndHasItsThreads();
     void threads_slotsAndEntries_runOnTwoThreadsOfItsOwn();
     void emission_toAnUnstartedPresenter_isDeliveredAfterInitPresenter();
     void emission_referenceArguments_crossThreadsAsCopies();
     void child_handedOver_keepsItsParentAndWorksOnTheObjectThread();
-    void queue_ofAnUnstartedPresenter_isBoundedAndSaysSoOnce();
-    void queue_ofAStartedPresenter_takesMore();
+    void queue_manyWaiting_warnsOnceUntilItIsEmpty_data();
+    void queue_manyWaiting_warnsOnceUntilItIsEmpty();
+    void queue_full_dropsAllButAnswersAndCountsThem();
     void initPresenter_twice_startsOnce();
-    void initPresenter_hostClosing_startsNothingAndSaysSo();
+    void initPresenter_hostClosing_startsNothingAndLogsIt();
     void objectThread_askedToQuitBySomebodyElse_goesOn();
 
 private:
@@ -55,9 +77,19 @@ void PresenterThreadsTest::pluginPid_sameInstanceId_isNumberedFromTheSecondOn() 
     QCOMPARE(ids, (QStringList{"Test.Numbered", "Test.Numbered#2", "Test.Numbered#3"}));
     QCOMPARE((new ProbePresenter("Test.Numbered#4"))->pluginPid(), QString("Test.Numbered#4"));
     QCOMPARE((new ProbePresenter("Test.Numbered"))->pluginPid(), QString("Test.Numbered#5"));
+    // An id that a presenter of another instance has is not given out again.
+    QCOMPARE((new ProbePresenter("Test.Numbered#2"))->pluginPid(), QString("Test.Numbered#2#2"));
+    QCOMPARE((new ProbePresenter("Test.Numbered#9"))->pluginPid(), QString("Test.Numbered#9"));
 }
 
-void PresenterThreadsTest::constructor_parentGiven_isNoQObjectParent() {
+void PresenterThreadsTest::pluginPid_ofADisposedPresenter_isNotGivenOutAgain() {
+    auto* const first = new ProbePresenter("Test.Again");
+    QCOMPARE(first->pluginPid(), QString("Test.Again"));
+    first->deleteLater();
+    QCOMPARE((new ProbePresenter("Test.Again"))->pluginPid(), QString("Test.Again#2"));
+}
+
+void PresenterThreadsTest::constructor_parentGiven_isNotTheQObjectParent() {
     std::shared_ptr<Trace> trace;
     {
         QObject parent;
@@ -137,53 +169,87 @@ void PresenterThreadsTest::child_handedOver_keepsItsParentAndWorksOnTheObjectThr
     QVERIFY(child.isNull());
 }
 
-void PresenterThreadsTest::queue_ofAnUnstartedPresenter_isBoundedAndSaysSoOnce() {
-    constexpr int kMost = int(PresenterChannel::kMaxBeforeStart);
-    auto* const presenter = new ProbePresenter("Test.Unstarted");
-    auto* const other = new ProbePresenter;
-    other->initPresenter();
-    for (ProbePresenter* const one : {presenter, other}) {
-        one->SubEvent(one->pluginPid(), kLivingEvent, 1);
-    }
-    const LogCapture log;
-    for (int i = 0; i < kMost; ++i) {
-        LocalPlatform::instance().publishEvent(kLivingEvent, i);
-    }
-    QVERIFY(!log.contains("Test.Unstarted"));
-    for (int i = 0; i < 3; ++i) {
-        LocalPlatform::instance().publishEvent(kLivingEvent, kMost + i);
-    }
-    QCOMPARE(log.texts(QtWarningMsg).filter("Test.Unstarted").size(), 1);
-    QVERIFY(log.contains(QtWarningMsg, "further ones are dropped"));
-    // The ones before are kept, in order; from the start on there is room again.
-    presenter->initPresenter();
-    QVERIFY(presenter->log->waitForCount(kMost));
-    LocalPlatform::instance().publishEvent(kLivingEvent, "last");
-    QVERIFY(presenter->log->waitForCount(kMost + 1));
-    const QVariantList bodies = presenter->log->bodies();
-    QCOMPARE(bodies.size(), kMost + 1);
-    for (int i = 0; i < kMost; ++i) {
-        QCOMPARE(bodies.at(i).toInt(), i);
-    }
-    QCOMPARE(bodies.last().toString(), QString("last"));
-    QVERIFY(other->log->waitForCount(kMost + 4));
+void PresenterThreadsTest::queue_manyWaiting_warnsOnceUntilItIsEmpty_data() {
+    QTest::addColumn<bool>("isStarted");
+    QTest::newRow("presenter not started") << false;
+    QTest::newRow("presenter that hangs") << true;
 }
 
-void PresenterThreadsTest::queue_ofAStartedPresenter_takesMore() {
-    constexpr int kMessages = int(PresenterChannel::kMaxBeforeStart) + 100;
-    std::promise<void> mayGo;
-    const std::shared_future<void> going = mayGo.get_future().share();
-    auto* const presenter =
-        new ProbePresenter("Test.Slow", [going](const ProbeLog::Call&) { going.wait(); });
+void PresenterThreadsTest::queue_manyWaiting_warnsOnceUntilItIsEmpty() {
+    QFETCH(bool, isStarted);
+    constexpr int kMany = PresenterChannel::kManyWaiting;
+    QCOMPARE(kMany, 10000);
+    Gate gate;
+    auto* const presenter = new ProbePresenter("Test.Slow", gate.waiter());
     presenter->SubEvent(presenter->pluginPid(), kLivingEvent, 1);
-    presenter->initPresenter();
-    const LogCapture log;
-    for (int i = 0; i < kMessages; ++i) {
-        LocalPlatform::instance().publishEvent(kLivingEvent, i);
+    int sent = 0;
+    if (isStarted) {
+        presenter->initPresenter();
+        publish(&sent, 1);
+        QVERIFY(presenter->log->waitForCount(1));  // it hangs in this one
     }
-    mayGo.set_value();
-    QVERIFY(presenter->log->waitForCount(kMessages));
-    QVERIFY(!log.contains("Test.Slow"));
+    const LogCapture log;
+    const auto warnings = [&log] { return log.texts(QtWarningMsg).filter("Test.Slow").size(); };
+    publish(&sent, kMany - 1);
+    QCOMPARE(warnings(), 0);
+    publish(&sent, 1);
+    QCOMPARE(warnings(), 1);
+    QVERIFY(log.contains(QtWarningMsg, "10000 messages wait for it"));
+    publish(&sent, 3);
+    QCOMPARE(warnings(), 1);
+
+    gate.open();
+    presenter->initPresenter();
+    QVERIFY(presenter->log->waitForCount(sent));
+    const QVariantList bodies = presenter->log->bodies();
+    for (int i = 0; i < sent; ++i) {
+        QCOMPARE(bodies.at(i).toInt(), i);
+    }
+    QCOMPARE(warnings(), 1);
+}
+
+void PresenterThreadsTest::queue_full_dropsAllButAnswersAndCountsThem() {
+    constexpr int kMost = 20;
+    QCOMPARE(LocalPlatform::Options().mostWaiting, 1000000);
+    m_platform.reset();
+    m_platform = std::make_unique<PlatformFixture>(
+        [](LocalPlatform::Options& options) { options.mostWaiting = kMost; });
+    m_platform->link->on(kLivingType, ScriptedReply::rows({}));
+    Gate gate;
+    auto* const presenter = new ProbePresenter("Test.Full", gate.waiter());
+    auto* const other = new ProbePresenter("Test.Other");
+    for (ProbePresenter* const one : {presenter, other}) {
+        one->SubEvent(one->pluginPid(), kLivingEvent, 1);
+        one->Sub(one->pluginPid(), "type.push", 1);
+        one->initPresenter();
+    }
+    int sent = 0;
+    publish(&sent, 1);
+    QVERIFY(presenter->log->waitForCount(1));  // it hangs in this one
+    const LogCapture log;
+    const auto warnings = [&log] { return log.texts(QtWarningMsg).filter("Test.Full").size(); };
+    publish(&sent, kMost);
+    QCOMPARE(warnings(), 0);
+    QVERIFY(other->log->waitForCount(sent));
+    publish(&sent, 2);
+    m_platform->link->push("type.push", packRows({}, {}));
+    QVERIFY(other->log->waitForCount(sent + 1));
+    QCOMPARE(warnings(), 1);
+    QVERIFY(log.contains(QtWarningMsg, "events and pushes are dropped"));
+    QCOMPARE(presenter->sendRequest_Async(makeMessage(presenter, kLivingType)), 0);
+    QVERIFY(m_platform->link->waitUntilIdle());
+
+    gate.open();
+    QVERIFY(presenter->log->waitForCount(1 + kMost + 1));
+    QVERIFY(log.waitFor("has caught up; 3 events and pushes were dropped"));
+    const std::vector<ProbeLog::Call> calls = presenter->log->calls();
+    QCOMPARE(int(calls.size()), 1 + kMost + 1);
+    QCOMPARE(calls.at(kMost).body.toInt(), kMost);
+    QVERIFY(calls.back().kind == ProbeLog::Kind::Response);
+    // Nothing waits any more, so the next event is delivered.
+    publish(&sent, 1);
+    QVERIFY(presenter->log->waitForCount(1 + kMost + 2));
+    QCOMPARE(presenter->log->bodies().last().toInt(), sent - 1);
 }
 
 void PresenterThreadsTest::initPresenter_twice_startsOnce() {
@@ -198,7 +264,7 @@ void PresenterThreadsTest::initPresenter_twice_startsOnce() {
     QCOMPARE(trace->procCalls.load(), 1);
 }
 
-void PresenterThreadsTest::initPresenter_hostClosing_startsNothingAndSaysSo() {
+void PresenterThreadsTest::initPresenter_hostClosing_startsNothingAndLogsIt() {
     LocalPlatform::instance().close();
     auto* const presenter = new LivingPresenter;
     const LogCapture log;

@@ -175,7 +175,7 @@ private slots:
         QVERIFY(base().GetSecurityAccountListByTradeAccount("B", QString()).isEmpty());
     }
 
-    void rowWithoutAccount_isDroppedAndTold() {
+    void rowWithoutAccount_isDroppedAndLogged() {
         const LogCapture log;
         DataStores::businessData().setAccountTree(
             {treeRow(QString(), {AuthorityType::AccountTrade}),
@@ -184,7 +184,7 @@ private slots:
         QVERIFY(log.contains(QtWarningMsg, "no trading account"));
     }
 
-    void emptyAuthorities_areNone() {
+    void emptyAuthorities_countAsMissing() {
         QVariantMap row = treeRow("A", {});
         row.insert(HostField::authorityTypes, ",,");
         DataStores::businessData().setAccountTree({row});
@@ -202,7 +202,7 @@ private slots:
         QVERIFY(base().GetTradeAccountList({AuthorityType::AccountTrade}).isEmpty());
     }
 
-    void openingAnew_forgetsEverything() {
+    void startingAgain_forgetsEverything() {
         DataStores::businessData().setLogin({{UserAccount::userID, "u1"}});
         DataStores::businessData().setAccountTree({treeRow("A", {AuthorityType::AccountTrade})});
         const FakeClock clock(QDateTime(QDate(2020, 1, 1), QTime(1, 2, 3)));
@@ -236,7 +236,7 @@ private slots:
         std::atomic<bool> over{false};
         std::atomic<int> marksOfAnEmptyTree{0};
         std::vector<std::thread> readers;
-        // These keep the mark's lock busy, so that whoever clears it has to wait.
+        // These keep the lock of the mark busy, so that clearing the mark has to wait.
         for (int i = 0; i < 2; ++i) {
             readers.emplace_back([&over]() {
                 while (!over) {
@@ -253,7 +253,7 @@ private slots:
                 watching = true;
                 while (!base().GetTradeAccountList({AuthorityType::AccountTrade}).isEmpty()) {
                 }
-                // No tree comes meanwhile, so a mark that is still there is the old one's.
+                // No tree arrives meanwhile, so a mark that is still set belongs to the old tree.
                 marksOfAnEmptyTree += accountListIsReady() ? 1 : 0;
             });
             while (!watching) {
@@ -277,11 +277,11 @@ private slots:
         QCOMPARE(base().getCurrentBusinessDateTime(), QDateTime(QDate(2024, 3, 1), QTime(0, 0)));
     }
 
-    void withoutAClock_theMachinesTimeIsTold() {
+    void withoutAClock_theMachinesTimeIsReturned() {
         LocalPlatform::instance().setClock(nullptr);
         const QDateTime before = QDateTime::currentDateTime();
-        const QDateTime told = base().getCurrentBusinessDateTime();
-        QVERIFY(before <= told && told <= QDateTime::currentDateTime());
+        const QDateTime now = base().getCurrentBusinessDateTime();
+        QVERIFY(before <= now && now <= QDateTime::currentDateTime());
     }
 
     void clientOrderIds_areUniqueOverThreads() {
@@ -316,7 +316,7 @@ private slots:
         const QRegularExpression form(QStringLiteral("^[0-9]{13}[0-9a-f]{8}[0-9]{10}$"));
         QVERIFY2(form.match(here).hasMatch(), qPrintable(here));
         QVERIFY2(form.match(there).hasMatch(), qPrintable(there));
-        // The mark of the process, which differs even when all else is the same.
+        // The part for the process differs even when all other parts are equal.
         QVERIFY(here.mid(13, 8) != there.mid(13, 8));
     }
 

@@ -33,11 +33,11 @@ private slots:
             secondCame = ++order;
             ZnMutex::unlock(&mutex);
         });
-        const bool told = log.waitFor("second.cpp:22 second waits");
+        const bool logged = log.waitFor("second.cpp:22 second waits");
         firstLeft = ++order;
         ZnMutex::unlock(&mutex);
         second.join();
-        QVERIFY(told);
+        QVERIFY(logged);
         QVERIFY(log.contains(QtDebugMsg, "held by first.cpp:1 first"));
         QCOMPARE(firstLeft, 1);
         QCOMPARE(secondCame, 2);
@@ -62,7 +62,7 @@ private slots:
         QCOMPARE(counter, 2000);
     }
 
-    void noMutex_isTold() {
+    void nullMutex_isLogged() {
         const LogCapture log;
         ZnMutex::lock(nullptr, "file.cpp", 12, "work");
         ZnMutex::unlock(nullptr);

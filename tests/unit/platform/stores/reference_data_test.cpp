@@ -110,7 +110,7 @@ private slots:
         QVERIFY(ReferenceTable::of(ReferenceKind::Quota).record("q2").isEmpty());
     }
 
-    void unknownKind_isToldAndChangesNothing() {
+    void unknownKind_isLoggedAndChangesNothing() {
         StaticDbBuilder().reference("newstock", "S1", {}).reference("rqt", "S1", {}).write(m_file);
         open();
         const LogCapture log;
@@ -119,7 +119,7 @@ private slots:
         QCOMPARE(countOf(ReferenceKind::NewStock), 0);
     }
 
-    void rowThatIsNoRecord_isPassedOverAndTold() {
+    void rowThatIsNotARecord_isSkippedAndLogged() {
         StaticDbBuilder()
             .reference("bond", "good", {{"a", 1}})
             .referenceText("bond", "bad", "{\"a\":")
@@ -133,7 +133,7 @@ private slots:
         QVERIFY(log.contains(QtWarningMsg, "row list of kind bond"));
     }
 
-    void fileThatIsGone_failsWithALineThatNamesIt() {
+    void fileThatIsMissing_failsWithALineThatNamesIt() {
         StaticDbBuilder().reference("etf", "S1", {}).write(m_file);
         open();
         QVERIFY(ZnEtfDataHandler::instance().load());
@@ -164,7 +164,7 @@ private slots:
         QCOMPARE(countOf(ReferenceKind::Bond), 0);
     }
 
-    void openingAnew_forgetsTheRows() {
+    void startingAgain_forgetsTheRows() {
         StaticDbBuilder().reference("bond", "S1", {}).write(m_file);
         open();
         QVERIFY(ZnBondDataMgr::instance().load());

@@ -9,9 +9,9 @@
 
 #include "test_paths.h"
 
-// What the tests of the vocabulary ask of lists of its values, and of the headers that hold them.
+// What the vocabulary tests check in lists of its values and in the headers that define them.
 
-/// Each value that stands more than once, as often as it repeats.
+/// Each value that occurs more than once, as often as it repeats.
 inline QStringList repeated(QStringList values) {
     std::sort(values.begin(), values.end());
     QStringList result;
@@ -57,9 +57,8 @@ struct HeaderConstant {
     QString text;
 };
 
-/// The text constants that stand in the given headers of the vocabulary, so that a list in a test
-/// cannot fall behind them. A header that cannot be read or understood gives a constant that says
-/// so.
+/// The text constants of the given headers of the vocabulary, so that a list in a test cannot miss
+/// any. A header that cannot be read or parsed yields a constant that says so.
 inline QList<HeaderConstant> constantsOf(const QStringList& headers) {
     static const QRegularExpression part(
         QStringLiteral("^namespace (\\w+) \\{|^\\}|"
@@ -85,7 +84,7 @@ inline QList<HeaderConstant> constantsOf(const QStringList& headers) {
                 groups.removeLast();
             }
         }
-        // A second name for a constant has no text of its own.
+        // An alias of a constant has no text of its own.
         const int declared =
             text.count(QStringLiteral("inline const QString ")) - text.count(secondName);
         if (declared == 0 || declared != constants.size() - before || !groups.isEmpty()) {

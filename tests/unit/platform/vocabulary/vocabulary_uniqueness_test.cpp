@@ -220,7 +220,7 @@ const QStringList kMessageTypes = {Quindar_MsgType::getUserProfileDataRequest,
                                    Velmar_MsgType::queryTodayNormalFundRequest,
                                    Velmar_MsgType::salesTradeRealGatherHistoryRequest};
 
-// The process-wide board is one flat table, whoever writes to it.
+// The process-wide board is one flat table for all writers.
 const QStringList kBoardKeys = {ClientPerformItem::DealCount,
                                 ClientPerformItem::OrderCount,
                                 ClientPerformItem::PositionCount,
@@ -265,7 +265,7 @@ const QStringList kBoardKeys = {ClientPerformItem::DealCount,
                                 ClientMonitor::TagDump,
                                 AutoLoginSetting::AutoLogin};
 
-// Some field keys and a cache key double as section names of the static configuration.
+// Some field keys and a cache key are also section names of the static configuration.
 const QStringList kSectionNames = {DictionaryKey::BusiMsgMenuRela,
                                    DictionaryKey::HkFundPriceUnitDict,
                                    DictionaryKey::HkStockPriceUnitDict,

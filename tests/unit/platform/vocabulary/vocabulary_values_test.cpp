@@ -71,7 +71,7 @@ struct ValueGroup {
     QStringList values;
 };
 
-// What a reader has to tell apart, since it comes in one field or lies in one file.
+// Values that must differ, since they occur in the same field or the same file.
 const ValueGroup kValueGroups[] = {
     {"AccountType",
      {AccountType::AssetAccount, AccountType::ExternUserAccount, AccountType::FundAccount,
@@ -168,7 +168,7 @@ const ValueGroup kValueGroups[] = {
       OwnKeys::dumpFileName, OwnKeys::dumpCreateTime, OwnKeys::ruleBase}},
     {"RequestExeStatus", {RequestExeStatus::success, RequestExeStatus::timeout}}};
 
-/// Every list of this file that stands for a group of the headers, by the group's name.
+/// Every list of this file that covers a group of the headers, by the group's name.
 QMap<QString, QStringList> listedGroups() {
     QMap<QString, QStringList> groups{{"Exchange", exchangeCodes()},
                                       {"MdcSecurityType", securityTypes()},
@@ -191,7 +191,7 @@ private slots:
     void securityClasses_inBuiltInTexts_areThoseCodes();
     void cageFields_inBuiltInTexts_areThoseKeys();
     void fundProperties_asMaskBits_keepTheirValues();
-    void requestStatus_successAndTimeout_areTellable();
+    void requestStatus_successAndTimeout_differ();
     void dateFormats_onAKnownMoment_giveTheExpectedText();
     void exportFormat_readBackFromItsText_keepsTheSecondWithoutSeparators();
     void flagsReadAsNumbers_forTheirMeaning_keepTheirValues();
@@ -253,7 +253,7 @@ void T::fundProperties_asMaskBits_keepTheirValues() {
     QCOMPARE(Torvi_InnerFundProp::metalTrade, 16);
 }
 
-void T::requestStatus_successAndTimeout_areTellable() {
+void T::requestStatus_successAndTimeout_differ() {
     QCOMPARE(RequestExeStatus::success, QString("0"));
     bool isNumber = false;
     const int timeout = RequestExeStatus::timeout.toInt(&isNumber);
@@ -343,7 +343,7 @@ void T::exchangeCodes_ofBothFamilies_areUnique() {
 
 void T::securityClasses_typesAndSubTypes_areUniqueAndDisjoint() {
     QCOMPARE(repeated(securityTypes() + securitySubTypes()), QStringList());
-    // The members that have no constant of their own must not be taken for a type either.
+    // Members without a constant of their own must differ from all types as well.
     QCOMPARE(common(MdcSubSecurityType::HKSharesTypeList, securityTypes() + securitySubTypes()),
              QStringList());
     QCOMPARE(common(MdcSubSecurityType::BondRepurchaseTypeList, securityTypes()), QStringList());
@@ -387,8 +387,8 @@ void T::valueGroup_againstTheHeaders_isListedWhole_data() {
     const QMap<QString, QStringList> groups =
         groupsOf({"quindar_values.h", "torvi_values.h", "velmar_values.h"});
     for (auto it = groups.cbegin(); it != groups.cend(); ++it) {
-        // One value alone has nothing to differ from, unless it tells of a header that was not
-        // understood; performance items are listed with the board's keys, which they are.
+        // A single value cannot collide, unless it reports a header that could not be parsed;
+        // performance items are listed with the keys of the board.
         const bool isGroup = it->size() > 1 || it.key().endsWith(".h");
         if (isGroup && it.key() != "ClientPerformItem") {
             QTest::newRow(qPrintable(it.key())) << listed.value(it.key()) << *it;

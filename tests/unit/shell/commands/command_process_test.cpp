@@ -56,8 +56,8 @@ private slots:
         QVERIFY2(makeSampleMarket(home() + "/market", MarketOptions(), {}, &error),
                  qPrintable(error));
         change(home() + "/market/market.sqlite",
-               "UPDATE trading_account SET counter_account_name = 'red' || char(27) || '[31m' || "
-               "char(133) "
+               "UPDATE trading_account SET counter_account_name = 'red' || char(27) || '[31' || "
+               "char(133) || 'm' "
                "WHERE trading_account = 'T000001'");
     }
 
@@ -175,7 +175,7 @@ private slots:
         QVERIFY2(ended.code == 1, ended.text());
         for (const QString& part :
              {"problem: " + other + "/market/market.sqlite",
-              "problem: " + other + "/plugins/libStrange.so is not a plug-in",
+              "problem: " + other + "/plugins/libStrange.so: not a plug-in",
               "problem: " + other + "/plugins/libVelmarBusinessDataManager.so is missing"}) {
             QVERIFY2(ended.out.contains(part), ended.text());
         }

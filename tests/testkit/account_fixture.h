@@ -17,36 +17,37 @@
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/names.h"
 
-/// Counts how often it is told.
+/// Counts the changes of the user's security accounts.
 class CountingSecuritySink final : public SecurityAccountSink {
 public:
-    void securityAccountSettingChanged() override { ++told; }
+    void securityAccountSettingChanged() override { ++changes; }
 
-    std::atomic<int> told{0};
+    std::atomic<int> changes{0};
 };
 
-/// The account companions on a world of their own, with a presenter to load them through.
-struct AccountRoom {
-    explicit AccountRoom(const QList<TestAccount>& accounts = {}) : world(accounts) { setUp(); }
+/// The account companions over a client world, with a presenter to load them.
+struct AccountFixture {
+    explicit AccountFixture(const QList<TestAccount>& accounts = {}) : world(accounts) { setUp(); }
     /// The same with a static database.
-    AccountRoom(const QList<TestAccount>& accounts, const StaticDbBuilder& staticData)
+    AccountFixture(const QList<TestAccount>& accounts, const StaticDbBuilder& staticData)
         : world(accounts, staticData) {
         setUp();
     }
-    ~AccountRoom() {
+    ~AccountFixture() {
         if (presenter) {
             presenter->deleteLater();
         }
     }
-    AccountRoom(const AccountRoom&) = delete;
-    AccountRoom& operator=(const AccountRoom&) = delete;
+    AccountFixture(const AccountFixture&) = delete;
+    AccountFixture& operator=(const AccountFixture&) = delete;
 
     static int initedEvent() {
         return VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::Velmar_Fundaccount_Inited);
     }
 
     bool load() { return table.InitFundAccountList(presenter); }
-    /// The load on the presenter's own thread, as in a client: a presenter that goes waits for it.
+    /// Loads on the presenter's own thread, as in a client; disposing of the presenter waits for
+    /// it.
     void startLoad() {
         runOnThreadOf(presenter, [this] { load(); });
     }
@@ -55,11 +56,11 @@ struct AccountRoom {
     }
     QStringList order() const {
         const auto list = state.m_accountOrderLock.read();
-        return list->list();
+        return list->accounts();
     }
 
     ClientWorld world;
-    // A platform that closes takes the presenter with it.
+    // A closing platform deletes the presenter.
     const QPointer<RecordingPresenter> presenter = new RecordingPresenter;
     QObject settingsOwner;
     AccountState state;

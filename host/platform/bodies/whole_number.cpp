@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Whether an int holds it; false for what is no number at all.
+/// Whether it fits an int; false for NaN.
 bool fits(double number) {
     return number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max();
 }

@@ -1,8 +1,8 @@
-#include "priority_rows.h"
+#include "account_rows.h"
 
 #include <algorithm>
 
-PriorityRows::PriorityRows(const AccountTables& tables, const AccountOrder& order) {
+AccountRows::AccountRows(const AccountTables& tables, const AccountOrder& order) {
     struct Placed {
         int place;
         const QString* account;
@@ -12,7 +12,7 @@ PriorityRows::PriorityRows(const AccountTables& tables, const AccountOrder& orde
     for (const QString& account : tables.m_normalAccounts) {
         placed.push_back({order.placeOf(account), &account});
     }
-    // Those that the order lacks share a place and stand by their text.
+    // Accounts that the order does not list share place -1 and are sorted by their text.
     std::sort(placed.begin(), placed.end(), [](const Placed& a, const Placed& b) {
         return a.place != b.place ? a.place < b.place : *a.account < *b.account;
     });
@@ -44,7 +44,7 @@ PriorityRows::PriorityRows(const AccountTables& tables, const AccountOrder& orde
 }
 
 template <class Member>
-void PriorityRows::mark(const QSet<QString>& accounts, Member Row::*member, Member marks) {
+void AccountRows::mark(const QSet<QString>& accounts, Member Row::*member, Member marks) {
     for (const QString& account : accounts) {
         const int row = rowOf(account);
         if (row >= 0) {

@@ -6,11 +6,12 @@
 
 #include "account_state.h"
 
-/// Every account that is not frozen, in priority order, with what the lists ask of it as bits.
-/// Points into the tables that it was made of: good only while these are locked and unchanged.
-class PriorityRows {
+/// Every account that is not frozen, in account order, with the properties that lists select by as
+/// bits. Points into the tables that it was built from, so it is valid only while these are locked
+/// and unchanged.
+class AccountRows {
 public:
-    // An authority bit stands as it is; the others beside.
+    // Bits 0 to 4 are the authorities, bits 8 to 12 the fund properties.
     static constexpr quint32 kCentral = 1U << 16;
     static constexpr quint32 kDistributed = 1U << 17;
     static constexpr quint32 authorityMarks(int mask) { return static_cast<quint32>(mask) & 0x1FU; }
@@ -20,19 +21,19 @@ public:
 
     struct Row {
         const QString* account;
-        const tagUserAccountInfo* record;  ///< null when the tables hold none
+        const tagUserAccountInfo* record;  ///< null when the tables contain none
         quint32 marks;
         quint64 exchanges;  ///< bits of exchangeMark()
     };
 
-    PriorityRows(const AccountTables& tables, const AccountOrder& order);
+    AccountRows(const AccountTables& tables, const AccountOrder& order);
 
     const std::vector<Row>& rows() const { return m_rows; }
-    /// -1 for an account that has no row.
+    /// Returns -1 for an account without a row.
     int rowOf(const QString& account) const { return m_rowOf.value(account, -1); }
 
-    /// The bit of an exchange where some account has a security account; 0 for one that has none,
-    /// which with more than 64 exchanges may happen to one of these too.
+    /// The bit of an exchange on which some account has a security account. 0 for any other
+    /// exchange, and for those beyond the 64 that there are bits for.
     quint64 exchangeMark(const QString& exchange) const { return m_exchangeMarks.value(exchange); }
 
 private:

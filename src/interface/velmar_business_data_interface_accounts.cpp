@@ -1,31 +1,25 @@
-#include "velmar_business_data_interface.h"
-
 #include "account_edits.h"
 #include "account_lookups.h"
+#include "core.h"
 #include "first_load.h"
 #include "log.h"
 #include "presenter_use.h"
 #include "security_accounts.h"
 #include "trader_table.h"
 #include "user_authorities.h"
+#include "velmar_business_data_interface.h"
 #include "velmar_business_data_manager_presenter_class.h"
-#include "velmarutils/velmar_utils.h"
-#include "zn_business_data_manager.h"
 
 namespace {
 
-ZnBusinessDataManager& core() {
-    return *ZnBusinessDataManager::instance();
-}
-
-/// After the first load, for functions that need a presenter: whether there is one.
-bool hasPresenter() {
+/// Does the first load. Returns whether a presenter exists after it.
+bool ensurePresenter() {
     InitVelmarBusinessManagePlugin();
     return s_presenter != nullptr;
 }
 
-/// After the first load, for functions that send: calls `ask` with the present presenter, which
-/// lives until that returns. A default result, with a log line, when there is none any more.
+/// Does the first load and calls `ask` with the current presenter, which lives until that returns.
+/// Logs a line and returns a default result when no presenter is left.
 template <class Ask>
 auto withPresenter(const char* function, Ask ask) {
     InitVelmarBusinessManagePlugin();
@@ -46,14 +40,14 @@ tagUserAccountInfo VelmarBusinessDataInterface::GetAccountInfoByTradingAccount(
 
 QString VelmarBusinessDataInterface::GetAccountAssetPropByTradingAccount(
     const QString& tradingAccount) {
-    return hasPresenter() ? core().lookups().GetAccountAssetPropByTradingAccount(tradingAccount)
-                          : QString();
+    return ensurePresenter() ? core().lookups().GetAccountAssetPropByTradingAccount(tradingAccount)
+                             : QString();
 }
 
 QString VelmarBusinessDataInterface::GetExtCounterCodeByTradingAccount(
     const QString& tradingAccount) {
-    return hasPresenter() ? core().lookups().GetExtCounterCodeByTradingAccount(tradingAccount)
-                          : QString();
+    return ensurePresenter() ? core().lookups().GetExtCounterCodeByTradingAccount(tradingAccount)
+                             : QString();
 }
 
 bool VelmarBusinessDataInterface::IsAccountNormalCounter(const tagUserAccountInfo& account) {
@@ -66,7 +60,7 @@ bool VelmarBusinessDataInterface::IsAccountNormalCounter(const QString& tradingA
 
 QStringList VelmarBusinessDataInterface::GetTradingAccountList(bool wait, int authority,
                                                                bool includeDistributed) {
-    return hasPresenter()
+    return ensurePresenter()
                ? core().lookups().GetTradingAccountList(wait, authority, includeDistributed)
                : QStringList();
 }
@@ -74,15 +68,16 @@ QStringList VelmarBusinessDataInterface::GetTradingAccountList(bool wait, int au
 QStringList VelmarBusinessDataInterface::GetTradingAccountListByProduct(QString product, bool wait,
                                                                         int authority,
                                                                         bool includeDistributed) {
-    return hasPresenter() ? core().lookups().GetTradingAccountListByProduct(
-                                product, wait, authority, includeDistributed)
-                          : QStringList();
+    return ensurePresenter() ? core().lookups().GetTradingAccountListByProduct(
+                                   product, wait, authority, includeDistributed)
+                             : QStringList();
 }
 
 QList<tagUserAccountInfo> VelmarBusinessDataInterface::GetFundAccountList(bool wait, int authority,
                                                                           bool includeDistributed) {
-    return hasPresenter() ? core().lookups().GetFundAccountList(wait, authority, includeDistributed)
-                          : QList<tagUserAccountInfo>();
+    return ensurePresenter()
+               ? core().lookups().GetFundAccountList(wait, authority, includeDistributed)
+               : QList<tagUserAccountInfo>();
 }
 
 QList<tagUserAccountInfo> VelmarBusinessDataInterface::GetFundAccountListByFundProp(
@@ -94,14 +89,14 @@ QList<tagUserAccountInfo> VelmarBusinessDataInterface::GetFundAccountListByFundP
 
 QList<tagUserAccountInfo> VelmarBusinessDataInterface::GetAccountInfoListFromProduct(
     QString product, bool wait, int authority, bool includeDistributed) {
-    return hasPresenter() ? core().lookups().GetAccountInfoListFromProduct(product, wait, authority,
-                                                                           includeDistributed)
-                          : QList<tagUserAccountInfo>();
+    return ensurePresenter() ? core().lookups().GetAccountInfoListFromProduct(
+                                   product, wait, authority, includeDistributed)
+                             : QList<tagUserAccountInfo>();
 }
 
 QList<tagUserAccountInfo> VelmarBusinessDataInterface::GetAccountInfoListFromAsset(
     QString asset, bool wait, bool includeDistributed) {
-    return hasPresenter()
+    return ensurePresenter()
                ? core().lookups().GetAccountInfoListFromAsset(asset, wait, includeDistributed)
                : QList<tagUserAccountInfo>();
 }
@@ -115,14 +110,14 @@ QList<tagUserAccountInfo> VelmarBusinessDataInterface::GetAccountInfoListFromCli
 
 QList<tagUserAccountInfo> VelmarBusinessDataInterface::GetAccountInfoListFromFund(
     QString fundAccount, bool wait) {
-    return hasPresenter() ? core().lookups().GetAccountInfoListFromFund(fundAccount, wait)
-                          : QList<tagUserAccountInfo>();
+    return ensurePresenter() ? core().lookups().GetAccountInfoListFromFund(fundAccount, wait)
+                             : QList<tagUserAccountInfo>();
 }
 
 QList<tagUserAccountInfo> VelmarBusinessDataInterface::GetAccountInfoListFromTrade(
     QString tradingAccount, bool wait) {
-    return hasPresenter() ? core().lookups().GetAccountInfoListFromTrade(tradingAccount, wait)
-                          : QList<tagUserAccountInfo>();
+    return ensurePresenter() ? core().lookups().GetAccountInfoListFromTrade(tradingAccount, wait)
+                             : QList<tagUserAccountInfo>();
 }
 
 QList<tagUserAccountInfo> VelmarBusinessDataInterface::GetAccountInfoListFromTradeList(
@@ -159,12 +154,13 @@ QStringList VelmarBusinessDataInterface::GetAllClientNoList(int authority,
 }
 
 QMap<QString, QString> VelmarBusinessDataInterface::GetAllProductAccountMap() {
-    return hasPresenter() ? core().lookups().GetAllProductAccountMap() : QMap<QString, QString>();
+    return ensurePresenter() ? core().lookups().GetAllProductAccountMap()
+                             : QMap<QString, QString>();
 }
 
 QMap<QString, QString> VelmarBusinessDataInterface::GetAuthTradeProductAccountList() {
-    return hasPresenter() ? core().lookups().GetAuthTradeProductAccountList()
-                          : QMap<QString, QString>();
+    return ensurePresenter() ? core().lookups().GetAuthTradeProductAccountList()
+                             : QMap<QString, QString>();
 }
 
 QMap<QString, QMap<QString, QStringList>> VelmarBusinessDataInterface::GetAllSecurityAccountMap() {
@@ -218,10 +214,6 @@ void VelmarBusinessDataInterface::UpdateFundAccountInfo(const QString& tradingAc
                                                         const QString& name,
                                                         const QString& fundAccountType) {
     core().accountEdits().UpdateFundAccountInfo(tradingAccount, name, fundAccountType);
-}
-
-int VelmarBusinessDataInterface::GetTorviEventMsgIdByStr(const QString& name) {
-    return hasPresenter() ? VelmarUtils::GetTorviEventMsgIdByStr(name) : 0;
 }
 
 QVariantMap VelmarBusinessDataInterface::GetUserAuthority(const QString& authType) {
