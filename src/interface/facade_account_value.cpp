@@ -53,3 +53,7 @@ bool FacadeValue<tagUserAccountInfo>::fromJson(const QJsonValue& json, tagUserAc
 QJsonValue FacadeValue<tagUserAccountInfo>::toJson(const tagUserAccountInfo& value) {
     return Value::toJson(value);
 }
+
+QString FacadeValue<tagUserAccountInfo>::whyNot(const QJsonValue& json) {
+    return Value::whyNot(json);
+}

@@ -57,5 +57,6 @@ struct FacadeValue<HandicapInfo> : FacadeJsonText<HandicapInfo> {
     static bool fromJson(const QJsonValue& json, HandicapInfo* value) {
         return Value::fromJson(json, value);
     }
+    static QString whyNot(const QJsonValue& json) { return Value::whyNot(json); }
     static QJsonValue toJson(const HandicapInfo& value) { return Value::toJson(value); }
 };

@@ -24,3 +24,7 @@ bool FacadeValue<SymbolListType>::fromJson(const QJsonValue& json, SymbolListTyp
 QJsonValue FacadeValue<SymbolListType>::toJson(const SymbolListType& value) {
     return Value::toJson(value);
 }
+
+QString FacadeValue<SymbolListType>::whyNot(const QJsonValue& json) {
+    return Value::whyNot(json);
+}

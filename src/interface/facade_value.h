@@ -332,6 +332,7 @@ struct FacadeValue<tagUserAccountInfo> : FacadeJsonText<tagUserAccountInfo> {
         return QStringLiteral("a JSON object with fields of tagUserAccountInfo");
     }
     static bool fromJson(const QJsonValue& json, tagUserAccountInfo* value);
+    static QString whyNot(const QJsonValue& json);
     static QJsonValue toJson(const tagUserAccountInfo& value);
 };
 
@@ -342,19 +343,35 @@ struct FacadeValue<SymbolListType> : FacadeJsonText<SymbolListType> {
         return QStringLiteral("a JSON object with fields of SymbolListType");
     }
     static bool fromJson(const QJsonValue& json, SymbolListType* value);
+    static QString whyNot(const QJsonValue& json);
     static QJsonValue toJson(const SymbolListType& value);
 };
 
-/// Why a text is not a value of the type, which it must not be.
+namespace facade_detail {
+
+template <class Value, class = void>
+struct HasWhyNot : std::false_type {};
+template <class Value>
+struct HasWhyNot<Value, std::void_t<decltype(&Value::whyNot)>> : std::true_type {};
+
+}  // namespace facade_detail
+
+/// Why a text is not a value of the type; only for such texts.
 template <class T>
 QString whyNotValue(const QString& text) {
     const QString quoted = facade_detail::quotedForMessage(text);
     if constexpr (std::is_base_of_v<FacadeJsonText<T>, FacadeValue<T>>) {
         bool ok = false;
         QString why;
-        facade_detail::parseJson(text, &ok, &why);
+        const QJsonValue json = facade_detail::parseJson(text, &ok, &why);
         if (!ok) {
             return QStringLiteral("%1 is not JSON (%2)").arg(quoted, why);
+        }
+        if constexpr (facade_detail::HasWhyNot<FacadeValue<T>>::value) {
+            why = FacadeValue<T>::whyNot(json);
+            if (!why.isEmpty()) {
+                return QStringLiteral("%1: %2").arg(quoted, why);
+            }
         }
     }
     return QStringLiteral("%1 is not %2").arg(quoted, FacadeValue<T>::wanted());

@@ -101,22 +101,25 @@ private:
 
     void examineMarket() {
         QString reason;
-        const QString folder = QDir(m_places.homeDir).filePath(QStringLiteral("market"));
+        const QString folder = sampleMarketDir(m_places.homeDir, m_places.market);
+        const QString subject = QStringLiteral("market");
+        const QString size = QStringLiteral("%1 accounts, %2 symbols")
+                                 .arg(m_places.market.allAccounts())
+                                 .arg(m_places.market.allSymbols());
         switch (sampleMarketState(folder, m_places.market, &reason)) {
             case MarketState::Ready:
-                add(QStringLiteral("market"), QStringLiteral("%1 accounts, %2 symbols")
-                                                  .arg(m_places.market.allAccounts())
-                                                  .arg(m_places.market.allSymbols()));
+                add(subject, QStringLiteral("%1, in %2").arg(size, folder));
                 return;
             case MarketState::Missing:
-                add(QStringLiteral("market"), QStringLiteral("missing, the first start makes it"));
+                add(subject, QStringLiteral("missing, the first start makes it in %1").arg(folder));
+                return;
+            case MarketState::Outdated:
+                add(subject,
+                    QStringLiteral("outdated, the next start makes it again: %1").arg(reason));
                 return;
             case MarketState::Other:
-                add(QStringLiteral("market"),
-                    QStringLiteral("of another size or format (%1)").arg(reason));
-                return;
-            case MarketState::Damaged:
-                add(QStringLiteral("market"), QStringLiteral("damaged"));
+            case MarketState::Unusable:
+                add(subject, QStringLiteral("unusable"));
                 addProblem(reason);
                 return;
         }

@@ -175,10 +175,13 @@ private slots:
                                   << "argument 1, names: 'a,b' is not JSON (";
         QTest::newRow("list of numbers")
             << "nested" << QStringList{"[1]"} << "'[1]' is not a JSON list, each entry a text";
-        QTest::newRow("not a record")
-            << "isRecord" << QStringList{R"({"branchNo":"x"})", "{}"}
-            << "argument 1, info: '{\"branchNo\":\"x\"}' is not a JSON object with fields of "
-               "tagUserAccountInfo";
+        QTest::newRow("field of a record")
+            << "isRecord" << QStringList{R"({"clientNo":"1","branchNo":"x"})", "{}"}
+            << "argument 1, info: '{\"clientNo\":\"1\",\"branchNo\":\"x\"}': its field branchNo is "
+               "not a whole number";
+        QTest::newRow("not a record") << "isRecord" << QStringList{"[]", "{}"}
+                                      << "argument 1, info: '[]' is not a JSON object with fields "
+                                         "of tagUserAccountInfo";
         QTest::newRow("not a map of numbers")
             << "isRecord" << QStringList{"{}", R"({"a":"b"})"}
             << "argument 2, counts: '{\"a\":\"b\"}' is not a JSON object, each entry a whole";
