@@ -1,5 +1,5 @@
-// The sample market of the standard size, or of the scale that is named: making, opening, and what
-// opening would take if every page were read. Beside it, the floor: writing as many bytes.
+// The sample market of the standard size, or of the scale in the argument: making it, opening it,
+// and checking every page. For comparison, the time of writing as many bytes.
 
 #include <QFile>
 #include <QFileInfo>
@@ -19,7 +19,7 @@ struct Making {
     int rows = 0;
 };
 
-/// No rows on failure.
+/// Without rows on failure.
 Making make(const QString& dir, const MarketOptions& options) {
     Making making;
     QString error;

@@ -1,7 +1,7 @@
 // The rules of quantities, prices, the cage and tradability, one call each through the exported
-// class, from one and from two threads. Beside each a floor in the same run: the look-ups and the
-// arithmetic of the rule written out, over the platform's data. A floor that answers anything else
-// than its rule ends the program.
+// class, from one and from two threads. Each is printed beside a floor measured in the same run:
+// the look-ups and the arithmetic of the rule written out, over the platform's data. The program
+// fails when a floor and its rule give different answers.
 
 #include <QHash>
 #include <QMap>
@@ -18,6 +18,7 @@
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/names.h"
+#include "vocabulary/tick_fields.h"
 #include "vocabulary/values.h"
 #include "znbusinessdata/c_business_data_base.h"
 #include "zndatabase/c_data_base.h"
@@ -31,11 +32,10 @@ constexpr int kCalls = 20000;
 constexpr int kRounds = 9;
 constexpr int kCageCalls = 1000000;
 constexpr qint64 kQty = 12345;
-constexpr double kNothing = 1e-10;
-// One of the sample market's cash accounts, with Shanghai and Shenzhen alone.
+// One of the sample market's cash accounts, with security accounts in Shanghai and Shenzhen only.
 inline const QString kAccount = QStringLiteral("T000002");
 
-/// Keeps the optimiser from dropping a call.
+/// Keeps the optimiser from removing a call.
 volatile double s_sink = 0;
 
 struct Sample {
@@ -73,7 +73,7 @@ QMap<QString, int> numbersOf(const char* section) {
     return numbers;
 }
 
-/// What the rules look up, read once, and the rules over it.
+/// The data that the rules look up, read once, and the rules written out over it.
 class Floors {
 public:
     explicit Floors(const std::vector<Sample>& samples)
@@ -95,7 +95,7 @@ public:
     int step(const QString& symbol) const {
         const double lot =
             data().GetSecurityDetailsBySymbol(symbol).value(Security::LotSize).toDouble();
-        return lot > kNothing ? static_cast<int>(lot) : ruleOf(m_steps, symbol);
+        return lot > 0 ? static_cast<int>(lot) : ruleOf(m_steps, symbol);
     }
     int min(const QString& symbol) const {
         return VelmarUtils::isHKTypeSymbol(symbol) ? step(symbol) : ruleOf(m_mins, symbol);
@@ -145,8 +145,8 @@ public:
                                                   data().GetSymbolPostBySymbol(symbol), QString());
     }
     double buyInCage(const QVariantMap& tick, double price) const {
-        const QString symbol = tick.value(QStringLiteral("Symbol")).toString();
-        if (tick.value(QStringLiteral("TradingPhaseCode")).toString() == QLatin1String("3")) {
+        const QString symbol = tick.value(TickField::symbol).toString();
+        if (tick.value(TickField::phase).toString() == TickPhase::continuous) {
             const QVariantMap cage = cageOf(symbol);
             if (!cage.isEmpty()) {
                 price = std::min(price, highestBuy(cage, tick, symbol));
@@ -155,7 +155,7 @@ public:
         return VelmarBusiUtils::GetCheckedPriceFromTick(tick, price);
     }
     double askForQty(const QVariantMap& tick, qint64 qty) const {
-        const QString symbol = tick.value(QStringLiteral("Symbol")).toString();
+        const QString symbol = tick.value(TickField::symbol).toString();
         const int factor = VelmarBusiUtils::GetDispFactor(data().GetSecurityTypeBySymbol(symbol),
                                                           data().GetSymbolPostBySymbol(symbol));
         return buyInCage(tick, VelmarBusiUtils::GetPriceByTickAndType(
@@ -211,14 +211,14 @@ private:
     double highestBuy(const QVariantMap& cage, const QVariantMap& tick,
                       const QString& symbol) const {
         const double tickSize = std::pow(0.1, precision(symbol));
-        const double base = tick.value(QStringLiteral("Sell1Price")).toDouble();
+        const double base = tick.value(TickField::sellPrice.front()).toDouble();
         const double byRatio = base * (cage.value(CageField::userBuyPercent).toDouble() + 1.0);
         const double byTicks = cage.value(CageField::userBuyUnit).toInt() * tickSize + base;
         const int control = cage.value(CageField::controlType).toInt();
         const double limit = control == 1   ? byRatio
                              : control == 2 ? byTicks
                                             : std::max(byRatio, byTicks);
-        return std::trunc(limit / tickSize + 1e-6) * tickSize;
+        return std::trunc(limit / tickSize + 1e-6) / std::round(1.0 / tickSize);
     }
 
     const QString m_any = QStringLiteral("*");
@@ -230,14 +230,15 @@ private:
 };
 
 QVariantMap tickOf(const QString& symbol) {
-    QVariantMap tick{{"Symbol", symbol},   {"TradingPhaseCode", "3"}, {"LastPx", 10.0},
-                     {"PreClosePx", 10.0}, {"MaxPx", 11.0},           {"MinPx", 9.0}};
-    for (int level = 1; level <= 5; ++level) {
-        const QString number = QString::number(level);
-        tick.insert("Buy" + number + "Price", 10.0 - level * 0.01);
-        tick.insert("Sell" + number + "Price", 10.0 + level * 0.01);
-        tick.insert("Buy" + number + "OrderQty", 200.0);
-        tick.insert("Sell" + number + "OrderQty", 200.0);
+    QVariantMap tick{{TickField::symbol, symbol},  {TickField::phase, TickPhase::continuous},
+                     {TickField::lastPrice, 10.0}, {TickField::previousClose, 10.0},
+                     {TickField::maxPrice, 11.0},  {TickField::minPrice, 9.0}};
+    for (std::size_t level = 0; level < TickField::kLevels; ++level) {
+        const double distance = static_cast<double>(level + 1) * 0.01;
+        tick.insert(TickField::buyPrice[level], 10.0 - distance);
+        tick.insert(TickField::sellPrice[level], 10.0 + distance);
+        tick.insert(TickField::buyQty[level], 200.0);
+        tick.insert(TickField::sellQty[level], 200.0);
     }
     return tick;
 }
@@ -246,7 +247,7 @@ std::vector<Sample> samplesOfMarket() {
     QStringList symbols;
     Facade::GetTradableSymbolListByAccount(kAccount, symbols);
     std::vector<Sample> samples;
-    // From all over the list, so that every kind is there.
+    // Evenly spread over the list, so that every type is included.
     const int count = std::min(kSymbols, static_cast<int>(symbols.size()));
     for (int i = 0; i < count; ++i) {
         const QString& symbol = symbols.at(static_cast<int>(qint64{i} * symbols.size() / count));
@@ -304,7 +305,7 @@ bool agree(const Subject& subject, const std::vector<Sample>& samples) {
         const double ruled = subject.rule(sample);
         const double floor = subject.floor(sample);
         if (std::abs(ruled - floor) > 1e-9) {
-            std::fprintf(stderr, "%s of %s: the rule says %g, the floor %g\n", subject.name,
+            std::fprintf(stderr, "%s of %s: the rule gives %g, the floor %g\n", subject.name,
                          qPrintable(sample.symbol), ruled, floor);
             return false;
         }
@@ -312,7 +313,7 @@ bool agree(const Subject& subject, const std::vector<Sample>& samples) {
     return true;
 }
 
-/// Nanoseconds of one call, as each of the threads sees it.
+/// Nanoseconds of one call, as measured by each thread.
 double nanosecondsEach(int threads, int calls, const std::vector<Sample>& samples,
                        const Rule& rule) {
     std::vector<std::thread> pool;
@@ -348,6 +349,18 @@ void compare(int threads, const Subject& subject, const std::vector<Sample>& sam
                 subject.name, threads, threads == 1 ? " " : "s", rule, floor, rule / floor);
 }
 
+/// The list that every ticket asks for, over all securities of the market.
+void printTradableLists() {
+    std::vector<double> lists;
+    QStringList symbols;
+    for (int round = 0; round < kRounds; ++round) {
+        lists.push_back(millisecondsOf(
+            [&symbols] { Facade::GetTradableSymbolListByAccount(kAccount, symbols); }));
+    }
+    std::printf("GetTradableSymbolListByAccount: %.1f ms for %d symbols\n", medianOf(lists),
+                static_cast<int>(symbols.size()));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -362,7 +375,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s\n", qPrintable(error));
         return 1;
     }
-    // The cages come after the accounts; loading them again leaves the first load's tables behind.
+    // The cage is loaded after the accounts; a refresh makes sure that it is loaded now.
     Facade::refreshUserCageInfo();
     const std::vector<Sample> samples = samplesOfMarket();
     const Floors floors(samples);
@@ -385,6 +398,7 @@ int main(int argc, char** argv) {
                         nanosecondsEach(1, kCageCalls, samples, subject.floor) * kCageCalls / 1e6);
         }
     }
+    printTradableLists();
     client.stop();
     return good ? 0 : 1;
 }

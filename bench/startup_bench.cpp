@@ -17,6 +17,7 @@
 #include "embedded_link.h"
 #include "host_msg_type.h"
 #include "local_platform.h"
+#include "sample_market.h"
 #include "server_engine.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
@@ -63,12 +64,18 @@ struct Stage {
     std::vector<double> bytes;
 };
 
+MarketOptions loadMarket() {
+    MarketOptions market;
+    market.accounts = kLoadAccounts;
+    market.symbols = 50;
+    market.historyOrders = 10;
+    return market;
+}
+
 Client::Options loadClient(const QTemporaryDir& scratch, const QString& homeDir) {
     Client::Options options = benchClient(scratch);
     options.homeDir = homeDir;
-    options.market.accounts = kLoadAccounts;
-    options.market.symbols = 50;
-    options.market.historyOrders = 10;
+    options.market = loadMarket();
     return options;
 }
 
@@ -203,7 +210,7 @@ int askAll(ZnPresenterClass& presenter, const std::function<void()>& treeReceive
 int bareOnce(const QString& homeDir) {
     LocalPlatform& platform = LocalPlatform::instance();
     QString error;
-    const QString market = homeDir + QStringLiteral("/market");
+    const QString market = sampleMarketDir(homeDir, loadMarket());
     LocalPlatform::Options options;
     options.homeDir = homeDir;
     options.staticDbFile = staticDatabaseFile(market);

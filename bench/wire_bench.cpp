@@ -1,6 +1,6 @@
 // Encodes and decodes a thousand rows of thirty fields in the wire form of a packed body, compared
 // with Qt's own CBOR classes, which do not preserve types. Then decodes the most expensive input
-// that anybody can send, maps with very many keys in falling order, with more and more keys.
+// that can be sent, maps with very many keys in falling order, with more and more keys.
 
 #include <QCborValue>
 #include <QDateTime>

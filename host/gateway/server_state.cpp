@@ -201,7 +201,10 @@ std::optional<QVariantMap> ServerState::record(const QString& table, const QStri
 
 bool ServerState::reportWrite(const DatabaseFault& fault, QString* error) const {
     if (fault) {
-        *error = fault.sentence(m_file, kRepair);
+        // A record that cannot be stored is not the file's fault.
+        *error = fault.kind == DatabaseFault::Kind::Other
+                     ? QStringLiteral("%1 %2").arg(m_file, fault.text)
+                     : fault.sentence(m_file, kRepair);
         qCWarning(lcGateway).noquote() << "server state not written:" << *error;
     }
     return !fault;

@@ -13,8 +13,8 @@ QString padded(const QString& prefix, int number, int digits) {
     return prefix + QStringLiteral("%1").arg(number, digits, 10, QLatin1Char('0'));
 }
 
-/// Kinds of fund account in the shares in which they are met: mostly cash, each other kind at least
-/// once in ten accounts.
+/// Kinds of fund account in realistic shares: mostly cash, each other kind at least once in ten
+/// accounts.
 const QString& fundAccountTypeOf(int number) {
     static const std::array<const QString*, 10> pattern{
         &FundAccountType::Cash,   &FundAccountType::Credit, &FundAccountType::Cash,
@@ -70,7 +70,7 @@ public:
 private:
     bool isFull() const { return m_tree.accounts.size() >= m_wanted; }
 
-    /// Numbers of all levels go on where those of a tree before ended.
+    /// The numbers of all levels continue those of the previous tree.
     int nextNumber(int siblings) const { return m_firstNumber + siblings; }
 
     void addInvestor() {

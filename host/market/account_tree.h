@@ -4,11 +4,11 @@
 #include <QStringList>
 #include <QVector>
 
-/// An authority that a client knows nothing of.
+/// An authority that clients do not know.
 inline const QString kReportAuthority = QStringLiteral("AccountReport");
 
 /// The accounts of a market: investors, below them products, asset accounts and trading accounts.
-/// The levels point upwards by index.
+/// Each level has the index of its parent.
 struct AccountTree {
     struct Investor {
         QString account;
@@ -32,7 +32,7 @@ struct AccountTree {
         QString account;
         bool isMain;
     };
-    /// What the counter knows of a trading account; several may share a fund account.
+    /// A trading account's binding at the counter; several may share a fund account.
     struct Binding {
         QString fundAccount;
         QString fundAccountType;
@@ -63,7 +63,7 @@ struct AccountTree {
     QVector<TradingAccount> accounts;
 };
 
-/// A tree of so many trading accounts. Kinds, states and authorities follow fixed patterns over the
-/// accounts' numbers, so that every kind is there from about thirty accounts on; the rest follows
-/// the seed. `firstNumber` lets a second tree's account ids continue those of a first one.
+/// A tree with a number of trading accounts. Kinds, states and authorities follow fixed patterns
+/// over the accounts' numbers, so that about thirty accounts contain every kind; the rest depends
+/// on the seed. With `firstNumber` the account ids continue those of another tree.
 AccountTree makeAccountTree(quint32 seed, int accounts, int firstNumber = 0);

@@ -2,7 +2,7 @@
 
 #include <QLoggingCategory>
 
-// Never destroyed, as with every category of the host.
+// Never destroyed, like every category of the host.
 inline const QLoggingCategory& lcMarket() {
     static const auto* category = new QLoggingCategory("velmar.market");
     return *category;

@@ -11,7 +11,7 @@ const QString& stems() {
     return characters;
 }
 
-/// Walks through all pairs of a stem and a tail, then counts on.
+/// All pairs of a stem and a tail in turn, then with a number.
 QString numbered(const QStringList& tails, int number) {
     const int pairs = stems().size() * tails.size();
     const int stem = number % stems().size();

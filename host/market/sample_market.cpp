@@ -15,6 +15,7 @@
 #include "history_rows.h"
 #include "market_file.h"
 #include "market_log.h"
+#include "market_stop.h"
 #include "market_store.h"
 #include "reference_rows.h"
 #include "sealed_database.h"
@@ -64,15 +65,20 @@ struct Contents {
 };
 
 void addReferenceRows(const QList<QVariantMap>& securities, const AccountTree& tree,
-                      QList<TableRow>& rows) {
-    for (const ReferenceRow& row : makeReferenceRows(securities, tree)) {
+                      const MarketStop& stop, QList<TableRow>& rows) {
+    for (const ReferenceRow& row : makeReferenceRows(securities, tree, stop)) {
+        if (stop.isSetAt(rows.size())) {
+            return;
+        }
         const QByteArray record =
             QJsonDocument::fromVariant(row.record).toJson(QJsonDocument::Compact);
         rows.append({QStringLiteral("reference"), {row.kind, row.key, QString::fromUtf8(record)}});
     }
 }
 
-bool makeContents(const MarketOptions& options, Contents* contents, QString* error) {
+/// False with a text when a built-in table cannot be read or `stop` is set.
+bool makeContents(const MarketOptions& options, const MarketStop& stop, Contents* contents,
+                  QString* error) {
     MarketRules rules;
     TradeCalendar calendar;
     QVector<StaticConfigRow> config;
@@ -84,7 +90,7 @@ bool makeContents(const MarketOptions& options, Contents* contents, QString* err
     const int accounts = options.allAccounts();
     const AccountTree tree = makeAccountTree(options.seed, accounts);
     const AccountTree ofSecond = makeAccountTree(options.seed, kOwnAccountsOfSecond, accounts);
-    const auto securities = makeSecurities(options.seed, options.allSymbols(), rules);
+    const auto securities = makeSecurities(options.seed, options.allSymbols(), rules, stop);
     const QDate lastDay(kHistoryYear, 12, 31);
     contents->store = makeStoreRows(tree, ofSecond) + makeAuthorityRows(tree, ofSecond) +
                       makeCalendarRows(calendar) + makeSpreadRows(rules) + menus +
@@ -97,8 +103,11 @@ bool makeContents(const MarketOptions& options, Contents* contents, QString* err
     for (const StaticConfigRow& row : qAsConst(config)) {
         contents->statics.append({QStringLiteral("static_cfg"), {row.section, row.key, row.value}});
     }
-    addReferenceRows(securities, tree, contents->statics);
-    return true;
+    addReferenceRows(securities, tree, stop, contents->statics);
+    if (stop.isSet()) {
+        *error = kInterrupted;
+    }
+    return !stop.isSet();
 }
 
 /// Counts the rows of both files and asks every few hundred of them whether to continue.
@@ -162,12 +171,16 @@ bool takeName(const QString& file, QString* error) {
     return false;
 }
 
-bool writeMarket(const QString& dir, const MarketOptions& options, const MarketProgress& progress,
+bool writeMarket(const QString& dir, const MarketOptions& options, const MarketWatch& watch,
                  QString* error) {
+    const MarketStop stop(watch.interrupted);
     Contents contents;
-    if (!makeContents(options, &contents, error)) {
+    if (!makeContents(options, stop, &contents, error)) {
         return false;
     }
+    const MarketProgress progress = [&](int done, int total) {
+        return (!watch.progress || watch.progress(done, total)) && !stop.isSet();
+    };
     const Marks marks = programMarks() + optionMarks(options);
     ProgressMeter meter(progress, contents.rowCount());
     const QString store = marketStoreFile(dir);
@@ -295,9 +308,9 @@ struct MarketStamp {
     QDateTime written;
 };
 
-bool makeUnderLock(const QString& dir, const MarketOptions& options, const MarketProgress& progress,
+bool makeUnderLock(const QString& dir, const MarketOptions& options, const MarketWatch& watch,
                    QString* error) {
-    const bool made = writeMarket(dir, options, progress, error);
+    const bool made = writeMarket(dir, options, watch, error);
     if (!made) {
         qCWarning(lcMarket).noquote() << "no sample market made:" << *error;
     }
@@ -342,7 +355,9 @@ bool makeSampleMarket(const QString& dir, const MarketOptions& options,
         *error = lock.refusal();
         return false;
     }
-    return makeUnderLock(dir, options, progress, error);
+    MarketWatch watch;
+    watch.progress = progress;
+    return makeUnderLock(dir, options, watch, error);
 }
 
 MarketProvided provideSampleMarket(const QString& dir, const MarketOptions& options, bool rebuild,
@@ -369,12 +384,8 @@ MarketProvided provideSampleMarket(const QString& dir, const MarketOptions& opti
     if (madeMeanwhile && isReady(&state)) {
         return MarketProvided::Opened;
     }
-    const auto progress = [&watch](int done, int total) {
-        return (!watch.progress || watch.progress(done, total)) &&
-               !(watch.interrupted && watch.interrupted());
-    };
-    return makeUnderLock(dir, options, progress, error) ? MarketProvided::Made
-                                                        : MarketProvided::Failed;
+    return makeUnderLock(dir, options, watch, error) ? MarketProvided::Made
+                                                     : MarketProvided::Failed;
 }
 
 MarketState sampleMarketState(const QString& dir, const MarketOptions& options, QString* text) {

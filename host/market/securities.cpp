@@ -152,14 +152,15 @@ QVariantMap securityOf(const SecurityBoard& of, int index, const MarketRules& ru
 
 }  // namespace
 
-QList<QVariantMap> makeSecurities(quint32 seed, int count, const MarketRules& rules) {
+QList<QVariantMap> makeSecurities(quint32 seed, int count, const MarketRules& rules,
+                                  const MarketStop& stop) {
     const Boards boards = securityBoards();
     const QVector<int> counts = countsOf(boards, count);
     MarketRandom random(seed + 1);
     QList<QVariantMap> records;
     records.reserve(count);
     for (int i = 0; i < boards.size(); ++i) {
-        for (int index = 0; index < counts.at(i); ++index) {
+        for (int index = 0; index < counts.at(i) && !stop.isSetAt(index); ++index) {
             records.append(securityOf(boards.at(i), index, rules, random));
         }
     }

@@ -10,6 +10,7 @@
 
 #include "client_watcher.h"
 #include "embedded_link.h"
+#include "exchange_clock.h"
 #include "faulty_link.h"
 #include "gate_events.h"
 #include "interrupt_watch.h"
@@ -71,8 +72,16 @@ bool Client::begin(QString* error) {
     if (beginSteps(error)) {
         return true;
     }
+    // The interrupt fails whatever request was under way, so the step's own reason misleads.
+    if (InterruptWatch::hasCome()) {
+        *error = QStringLiteral("interrupted");
+    }
     stop();
     return false;
+}
+
+void Client::endWaits() {
+    LocalPlatform::instance().beginClose();
 }
 
 bool Client::awaitAccounts(int limitMs, QString* error) {
@@ -130,6 +139,11 @@ bool Client::startPlatform(QString* error) {
         return false;
     }
     m_platformStarted = true;
+    // start() took back an endWaits() that came before it.
+    if (InterruptWatch::hasCome()) {
+        return false;
+    }
+    setClock();
     // It must have subscribed before anything can publish what it waits for.
     auto* const watcher = new ClientWatcher(m_sight, [this] { m_gate.wake(); });
     watcher->initPresenter();
@@ -141,6 +155,16 @@ bool Client::startPlatform(QString* error) {
     return true;
 }
 
+void Client::setClock() {
+    if (!m_options.clock.isValid()) {
+        return;
+    }
+    const QDateTime start = inExchangeZone(m_options.clock);
+    const qint64 shift = exchangeNow().msecsTo(start);
+    LocalPlatform::instance().setClock([shift] { return exchangeNow().addMSecs(shift); });
+    ended(QStringLiteral("server clock set to %1").arg(start.toString(Qt::ISODate)));
+}
+
 void Client::startTicks() {
     if (!(m_options.ticksPerSecond > 0)) {
         return;
@@ -149,20 +173,30 @@ void Client::startTicks() {
     feed.symbols = m_options.tickSymbols;
     feed.ticksPerSecond = m_options.ticksPerSecond;
     feed.ratePerSymbol = true;
+    feed.aroundTheClock = !m_options.marketHours;
     feed.staticDatabaseFile = staticDatabaseFile(marketDir());
     const auto calendar = std::make_shared<TradeCalendar>();
     QString error;
     if (calendar->load(&error)) {
         feed.calendar = calendar;
     } else {
-        qCWarning(lcMarket) << "ticks know no holidays:" << error;
+        qCWarning(lcMarket) << "ticks ignore holidays:" << error;
     }
     m_ticks = std::make_unique<TickFeed>(feed);
     m_ticks->start();
+    ended(ticksText());
+}
+
+QString Client::ticksText() const {
+    return m_options.marketHours
+               ? QStringLiteral("ticks keep to the trading hours of the exchanges")
+               : QStringLiteral(
+                     "ticks play continuous trading around the clock (--market-hours "
+                     "keeps to the exchanges' hours)");
 }
 
 bool Client::connectServer(QString* error) {
-    // Beside the market, which may be made anew without losing what was written.
+    // Beside the market, so that it survives when the market is made again.
     const auto state = ServerState::open(
         QDir(m_options.homeDir).filePath(QStringLiteral("server_state.sqlite")), error);
     if (!state) {
@@ -272,7 +306,7 @@ bool Client::login(QString* error) {
     }
     ended(QStringLiteral("logged in (%1)").arg(m_options.user));
     if (!platform.loadAccountTree(error)) {
-        *error = QStringLiteral("the account list did not come: %1").arg(*error);
+        *error = QStringLiteral("the account list was not received: %1").arg(*error);
         return false;
     }
     ended(QStringLiteral("account list received (%1 accounts)").arg(platformAccounts().size()));
@@ -281,13 +315,14 @@ bool Client::login(QString* error) {
 
 bool Client::waitForAccounts(int limitMs, QString* error) {
     const auto seen = [this] { return m_sight->accountsReady() || InterruptWatch::hasCome(); };
-    if (!m_gate.waitUntil(seen, limitMs)) {
-        *error = QStringLiteral("the accounts were not loaded within %1 s; the log tells why")
-                     .arg(limitMs / 1000);
+    const bool inTime = m_gate.waitUntil(seen, limitMs);
+    if (InterruptWatch::hasCome()) {
+        *error = QStringLiteral("interrupted while the accounts were loading");
         return false;
     }
-    if (!m_sight->accountsReady()) {
-        *error = QStringLiteral("interrupted while the accounts were loading");
+    if (!inTime) {
+        *error = QStringLiteral("the accounts were not loaded within %1 s; the log has the reason")
+                     .arg(limitMs / 1000);
         return false;
     }
     const QStringList accounts = platformAccounts();
@@ -300,7 +335,7 @@ bool Client::waitForAccounts(int limitMs, QString* error) {
 }
 
 void Client::countAccounts(const QStringList& accounts) {
-    // The lists of the exported class leave frozen accounts out; a record tells of every one.
+    // The lists of the exported class leave frozen accounts out, so each record is looked up.
     QString error;
     for (const QString& account : accounts) {
         const QStringList arguments{account, QStringLiteral("false")};
@@ -331,7 +366,7 @@ bool Client::call(const FacadeFunction& function, const QStringList& arguments, 
     const bool inTime = answered;
     if (!inTime) {
         m_ticks.reset();
-        // Ends whatever the function waits for.
+        // Ends what the function waits for.
         m_link = nullptr;
         LocalPlatform::instance().close();
     }
@@ -356,12 +391,12 @@ void Client::stop() {
     }
     m_platformStarted = false;
     m_ticks.reset();
-    // A plug-in object waits for its presenter to end, which may be waiting for what never comes.
+    // A plug-in object waits for its presenter to end, which in turn may wait for an answer.
     LocalPlatform::instance().beginClose();
     m_plugins.shutdown();
     m_link = nullptr;
     m_server.reset();
     LocalPlatform::instance().close();
-    // Objects that were handed to the main thread's loop to be deleted.
+    // Deletes the objects whose deletion waits for the main thread's event loop.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }

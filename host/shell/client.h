@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QString>
 #include <functional>
@@ -27,24 +28,29 @@ public:
         QString homeDir;
         QString pluginsDir;
         QStringList pluginFiles;  ///< further plug-in libraries; the start fails without one
-        /// Loads every other plug-in library of `pluginsDir` too, except those that do not fit.
+        /// Loads every other plug-in library in `pluginsDir` too, and skips those that do not fit.
         bool allPlugins = false;
         QString user;
         bool rebuildMarket = false;
         int accountWaitMs = 60000;
         MarketOptions market;
-        QStringList tickSymbols;    ///< that get ticks beside those that somebody subscribed
-        double ticksPerSecond = 1;  ///< of each symbol; 0: no ticks
-        qint64 bodyLimit = kStandingBodyLimit;  ///< bytes that a body may take
+        QStringList tickSymbols;    ///< get ticks in addition to the subscribed ones
+        double ticksPerSecond = 1;  ///< for each symbol; 0: no ticks
+        /// Ticks follow the exchanges' timetables instead of playing continuous trading all day.
+        bool marketHours = false;
+        /// Where the server's clock starts, from there it runs on; the present time when invalid. A
+        /// time without a zone is the exchanges' own.
+        QDateTime clock;
+        qint64 bodyLimit = kStandingBodyLimit;  ///< most bytes of a body
         /// What goes wrong between client and server; may change while the client runs.
         std::shared_ptr<FaultPlan> faults = std::make_shared<FaultPlan>();
         /// Puts a link of the caller's own around the client's; may be empty.
         std::function<std::unique_ptr<GatewayLink>(std::unique_ptr<GatewayLink>)> wrapLink;
     };
     struct Listener {
-        /// A step has ended, with what it brought.
+        /// A step has ended; the text says what it did.
         std::function<void(const QString& text)> stepEnded;
-        /// Something long is under way.
+        /// The sample market is being made.
         std::function<void(int done, int total)> marketProgress;
         /// A line for the user, before a wait for another process.
         std::function<void(const QString& text)> waits{};
@@ -55,18 +61,17 @@ public:
     };
 
     Client(const Options& options, const Listener& listener);
-    /// Stops.
+    /// Calls stop().
     ~Client();
     Q_DISABLE_COPY(Client)
 
-    /// Everything up to the loaded accounts. On failure false with a text for the user, and nothing
-    /// is left running. An interrupt ends it as a failure.
+    /// Everything up to the loaded accounts. Returns false with a text for the user on failure,
+    /// with nothing left running. An interrupt is a failure whose text begins with "interrupted".
     bool start(QString* error);
     /// The two halves of start(): up to the log-in, and the wait for the accounts.
     bool begin(QString* error);
     bool awaitAccounts(int limitMs, QString* error);
-    /// Waits for the end of the plug-in's load of the price cage; false when it did not come in
-    /// time or an interrupt came first.
+    /// Waits until the plug-in has loaded the price cage; false after the limit or an interrupt.
     bool awaitCage(int limitMs);
     /// Makes and initialises the plug-in object of that name, of a loaded library.
     bool makePluginObject(const QString& name, QString* error);
@@ -75,21 +80,27 @@ public:
     /// Ends the ticks and every wait without limit, then plug-ins, link and platform, in this
     /// order. A second call does nothing.
     void stop();
+    /// Makes every request that is under way fail, and each later one, so that a main thread which
+    /// waits for an answer returns. For InterruptWatch; any thread, whether a client is up or not.
+    static void endWaits();
 
-    /// Runs the call beside the main loop, which it may need. False when an interrupt came first or
-    /// it took longer than `limitMs`, negative for no limit; the platform is closed then.
+    /// Runs the call on another thread while the main loop goes on, which the function may need.
+    /// Returns false after an interrupt or after `limitMs` (negative: no limit); the platform is
+    /// closed then.
     bool call(const FacadeFunction& function, const QStringList& arguments, int limitMs,
               QJsonObject* answer);
 
     const FacadeLibrary& facade() const { return m_facade; }
-    /// Null before the server is connected, and once the client has stopped.
+    /// Null before the server is connected and after stop().
     ServerEngine* server() const { return m_server.get(); }
     FaultyLink* link() const { return m_link; }
     ClientStatus status() const;
-    /// Where the main thread waits; woken when something of the client changes.
+    /// Where the main thread waits; woken when the client's state changes.
     MainLoopGate& gate() { return m_gate; }
+    /// One line for the user: whether ticks keep to the exchanges' hours.
+    QString ticksText() const;
 
-    /// The trading accounts of the login on which it holds any authority, as the platform has them.
+    /// The trading accounts on which the login holds any authority, as listed by the platform.
     static QStringList platformAccounts();
     /// The file of a plug-in library by its name.
     static QString libraryFile(const QString& pluginsDir, const QString& library);
@@ -98,6 +109,7 @@ private:
     bool beginSteps(QString* error);
     bool prepareMarket(QString* error);
     bool startPlatform(QString* error);
+    void setClock();
     void startTicks();
     bool connectServer(QString* error);
     bool loadLibraries(QString* error);
@@ -118,13 +130,13 @@ private:
     FacadeLibrary m_facade;
     std::unique_ptr<TickFeed> m_ticks;
     std::shared_ptr<ServerEngine> m_server;
-    FaultyLink* m_link = nullptr;  // the platform's
+    FaultyLink* m_link = nullptr;  // owned by the platform
     QElapsedTimer m_upSince;
     int m_loadedAccounts = 0;
     int m_frozenAccounts = 0;
     bool m_platformStarted = false;
 };
 
-/// Names of libraries, without what the system adds to a file's name, and of plug-in objects.
+/// Names of plug-in libraries (without "lib" and ".so") and of plug-in objects.
 inline const QString kBusinessDataLibrary = QStringLiteral("VelmarBusinessDataManager");
 inline const QString kBusinessDataObject = QStringLiteral("VelmarBusinessDataManager");

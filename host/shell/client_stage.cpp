@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "commonquotahandler/common_quota_handler.h"
+#include "exchange_clock.h"
 #include "faulty_link.h"
 #include "interrupt_watch.h"
 #include "local_platform.h"
@@ -23,7 +24,7 @@ constexpr int kSubscribe = 1;
 
 }  // namespace
 
-/// Keeps the events that a scenario expects.
+/// Records the events that a scenario expects.
 class ClientStage::Watcher : public ZnPresenterClass {
 public:
     Watcher(std::shared_ptr<ScenarioTape> tape, const QVector<Event>& events)
@@ -95,17 +96,17 @@ FaultPlan& ClientStage::faults() {
 }
 
 void ClientStage::setClock(const QDateTime& time) {
-    m_time = time;
-    LocalPlatform::instance().setClock([time] { return time; });
+    m_time = inExchangeZone(time);
+    LocalPlatform::instance().setClock([time = m_time] { return time; });
 }
 
 void ClientStage::advanceClock(qint64 ms) {
-    setClock((m_time.isValid() ? m_time : QDateTime::currentDateTime()).addMSecs(ms));
+    setClock((m_time.isValid() ? m_time : exchangeNow()).addMSecs(ms));
 }
 
 void ClientStage::platformStarted() {
     if (m_time.isValid()) {
-        // A platform that starts begins with the machine's clock.
+        // Starting the platform has set its clock back to the machine's.
         setClock(m_time);
     }
     auto* const watcher = new Watcher(m_tape, m_events);
@@ -168,7 +169,7 @@ int ClientStage::pendingRequests() const {
 }
 
 bool ClientStage::waitUntil(const std::function<bool()>& predicate, int limitMs) {
-    // Whatever it asks for may change on any thread, so it is asked now and then.
+    // The predicate may depend on any thread's work, which does not wake the gate: poll.
     QElapsedTimer timer;
     timer.start();
     while (!predicate()) {

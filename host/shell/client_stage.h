@@ -7,7 +7,7 @@
 #include "scenario_stage.h"
 #include "scenario_tape.h"
 
-/// The local client as the stage of a scenario. One per process, on the main thread.
+/// Runs a scenario on the local client. One per process, on the main thread.
 class ClientStage : public ScenarioStage {
 public:
     ClientStage(const Client::Options& options, std::shared_ptr<ScenarioTape> tape);
@@ -29,7 +29,7 @@ public:
     int pendingRequests() const override;
     bool waitUntil(const std::function<bool()>& predicate, int limitMs) override;
 
-    /// Takes the client down.
+    /// Stops the client.
     void stop();
 
 private:

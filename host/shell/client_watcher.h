@@ -7,18 +7,18 @@
 
 #include "znwidget/zn_presenter_class.h"
 
-/// What the shell has seen of the running client. Any thread.
+/// What the events so far say about the running client. Any thread.
 class ClientSight {
 public:
     ClientSight();
     ~ClientSight();
     Q_DISABLE_COPY(ClientSight)
 
-    /// The plug-in has said that its account table stands.
+    /// The plug-in has reported that its account table is loaded.
     bool accountsReady() const;
-    /// The plug-in has said that its load of the price cage is over, well or not.
+    /// The plug-in has reported the end of its price cage load, successful or not.
     bool cageLoadOver() const;
-    /// Gate to its last state, of the gates that told one.
+    /// The last reported state of each gate.
     QMap<QString, QString> gates() const;
 
     void setAccountsReady();
@@ -30,8 +30,8 @@ private:
     const std::unique_ptr<Seen> m_seen;
 };
 
-/// The shell's own presenter: listens to the event bus as any plug-in does. Made with new, disposed
-/// of by deleteLater() or by the platform's close().
+/// The shell's own presenter: subscribes events like any plug-in. Created with new; disposed of by
+/// deleteLater() or by the platform's close().
 class ClientWatcher : public ZnPresenterClass {
     Q_OBJECT
 

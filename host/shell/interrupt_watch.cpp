@@ -1,45 +1,52 @@
 #include "interrupt_watch.h"
 
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
-#include <QSocketNotifier>
 #include <QtDebug>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <utility>
 
 namespace {
 
-// What the signal handler may touch: two plain descriptors and a flag.
+// The signal handler touches nothing but these two plain descriptors and the flag. It runs on any
+// thread.
 int s_ends[2] = {-1, -1};
-volatile std::sig_atomic_t s_come = 0;
+std::atomic<bool> s_come{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not take a lock");
 
-constexpr int kSignals[] = {SIGINT, SIGTERM};
+constexpr std::array<int, 2> kSignals{SIGINT, SIGTERM};
+constexpr char kSignalled = 's';
+constexpr char kEnd = 'e';
+
+void send(char byte) {
+    const ssize_t written = write(s_ends[1], &byte, 1);
+    static_cast<void>(written);
+}
 
 extern "C" void velmarTakeSignal(int) {
     const int before = errno;
-    s_come = 1;
-    const char byte = 1;
-    // A full pipe is fine: there is a byte in it then.
-    const ssize_t written = write(s_ends[1], &byte, 1);
-    static_cast<void>(written);
+    s_come = true;
+    send(kSignalled);
     errno = before;
 }
 
 }  // namespace
 
-InterruptWatch::InterruptWatch(QObject* parent) : QObject(parent) {
-    s_come = 0;
-    if (pipe2(s_ends, O_CLOEXEC | O_NONBLOCK) != 0) {
-        qWarning("no pipe for signals: Ctrl-C ends the client at once");
+InterruptWatch::InterruptWatch(std::function<void()> onInterrupt, QObject* parent)
+    : QObject(parent), m_onInterrupt(std::move(onInterrupt)) {
+    s_come = false;
+    if (pipe2(s_ends, O_CLOEXEC) != 0) {
+        qWarning("no pipe for signals: Ctrl-C ends the process without a shut-down");
         return;
     }
-    m_notifier = new QSocketNotifier(s_ends[0], QSocketNotifier::Read, this);
-    connect(m_notifier, &QSocketNotifier::activated, this, [this] { drain(); });
+    m_thread = std::thread([this] { listen(); });
     struct sigaction action {};
     action.sa_handler = velmarTakeSignal;
-    // The default comes back with the first signal, so that a second one always ends the process.
+    // The default action returns with the first signal, so that a second one ends the process.
     action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
     sigemptyset(&action.sa_mask);
     for (const int number : kSignals) {
@@ -48,13 +55,14 @@ InterruptWatch::InterruptWatch(QObject* parent) : QObject(parent) {
 }
 
 InterruptWatch::~InterruptWatch() {
-    if (!m_notifier) {
+    if (!m_thread.joinable()) {
         return;
     }
     for (const int number : kSignals) {
         std::signal(number, SIG_DFL);
     }
-    delete m_notifier;
+    send(kEnd);
+    m_thread.join();
     for (int& end : s_ends) {
         close(end);
         end = -1;
@@ -62,12 +70,22 @@ InterruptWatch::~InterruptWatch() {
 }
 
 bool InterruptWatch::hasCome() {
-    return s_come != 0;
+    return s_come;
 }
 
-void InterruptWatch::drain() {
-    char bytes[16];
-    while (read(s_ends[0], bytes, sizeof(bytes)) > 0) {
+void InterruptWatch::listen() {
+    for (;;) {
+        char byte = kEnd;
+        const ssize_t count = read(s_ends[0], &byte, 1);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count != 1 || byte == kEnd) {
+            return;
+        }
+        if (m_onInterrupt) {
+            m_onInterrupt();
+        }
+        emit interrupted();
     }
-    emit interrupted();
 }

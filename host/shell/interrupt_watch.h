@@ -1,26 +1,30 @@
 #pragma once
 
 #include <QObject>
+#include <functional>
+#include <thread>
 
-class QSocketNotifier;
-
-/// Turns the first SIGINT or SIGTERM into a signal of Qt. A second one ends the process at once, as
-/// without this object. One at a time; made and deleted on the main thread.
+/// Reports the first SIGINT or SIGTERM; a second one ends the process at once, as it would without
+/// this object. One instance at a time, created and deleted on the main thread.
 class InterruptWatch : public QObject {
     Q_OBJECT
 
 public:
-    explicit InterruptWatch(QObject* parent = nullptr);
+    /// `onInterrupt` is called on the watch's own thread, so it also runs while the main thread is
+    /// blocked. It must be safe on any thread, and may be empty.
+    explicit InterruptWatch(std::function<void()> onInterrupt = {}, QObject* parent = nullptr);
     ~InterruptWatch() override;
 
-    /// Whether one has come, even before an event loop could tell.
+    /// True from the moment the signal arrives, before interrupted() is delivered. Any thread.
     static bool hasCome();
 
 signals:
+    /// Emitted on the watch's own thread, so a receiver's slot runs from its event loop.
     void interrupted();
 
 private:
-    void drain();
+    void listen();
 
-    QSocketNotifier* m_notifier = nullptr;
+    const std::function<void()> m_onInterrupt;
+    std::thread m_thread;
 };

@@ -10,6 +10,8 @@
 #include <ctime>
 #include <mutex>
 
+#include "never_destroyed.h"
+
 namespace {
 
 struct State {
@@ -20,8 +22,7 @@ struct State {
 };
 
 State& state() {
-    static auto* const leaked = new State;
-    return *leaked;
+    return neverDestroyed<State>();
 }
 
 const char* levelName(QtMsgType type) {
@@ -40,7 +41,8 @@ const char* levelName(QtMsgType type) {
     return "?    ";
 }
 
-/// "2024-01-31 09:15:00.123"; of the C library alone, since Qt's clock has static objects.
+/// "2024-01-31 09:15:00.123". Uses the C library alone, because Qt's date classes depend on static
+/// objects, which may be gone when a destructor logs.
 QByteArray timeText() {
     const auto now = std::chrono::system_clock::now();
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
@@ -88,7 +90,7 @@ void rotateLocked(State& log) {
     openLocked(log, &ignored);
 }
 
-/// A text's further lines stand indented, so that none of them passes for a line of the log.
+/// Indents a text's further lines, so that none can be mistaken for a log line of its own.
 QByteArray indented(const QString& message) {
     QByteArray text = message.toUtf8();
     text.replace("\r\n", "\n").replace('\r', '\n').replace("\n", "\n    ");
@@ -120,7 +122,7 @@ void handle(QtMsgType type, const QMessageLogContext& context, const QString& me
 bool LogFile::install(const Options& options, QString* error) {
     const QString folder = QFileInfo(options.file).absolutePath();
     if (!QDir().mkpath(folder)) {
-        *error = QStringLiteral("cannot make the folder %1").arg(folder);
+        *error = QStringLiteral("cannot create the folder %1").arg(folder);
         return false;
     }
     {
@@ -135,7 +137,7 @@ bool LogFile::install(const Options& options, QString* error) {
             rotateLocked(log);
         }
     }
-    // Rules of the environment (QT_LOGGING_RULES) still go before these.
+    // QT_LOGGING_RULES in the environment overrides these.
     QLoggingCategory::setFilterRules(options.debug
                                          ? QStringLiteral("*.debug=true\nqt.*.debug=false")
                                          : QStringLiteral("*.debug=false"));

@@ -4,7 +4,7 @@
 #include <QTimer>
 
 void MainLoopGate::wake() {
-    // By name, so that nothing of ours is handed to the other thread.
+    // Queued: emitted from the main thread's loop, whichever thread calls.
     QMetaObject::invokeMethod(this, "woken", Qt::QueuedConnection);
 }
 

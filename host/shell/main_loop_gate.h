@@ -3,17 +3,17 @@
 #include <QObject>
 #include <functional>
 
-/// Lets the main thread wait for something that another thread does, with its event loop running.
+/// Lets the main thread wait for another thread's work while its own event loop runs.
 class MainLoopGate : public QObject {
     Q_OBJECT
 
 public:
     using QObject::QObject;
 
-    /// Makes the waiting thread look again. Any thread, while this object lives.
+    /// Makes the waiting thread check its condition again. Any thread, while this object lives.
     void wake();
-    /// Returns whether `done` became true in time; no limit when `limitMs` is negative. `done` is
-    /// asked at first and after each wake(). The main thread's.
+    /// Returns whether `done` became true within `limitMs` (negative: no limit). `done` is called
+    /// at the start and after each wake(). Main thread only.
     bool waitUntil(const std::function<bool()>& done, int limitMs);
 
 signals:

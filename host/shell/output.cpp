@@ -22,10 +22,12 @@ void noteFailure(std::FILE* stream, bool failed) {
     }
 }
 
-void write(std::FILE* stream, const QByteArray& bytes) {
+bool write(std::FILE* stream, const QByteArray& bytes) {
     const auto size = static_cast<std::size_t>(bytes.size());
-    const bool written = std::fwrite(bytes.constData(), 1, size, stream) == size;
-    noteFailure(stream, !written || std::fflush(stream) != 0);
+    const bool isWritten =
+        std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
+    noteFailure(stream, !isWritten);
+    return isWritten;
 }
 
 }  // namespace
@@ -40,8 +42,8 @@ QString printable(const QString& text) {
     return shown;
 }
 
-void printTo(std::FILE* stream, const QString& text) {
-    write(stream, (printable(text) + QLatin1Char('\n')).toUtf8());
+bool printTo(std::FILE* stream, const QString& text) {
+    return write(stream, (printable(text) + QLatin1Char('\n')).toUtf8());
 }
 
 void printError(const QString& text) {

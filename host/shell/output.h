@@ -11,8 +11,8 @@
 /// The text with U+FFFD for every such character except line ends and tabs.
 QString printable(const QString& text);
 
-/// One line, or several; a line end is added.
-void printTo(std::FILE* stream, const QString& text);
+/// One line, or several; a line end is added. False when it cannot be written.
+bool printTo(std::FILE* stream, const QString& text);
 /// The same on stderr, after the program's name.
 void printError(const QString& text);
 /// A JSON list or object, indented. What printable() replaces is written as \uXXXX.

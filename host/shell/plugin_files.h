@@ -3,6 +3,6 @@
 #include <QString>
 #include <QStringList>
 
-/// The files of a folder that may be plug-in libraries ("*.so"), by name. A file that is there
-/// under several names, or that `besides` names too, is left out but for the first name.
+/// The files of a folder that may be plug-in libraries ("*.so"), sorted by name. A file with
+/// several names (links) is returned once, and files in `besides` are left out.
 QStringList pluginFilesIn(const QString& folder, const QStringList& besides);

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <utility>
 
+#include "exchange_clock.h"
 #include "line_words.h"
 #include "sample_market.h"
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr int kMostSections = 1000;
 constexpr int kMostTicks = 1000;
+constexpr int kMostCount = 1000000000;
 constexpr int kBytesPerKiB = 1024;
 constexpr int kBytesPerMiB = 1024 * kBytesPerKiB;
 /// Less would not hold the answer of the log-in.
@@ -29,6 +31,9 @@ const QString kScenario = QStringLiteral("scenario");
 const QString kSection = QStringLiteral("scenario-section");
 const QString kTicks = QStringLiteral("ticks");
 const QString kTickRate = QStringLiteral("tick-rate");
+const QString kMarketHours = QStringLiteral("market-hours");
+const QString kClock = QStringLiteral("clock");
+const QString kCount = QStringLiteral("count");
 const QString kBodyLimit = QStringLiteral("body-limit");
 const QString kRebuild = QStringLiteral("rebuild");
 const QString kVerbose = QStringLiteral("verbose");
@@ -44,11 +49,13 @@ void addOptions(QCommandLineParser& parser, bool everywhere) {
         parser.setOptionsAfterPositionalArgumentsMode(
             QCommandLineParser::ParseAsPositionalArguments);
     }
-    for (const QString& withValue : {kHome, kPlugins, kPlugin, kUser, kWait, kScale, kFault,
-                                     kScenario, kSection, kTicks, kTickRate, kBodyLimit}) {
+    for (const QString& withValue :
+         {kHome, kPlugins, kPlugin, kUser, kWait, kScale, kFault, kScenario, kSection, kTicks,
+          kTickRate, kClock, kCount, kBodyLimit}) {
         parser.addOption(QCommandLineOption(withValue, QString(), QStringLiteral("value")));
     }
-    for (const QString& flag : {kRebuild, kVerbose, kStay, kOnce, kVersion, kEarly, kRaw}) {
+    for (const QString& flag :
+         {kRebuild, kVerbose, kStay, kOnce, kMarketHours, kVersion, kEarly, kRaw}) {
         parser.addOption(QCommandLineOption(flag));
     }
     parser.addOption(QCommandLineOption(QStringList{QStringLiteral("h"), kHelp}));
@@ -130,6 +137,32 @@ bool takeTicks(const QStringList& lists, ShellOptions* options, QString* error) 
     return true;
 }
 
+/// A time of day is taken as one of today. Without a zone it is the exchanges' time.
+QDateTime timeOf(QString text) {
+    const QTime time = QTime::fromString(text, Qt::ISODate);
+    if (time.isValid()) {
+        return inExchangeZone(QDateTime(exchangeNow().date(), time));
+    }
+    const QDateTime moment =
+        QDateTime::fromString(text.replace(QLatin1Char(' '), QLatin1Char('T')), Qt::ISODate);
+    return moment.isValid() ? inExchangeZone(moment) : QDateTime();
+}
+
+bool takeClock(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
+    options->marketHours = options->marketHours || parser.isSet(kMarketHours);
+    if (parser.isSet(kClock)) {
+        options->clock = timeOf(parser.value(kClock));
+    }
+    if (parser.isSet(kClock) && !options->clock.isValid()) {
+        *error = QStringLiteral(
+                     "--%1 takes a time of the exchanges, such as 09:30 or "
+                     "2026-01-05T09:30:00")
+                     .arg(kClock);
+        return false;
+    }
+    return true;
+}
+
 /// A relative name means a file of the folder that the client was started in.
 bool takePlugins(const QStringList& files, ShellOptions* options, QString* error) {
     for (const QString& file : files) {
@@ -149,7 +182,8 @@ bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QStri
     if (parser.isSet(kScenario)) {
         options->command = ShellOptions::Command::Scenario;
         options->scenarioFile = parser.value(kScenario);
-        for (const QString& other : {kScale, kRebuild, kWait, kStay, kOnce, kTickRate}) {
+        for (const QString& other :
+             {kScale, kRebuild, kWait, kStay, kOnce, kTickRate, kClock, kMarketHours}) {
             if (parser.isSet(other)) {
                 *error = QStringLiteral("--%1 cannot be combined with --%2").arg(kScenario, other);
                 return false;
@@ -191,7 +225,8 @@ bool takeOptions(const QStringList& arguments, bool everywhere, ShellOptions* op
     if (!takeNumber(parser, kWait, 0, 3600, &options->waitSeconds, error) ||
         !takeNumber(parser, kScale, 1, kMaxMarketScale, &options->scale, error) ||
         !takeNumber(parser, kTickRate, 0, kMostTicks, &options->tickRate, error) ||
-        !takeBodyLimit(parser, options, error)) {
+        !takeNumber(parser, kCount, 1, kMostCount, &options->count, error) ||
+        !takeBodyLimit(parser, options, error) || !takeClock(parser, options, error)) {
         return false;
     }
     if (!takeFaults(parser.values(kFault), options, error) ||
@@ -304,6 +339,21 @@ bool takeFunctions(const QStringList& rest, ShellOptions* options, QString* erro
     return rest.size() <= 1;
 }
 
+/// "watch SYMBOL...".
+bool takeTicksCommand(const QStringList& rest, ShellOptions* options, QString* error) {
+    options->command = ShellOptions::Command::Ticks;
+    if (rest.size() < 2 || rest.first() != QLatin1String("watch") || rest.contains(QString())) {
+        *error = QStringLiteral("ticks takes 'watch SYMBOL...', and --%1 N").arg(kCount);
+        return false;
+    }
+    if (options->tickRate == 0) {
+        *error = QStringLiteral("ticks watch needs a --%1 above 0").arg(kTickRate);
+        return false;
+    }
+    options->watched = rest.mid(1);
+    return true;
+}
+
 bool takeDoctor(const QStringList& rest, ShellOptions* options, QString* error) {
     options->command = ShellOptions::Command::Doctor;
     *error = QStringLiteral("doctor takes no arguments");
@@ -317,7 +367,8 @@ struct CommandWord {
 
 constexpr CommandWord kCommands[] = {
     {"call", takeCall},       {"functions", takeFunctions}, {"accounts", takeAccounts},
-    {"symbols", takeSymbols}, {"rules", takeRules},         {"doctor", takeDoctor},
+    {"symbols", takeSymbols}, {"rules", takeRules},         {"ticks", takeTicksCommand},
+    {"doctor", takeDoctor},
 };
 
 bool takeCommand(const QString& word, const QStringList& rest, ShellOptions* options,
@@ -343,6 +394,10 @@ bool belongTogether(const ShellOptions& options, QString* error) {
             *error = QStringLiteral("--%1 is an option of call").arg(option);
             return false;
         }
+    }
+    if (options.count > 0 && options.command != ShellOptions::Command::Ticks) {
+        *error = QStringLiteral("--%1 goes with ticks watch only").arg(kCount);
+        return false;
     }
     return true;
 }
@@ -396,10 +451,14 @@ QString shellHelpText() {
         "       velmar-client [options] rules explain SYMBOL  show the quantity and price rules of "
         "a\n"
         "                                                     security and where they come from\n"
+        "       velmar-client [options] ticks watch SYMBOL... print the ticks of these symbols "
+        "until\n"
+        "                                                     Ctrl-C, or --count N of them\n"
         "       velmar-client [options] doctor                check home, market and plug-ins\n"
         "\n"
-        "  --home DIR      where settings, market and log are kept (default: VELMAR_HOME, else\n"
-        "                  velmar in the user's data folder)\n"
+        "  --home DIR      where settings, market and log are kept: a new or empty folder, or a\n"
+        "                  home made before (default: VELMAR_HOME, else velmar in the user's data\n"
+        "                  folder)\n"
         "  --plugins DIR   where the plug-in libraries are (default: ../plugins of the program);\n"
         "                  without a command every one of them is loaded\n"
         "  --plugin FILE   load this plug-in library too; may be given several times\n"
@@ -415,6 +474,11 @@ QString shellHelpText() {
         "addition\n"
         "                  to those that plug-ins subscribe to\n"
         "  --tick-rate N   ticks a second for each symbol, 0 to 1000 (default: 1)\n"
+        "  --market-hours  ticks keep to the trading hours of the exchanges; by default they play\n"
+        "                  continuous trading around the clock\n"
+        "  --clock TIME    start the server's clock at this time of the exchanges (+08:00), such "
+        "as\n"
+        "                  09:30 or 2026-01-05T09:30:00; it runs on from there\n"
         "  --body-limit SIZE\n"
         "                  refuse larger requests and answers, drop larger pushes: bytes, or with\n"
         "                  KiB or MiB, such as 512KiB; 1KiB to 1024MiB (default: 64MiB)\n"
@@ -432,7 +496,7 @@ QString shellHelpText() {
         "LC_ALL, LC_MESSAGES or LANG asks for it.\n"
         "\n"
         "The log is log/client.log in the home folder; VELMAR_LOG_DEBUG=1 adds debug lines to it.\n"
-        "Exit codes: 0 success; 1 the start-up or the scenario failed, doctor found a problem, or\n"
-        "the output could not be written; 2 wrong usage, an unknown function, account or\n"
-        "security, or an invalid scenario file.\n");
+        "Exit codes: 0 success; 1 the start-up or the scenario failed, it was interrupted, doctor\n"
+        "found a problem, or the output could not be written; 2 wrong usage, a folder that is no\n"
+        "home, an unknown function, account or security, or an invalid scenario file.\n");
 }

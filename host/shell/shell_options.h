@@ -1,12 +1,13 @@
 #pragma once
 
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
 #include <QVector>
 
 #include "body_size.h"
 #include "fault_plan.h"
-#include "rules_texts.h"
+#include "text_language.h"
 
 /// What the command line asks for.
 struct ShellOptions {
@@ -17,6 +18,7 @@ struct ShellOptions {
         Accounts,
         Symbols,
         Rules,
+        Ticks,
         Doctor,
         Scenario,
         Help,
@@ -36,14 +38,18 @@ struct ShellOptions {
     bool asJson = false;                            ///< of Accounts
     QString homeDir;                                ///< empty for the default
     QString pluginsDir;                             ///< empty for the default
-    QStringList pluginFiles;  ///< of Run: plug-in libraries from elsewhere, absolute paths
-    QString user;             ///< the login; empty for the sample market's standard one
-    int waitSeconds = 60;     ///< limit for the accounts, and for the rest of the start-up
-    int scale = 1;            ///< size of the sample market, a multiple of the standard one
-    bool rebuild = false;     ///< makes the sample market again
-    bool verbose = false;     ///< the log on stderr too, with debug lines; details of Functions
-    QStringList tickSymbols;  ///< get ticks in addition to the subscribed ones
-    int tickRate = 1;         ///< ticks a second for each symbol; 0 for none
+    QStringList pluginFiles;   ///< of Run: plug-in libraries from elsewhere, absolute paths
+    QString user;              ///< the login; empty for the sample market's standard one
+    int waitSeconds = 60;      ///< limit for the accounts, and for the rest of the start-up
+    int scale = 1;             ///< size of the sample market, a multiple of the standard one
+    bool rebuild = false;      ///< makes the sample market again
+    bool verbose = false;      ///< the log on stderr too, with debug lines; details of Functions
+    QStringList tickSymbols;   ///< get ticks in addition to the subscribed ones
+    int tickRate = 1;          ///< ticks per second and symbol; 0 for none
+    bool marketHours = false;  ///< ticks keep to the exchanges' hours
+    QDateTime clock;           ///< where the server's clock starts; invalid for the present time
+    QStringList watched;       ///< of Ticks: the symbols to print
+    int count = 0;             ///< of Ticks: how many to print; 0 for no limit
     qint64 bodyLimit = kStandingBodyLimit;  ///< most bytes of a body
     QVector<Fault> faults;                  ///< what goes wrong between client and server
     QString scenarioFile;                   ///< of Scenario

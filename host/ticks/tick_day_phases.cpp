@@ -9,7 +9,7 @@ namespace {
 
 using Changes = QVector<DayPhases::Change>;
 
-// The exchanges' own timetables as of 2025.
+// Timetables as published by the exchanges, as of 2025.
 
 /// Shares, funds, bonds and options of Shanghai, Shenzhen and Beijing.
 Changes mainlandDay() {
@@ -27,14 +27,14 @@ Changes hongKongDay() {
             {QTime(16, 0), TickPhase::closingAuction}, {QTime(16, 10), TickPhase::closed}};
 }
 
-/// Its days with a morning session only, which the closing auction follows.
+/// Hong Kong on half days: the closing auction follows the morning session.
 Changes hongKongHalfDay() {
     return {{QTime(0, 0), TickPhase::beforeOpen},      {QTime(9, 0), TickPhase::openingAuction},
             {QTime(9, 22), TickPhase::afterAuction},   {QTime(9, 30), TickPhase::continuous},
             {QTime(12, 0), TickPhase::closingAuction}, {QTime(12, 10), TickPhase::closed}};
 }
 
-/// Index futures: no auction at the close.
+/// Index futures, without a closing auction.
 Changes financialFuturesDay() {
     return {{QTime(0, 0), TickPhase::beforeOpen},    {QTime(9, 25), TickPhase::openingAuction},
             {QTime(9, 29), TickPhase::afterAuction}, {QTime(9, 30), TickPhase::continuous},
@@ -42,7 +42,7 @@ Changes financialFuturesDay() {
             {QTime(15, 0), TickPhase::closed}};
 }
 
-/// Commodity futures: a second break in the morning.
+/// Commodity futures, with a second break in the morning.
 Changes commodityDay() {
     return {{QTime(0, 0), TickPhase::beforeOpen},    {QTime(8, 55), TickPhase::openingAuction},
             {QTime(8, 59), TickPhase::afterAuction}, {QTime(9, 0), TickPhase::continuous},
@@ -51,7 +51,7 @@ Changes commodityDay() {
             {QTime(15, 0), TickPhase::closed}};
 }
 
-/// Gold: its auction belongs to the night session.
+/// Gold. Its auction belongs to the night session, which is left out.
 Changes goldDay() {
     return {{QTime(0, 0), TickPhase::beforeOpen},
             {QTime(9, 0), TickPhase::continuous},
@@ -90,7 +90,7 @@ TradeDayType calendarOf(const QString& exchange) {
     if (exchange == Exchange::hk) {
         return TradeDayType::HongKong;
     }
-    // The connect programmes rest when either side does.
+    // The connect programmes are closed when either side is.
     if (isOfHongKong(exchange)) {
         return TradeDayType::Southbound;
     }

@@ -7,17 +7,18 @@
 
 #include "trade_calendar.h"
 
-/// The phases of a market's trading day by its clock and its calendar. Day sessions only: night
-/// sessions of the commodity and gold markets are left out. Immutable; any thread.
+/// The phases of an exchange's trading day, by its timetable and its calendar. Day sessions only:
+/// the night sessions of the commodity and gold markets are left out. Immutable; any thread.
 class DayPhases {
 public:
-    /// The day of an exchange, a value of the Exchange group; an unknown one has the day of
-    /// Shanghai. Without a calendar, and outside the years of the given one, weekends are the only
-    /// holidays and no day is half.
+    /// `exchange` is a value of the Exchange group; an unknown one gets Shanghai's timetable.
+    /// Without a calendar, and outside its years, only weekends are closed and no day is a half
+    /// day.
     explicit DayPhases(const QString& exchange,
                        std::shared_ptr<const TradeCalendar> calendar = nullptr);
 
-    /// A value of TickPhase; the time is taken as it reads, whatever its time zone.
+    /// The phase at a time, a value of TickPhase. Date and time count as they read, so the time
+    /// must be in the exchange's zone.
     QString at(const QDateTime& time) const;
 
     struct Change {
@@ -32,5 +33,5 @@ private:
     std::shared_ptr<const TradeCalendar> m_calendar;  // may be null
     TradeDayType m_type = TradeDayType::Shares;
     QVector<Change> m_changes;  // by time, the first one at midnight
-    QVector<Change> m_halfDay;  // the same of a day with a morning session only; may be empty
+    QVector<Change> m_halfDay;  // the same for a half day; empty where there are no half days
 };

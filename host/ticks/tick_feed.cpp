@@ -23,12 +23,12 @@ inline const QString kPriceStep = QStringLiteral("PriceTick");
 constexpr double kStandardLimit = 0.1;
 /// Ticks that fall due closer together are published together.
 constexpr auto kShortestRest = std::chrono::milliseconds(20);
-/// A time that never comes, and whose nanoseconds still fit.
+/// Later than any clock gets, while its nanoseconds still fit their type.
 constexpr double kNeverSeconds = 1e9;
 constexpr double kMostSecondsToCatchUp = 1.0;
 constexpr double kMostTicksPerSecond = 1e6;
 
-/// Equal on every machine and in every run, which qHash() is not.
+/// The same on every machine and in every run, which qHash() does not guarantee.
 quint32 seedOf(const QString& symbol, quint32 seed) {
     quint32 hash = 2166136261U;
     const auto mix = [&hash](quint32 byte) { hash = (hash ^ byte) * 16777619U; };
@@ -60,8 +60,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    /// Wakes the thread. Of its own, since a change of the subscriptions may ring while the feed
-    /// goes.
+    /// Wakes the thread. It is shared with the subscription listener, which may still be running
+    /// when the feed is destroyed.
     struct Bell {
         std::mutex lock;  // guards what follows; not held while ticks are published
         std::condition_variable wake;
@@ -76,14 +76,14 @@ private:
             }
             wake.notify_all();
         }
-        /// Sleeps until it is rung. False at the end.
+        /// Sleeps until it is rung. Returns false when the thread has to end.
         bool sleep() {
             std::unique_lock<std::mutex> guard(lock);
             wake.wait(guard, [this] { return rung; });
             rung = false;
             return !ending;
         }
-        /// The same, but no longer than until that time.
+        /// The same, with a time at which the sleep ends anyway.
         bool sleepUntil(const Clock::time_point& time) {
             std::unique_lock<std::mutex> guard(lock);
             wake.wait_until(guard, time, [this] { return rung; });
@@ -106,7 +106,7 @@ private:
 
     const std::shared_ptr<Bell> m_bell = std::make_shared<Bell>();
     const std::shared_ptr<void> m_listening;
-    std::thread m_thread;  // the last one: it uses the others
+    std::thread m_thread;  // declared last, because it uses the members above
 };
 
 TickFeed::TickFeed(const Options& options) : m_options(options) {
@@ -116,7 +116,8 @@ TickFeed::TickFeed(const Options& options) : m_options(options) {
     QString error;
     m_store = MarketStore::open(m_options.staticDatabaseFile, &error);
     if (!m_store) {
-        qCWarning(lcMarket) << "ticks begin at the standing figures:" << error;
+        qCWarning(lcMarket) << "the static database cannot be read, ticks use standard figures:"
+                            << error;
     }
 }
 
@@ -129,8 +130,9 @@ void TickFeed::start() {
         m_paid = 0;
         m_idle = false;
         m_runner = std::make_unique<Runner>(*this);
-        qCDebug(lcMarket) << "ticks begin," << m_options.symbols.size() << "symbols chosen,"
-                          << m_options.ticksPerSecond << "a second";
+        qCInfo(lcMarket).noquote()
+            << "tick feed started:" << hoursText() + QLatin1Char(',') << m_options.symbols.size()
+            << "symbols chosen," << m_options.ticksPerSecond << "ticks per second";
     }
 }
 
@@ -155,6 +157,11 @@ QDateTime TickFeed::now() const {
                            : CBusinessDataBase::GetInstance()->getCurrentBusinessDateTime();
 }
 
+QString TickFeed::hoursText() const {
+    return m_options.aroundTheClock ? QStringLiteral("continuous trading around the clock")
+                                    : QStringLiteral("trading hours of the exchanges");
+}
+
 /// 0 while there is nothing to publish.
 double TickFeed::ratePerSecond() const {
     if (m_walks.empty()) {
@@ -175,9 +182,10 @@ int TickFeed::catchUp(std::chrono::nanoseconds sinceStart) {
         m_paid = elapsed;
         return 0;
     }
-    // At a low rate the second is longer, or no tick would ever come.
+    // At a low rate one second holds less than a tick: allow for two ticks, or none would ever
+    // come.
     m_paid = std::max(m_paid, elapsed - std::max(kMostSecondsToCatchUp, 2 / rate));
-    // What is less than a tick stays owed, so that no rounding adds up.
+    // The fraction of a tick stays owed, so that rounding does not add up.
     const int due = static_cast<int>(std::floor((elapsed - m_paid) * rate + 1e-9));
     int published = 0;
     while (published < due && publishNext()) {
@@ -215,7 +223,7 @@ TickWalk::Figures TickFeed::figuresOf(const QVariantMap& record) {
     return figures;
 }
 
-/// Takes up what was subscribed since, and begins anew with every day.
+/// Takes over changes of the subscriptions; a new day restarts every walk.
 void TickFeed::followSymbols(const QDate& day) {
     const QStringList subscribed = DataStores::tickSubscriptions().symbols();
     if (day == m_day && subscribed == m_subscribed) {
@@ -223,7 +231,8 @@ void TickFeed::followSymbols(const QDate& day) {
     }
     const QStringList symbols = m_options.symbols + subscribed;
     const QSet<QString> wanted(symbols.cbegin(), symbols.cend());
-    QSet<QString> present;
+    m_refused.intersect(wanted);
+    QSet<QString> present = m_refused;
     std::vector<Walk> walks;
     if (day == m_day) {
         for (Walk& one : m_walks) {
@@ -236,7 +245,7 @@ void TickFeed::followSymbols(const QDate& day) {
     for (const QString& symbol : symbols) {
         if (!symbol.isEmpty() && !present.contains(symbol)) {
             present.insert(symbol);
-            walks.push_back(walkOf(symbol));
+            addWalk(symbol, walks);
         }
     }
     m_day = day;
@@ -245,11 +254,18 @@ void TickFeed::followSymbols(const QDate& day) {
     m_next = m_walks.empty() ? 0 : m_next % m_walks.size();
 }
 
-TickFeed::Walk TickFeed::walkOf(const QString& symbol) const {
+void TickFeed::addWalk(const QString& symbol, std::vector<Walk>& walks) {
     const QVariantMap record = recordOfSymbol(symbol);
-    return {symbol,
-            DayPhases(record.value(UserAccount::securityExchange).toString(), m_options.calendar),
-            TickWalk(seedOf(symbol, m_options.seed), figuresOf(record))};
+    if (m_store && record.isEmpty()) {
+        m_refused.insert(symbol);
+        qCWarning(lcMarket).nospace()
+            << "no ticks for " << symbol << ": the static database has no security of this name";
+        return;
+    }
+    walks.push_back(
+        {symbol,
+         DayPhases(record.value(UserAccount::securityExchange).toString(), m_options.calendar),
+         TickWalk(seedOf(symbol, m_options.seed), figuresOf(record))});
 }
 
 QVariantMap TickFeed::recordOfSymbol(const QString& symbol) const {
@@ -272,11 +288,12 @@ bool TickFeed::publishNext() {
     }
     Walk& one = m_walks[m_next];
     m_next = (m_next + 1) % m_walks.size();
-    QVariantMap tick = one.walk.step(one.phases.at(time));
+    QVariantMap tick =
+        one.walk.step(m_options.aroundTheClock ? TickPhase::continuous : one.phases.at(time));
     const QString symbol = one.symbol;
     tick.insert(TickField::symbol, symbol);
     tick.insert(TickField::time, time);
-    // The last thing: whoever takes the tick on this thread may well step the feed again.
+    // Publish last: a reader that takes the tick on this thread may step the feed again.
     LocalPlatform::instance().publishTick(symbol, tick);
     return true;
 }

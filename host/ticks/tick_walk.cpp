@@ -9,11 +9,11 @@ namespace {
 
 constexpr double kSmallestStep = 1e-6;
 constexpr qint64 kFinestScale = 1000000;
-/// Prices in the finest steps stay far from the ends of their type.
+/// Keeps prices, counted in the finest steps, within qint64.
 constexpr double kMaxPrice = 1e9;
-/// Above this a limit stands for "none".
+/// A limit above this means that the day has no limit.
 constexpr double kNoLimitFrom = 1e7;
-/// How far off the grid a limit may be and still count as on it, in steps.
+/// A limit this close to the grid, in steps, counts as on it.
 constexpr double kOnGrid = 1e-6;
 
 bool isPrice(double value) {
@@ -34,8 +34,8 @@ TickWalk::TickWalk(quint32 seed, const Figures& figures)
     m_last = inLimits(m_previousClose);
 }
 
-/// Finds the power of ten that makes the step a whole number, so that prices are quotients of two
-/// whole numbers and read like decimals.
+/// Finds the power of ten that makes the step a whole number: prices are then quotients of two
+/// whole numbers, which print as short decimals.
 void TickWalk::setGrid(double step) {
     m_scale = 1;
     while (m_scale < kFinestScale &&
@@ -76,7 +76,7 @@ qint64 TickWalk::inLimits(qint64 units) const {
     return m_hasUpper ? std::min(atLeast, m_upper) : atLeast;
 }
 
-/// Mostly a step or none; two now and then. Both directions alike.
+/// Mostly one step or none, sometimes two; both directions are equally likely.
 int TickWalk::moveOf() {
     static const int moves[] = {-2, -1, -1, -1, 0, 0, 0, 0, 1, 1, 1, 2};
     return moves[m_random.below(static_cast<int>(std::size(moves)))];
@@ -105,7 +105,7 @@ void TickWalk::matchAuction() {
     }
 }
 
-/// An auction shows one price on both sides.
+/// In an auction both sides show the same price.
 void TickWalk::addAuctionLevel(QVariantMap& tick) {
     m_auction = inLimits((m_auction > 0 ? m_auction : m_last) + moveOf());
     const qint64 matched = quantity();
@@ -115,7 +115,8 @@ void TickWalk::addAuctionLevel(QVariantMap& tick) {
     tick.insert(TickField::sellQty[0], matched);
 }
 
-/// The last deal took place at the best price of one side. At a limit the other side is empty.
+/// The last deal was made at the best price of one side. At a limit of the day the other side is
+/// empty.
 void TickWalk::addLevels(QVariantMap& tick) {
     const bool sellerCame = m_random.below(2) == 0;
     const bool atUpper = m_hasUpper && m_last == m_upper;

@@ -5,27 +5,28 @@
 
 #include "market_random.h"
 
-/// One security's day as a random walk on its price grid, inside the day's limits: equal figures,
-/// seed and sequence of phases give equal ticks on every machine. No clock and no thread; not to be
-/// called by two threads at once.
+/// One security's day as a random walk on its price grid, inside the day's limits. Equal figures,
+/// seed and sequence of phases give equal ticks on every machine. It uses neither clock nor thread,
+/// and must not be called by two threads at once.
 class TickWalk {
 public:
     struct Figures {
         double previousClose = 10.0;
-        double step = 0.01;  ///< of the price grid, at least 0.000001
-        double upperLimit = 0;
-        double lowerLimit = 0;  ///< 0: none, as above
-        int lot = 100;          ///< what quantities are multiples of
+        double step = 0.01;     ///< of the price grid, at least 0.000001
+        double upperLimit = 0;  ///< 0: no limit
+        double lowerLimit = 0;  ///< 0: no limit
+        int lot = 100;          ///< quantities are multiples of it
     };
 
-    /// Figures that cannot be (a step or close that is no positive number, limits the wrong way
-    /// round) are replaced: the standard ones, no limits. The previous close is moved onto the
-    /// grid.
+    /// Impossible figures are replaced: a step or close that is not a positive number by the
+    /// standard ones, an upper limit below the lower one by no limits. The previous close is moved
+    /// onto the grid.
     TickWalk(quint32 seed, const Figures& figures);
 
-    /// One step in a phase, a value of TickPhase. The tick with every key of TickField except
+    /// One step in a phase, a value of TickPhase. Returns a tick with every key of TickField except
     /// those of the symbol and the time. Prices move and deals are made in the continuous phase;
-    /// the auctions quote where they would match, and are matched at the first step after them.
+    /// an auction quotes the price at which it would match, and is matched at the first step after
+    /// it.
     QVariantMap step(const QString& phase);
 
 private:
@@ -52,7 +53,7 @@ private:
     int m_lot = 100;
 
     qint64 m_last = 0;
-    qint64 m_auction = 0;  // where a running auction would match; 0: none is under way
+    qint64 m_auction = 0;  // where the running auction would match; 0 outside auctions
     qint64 m_open = 0;
     qint64 m_high = 0;
     qint64 m_low = 0;

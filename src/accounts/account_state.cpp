@@ -32,7 +32,7 @@ std::shared_ptr<const AccountRows> AccountState::accountRows(
     const Guarded<AccountTables>::ReadHandle& tables) const {
     const auto order = m_accountOrderLock.read();
     // Held while the rows are built, so that others wait for them instead of building them too.
-    const auto cache = m_accountRowsLock.write();
+    const auto cache = m_accountRowsLock.lock();
     if (!cache->rows || cache->tablesRevision != tables.revision() ||
         cache->orderRevision != order.revision()) {
         cache->rows = std::make_shared<const AccountRows>(*tables, *order);

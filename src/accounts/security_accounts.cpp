@@ -215,7 +215,7 @@ int SecurityAccounts::SetCurrentSecurityAccountMap(const ChosenMap& accountMap) 
                 const QStringList legal = all.value(account.key()).value(it.key());
                 if (!legal.contains(it.value())) {
                     result = -1;
-                    qCWarning(lcAccounts).noquote()
+                    qCDebug(lcAccounts).noquote()
                         << QStringLiteral(
                                "存在账号设置错误，交易账号：%1，市场：%2，合法证券账号列表：%3，"
                                "设置账号：%4失败")

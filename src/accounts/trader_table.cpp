@@ -1,9 +1,8 @@
 #include "trader_table.h"
 
+#include "data_query.h"
 #include "log.h"
-#include "server_request.h"
 #include "velmarutils/velmar_init_state_mgr.h"
-#include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/quindar_msg_type.h"
 #include "vocabulary/values.h"
@@ -12,8 +11,6 @@
 
 namespace {
 
-constexpr int kPageSize = 1000;
-constexpr int kFirstPage = 1;
 constexpr int kTimeOutMs = 30000;
 
 /// The request's field for an account of this kind; empty for other kinds.
@@ -40,9 +37,9 @@ QStringList TraderTable::GetBindTraderListByAccount(ZnPresenterClass* prtClass,
     const ServerReply reply =
         sendToServer(prtClass, {Velmar_MsgType::getSysUserTradingPermRequest, {{field, account}}});
     if (reply.outcome == ServerReply::Outcome::TimedOut) {
-        qCWarning(lcAccounts).noquote() << QStringLiteral("查询账号绑定权限超时。");
+        qCDebug(lcAccounts).noquote() << QStringLiteral("查询账号绑定权限超时。");
     } else if (!reply.isAnswered()) {
-        qCWarning(lcAccounts).noquote() << QStringLiteral("查询账号绑定权限失败：") + reply.text;
+        qCDebug(lcAccounts).noquote() << QStringLiteral("查询账号绑定权限失败：") + reply.text;
     }
     QStringList traders;
     for (const QVariantMap& row : reply.rows) {
@@ -65,22 +62,20 @@ void TraderTable::loadTraders(ZnPresenterClass* prtClass) {
         {UserAccount::organCode,
          CBusinessDataBase::GetInstance()->GetLoginAccountDetail().value(UserAccount::organCode)},
         {UserAccount::userStatus, UserStatus::good}};
-    QString error;
-    const QList<QVariantMap> rows = VelmarUtils::QueryDatasFromServerByPage(
-        prtClass, Quindar_MsgType::quant_GetUserRequest, request, error, kPageSize, kFirstPage, 0,
-        kTimeOutMs);
-    if (!error.isEmpty()) {
-        qCWarning(lcAccounts).noquote() << "the traders are not loaded:" << error;
+    const ServerReply reply =
+        queryPages(prtClass, Quindar_MsgType::quant_GetUserRequest, request, kTimeOutMs);
+    if (!reply.isAnswered()) {
+        qCDebug(lcAccounts).noquote() << "the traders are not loaded:" << reply.text;
         states.FinishInit(InitTypeCode::AllTraderList, false, true);
         return;
     }
     {
         const auto tables = m_traderLock.write();
-        for (const QVariantMap& row : rows) {
+        for (const QVariantMap& row : reply.rows) {
             tables->m_traderInfoMap.insert(row.value(UserAccount::userID).toString(), row);
         }
     }
-    states.FinishInit(InitTypeCode::AllTraderList, true, !rows.isEmpty());
+    states.FinishInit(InitTypeCode::AllTraderList, true, !reply.rows.isEmpty());
 }
 
 QMap<QString, QString> TraderTable::GetOrganTraderList(ZnPresenterClass* prtClass) {

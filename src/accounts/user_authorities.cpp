@@ -135,9 +135,9 @@ QVariantMap UserAuthorities::queryAuthority(ZnPresenterClass* prtClass, const QS
         request.fields.insert(UserAccount::account, key);
         const ServerReply reply = sendToServer(prtClass, request);
         if (reply.outcome == ServerReply::Outcome::TimedOut) {
-            qCWarning(lcAccounts).noquote() << QStringLiteral("查询账号权限超时");
+            qCDebug(lcAccounts).noquote() << QStringLiteral("查询账号权限超时");
         } else if (!reply.isAnswered()) {
-            qCWarning(lcAccounts).noquote()
+            qCDebug(lcAccounts).noquote()
                 << QStringLiteral("查询账号权限失败，原因：%1").arg(reply.text);
         }
         for (const QVariantMap& row : reply.rows) {
@@ -159,7 +159,7 @@ bool UserAuthorities::SetUserAuthority(ZnPresenterClass* prtClass, const QString
         const auto tables = m_authorityLock.read();
         const auto defined = tables->m_authorityDefineMap.constFind(authType);
         if (defined == tables->m_authorityDefineMap.cend()) {
-            qCWarning(lcAccounts).noquote()
+            qCDebug(lcAccounts).noquote()
                 << QStringLiteral("尝试设置不存在的authType：%1，请去相应配置文件提前配置")
                        .arg(authType);
             return false;
@@ -167,7 +167,7 @@ bool UserAuthorities::SetUserAuthority(ZnPresenterClass* prtClass, const QString
         kind = kindOf(*defined);
     }
     if (!allKeysOfAccountType(kind).contains(key)) {
-        qCWarning(lcAccounts).noquote()
+        qCDebug(lcAccounts).noquote()
             << QStringLiteral("当前authType：%1，不支持传入的key：%2").arg(authType, key);
         return false;
     }
@@ -182,11 +182,11 @@ bool UserAuthorities::SetUserAuthority(ZnPresenterClass* prtClass, const QString
     request.answer = AnswerForm::NamedStatus;
     const ServerReply reply = sendToServer(prtClass, request);
     if (reply.outcome == ServerReply::Outcome::TimedOut) {
-        qCWarning(lcAccounts).noquote() << QStringLiteral("用户权限修改超时");
+        qCDebug(lcAccounts).noquote() << QStringLiteral("用户权限修改超时");
         return false;
     }
     if (!reply.isAnswered()) {
-        qCWarning(lcAccounts).noquote()
+        qCDebug(lcAccounts).noquote()
             << QStringLiteral("用户权限修改失败，失败原因：%1").arg(reply.text);
         return false;
     }

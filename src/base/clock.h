@@ -3,7 +3,7 @@
 #include <QDate>
 #include <QDateTime>
 
-/// The time, handed in so that midnight can be tested. Any thread.
+/// The current time, as an interface so that tests can set it. Any thread.
 class Clock {
 public:
     virtual ~Clock() = default;

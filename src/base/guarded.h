@@ -2,33 +2,11 @@
 
 #include <QMutex>
 #include <QReadWriteLock>
+#include <type_traits>
 #include <utility>
 
 #include "lock_rank.h"
 #include "sanitizer.h"
-
-namespace guarded_detail {
-
-inline void lockForRead(QReadWriteLock& lock) {
-    lock.lockForRead();
-}
-inline void lockForWrite(QReadWriteLock& lock) {
-    lock.lockForWrite();
-}
-inline void unlock(QReadWriteLock& lock) {
-    lock.unlock();
-}
-inline void lockForRead(QMutex& lock) {
-    lock.lock();
-}
-inline void lockForWrite(QMutex& lock) {
-    lock.lock();
-}
-inline void unlock(QMutex& lock) {
-    lock.unlock();
-}
-
-}  // namespace guarded_detail
 
 /// Tables that cannot be reached without their lock. The guard carries the lock's name, the tables
 /// keep theirs:
@@ -36,11 +14,14 @@ inline void unlock(QMutex& lock) {
 ///     const auto accounts = m_accountLock.read();
 ///     accounts->m_accountInfoMap ...
 ///
-/// The lock is not recursive: never call an operation that takes it while a handle is alive.
+/// A guard over a QReadWriteLock has read() and write(), one over a QMutex has lock(). Neither lock
+/// is recursive: never call an operation that takes it while a handle is alive.
 template <class Tables, class Lock = QReadWriteLock>
 class Guarded {
+    static constexpr bool kHasReaders = std::is_same_v<Lock, QReadWriteLock>;
+
 public:
-    /// `name` and `rank` serve the check of the lock order in debug builds.
+    /// `name` and `rank` are for the check of the lock order in debug builds.
     Guarded(const char* name, LockRank rank) : m_name(name), m_rank(rank) {}
     Q_DISABLE_COPY(Guarded)
 
@@ -48,23 +29,30 @@ public:
     class Handle {
     public:
         Handle(Handle&& other) noexcept
-            : m_guard(std::exchange(other.m_guard, nullptr)), m_tables(other.m_tables) {}
+            : m_guard(std::exchange(other.m_guard, nullptr)),
+              m_tables(std::exchange(other.m_tables, nullptr)) {}
         Handle& operator=(Handle&&) = delete;
         Q_DISABLE_COPY(Handle)
         ~Handle() { unlock(); }
 
-        /// Gives the lock back before the handle's life ends; the tables are out of reach then.
+        /// Releases the lock before the handle's life ends and puts the tables out of reach: using
+        /// the handle afterwards is a programming error, at which a debug build stops with a
+        /// message.
         void unlock() {
             if (m_guard) {
+                m_tables = nullptr;
                 std::exchange(m_guard, nullptr)->release();
             }
         }
 
-        Seen* operator->() const& { return m_tables; }
-        Seen& operator*() const& { return *m_tables; }
-        /// How often the tables were locked for writing; what was worked out from them holds for as
-        /// long as this stays.
-        quint64 revision() const { return m_guard->m_revision; }
+        Seen* operator->() const& { return &tables(); }
+        Seen& operator*() const& { return tables(); }
+        /// How often the tables were locked for writing. A result computed from them stays valid
+        /// while this number stays the same.
+        quint64 revision() const {
+            Q_ASSERT_X(m_guard, "Guarded", "a handle is used after its unlock()");
+            return m_guard->m_revision;
+        }
 
         // On a temporary the lock would be gone before the tables are used.
         Seen* operator->() const&& = delete;
@@ -74,6 +62,11 @@ public:
         friend class Guarded;
         Handle(const Guarded* guard, Seen* tables) : m_guard(guard), m_tables(tables) {}
 
+        Seen& tables() const {
+            Q_ASSERT_X(m_tables, "Guarded", "a handle is used after its unlock()");
+            return *m_tables;
+        }
+
         const Guarded* m_guard;
         Seen* m_tables;
     };
@@ -81,16 +74,27 @@ public:
     using ReadHandle = Handle<const Tables>;
     using WriteHandle = Handle<Tables>;
 
+    template <bool available = kHasReaders, std::enable_if_t<available, int> = 0>
     [[nodiscard]] ReadHandle read() const {
         HeldLocks::taken(m_rank, m_name);
-        guarded_detail::lockForRead(m_lock);
+        m_lock.lockForRead();
         sanitizerAcquire(&m_lock);
         return ReadHandle(this, &m_tables);
     }
 
+    template <bool available = kHasReaders, std::enable_if_t<available, int> = 0>
     [[nodiscard]] WriteHandle write() {
         HeldLocks::taken(m_rank, m_name);
-        guarded_detail::lockForWrite(m_lock);
+        m_lock.lockForWrite();
+        sanitizerAcquire(&m_lock);
+        ++m_revision;
+        return WriteHandle(this, &m_tables);
+    }
+
+    template <bool available = !kHasReaders, std::enable_if_t<available, int> = 0>
+    [[nodiscard]] WriteHandle lock() {
+        HeldLocks::taken(m_rank, m_name);
+        m_lock.lock();
         sanitizerAcquire(&m_lock);
         ++m_revision;
         return WriteHandle(this, &m_tables);
@@ -99,7 +103,7 @@ public:
 private:
     void release() const {
         sanitizerRelease(&m_lock);
-        guarded_detail::unlock(m_lock);
+        m_lock.unlock();
         HeldLocks::released(m_rank);
     }
 

@@ -2,8 +2,8 @@
 
 #include <QtGlobal>
 
-/// The order in which locks may be taken by one thread: a lock only while every lock that the
-/// thread holds has a smaller rank. docs/locks.md tells the same with reasons.
+/// The order in which one thread may take locks: a lock may be taken only while every lock that the
+/// thread holds has a smaller rank. docs/locks.md lists the locks with the reasons for their order.
 enum class LockRank : int {
     FirstLoad = 10,         ///< the first load's mutex
     Initialize = 20,        ///< building the presenter
@@ -16,11 +16,11 @@ enum class LockRank : int {
     AccountRows = 220,      ///< m_accountRowsLock
     Cage = 300,             ///< m_cageLock
     HeartBeat = 400,        ///< m_heartBeatLock
-    Leaf = 900              ///< held for one access alone
+    Leaf = 900              ///< held for one access only
 };
 
-/// Keeps, per thread, the ranks of the locks that it holds, and ends the process with a message
-/// when one is taken out of order. Nothing in builds without debug checks.
+/// Records the ranks of the locks that each thread holds, and ends the process with a message when
+/// a lock is taken out of order. Does nothing in builds without debug checks.
 class HeldLocks {
 public:
 #ifdef QT_NO_DEBUG
@@ -30,6 +30,6 @@ public:
     static void taken(LockRank rank, const char* name);
     static void released(LockRank rank);
 #endif
-    /// Whether the calling thread holds any lock, always false without debug checks.
+    /// Whether the calling thread holds any lock; always false without debug checks.
     static bool any();
 };

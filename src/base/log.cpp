@@ -1,9 +1,13 @@
 #include "log.h"
 
-#define VELMAR_CATEGORY(function, name)                                 \
-    const QLoggingCategory& function() {                                \
-        static const auto* const category = new QLoggingCategory(name); \
-        return *category;                                               \
+#include "never_destroyed.h"
+
+#define VELMAR_CATEGORY(function, name)            \
+    const QLoggingCategory& function() {           \
+        struct Category : QLoggingCategory {       \
+            Category() : QLoggingCategory(name) {} \
+        };                                         \
+        return neverDestroyed<Category>();         \
     }
 
 VELMAR_CATEGORY(lcBase, "velmar.base")
@@ -18,5 +22,5 @@ VELMAR_CATEGORY(lcRequests, "velmar.requests")
 #undef VELMAR_CATEGORY
 
 void logWithoutReader(const QLoggingCategory& category, const char* what) {
-    qCDebug(category) << what << "arrived and nothing here reads it";
+    qCDebug(category) << what << "arrived; this build has no reader for it";
 }

@@ -2,8 +2,8 @@
 
 #include <QLoggingCategory>
 
-// One category per subsystem. They are never destroyed, since objects that live to the end of the
-// process log from their destructors.
+// One category per subsystem. They are never destroyed, because objects that live until the process
+// exits still log from their destructors.
 const QLoggingCategory& lcBase();
 const QLoggingCategory& lcPlugin();
 const QLoggingCategory& lcCore();
@@ -13,5 +13,5 @@ const QLoggingCategory& lcAccounts();
 const QLoggingCategory& lcSymbolRules();
 const QLoggingCategory& lcRequests();
 
-/// Tells at debug level that what arrived has no reader in this build.
+/// Logs at debug level that something arrived which no code of this build reads.
 void logWithoutReader(const QLoggingCategory& category, const char* what);

@@ -6,9 +6,9 @@
 
 #include "sanitizer.h"
 
-/// A functor on its way to another thread. The last thing that the sender does is to move it into
-/// the queue's memory, so that move is what releases; whoever calls it acquires before it reads
-/// anything of it.
+/// A functor that is queued to another thread, with the hand-over marked for the thread sanitizer.
+/// The sender's last access is the move into the queue's memory, so the move releases; the receiver
+/// acquires before it reads the functor.
 template <class Functor>
 class PostedFunctor {
 public:
@@ -19,7 +19,7 @@ public:
     PostedFunctor(const PostedFunctor&) = delete;
     PostedFunctor& operator=(const PostedFunctor&) = delete;
     PostedFunctor& operator=(PostedFunctor&&) = delete;
-    // The queue's memory goes on whichever of the two threads lets go of it last.
+    // The queue's memory is freed by whichever of the two threads uses it last.
     ~PostedFunctor() { sanitizerAcquire(&s_address); }
 
     void operator()() {
@@ -33,8 +33,8 @@ private:
     Functor m_functor;
 };
 
-/// Runs a functor on the context object's thread: at once when that is the calling one, else
-/// queued. Dropped when the context is gone by then.
+/// Runs a functor on the context object's thread: at once when that is the calling thread,
+/// otherwise queued. It is dropped when the context is destroyed before.
 template <class Functor>
 void invokeOn(QObject* context, Functor functor) {
     QMetaObject::invokeMethod(context, PostedFunctor<Functor>(std::move(functor)));

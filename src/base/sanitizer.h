@@ -1,7 +1,7 @@
 #pragma once
 
-// The thread sanitizer does not see the futexes inside Qt's locks and event queues. These two tell
-// it of a hand-over; in every other build they are nothing.
+// The thread sanitizer does not see the futexes inside Qt's locks and event queues. These two
+// functions mark a hand-over between threads for it; in every other build they do nothing.
 #ifdef __SANITIZE_THREAD__
 extern "C" void __tsan_acquire(void* address);
 extern "C" void __tsan_release(void* address);

@@ -1,7 +1,7 @@
 #include "log.h"
 #include "zn_business_data_manager.h"
 
-// Slots whose tables this build does not have: what arrives is told and dropped.
+// Slots whose tables this build does not have yet: what arrives is logged and dropped.
 
 #define VELMAR_WITHOUT_READER(name, ...)                             \
     void ZnBusinessDataManager::name(__VA_ARGS__) {                  \

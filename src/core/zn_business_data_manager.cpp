@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include "account_authority.h"
 #include "account_edits.h"
 #include "account_lookups.h"
 #include "account_state.h"
@@ -35,7 +36,7 @@
 
 namespace {
 
-// Whether the start-up work is still to be done; an exchange claims it.
+// True until an object claims the start-up work by an exchange.
 std::atomic<bool> s_firstConstruction{true};
 
 constexpr const char* kInitDataTag = "ZnBusinessDataManager::InitData";
@@ -76,7 +77,7 @@ ZnBusinessDataManager::ZnBusinessDataManager(QObject* parent)
     if (s_firstConstruction.exchange(false)) {
         startUp();
     }
-    // Its slots are the application thread's, whoever was first to need the data.
+    // The first caller may be any thread; the slots run on the application's.
     if (!parent && qApp && thread() != qApp->thread()) {
         moveToThread(qApp->thread());
     }
@@ -108,8 +109,8 @@ void ZnBusinessDataManager::registerMetaTypes() {
     qRegisterMetaType<QList<QVariantMap>>("QList<QVariantMap>&");
     qRegisterMetaType<QMap<int, QVariantMap>>("QMap<int, QVariantMap>");
     qRegisterMetaType<QMap<int, QVariantMap>>("QMap<int, QVariantMap>&");
-    // A reference argument is queued under its own name; unregistered, the first emission across
-    // threads would end the connection for good.
+    // Qt looks a reference argument up under its own name. Without a registration the first queued
+    // emission fails and the connection stays dead.
     qRegisterMetaType<QVariantMap>("QVariantMap&");
     qRegisterMetaType<ZnPresenterClass*>("ZnPresenterClass*");
 }
@@ -140,9 +141,13 @@ void ZnBusinessDataManager::InitData() {
 void ZnBusinessDataManager::loadNewStocks() {
     const QStringList exchanges{Quindar_Values::Exchange::sh, Quindar_Values::Exchange::sz,
                                 Velmar_Values::Exchange::bj};
+    constexpr int kCashAndMargin =
+        Torvi_InnerFundProp::normalTrade | Torvi_InnerFundProp::marginTrade;
+    constexpr bool kIncludeDistributed = true;
+    constexpr bool kWait = true;
     QStringList accounts;
-    const auto records =
-        m_accountLookups->GetFundAccountListByFundProp(3, 16, true, exchanges, true);
+    const auto records = m_accountLookups->GetFundAccountListByFundProp(
+        kCashAndMargin, kTradeBit, kIncludeDistributed, exchanges, kWait);
     for (const tagUserAccountInfo& record : records) {
         accounts.append(record.tradingAccount);
     }

@@ -31,21 +31,21 @@ class SymbolIdentity;
 class Tradability;
 class ZnPresenterClass;
 
-/// The one object that holds the plug-in's business data, by owning the companions that hold it.
-/// Made at the first use, by whichever thread that is; lives to the end of the process, on the
-/// application's thread. Operations are the companions' own and may be called from any thread.
+/// The singleton that owns the plug-in's business data: each group of tables is a companion object
+/// of its own. Created at its first use, on any thread; lives on the application's thread until the
+/// process exits. The companions' operations may be called from any thread.
 class ZnBusinessDataManager : public QObject, private SecurityAccountSink, private PriceCageSink {
     Q_OBJECT
 
 public:
-    /// The singleton. Never called from the constructor's own path.
+    /// The singleton. Must not be called while its constructor runs: that ends the process.
     static ZnBusinessDataManager* instance();
 
-    /// Only the first object made in a process does the start-up work.
+    /// Only the first object of a process does the start-up work.
     explicit ZnBusinessDataManager(QObject* parent = nullptr);
     ~ZnBusinessDataManager() override;
 
-    /// The last part of the start-up: what needs the account tables.
+    /// The last part of the start-up: loads what needs the account tables.
     void InitData();
 
     FundAccountTable& fundAccounts() { return *m_fundAccountTable; }
@@ -101,7 +101,7 @@ private:
     void securityAccountSettingChanged() override;
     void priceCageInfoFinishInit() override;
 
-    // In the order in which they are made; each needs at most those above it.
+    // In the order of construction: each needs at most those above it, named behind it.
     const SystemClock m_clock;
     const std::unique_ptr<AccountState> m_accountState;
     const std::unique_ptr<FundAbbrNames> m_fundAbbrNames;

@@ -264,11 +264,11 @@ public:
     static QList<QVariantMap> GetTraderInfoList(const QString& userType);
 
     // What a symbol is. An unknown symbol gives empty answers. The first question about a symbol in
-    // a process reads the securities from the static database; none blocks otherwise.
+    // a process reads the securities from the static database; otherwise none of these blocks.
 
-    /// A symbol's record, keys of the Security, MDCFieldDefine and UserAccount groups: of an
-    /// ordinary security, else of a redemption code, a new issue (by its symbol or the code of its
-    /// subscription) or a portfolio for lending. Any thread; does not block.
+    /// A symbol's record, with keys of the Security, MDCFieldDefine and UserAccount groups: the
+    /// record of an ordinary security, or else of a redemption code, a new issue (by its symbol or
+    /// the code of its subscription) or a portfolio for lending. Any thread; does not block.
     static QVariantMap GetSecurityDetailsBySymbol(QString symbol);
 
     /// A symbol's MdcSecurityType. Any thread; does not block.
@@ -290,18 +290,19 @@ public:
     /// The display names of these exchanges, in the same order. Any thread; does not block.
     static QStringList GetExchangeNameBySymbol(const QString& symbol);
 
-    /// The symbol that an exchange knows by this id. Any thread; does not block.
+    /// The symbol of a security id on an exchange. Any thread; does not block.
     static QString GetSymbolBySecurityIDAndExchange(QString securityID, QString exchange);
 
-    /// The id that exchanges know a symbol by; of a new issue the symbol itself. Any thread; does
+    /// The id by which exchanges know a symbol; for a new issue the symbol itself. Any thread; does
     /// not block.
     static QString GetSecurityIDBySymbol(QString symbol);
 
     /// A symbol's display name. Any thread; does not block.
     static QString GetSecurityChineseName(QString symbol);
 
-    /// The symbol of a record: its Security::symbol if that is known, or without one that of its
-    /// Security::securityID and UserAccount::securityExchange. Any thread; does not block.
+    /// The symbol of a record: its Security::symbol if that is a known symbol. A record without a
+    /// symbol gives that of its Security::securityID and UserAccount::securityExchange. Any thread;
+    /// does not block.
     static QString GetSymbolFromMap(const QVariantMap& record);
 
     /// Whether a symbol is a share of Beijing or of the transfer system. Any thread; does not
@@ -315,102 +316,109 @@ public:
     /// thread; does not block.
     static QString TransferFromExchange2Ch(QString exchange);
 
-    /// The Chinese name of a symbol suffix, "未知" for one that has none. Any thread; does not
-    /// block.
+    /// The Chinese name of a symbol suffix, "未知" for any other text. Any thread; does not block.
     static QString TransferFromSymbolPost2Ch(QString symbolPost);
 
     // Quantities, in the unit of the symbol (shares, or lots of a contract).
 
-    /// The step of a quantity: the security's own lot, else the rule of its sub-type, of its type,
-    /// of every symbol; 100 without any. Any thread; does not block.
+    /// The step of a quantity: the security's own lot, or else the rule of its sub-type, of its
+    /// type, or of every symbol; 100 without a rule. Any thread; does not block.
     static int GetQtyStepBySymbol(QString symbol);
 
-    /// The smallest quantity of one order; of a Hong Kong symbol the step. 100 without a rule. Any
+    /// The smallest quantity of one order; for a Hong Kong symbol the step. 100 without a rule. Any
     /// thread; does not block.
     static int GetMinQtyPerOrderBySymbol(QString symbol);
 
-    /// The largest quantity of one order like `order`, a record whose fields the rules look at
-    /// (price type, say); 1000000 without a rule. Any thread; does not block.
+    /// The largest quantity of one order like `order`, a record whose fields the rules compare
+    /// (such as Security::orderType); 1000000 without a rule. For shares and funds of Hong Kong
+    /// 3000 steps, at most 99999999; the product is taken in 32 bits, so a step above 715,827
+    /// wraps, and the result may be negative. Any thread; does not block.
     static int GetMaxQtyPerOrderBySymbol(QString symbol, const QVariantMap& order);
 
     /// The smallest quantity that may be sold. Any thread; does not block.
     static int GetMinSoldQtyBySymbol(QString symbol);
 
-    /// A quantity brought onto the step in the way of `type`; `flag` serves ByFlag alone. 0 when it
-    /// is too small for an order and goes down; `qty` itself, with a log line, when the symbol's
-    /// step is below 1. Any thread; does not block.
+    /// A quantity adjusted to the step in the way of `type`; `flag` is used by ByFlag only: down
+    /// when set. 0 when the quantity is too small for an order and is adjusted down; `qty` itself,
+    /// with a log line, when the symbol's step is below 1. Any thread; does not block.
     static qint64 GetQtyByOddLotType(const QString& symbol, const CustomOddLotType& type,
                                      const qint64& qty, bool flag);
 
-    /// How much a sum of money buys at a price, on the step: of a bond with its accrued interest,
-    /// of a pledged repo by 100 each whatever the price; `includeFee` reckons with the user's fee
-    /// settings. 0 when it is too little for an order, and without a price. Any thread; blocks at
-    /// most while the settings are taken anew.
+    /// How much a sum of money buys at a price, rounded down to the step; money for exactly some
+    /// lots buys them. A bond costs its accrued interest too; a pledged repo costs 100 each
+    /// whatever the price; with `includeFee` the user's fee settings are included. 0 when the money
+    /// does not pay the smallest order, and for a price that is not above 0. Any thread; blocks at
+    /// most while the fee settings are being read.
     static qint64 CalcEntrustQty(double amount, double price, const QString& symbol, int multiplier,
                                  bool includeFee);
 
-    /// What a quantity costs, without fees; of a pledged repo 100 each. Any thread; does not block.
+    /// What a quantity costs without fees; a pledged repo costs 100 each. Any thread; does not
+    /// block.
     static double CalcEntrustAmount(double price, double qty, const QString& symbol,
                                     int multiplier);
 
-    // What an account may trade. None but CheckOrderMatchSuperEtf waits for the account table; an
-    // account that is unknown, or not loaded yet, may trade nothing.
+    // What an account may trade. Only CheckOrderMatchSuperEtf waits for the account table; an
+    // account that is unknown or not loaded yet may trade nothing.
 
-    /// The SideUnion values of an account's kind. Any thread; does not block. Empty for a kind
+    /// The SideUnion values of an account's type. Any thread; does not block. Empty for a type
     /// without sides.
     static QStringList GetSupportSideUnionListByAccount(const QString& tradingAccount);
 
-    /// Whether a SideUnion is among these. Any thread; does not block.
+    /// Whether a SideUnion value is among these. Any thread; does not block.
     static bool IsSideUnionSupportByAccount(const QString& tradingAccount, const QString& side);
 
-    /// Whether an account may trade a symbol: by the account's kind, for shares of Hong Kong by the
-    /// exchanges of its security accounts too. Any thread; does not block.
+    /// Whether an account may trade a symbol: by the account's type, and for Hong Kong shares also
+    /// by the exchanges of its security accounts. Any thread; does not block.
     static bool IsSymbolTradableByAccount(const QString& tradingAccount, const QString& symbol);
 
-    /// Whether an entry of the filter lets a symbol pass. Any thread; does not block.
+    /// Whether an entry of the filter admits a symbol. Any thread; does not block.
     static bool IsSymbolFitSymbolType(const QString& symbol, const QList<SymbolListType>& filter);
 
-    /// Sets `out` to the sorted symbols that an account may trade. Any thread; does not block.
+    /// Sets `out` to the sorted symbols that an account may trade. Walks all securities (about 17
+    /// ms for 12,000 of them), so keep the list instead of asking for every keystroke. Any thread;
+    /// does not block.
     static void GetTradableSymbolListByAccount(const QString& tradingAccount, QStringList& out);
 
-    /// The same with the symbols that are deleted by now, for a search. Any thread; does not block.
+    /// The same, including deleted symbols, for a search. Takes as long. Any thread; does not
+    /// block.
     static void GetTradableSymbolListForSearchByAccount(const QString& tradingAccount,
                                                         QStringList& out);
 
-    /// Whether an order is one of a margin account that finances the purchase of a fund. Any
-    /// thread; waits when the side is SideUnion::financingBuy, else false at once.
+    /// Whether an order is a margin account's financed purchase of a fund. Any thread; waits when
+    /// the side is SideUnion::financingBuy, and returns false at once for any other side.
     static bool CheckOrderMatchSuperEtf(const QString& tradingAccount, const QString& symbol,
                                         const QString& side);
 
-    // Prices. None of these does a first load unless it says so. A tick is a record with the
-    // literal keys "Symbol", "TradingPhaseCode" ("3" is continuous trading), "MaxPx", "MinPx",
-    // "LastPx", "PreClosePx" and the quotes; a price is in the symbol's own currency.
+    // Prices. None of these does a first load unless its comment says so. A tick is a record with
+    // the keys of TickField: "Symbol", "TradingPhaseCode" ("3" is continuous trading), "MaxPx",
+    // "MinPx", "LastPx", "PreClosePx" and the quotes. A price is in the symbol's own currency.
 
     /// The price unit of a symbol as a text, "0.01" for an unknown one. `price` matters for Hong
-    /// Kong alone. Any thread; does not block.
+    /// Kong only. Any thread; does not block.
     static QString GetPriceUnitStringBySymbol(QString symbol, double price, const QString& side);
 
     /// The number of GetPriceUnitStringBySymbol. Any thread; does not block.
     static double GetPriceUnitBySymbol(QString symbol, double price, const QString& side);
 
-    /// Decimals of a price. Any thread; does not block.
+    /// The number of decimals of a price. Any thread; does not block.
     static int GetPricePrecisionBySymbol(QString symbol, const QString& side);
 
-    /// By what a quantity is divided for display, never 0. Any thread; does not block.
+    /// The number that a quantity is divided by for display, at least 1. Any thread; does not
+    /// block.
     static int GetDispFactorBySymbol(const QString& symbol);
 
-    /// The price that a price type means at a tick. `useDispFactor` tells that `qty` is to be
-    /// divided by the display factor for a type that takes a quantity; `applyCage` brings the price
-    /// inside the cage and the day's limits. `handicap` may be null. Any thread; blocks at most on
-    /// a change of the cage. 0 when the tick does not have it; with `applyCage` that 0 is brought
-    /// inside the limits like any price, so it comes back as what the cage lets a sell go down to,
-    /// or as the day's lower limit.
+    /// The price that a price type means at a tick. With `useDispFactor`, `qty` is divided by the
+    /// display factor for the types that take a quantity; with `applyCage` the price is limited by
+    /// the cage and by the day's limits. `handicap` may be null. 0 when the tick has no such price;
+    /// with `applyCage` that 0 is limited like any price, so the result is the lowest price that
+    /// the cage allows a sell, or the day's lower limit. Any thread; blocks at most while
+    /// updateUserCageInfo is under way.
     static double GetPriceByTickAndType(const QVariantMap& tick, const CustomPriceType& type,
                                         const qint64& qty, bool useDispFactor, bool applyCage,
                                         bool isSell, HandicapInfo* handicap);
 
-    /// The same without cage or check. `ratio` (0.02 is two percent) serves the two types of a
-    /// limit by ratio on the science board. Any thread; does not block.
+    /// The same without cage and day limits. `ratio` (0.02 is two percent) is used by the two types
+    /// of a limit by ratio, on the science board only. Any thread; does not block.
     static double GetPriceByTickAndType(const QVariantMap& tick, CustomPriceType type, qint64 qty,
                                         double ratio, HandicapInfo* handicap);
 
@@ -418,62 +426,80 @@ public:
     /// block.
     static bool IsSymbolSupportProtectedLimitPrice(const QString& symbol);
 
-    /// The price unit of a Hong Kong security of a type at a price, both in dollars; 0.001 without
-    /// a ladder. Any thread; does not block.
+    /// The price unit of a Hong Kong security of a type at a price, both in dollars; 0.001 when
+    /// there is no ladder. Any thread; does not block.
     static double GetHKStockPriceUnit(double price, const QString& securityType);
 
-    /// Fills `rates` with the Hong Kong exchange rate rows by exchange. Any thread; first load;
-    /// blocks for a request when it is the first to ask. Empty without a presenter and after a
-    /// failed request, which is not repeated, and while another caller's first request is under
-    /// way.
+    /// Fills `rates` with the Hong Kong exchange rate rows by exchange. Any thread; first load; the
+    /// first call blocks for a request. Empty without a presenter, after a failed request, which is
+    /// not repeated, and while another caller's first request is under way.
     static void GetHKStockExchangeRate(QMap<QString, QVariantMap>& rates);
 
-    /// One figure of an exchange's rate. Any thread; first load; blocks for a request when it is
-    /// the first to ask. 0 without one, and at once while another caller's first request is under
-    /// way.
+    /// One figure of an exchange's rate. Any thread; first load; the first call blocks for a
+    /// request. 0 when there is no such rate, and at once while another caller's first request is
+    /// under way.
     static double GetHKStockRate(const QString& exchange, RateSideType side);
 
-    // The price cage. Questions wait while updateUserCageInfo is under way.
+    // The price cage. These block while updateUserCageInfo is under way, unless their comment says
+    // otherwise.
 
-    /// The price, brought inside the cage during continuous trading and then inside the day's
-    /// limits. Any thread.
+    /// The price, limited by the cage during continuous trading and then by the day's limits. A
+    /// tick without any price (no quotes, no last price, no previous close) has no meaningful
+    /// limit: the cage works from a base of 0. With a CageField::controlType other than 1, 2 and 3
+    /// the cage limits a buy to 0, and a sell as type 3 does. Any thread.
     static double CheckCagePrice(const double& price, const QVariantMap& tick, bool isSell);
 
-    /// The cages in force by cage id. Any thread.
+    /// The cages in force by cage id. A record has CageField::securityType (a list of
+    /// "exchange-type-subtype", "*" for any), controlType (1 ratio, 2 ticks, 3 both) and the
+    /// figures in force: userBuyPercent and userSellPercent as fractions (0.02 is two percent),
+    /// userBuyUnit and userSellUnit as numbers of price ticks; buyPercent, sellPercent, buyUnit and
+    /// sellUnit are the server's defaults, "title" a display name. A source may leave fields out.
+    /// Any thread.
     static QMap<QString, QVariantMap> GetAllCageMap();
 
-    /// The switches in force by function. Any thread.
+    /// The switches in force by function: CageField::status (a bool or a text that converts to one)
+    /// and "title". Any thread.
     static QMap<QString, QVariantMap> GetCageApplyMap();
 
-    /// Exchange to security type to sub-type to cage id; "*" stands for every other one. Any
-    /// thread.
+    /// Exchange to security type to sub-type to cage id; "*" at a level stands for everything that
+    /// the level does not list. Any thread.
     static QMap<QString, QMap<QString, QMap<QString, QString>>> GetCageIndexMap();
 
-    /// The cage of a symbol, empty when there is none. Any thread.
+    /// The cage of a symbol, empty when it has no cage. Any thread.
     static QVariantMap GetCageMapBySymbol(const QString& symbol);
 
-    /// Whether the cage is switched on for a function, false for an unknown one. Any thread.
+    /// Whether the cage is switched on for a function; false for an unknown function. Any thread.
     static bool IsCageApply(const QString& key);
 
-    /// Whether the cages in force are the user's own or united with the defaults; `text` tells
-    /// where they are from otherwise. Any thread; does not block.
+    /// Whether the cages in force are the user's own or united with the defaults. Otherwise `text`
+    /// says where they come from. Any thread; does not block.
     static bool IsGetUserCageInfo(QString& text);
 
-    /// Whether the load is over; `text` becomes advice for a user of the function `key`, if there
-    /// is any. Any thread.
+    /// Whether the first load has ended. `text` is set when there is advice for a user of the
+    /// function `key`. Any thread.
     static bool IsUserCageInfoInited(const QString& key, QString& text);
 
-    /// When the user's own cages were last read from the server; a null time before. Any thread;
+    /// When the user's own cages were last read from the server; a null time if never. Any thread;
     /// does not block.
     static QTime getCageUpdateTime();
 
-    /// Loads the cages again. Any thread; blocks for up to three requests. Returns a notice for the
-    /// user when his own could not be read, else nothing; a failure leaves what is in force.
+    /// Loads the cages again. Returns a notice for the user when the user's own cages could not be
+    /// read, otherwise an empty text. A failed load leaves the cages in force as they are. Any
+    /// thread; blocks for up to three requests, and for as many again when updateUserCageInfo saved
+    /// something meanwhile.
     static QString refreshUserCageInfo();
 
-    /// Changes switches (the field of their status) and figures (the four fields in force) by
-    /// function and by cage id, on the server first. Any thread; blocks for a request, and all
-    /// questions about the cage with it. Empty on success, else why nothing was changed here.
+    /// Changes switches by function (CageField::status) and figures by cage id (CageField's
+    /// userBuyPercent, userSellPercent as fractions, 0.02 being two percent, userBuyUnit and
+    /// userSellUnit as numbers of price ticks), on the server first. Other fields are ignored. A
+    /// figure that a given record leaves out is emptied and then counts as 0, so pass all four. A
+    /// figure that is not a finite number, or is negative, refuses the whole change; texts of
+    /// numbers are accepted. Returns an empty text on success, otherwise why nothing was changed
+    /// here; after a time-out the server may still have stored the change.
+    /// Any thread; blocks for a request, and every other question about the cage with it. Before
+    /// the cage is loaded it waits for the load, at most for the presenter's time-out. It fails
+    /// without waiting when there is no presenter, on the presenter's own thread, and as long as
+    /// the account list is missing; it also fails when the load found no cage at all.
     static QString updateUserCageInfo(const QMap<QString, QVariantMap>& applyInfo,
                                       const QMap<QString, QVariantMap>& cageInfo);
 };

@@ -1,3 +1,6 @@
+#include <QElapsedTimer>
+#include <QThread>
+
 #include "core.h"
 #include "first_load.h"
 #include "hong_kong_prices.h"
@@ -6,6 +9,45 @@
 #include "price_rules.h"
 #include "velmar_business_data_interface.h"
 #include "velmar_business_data_manager_presenter_class.h"
+#include "velmarutils/velmar_init_state_mgr.h"
+#include "vocabulary/constants.h"
+#include "vocabulary/values.h"
+#include "znbusinessdata/c_business_data_base.h"
+
+namespace {
+
+constexpr unsigned long kWaitStepMs = 10;
+constexpr qint64 kMsPerSecond = 1000;
+
+InitState cageLoadState() {
+    return VelmarInitStateMgr::instance().GetInitState(InitTypeCode::PriceCageInfo);
+}
+
+bool isAccountListLoaded() {
+    QVariant ready;
+    return CBusinessDataBase::GetInstance()->GetCacheData(Constants::USER_ACCOUNTLIST_INITED,
+                                                          ready) &&
+           ready.toBool();
+}
+
+/// Waits until the presenter's load of the cage has ended, at most for the standing time-out.
+/// Returns whether there is a cage that can be changed. Does not wait for a load that cannot end:
+/// one that the missing account list holds up, or one on the calling thread.
+bool waitForCage(const VelmarBusinessDataManagerPresenterClass& presenter) {
+    QElapsedTimer timer;
+    timer.start();
+    while (cageLoadState() < InitState::Failed) {
+        const qint64 limitMs = presenter.getRequestTimeOut() * kMsPerSecond;
+        if (presenter.isClosing() || QThread::currentThread() == presenter.thread() ||
+            !isAccountListLoaded() || timer.elapsed() >= limitMs) {
+            return false;
+        }
+        QThread::msleep(kWaitStepMs);
+    }
+    return cageLoadState() != InitState::Failed || !core().cage().GetAllCageMap().isEmpty();
+}
+
+}  // namespace
 
 QString VelmarBusinessDataInterface::GetPriceUnitStringBySymbol(QString symbol, double price,
                                                                 const QString& side) {
@@ -106,5 +148,9 @@ QString VelmarBusinessDataInterface::refreshUserCageInfo() {
 QString VelmarBusinessDataInterface::updateUserCageInfo(
     const QMap<QString, QVariantMap>& applyInfo, const QMap<QString, QVariantMap>& cageInfo) {
     const PresenterUse use;
+    // Saved before the load, the changed figures alone would replace the user's whole cage.
+    if (use.presenter() && !waitForCage(*use.presenter())) {
+        return QStringLiteral("设置失败，失败原因：价格笼子尚未加载完成，请重新设置。");
+    }
     return core().cage().updateUserCageInfo(use.presenter(), applyInfo, cageInfo);
 }

@@ -2,5 +2,5 @@
 
 #include <QtGlobal>
 
-// The local platform is one shared library; whoever builds or uses it sees these symbols.
+// Marks the symbols that the platform's shared library exports.
 #define PLATFORM_API Q_DECL_EXPORT

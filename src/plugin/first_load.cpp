@@ -7,19 +7,24 @@
 
 #include "lock_rank.h"
 #include "log.h"
+#include "never_destroyed.h"
 #include "velmar_business_data_manager.h"
 #include "vocabulary/plugin_propety.h"
 #include "znutils/zn_mutex.h"
 
 namespace {
 
-QMutex s_firstLoadLock;  // guards the making of the static plug-in object
+QMutex s_firstLoadLock;  // guards the creation of the static plug-in object
 std::atomic<bool> s_firstLoadDone{false};
 
+/// Serialises taking the instance id and building the presenter.
+struct InitializeLock {
+    std::mutex mutex;
+};
+
+// A plug-in object may be initialised while static objects are being destroyed.
 std::mutex& initializeLock() {
-    // Leaked, so that an object that initialises late in the process's life still finds it.
-    static auto* const lock = new std::mutex;
-    return *lock;
+    return neverDestroyed<InitializeLock>().mutex;
 }
 
 VelmarBusinessDataManager& staticPluginObject() {

@@ -4,9 +4,10 @@
 
 inline const QString kPluginInstanceId = QStringLiteral("ZNApp.VelmarBusinessDataManager");
 
-/// Brings the plug-in up when the host has not done so yet. The first call does the work and blocks
-/// for it, others meanwhile wait, later ones return at once. Any thread. Never called from inside
-/// VelmarBusinessDataManager::initialize(), which runs under this function's lock.
+/// Starts the plug-in when the host has not done so yet. The first call does the work and blocks
+/// until it is done, calls at the same time wait for it, later calls return at once. Any thread.
+/// Must not be called from inside VelmarBusinessDataManager::initialize(), which runs under this
+/// function's lock.
 void InitVelmarBusinessManagePlugin();
 
 /// Held while a plug-in object takes the instance id and builds its presenter, so that a first load

@@ -7,6 +7,37 @@
 #include "vocabulary/plugin_propety.h"
 #include "zn_business_data_manager.h"
 
+namespace {
+
+using Presenter = VelmarBusinessDataManagerPresenterClass;
+using Core = ZnBusinessDataManager;
+
+void connectToCore(Presenter* presenter, Core* core) {
+    QObject::connect(presenter, &Presenter::signalPositionUpdated, core,
+                     &Core::slotPositionUpdated);
+    QObject::connect(presenter, &Presenter::signalBusiMsgRecved, core, &Core::slotRecvBusiMsgPush);
+    // Direct, so that the core's slots run on the message thread, where they may send synchronous
+    // requests.
+    QObject::connect(presenter, &Presenter::signalNetReconnect, core, &Core::slotNetReconnect,
+                     Qt::DirectConnection);
+    QObject::connect(presenter, &Presenter::signalNetDisconnected, core, &Core::slotNetDisconnected,
+                     Qt::DirectConnection);
+    QObject::connect(core, &Core::signalBusiMsgRead, presenter, &Presenter::slotBusiMsgRead);
+    QObject::connect(core, &Core::signalBusiMsgAdd, presenter, &Presenter::slotBusiMsgAdd);
+    QObject::connect(core, &Core::signalSecurityAccountSettingChanged, presenter,
+                     &Presenter::slotSecurityAccountSettingChanged);
+    QObject::connect(presenter, &Presenter::signalNoticeSymbolChanged, core,
+                     &Core::slotNoticeSymbolChanged);
+    QObject::connect(core, &Core::signalPriceCageInfoFinishInit, presenter,
+                     &Presenter::slotPriceCageInfoFinishInit);
+    QObject::connect(presenter, &Presenter::signalClientInfoCollect, core,
+                     &Core::slotClientInfoCollect);
+    QObject::connect(core, &Core::signalClientInfoUpload, presenter,
+                     &Presenter::slotClientInfoUpload);
+}
+
+}  // namespace
+
 VelmarBusinessDataManager::VelmarBusinessDataManager(QObject* parent)
     : ZnPluginBaseObject(parent) {}
 
@@ -22,9 +53,9 @@ VelmarBusinessDataManager::~VelmarBusinessDataManager() {
 }
 
 void VelmarBusinessDataManager::initialize() {
-    // A closing platform deletes no presenter that another thread makes before its initPresenter(),
-    // the last use of this pointer, however long that takes.
-    VelmarBusinessDataManagerPresenterClass* presenter = nullptr;
+    // A platform that closes meanwhile waits for initPresenter(), the last use of this pointer,
+    // before it deletes the presenter.
+    VelmarBusinessDataManagerPresenterClass* newPresenter = nullptr;
     {
         const InitializeGuard guard;
         QString id = getPluginObjectPropety(PluginPropety::PLUGININSTANCE_ID).toString();
@@ -32,38 +63,15 @@ void VelmarBusinessDataManager::initialize() {
             id = kPluginInstanceId;
             setPluginWidgetPropety(PluginPropety::PLUGININSTANCE_ID, id);
         }
-        presenter = new VelmarBusinessDataManagerPresenterClass(id, this);
-        m_presenter = presenter;
-        s_presenter = presenter;
+        newPresenter = new VelmarBusinessDataManagerPresenterClass(id, this);
+        m_presenter = newPresenter;
+        s_presenter = newPresenter;
     }
-    connect(this, &VelmarBusinessDataManager::signalInitData, presenter,
+    connect(this, &VelmarBusinessDataManager::signalInitData, newPresenter,
             &VelmarBusinessDataManagerPresenterClass::slotInitData);
     emit signalInitData();
-    connectPresenter(presenter);
+    connectToCore(newPresenter, newPresenter->dataManager());
     qCInfo(lcPlugin) << "lauch VelmarBusinessDataManager"
                      << static_cast<const void*>(s_presenter.load()) << QThread::currentThreadId();
-    presenter->initPresenter();
-}
-
-void VelmarBusinessDataManager::connectPresenter(
-    VelmarBusinessDataManagerPresenterClass* presenter) {
-    using Presenter = VelmarBusinessDataManagerPresenterClass;
-    using Core = ZnBusinessDataManager;
-    Core* const core = presenter->dataManager();
-    connect(presenter, &Presenter::signalPositionUpdated, core, &Core::slotPositionUpdated);
-    connect(presenter, &Presenter::signalBusiMsgRecved, core, &Core::slotRecvBusiMsgPush);
-    // On the message thread, at once: the core may send synchronous requests from there.
-    connect(presenter, &Presenter::signalNetReconnect, core, &Core::slotNetReconnect,
-            Qt::DirectConnection);
-    connect(presenter, &Presenter::signalNetDisconnected, core, &Core::slotNetDisconnected,
-            Qt::DirectConnection);
-    connect(core, &Core::signalBusiMsgRead, presenter, &Presenter::slotBusiMsgRead);
-    connect(core, &Core::signalBusiMsgAdd, presenter, &Presenter::slotBusiMsgAdd);
-    connect(core, &Core::signalSecurityAccountSettingChanged, presenter,
-            &Presenter::slotSecurityAccountSettingChanged);
-    connect(presenter, &Presenter::signalNoticeSymbolChanged, core, &Core::slotNoticeSymbolChanged);
-    connect(core, &Core::signalPriceCageInfoFinishInit, presenter,
-            &Presenter::slotPriceCageInfoFinishInit);
-    connect(presenter, &Presenter::signalClientInfoCollect, core, &Core::slotClientInfoCollect);
-    connect(core, &Core::signalClientInfoUpload, presenter, &Presenter::slotClientInfoUpload);
+    newPresenter->initPresenter();
 }

@@ -6,20 +6,20 @@
 #include "velmar_business_data_manager_presenter_class.h"
 #include "znwidget/zn_plugin_base_object.h"
 
-/// The plug-in object: made by the host from "metaId", or by the first facade call. Lives on the
+/// The plug-in object: created by the host from "metaId", or by the first facade call. Lives on the
 /// application's thread.
 class VelmarBusinessDataManager : public ZnPluginBaseObject {
     Q_OBJECT
 
 public:
     explicit VelmarBusinessDataManager(QObject* parent = nullptr);
-    /// What the meta-type system needs: a fresh object that is not initialised.
+    /// Required by the meta-type system: the copy is a new object that is not initialised.
     VelmarBusinessDataManager(const VelmarBusinessDataManager& other);
     VelmarBusinessDataManager& operator=(const VelmarBusinessDataManager&) = delete;
     ~VelmarBusinessDataManager() override;
 
-    /// Builds the presenter, wires it to the core, hands the start-up sequence over to it and
-    /// starts its threads. Returns before that sequence has run. Any thread.
+    /// Builds the presenter, connects it to the core, queues the start-up sequence to it and starts
+    /// its threads. Returns before that sequence has run. Any thread.
     void initialize() override;
     void initialized() override {}
 
@@ -30,9 +30,8 @@ signals:
     void signalInitData();
 
 private:
-    void connectPresenter(VelmarBusinessDataManagerPresenterClass* presenter);
-
-    // The platform disposes of presenters before this object goes, when the application ends first.
+    // Cleared when the platform deletes the presenter first, which it does at the application's
+    // end.
     QPointer<VelmarBusinessDataManagerPresenterClass> m_presenter;
 };
 

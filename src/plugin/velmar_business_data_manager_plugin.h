@@ -3,7 +3,8 @@
 #include "znplugin/i_plugin.h"
 
 /// The library's root object: registers the plug-in object by "metaId" and does nothing else.
-class VelmarBusinessDataManagerPlugin : public IPlugin {
+/// Exported with its name, like the facade.
+class Q_DECL_EXPORT VelmarBusinessDataManagerPlugin : public IPlugin {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "ZNAppPlugin" FILE "velmar_business_data_manager.json")
     Q_INTERFACES(IPlugin)

@@ -2,8 +2,7 @@
 
 #include <QString>
 
-/// The numbered events of the platform that the presenter subscribes to, and the way to a named
-/// one.
+/// The numbered events that the presenter subscribes to, and the look-up of named ones.
 namespace EventIds {
 
 inline constexpr int positionsLoaded = 0x31000;
@@ -20,6 +19,7 @@ inline constexpr int settingsChanged = 0x1000A;
 inline constexpr int infoGateState = 0x1000B;
 inline constexpr int marketGrpcGateState = 0x10012;
 
+/// The id of a named event.
 int named(const QString& eventName);
 
 }  // namespace EventIds

@@ -2,7 +2,7 @@
 
 #include <QTime>
 
-/// The measured round trips of one gate since the last reset; times in milliseconds.
+/// The measured round trips of one gate since the last reset; elapsed times in milliseconds.
 struct NetDelayStat {
     double avgElapse = 0;  ///< running mean
     QTime lastTime;        ///< of the last sample

@@ -3,11 +3,11 @@
 #include "vocabulary/names.h"
 #include "znmsg/c_pack_message_common.h"
 
-// What the core tells, published to the other plug-ins.
+// Signals of the core, published as events for the other plug-ins.
 
 namespace {
 
-/// A packed body without a value, so that a subscriber may unpack what it gets, as with any event.
+/// A packed body without fields, which subscribers can unpack like that of any other event.
 QVariant emptyBody() {
     CPackMessageCommon empty;
     return empty.GetPackedMsg(false);

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// The gate whose state an event tells, empty for any other event.
+/// The gate whose state an event reports, empty for any other event.
 QString gateOf(int eventId) {
     switch (eventId) {
         case EventIds::marketTcpGateState:
@@ -40,6 +40,14 @@ QVariantMap rowOf(const QVariant& body) {
     return unpacker.GetRowValue();
 }
 
+/// Returns whether the event carries a record; logs one that does not.
+bool hasRecord(const QVariantMap& record, const char* event) {
+    if (record.isEmpty()) {
+        qCDebug(lcPresenter) << "event" << event << "ignored: it carries no record";
+    }
+    return !record.isEmpty();
+}
+
 }  // namespace
 
 int EventIds::named(const QString& eventName) {
@@ -55,10 +63,10 @@ void VelmarBusinessDataManagerPresenterClass::ProcEventMsg(QString, QVariant eve
             emit signalInitPosData();
             return;
         case EventIds::positionUpdated:
-            emit signalPositionUpdated(rowOf(body));
+            procPosition(rowOf(body));
             return;
         case EventIds::clientInfo:
-            emit signalClientInfoCollect(body.toMap());
+            procClientInfo(body.toMap());
             return;
         case EventIds::clientInfoApm:
             procClientInfoApm(body);
@@ -87,11 +95,25 @@ void VelmarBusinessDataManagerPresenterClass::ProcEventMsg(QString, QVariant eve
 void VelmarBusinessDataManagerPresenterClass::procNamedEvent(int eventId, const QVariant& body) {
     if (eventId == EventIds::named(EventMsgName::BUSI_MSG_ADD)) {
         QVariantMap record = rowOf(body);
-        emit m_dataManager->signalBusiMsgAdd(record);
+        if (hasRecord(record, "BUSI_MSG_ADD")) {
+            emit m_dataManager->signalBusiMsgAdd(record);
+        }
     } else if (eventId == EventIds::named(EventMsgName::ETFTRADESETTING_TRADEFEECHANGE)) {
         m_dataManager->slotTradeFeeSettingChanged();
     } else if (eventId == EventIds::named(EventMsgName::CalcRealizedProfitInitEvent)) {
         queueRealizedProfitInit();
+    }
+}
+
+void VelmarBusinessDataManagerPresenterClass::procPosition(const QVariantMap& record) {
+    if (hasRecord(record, "0x31002")) {
+        emit signalPositionUpdated(record);
+    }
+}
+
+void VelmarBusinessDataManagerPresenterClass::procClientInfo(const QVariantMap& record) {
+    if (hasRecord(record, "0x35000")) {
+        emit signalClientInfoCollect(record);
     }
 }
 

@@ -1,4 +1,5 @@
 #include "log.h"
+#include "server_request.h"
 #include "velmar_business_data_manager_presenter_class.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
@@ -26,15 +27,16 @@ void VelmarBusinessDataManagerPresenterClass::procPatchPush(const QVariant& body
     const QString error = VelmarUtils::TransStr2Map(
         unpacker.GetValue(System::textDescription, QString()).toString(), patch);
     if (!error.isEmpty()) {
-        qCWarning(lcPresenter) << "ClientPatchInfoPush not understood:" << error;
+        qCDebug(lcPresenter) << "ClientPatchInfoPush not understood:" << error;
         return;
     }
     takeClientPatchInfo({patch});
 }
 
 void VelmarBusinessDataManagerPresenterClass::ProcResponseMsg(QString, QString, QVariant msgType,
-                                                              QVariant) {
+                                                              QVariant body) {
     const QString type = msgType.toString();
+    reportRefusedResponse(type, body);
     if (type == Velmar_MsgType::BusiHeartBeatResponse ||
         type == Velmar_MsgType::BusiHeartBeatRequest) {
         logWithoutReader(lcPresenter(), "heartbeat answer");

@@ -16,7 +16,7 @@
 
 namespace {
 
-// Topic subscriptions travel in an envelope type of their own; the body tells what they are.
+// Topic subscriptions have an envelope type of their own; their message type is in the body.
 inline const QString kTopicEnvelope = QStringLiteral("325005");
 
 }  // namespace
@@ -51,7 +51,8 @@ bool VelmarBusinessDataManagerPresenterClass::initFundAccountSteps() {
     return !isClosing();
 }
 
-/// A load that fails leaves its place to what the machine knows; nobody is told of the notice here.
+/// A load that fails keeps the built-in or locally saved tables, and is logged where it fails. The
+/// text that the cage returns is for callers who asked for a refresh, so it is ignored here.
 void VelmarBusinessDataManagerPresenterClass::loadPrices() {
     m_dataManager->hongKongPrices().initHKExchangeRate(this);
     m_dataManager->hongKongPrices().initHKPriceUnit(this);

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "never_destroyed.h"
 #include "velmar_business_data_manager_presenter_class.h"
 
 namespace {
@@ -14,10 +15,9 @@ struct LivePresenters {
     QHash<const VelmarBusinessDataManagerPresenterClass*, int> uses;
 };
 
-// Leaked: a presenter that the platform disposes of last still leaves by it.
+// The platform may dispose of a presenter while static objects are being destroyed.
 LivePresenters& livePresenters() {
-    static auto* const presenters = new LivePresenters;
-    return *presenters;
+    return neverDestroyed<LivePresenters>();
 }
 
 }  // namespace
@@ -43,15 +43,15 @@ PresenterUse::~PresenterUse() {
     live.left.notify_all();
 }
 
-void PresenterUse::enter(const VelmarBusinessDataManagerPresenterClass* presenter) {
+void PresenterUse::enter(const VelmarBusinessDataManagerPresenterClass* added) {
     LivePresenters& live = livePresenters();
     const std::lock_guard<std::mutex> guard(live.lock);
-    live.uses.insert(presenter, 0);
+    live.uses.insert(added, 0);
 }
 
-void PresenterUse::leave(const VelmarBusinessDataManagerPresenterClass* presenter) {
+void PresenterUse::leave(const VelmarBusinessDataManagerPresenterClass* removed) {
     LivePresenters& live = livePresenters();
     std::unique_lock<std::mutex> lock(live.lock);
-    live.left.wait(lock, [&live, presenter] { return live.uses.value(presenter) == 0; });
-    live.uses.remove(presenter);
+    live.left.wait(lock, [&live, removed] { return live.uses.value(removed) == 0; });
+    live.uses.remove(removed);
 }

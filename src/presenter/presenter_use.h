@@ -4,10 +4,10 @@
 
 class VelmarBusinessDataManagerPresenterClass;
 
-/// The present presenter, for the length of one call of the facade: null when there is none, when
-/// it has been disposed of, or when it is closing. While the object lives the presenter stays
-/// alive, so whoever holds it must come back soon once the presenter is closing, as every request
-/// does. Any thread; never blocks.
+/// Keeps the current presenter alive during one call of the facade. The pointer is null before the
+/// first presenter exists, after it was deleted, and while it is closing. The presenter's
+/// destructor waits for this object, so its owner must return soon once the presenter is closing;
+/// requests do. Any thread; never blocks.
 class PresenterUse {
 public:
     PresenterUse();
@@ -16,10 +16,10 @@ public:
 
     VelmarBusinessDataManagerPresenterClass* presenter() const { return m_presenter; }
 
-    /// A presenter's own word that it lives: the last act of its constructor.
-    static void enter(const VelmarBusinessDataManagerPresenterClass* presenter);
-    /// The first act of its destructor: waits until nobody uses it.
-    static void leave(const VelmarBusinessDataManagerPresenterClass* presenter);
+    /// Registers a presenter; the last step of its constructor.
+    static void enter(const VelmarBusinessDataManagerPresenterClass* added);
+    /// Removes it, after waiting until no call uses it; the first step of its destructor.
+    static void leave(const VelmarBusinessDataManagerPresenterClass* removed);
 
 private:
     VelmarBusinessDataManagerPresenterClass* m_presenter = nullptr;

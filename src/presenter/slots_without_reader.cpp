@@ -1,7 +1,7 @@
 #include "log.h"
 #include "velmar_business_data_manager_presenter_class.h"
 
-// Work whose tables this build does not have: what arrives is told and dropped.
+// Work whose tables this build does not have yet: what arrives is logged and dropped.
 
 #define VELMAR_WITHOUT_READER(name, ...)                                                    \
     void VelmarBusinessDataManagerPresenterClass::name(__VA_ARGS__) {                       \
@@ -15,7 +15,6 @@ VELMAR_WITHOUT_READER(slotBusiMsgAdd, QVariantMap&)
 VELMAR_WITHOUT_READER(slotClientInfoUpload, QList<QVariantMap>)
 VELMAR_WITHOUT_READER(slotClientInfoCollectAPM, QString, QVariantList)
 VELMAR_WITHOUT_READER(slotReportThreadNum, void)
-VELMAR_WITHOUT_READER(slotUploadClientPerformance, QString)
 VELMAR_WITHOUT_READER(slotMultiDelaySettingChanged, void)
 VELMAR_WITHOUT_READER(slotSendStaticDbErrorInfo, void)
 VELMAR_WITHOUT_READER(slotNetElapseUpdated, QString, QTime, int)
@@ -25,3 +24,10 @@ VELMAR_WITHOUT_READER(takeDeals, const QVariant&)
 VELMAR_WITHOUT_READER(takeClientPatchInfo, const QList<QVariantMap>&)
 
 #undef VELMAR_WITHOUT_READER
+
+void VelmarBusinessDataManagerPresenterClass::slotUploadClientPerformance(QString type) {
+    const QString what =
+        QStringLiteral("VelmarBusinessDataManagerPresenterClass::slotUploadClientPerformance(%1)")
+            .arg(type);
+    logWithoutReader(lcPresenter(), qPrintable(what));
+}

@@ -5,6 +5,7 @@
 
 #include "event_ids.h"
 #include "presenter_use.h"
+#include "saturated.h"
 #include "shared_settings.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/names.h"
@@ -18,9 +19,10 @@ std::atomic<VelmarBusinessDataManagerPresenterClass*> s_presenter{nullptr};
 
 namespace {
 
-// A delay statistic spans minutes, and four heartbeats of 15 seconds make one.
+// The setting is in minutes, and there is a heartbeat every 15 seconds.
 constexpr int kBeatsPerMinute = 4;
 constexpr int kSubscribe = 1;
+constexpr int kMsPerSecond = 1000;
 
 }  // namespace
 
@@ -83,8 +85,8 @@ void VelmarBusinessDataManagerPresenterClass::readSettings() {
             .toInt() == 1;
     m_patchSettings = new SharedSettings(
         QStringLiteral("%1/patchClientSet.cfg").arg(VelmarUtils::GetDefaultUserCfgFileDir()), this);
-    const int samples =
-        ZnCore::instance()->settings(SystemSetting::SysMultiTimeOutCount).toInt() * kBeatsPerMinute;
+    const int minutes = ZnCore::instance()->settings(SystemSetting::SysMultiTimeOutCount).toInt();
+    const int samples = saturated<int>(double(minutes) * kBeatsPerMinute);
     for (const QString& gate :
          {NetGateType::TradeGate, NetGateType::InfoGate, NetGateType::MarketTcpGate}) {
         m_netElapseStat.insert(gate, VelmarStatisticAssist(samples, samples));
@@ -100,6 +102,13 @@ void VelmarBusinessDataManagerPresenterClass::readMenuRelations() {
             m_busiMsgMenuMap.insert(it.key(), it.value().split(QLatin1Char('|')));
         }
     }
+}
+
+int VelmarBusinessDataManagerPresenterClass::startPerformTimer(const QString& type,
+                                                               int periodSeconds) {
+    const int timerId = startTimer(periodSeconds * kMsPerSecond, Qt::VeryCoarseTimer);
+    m_performTimerMap.insert(type, timerId);
+    return timerId;
 }
 
 void VelmarBusinessDataManagerPresenterClass::timerEvent(QTimerEvent* event) {

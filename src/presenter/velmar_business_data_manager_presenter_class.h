@@ -20,31 +20,31 @@ class QTimer;
 class SharedSettings;
 class ZnBusinessDataManager;
 
-/// The plug-in's one contact with the message layer: subscribes, receives, turns what arrives into
-/// signals of its own or of the core, runs the start-up sequence and owns the timers. Slots and
-/// timers run on its object thread, the Proc entries on its message thread.
+/// The plug-in's connection to the message layer: subscribes to pushes and events, turns what
+/// arrives into signals of its own or of the core, runs the start-up sequence and owns the timers.
+/// Slots and timers run on its object thread, the Proc entries on its message thread.
 class VelmarBusinessDataManagerPresenterClass : public ZnPresenterClass {
     Q_OBJECT
 
 public:
-    /// Makes the core if it does not exist, then subscribes; starts no thread.
+    /// Creates the core if it does not exist, then subscribes; starts no thread.
     VelmarBusinessDataManagerPresenterClass(const QString& name, QObject* parent);
     ~VelmarBusinessDataManagerPresenterClass() override;
 
     ZnBusinessDataManager* dataManager() const { return m_dataManager; }
 
-    // What the constructor read. On the object thread, or before initPresenter().
+    // Settings that the constructor read. On the object thread, or before initPresenter().
 
-    /// Business messages always go to the database.
+    /// Whether business messages always go to the database.
     bool alwaysSaveDB() const { return m_alwaysSaveDB; }
     /// "patchClientSet.cfg"; the settings' own operations may be called from any thread.
     SharedSettings& patchSettings() const { return *m_patchSettings; }
     /// The network delays of each gate that has a heartbeat.
     const QMap<QString, VelmarStatisticAssist>& netElapseStat() const { return m_netElapseStat; }
-    /// Menu ids by message type; a type without a relation is not in it.
+    /// Menu ids by message type; contains only the types that have a relation.
     const QMap<QString, QStringList>& busiMsgMenuMap() const { return m_busiMsgMenuMap; }
 
-    /// The heart-beat records by gate, none for a gate that was never connected. Any thread.
+    /// The heart-beat records by gate, without the gates that were never connected. Any thread.
     QMap<QString, NetDelayStat> heartBeatInfo() const;
 
     void ProcSubMsg(QString pluginPid, QVariant msgType, QVariant body) override;
@@ -69,7 +69,7 @@ signals:
     void signalRestartTimer(QString netType);
 
 public slots:
-    /// The start-up sequence up to the core's InitData, and no further.
+    /// The start-up sequence up to the core's InitData.
     void slotInitFundAccount();
     /// The start-up sequence. Blocks the object thread until the account list has come; ends early
     /// only when the presenter or the host is closing.
@@ -90,7 +90,11 @@ public slots:
     void slotNetReconnect(QString netType);
 
 protected:
+    /// Runs slotUploadClientPerformance() for the type whose timer fired.
     void timerEvent(QTimerEvent* event) override;
+    /// Uploads the performance items of a type again and again, a period apart. Returns the timer's
+    /// id. Object thread only.
+    int startPerformTimer(const QString& type, int periodSeconds);
 
 private:
     struct HeartBeatTables {
@@ -113,6 +117,8 @@ private:
 
     // what arrives
     void procNamedEvent(int eventId, const QVariant& body);
+    void procPosition(const QVariantMap& record);
+    void procClientInfo(const QVariantMap& record);
     void procClientInfoApm(const QVariant& body);
     void procSettingChange(const QVariant& body);
     void procGateState(const QString& gate, const QString& netState);
@@ -137,6 +143,6 @@ private:
     bool m_realizedProfitInited = false;  // object thread only
 };
 
-/// The presenter of the plug-in object that was initialised last, null before the first. It is left
-/// as it stands when that presenter goes: whoever needs the object itself takes a PresenterUse.
+/// The presenter of the plug-in object that was initialised last, null before the first one. It is
+/// not reset when that presenter is deleted: code that uses the object takes a PresenterUse.
 extern std::atomic<VelmarBusinessDataManagerPresenterClass*> s_presenter;

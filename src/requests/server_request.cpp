@@ -1,6 +1,6 @@
 #include "server_request.h"
 
-#include "log.h"
+#include "request_failure_log.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 #include "znmsg/c_message_common.h"
@@ -10,10 +10,12 @@
 
 namespace {
 
+using Outcome = ServerReply::Outcome;
+
 constexpr int kTimedOut = 1;
 inline const QString kNumberedText = QStringLiteral("58");
 
-/// Sets a presenter's time-out for the time of one send.
+/// Sets a presenter's time-out for one send and restores it afterwards.
 class TimeOutOfOneSend {
 public:
     TimeOutOfOneSend(ZnPresenterClass& presenter, int seconds)
@@ -34,7 +36,7 @@ private:
     const int m_standing;
 };
 
-/// The envelope with its body; whoever sends it gives it away.
+/// The envelope with its body. Sending it passes the ownership to the platform.
 CMessageCommon* makeMessage(const ZnPresenterClass& presenter, const ServerRequest& request) {
     CPackMessageCommon packer;
     packer.AddVaule(System::msgType, request.msgType);
@@ -59,7 +61,7 @@ QString textOf(CUnPackMessageCommon& body, AnswerForm form) {
     return body.GetValue(field, QString()).toString();
 }
 
-/// Whether the answer's status means success; a numbered one is left in `code`.
+/// Whether the answer's status means success; a numeric status is stored in `code`.
 bool isSuccess(const QString& status, AnswerForm form, int* code) {
     if (form != AnswerForm::Numbered) {
         return status == RequestExeStatus::success;
@@ -67,36 +69,42 @@ bool isSuccess(const QString& status, AnswerForm form, int* code) {
     bool isNumber = true;
     *code = status.isEmpty() ? 0 : status.toInt(&isNumber);
     if (!isNumber) {
-        *code = -1;  // a status that is no number is no success
+        *code = -1;  // a status that is not a number is a refusal
     }
     return *code == 0;
 }
 
-/// How many rows the header tells of; negative for what is no number. One that is missing is none
-/// where there are rows.
-int toldRows(CUnPackMessageCommon& body, int held) {
-    const QVariant told = body.GetValue(System::subGroupNumber, {});
-    if (!told.isValid()) {
+/// The row count of the header; negative when it is not a number, or missing although there are
+/// rows.
+int rowCountOf(CUnPackMessageCommon& body, int held) {
+    const QVariant value = body.GetValue(System::subGroupNumber, {});
+    if (!value.isValid()) {
         return held == 0 ? 0 : -1;
     }
     bool isNumber = false;
-    const int number = told.toInt(&isNumber);
-    return isNumber ? number : -1;
+    const int count = value.toInt(&isNumber);
+    return isNumber ? count : -1;
 }
 
-/// Takes the rows over; false, with a text, when a header tells of more than there are.
+/// Copies the rows into the reply. Returns false, with a text in the reply, when the row count is
+/// missing or does not fit the rows that the body holds.
 bool takeRows(const ServerRequest& request, CUnPackMessageCommon& body, ServerReply* reply) {
     const int held = body.GetRowCount() - 1;
-    const int told = request.answer == AnswerForm::Numbered ? held : toldRows(body, held);
-    if (told < 0 || told > held) {
+    const int count = request.answer == AnswerForm::Numbered ? held : rowCountOf(body, held);
+    if (count < 0 || count > held) {
+        const QVariant value = body.GetValue(System::subGroupNumber, {});
         reply->text =
-            QStringLiteral("the answer to %1 tells of \"%2\" rows and holds %3")
-                .arg(request.msgType, body.GetValue(System::subGroupNumber, QString()).toString())
-                .arg(held);
-        qCWarning(lcRequests).noquote() << reply->text;
+            value.isValid()
+                ? QStringLiteral("the answer to %1 holds %2 rows, its row count is \"%3\"")
+                      .arg(request.msgType)
+                      .arg(held)
+                      .arg(value.toString())
+                : QStringLiteral("the answer to %1 holds %2 rows, its row count is missing")
+                      .arg(request.msgType)
+                      .arg(held);
         return false;
     }
-    for (int row = 1; row <= told; ++row) {
+    for (int row = 1; row <= count; ++row) {
         body.SetCurrentRow(row);
         reply->rows.append(body.GetRowValue());
     }
@@ -107,7 +115,7 @@ ServerReply judge(const ServerRequest& request, int code, const QVariant& respon
     ServerReply reply;
     reply.code = code;
     if (code == kTimedOut) {
-        reply.outcome = ServerReply::Outcome::TimedOut;
+        reply.outcome = Outcome::TimedOut;
         return reply;
     }
     CUnPackMessageCommon body;
@@ -119,28 +127,39 @@ ServerReply judge(const ServerRequest& request, int code, const QVariant& respon
     }
     reply.status = body.GetValue(System::requestExeStatus, QString()).toString();
     if (!isSuccess(reply.status, request.answer, &reply.code)) {
-        reply.outcome = ServerReply::Outcome::Refused;
+        reply.outcome = Outcome::Refused;
         return reply;
     }
     if (request.answer == AnswerForm::NamedStatus || takeRows(request, body, &reply)) {
-        reply.outcome = ServerReply::Outcome::Answered;
+        reply.outcome = Outcome::Answered;
     }
     return reply;
 }
 
-QString logNoPresenter(const ServerRequest& request) {
-    QString text = QStringLiteral("%1 needs a presenter to be sent").arg(request.msgType);
-    qCWarning(lcRequests).noquote() << text;
-    return text;
+QString reasonOf(const ServerReply& reply) {
+    if (reply.outcome == Outcome::TimedOut) {
+        return QStringLiteral("no answer came in time");
+    }
+    if (!reply.text.isEmpty()) {
+        return reply.text;
+    }
+    return reply.outcome == Outcome::Refused
+               ? QStringLiteral("no text, status \"%1\"").arg(reply.status)
+               : QStringLiteral("no text, result %1").arg(reply.code);
+}
+
+ServerReply withoutPresenter(const ServerRequest& request) {
+    ServerReply reply;
+    reply.text = QStringLiteral("%1 needs a presenter to be sent").arg(request.msgType);
+    requestFailureLog().report(request.msgType, reply.outcome, reply.text);
+    return reply;
 }
 
 }  // namespace
 
 ServerReply sendToServer(ZnPresenterClass* presenter, const ServerRequest& request) {
     if (!presenter) {
-        ServerReply reply;
-        reply.text = logNoPresenter(request);
-        return reply;
+        return withoutPresenter(request);
     }
     CMessageCommon* const message = makeMessage(*presenter, request);
     QVariant response;
@@ -151,17 +170,37 @@ ServerReply sendToServer(ZnPresenterClass* presenter, const ServerRequest& reque
                    ? presenter->sendRequest_Sync_Block(message, response, 0)
                    : presenter->sendRequest_Sync(message, response);
     }
-    return judge(request, code, response);
+    ServerReply reply = judge(request, code, response);
+    if (!reply.isAnswered()) {
+        requestFailureLog().report(request.msgType, reply.outcome, reasonOf(reply));
+    }
+    return reply;
 }
 
 bool postToServer(ZnPresenterClass* presenter, const ServerRequest& request) {
     if (!presenter) {
-        logNoPresenter(request);
-        return false;
+        return withoutPresenter(request).isAnswered();
     }
     if (presenter->sendRequest_Async(makeMessage(*presenter, request)) != 0) {
-        qCWarning(lcRequests).noquote() << request.msgType << "was not taken for sending";
+        requestFailureLog().report(request.msgType, Outcome::Failed,
+                                   QStringLiteral("the platform did not take it"));
         return false;
     }
     return true;
+}
+
+void reportRefusedResponse(const QString& msgType, const QVariant& body) {
+    CUnPackMessageCommon unpacker;
+    unpacker.SetUnPackMsg(body, false);
+    ServerReply reply;
+    reply.outcome = Outcome::Refused;
+    reply.status = unpacker.GetValue(System::requestExeStatus, QString()).toString();
+    reply.text = textOf(unpacker, AnswerForm::Named);
+    if (reply.status.isEmpty() || isSuccess(reply.status, AnswerForm::Named, &reply.code)) {
+        return;
+    }
+    // The envelope of a subscription has a type of its own; the body's type says what was refused.
+    const QString ownType = unpacker.GetValue(System::msgType, QString()).toString();
+    requestFailureLog().report(ownType.isEmpty() ? msgType : ownType, reply.outcome,
+                               reasonOf(reply));
 }

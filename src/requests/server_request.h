@@ -2,18 +2,20 @@
 
 #include <QList>
 #include <QString>
+#include <QVariant>
 #include <QVariantMap>
 
 class ZnPresenterClass;
 
-/// How an answer tells what became of its request.
+/// Which fields of an answer contain its status, its text and its row count.
 enum class AnswerForm {
-    /// System::requestExeStatus as a text, System::textDescription, System::subGroupNumber rows.
+    /// System::requestExeStatus as a text, System::textDescription, System::subGroupNumber.
     Named,
-    /// The same without the rows, which nobody reads: what came of them is no matter.
+    /// The same fields, but the rows are neither read nor compared with the row count: for callers
+    /// who need only the outcome.
     NamedStatus,
-    /// Messages of the older kind: a number as the status, 0 or none meaning success, the text
-    /// under "58", as many rows as the body holds.
+    /// Older messages: the status is a number, where 0 or a missing one means success; the text is
+    /// under "58"; every data row of the body counts.
     Numbered
 };
 
@@ -21,43 +23,48 @@ enum class SendKind { Sync, SyncBlock };
 
 /// One request, as data.
 struct ServerRequest {
-    QString msgType;     ///< the body's System::msgType, and the envelope's type
+    QString msgType;     ///< System::msgType of the body, and the envelope's type
     QVariantMap fields;  ///< the header row beside System::msgType
     QList<QVariantMap> rows = {};
-    QString envelopeType = {};  ///< where the envelope's type is another one
+    QString envelopeType = {};  ///< the envelope's type where it differs from `msgType`
     SendKind send = SendKind::Sync;
-    /// For this request; 0 for the presenter's standing one. It is the presenter's own while the
-    /// request is under way, so two threads must not do that at once on one presenter.
+    /// The time-out of this request; 0 for the presenter's standing one. It replaces the
+    /// presenter's while the request is under way, so two threads must not use it at once on one
+    /// presenter.
     int timeOutSeconds = 0;
     AnswerForm answer = AnswerForm::Named;
 };
 
-/// What became of a request.
+/// The outcome of a request.
 struct ServerReply {
     enum class Outcome {
         Answered,  ///< a success: header and rows hold the answer
         TimedOut,  ///< no answer came in time
-        Failed,    ///< the platform could not send it, there is no presenter, or the success that
-                   ///< came does not hold the rows that it tells of; the text says which
+        Failed,    ///< the presenter is null, the platform could not send the request, or the
+                   ///< answer's row count is missing or wrong; the text says which
         Refused    ///< the server answered with another status than success
     };
 
     Outcome outcome = Outcome::Failed;
-    int code = 0;    ///< what the send returned; after an answer a status that is a number
-    QString status;  ///< System::requestExeStatus of the answer, empty when none came
-    QString text;    ///< the text of the answer or the failure, empty when it has none
+    int code = 0;    ///< what the send returned; for a numeric status of an answer, that number
+    QString status;  ///< System::requestExeStatus of the answer, empty without one
+    QString text;    ///< the text of the answer or of the failure, may be empty
     QVariantMap header;
     QList<QVariantMap> rows;  ///< data rows of a success
 
     bool isAnswered() const { return outcome == Outcome::Answered; }
 };
 
-/// Sends a request and waits for its answer, at most for the time-out; takes no lock and may be
-/// called from any thread. A null presenter is a failure with a log line. A time-out of the
-/// request's own is the presenter's until the send returns, so concurrent requests of that
-/// presenter may meet it.
+/// Sends a request and waits for its answer, at most for the time-out. Any thread, with no leaf
+/// lock held. A null presenter is a failure. Every outcome but a success is logged as a warning;
+/// see RequestFailureLog. While a request with a time-out of its own is under way, other requests
+/// of that presenter may get the same time-out.
 ServerReply sendToServer(ZnPresenterClass* presenter, const ServerRequest& request);
 
-/// Sends a request and returns; an answer comes to the presenter's ProcResponseMsg. False, with a
-/// log line, without a presenter, or when the platform did not take it. Any thread.
+/// Sends a request and returns; the answer comes to the presenter's ProcResponseMsg. Returns false,
+/// with a warning, when the presenter is null or the platform did not take the request. Any thread.
 bool postToServer(ZnPresenterClass* presenter, const ServerRequest& request);
+
+/// Checks the answer to a request of postToServer() and logs a warning when its status is another
+/// one than success. An answer without a status is not a refusal. Any thread.
+void reportRefusedResponse(const QString& msgType, const QVariant& body);

@@ -1,9 +1,9 @@
 #include "hong_kong_prices.h"
 
+#include "data_query.h"
 #include "price_unit_ladders.h"
 #include "tolerance.h"
 #include "velmarutils/velmar_init_state_mgr.h"
-#include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
@@ -65,12 +65,8 @@ void HongKongPrices::initHKExchangeRate(ZnPresenterClass* presenter) {
     if (!m_rateStep.begin(presenter)) {
         return;
     }
-    QString error;
-    QList<QVariantMap> rows;
-    const QString status =
-        VelmarUtils::SendRequestToServer(presenter, Velmar_MsgType::HKStockExchangeRateRequest, {},
-                                         QueryDataMode::Normal, error, rows, false, false);
-    if (!error.isEmpty() || status != RequestExeStatus::success) {
+    ServerReply reply = queryRows(presenter, Velmar_MsgType::HKStockExchangeRateRequest, {});
+    if (!reply.isAnswered()) {
         if (LoadStep::isClosing(presenter)) {
             m_rateStep.leaveToNextPresenter();
         } else {
@@ -79,7 +75,7 @@ void HongKongPrices::initHKExchangeRate(ZnPresenterClass* presenter) {
         return;
     }
     auto tables = m_hkRateLock.write();
-    for (QVariantMap& row : rows) {
+    for (QVariantMap& row : reply.rows) {
         const double mid = (row.value(HKSExchgRate::HKSExchgRateSell).toDouble() +
                             row.value(HKSExchgRate::HKSExchgRateBuy).toDouble()) *
                            0.5;
@@ -100,22 +96,20 @@ void HongKongPrices::loadLadder(ZnPresenterClass* presenter, int unitType, LoadS
     if (!step->begin(presenter)) {
         return;
     }
-    QString error;
-    const QList<QVariantMap> rows = VelmarUtils::QueryDatasFromServer(
-        presenter, Velmar_MsgType::HKPriceUnitRequest, {{HKSExchgRate::HKPriceUnitType, unitType}},
-        QueryDataMode::Normal, error);
-    if (!error.isEmpty() && LoadStep::isClosing(presenter)) {
+    const ServerReply reply = queryRows(presenter, Velmar_MsgType::HKPriceUnitRequest,
+                                        {{HKSExchgRate::HKPriceUnitType, unitType}});
+    if (!reply.isAnswered() && LoadStep::isClosing(presenter)) {
         step->leaveToNextPresenter();
         return;
     }
-    if (error.isEmpty()) {
+    if (reply.isAnswered()) {
         ladder->clear();
-        for (const QVariantMap& row : rows) {
+        for (const QVariantMap& row : reply.rows) {
             enterLadderRow(thousandthsOf(row.value(HKSExchgRate::HKLevelUpPrice)),
                            row.value(HKSExchgRate::HKLevelPrice), ladder);
         }
     }
-    step->finish(error.isEmpty() && !rows.isEmpty());
+    step->finish(!reply.rows.isEmpty());
 }
 
 double HongKongPrices::GetHKStockPriceUnit(double price, const QString& securityType) const {

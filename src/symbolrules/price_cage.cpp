@@ -81,7 +81,7 @@ PriceCage::Outcome PriceCage::take(const PriceCageLoad& load, const Pass& pass, 
     tables->m_cageApplyMap = load.applyMap();
     tables->m_cageIndexMap = load.index();
     tables->loadInForce = pass.number;
-    const auto cache = m_symbolCageIdLock.write();
+    const auto cache = m_symbolCageIdLock.lock();
     cache->m_symbolCageIdMap.clear();
     m_cageApplySource = load.applySource();
     m_cageMapSource = load.mapSource();
@@ -90,7 +90,7 @@ PriceCage::Outcome PriceCage::take(const PriceCageLoad& load, const Pass& pass, 
 
 void PriceCage::noteProfileQuery(quint64 load, bool succeeded) {
     const QTime now = m_clock.now().time();
-    const auto query = m_userCageQueryLock.write();
+    const auto query = m_userCageQueryLock.lock();
     if (load < query->load) {
         return;
     }
@@ -102,7 +102,7 @@ void PriceCage::noteProfileQuery(quint64 load, bool succeeded) {
 }
 
 bool PriceCage::userCageQueryFailed() const {
-    const auto query = m_userCageQueryLock.read();
+    const auto query = m_userCageQueryLock.lock();
     return query->m_userCageQueryFailed;
 }
 
@@ -113,14 +113,14 @@ QVariantMap PriceCage::GetCageMapBySymbol(const QString& symbol) const {
         cageId = cageIdOf(symbol, tables->m_cageIndexMap);
         // A load that replaces the tables clears the ids under the write lock, so this id is not
         // outdated.
-        const auto cache = m_symbolCageIdLock.write();
+        const auto cache = m_symbolCageIdLock.lock();
         cache->m_symbolCageIdMap.insert(symbol, cageId);
     }
     return tables->m_cageMap.value(cageId);
 }
 
 bool PriceCage::rememberedCageId(const QString& symbol, QString* cageId) const {
-    const auto cache = m_symbolCageIdLock.read();
+    const auto cache = m_symbolCageIdLock.lock();
     const auto found = cache->m_symbolCageIdMap.constFind(symbol);
     if (found == cache->m_symbolCageIdMap.cend()) {
         return false;
@@ -181,7 +181,7 @@ bool PriceCage::IsUserCageInfoInited(const QString& key, QString& text) const {
 }
 
 QTime PriceCage::getCageUpdateTime() const {
-    const auto query = m_userCageQueryLock.read();
+    const auto query = m_userCageQueryLock.lock();
     return query->m_cageUpdateTime;
 }
 

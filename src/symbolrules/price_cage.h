@@ -112,7 +112,8 @@ private:
     // Look-ups that hold m_cageLock for reading add to it, several at a time.
     mutable Guarded<SymbolCache, QMutex> m_symbolCageIdLock{"m_symbolCageIdLock", LockRank::Leaf};
     // Apart from m_cageLock, so that questions about the last query never wait for a save.
-    Guarded<UserCageQuery, QMutex> m_userCageQueryLock{"m_userCageQueryLock", LockRank::Leaf};
+    mutable Guarded<UserCageQuery, QMutex> m_userCageQueryLock{"m_userCageQueryLock",
+                                                               LockRank::Leaf};
     // Read without a lock.
     std::atomic<CageSource> m_cageMapSource{CageSource::Nothing};
     std::atomic<CageSource> m_cageApplySource{CageSource::Nothing};

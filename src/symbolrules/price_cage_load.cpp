@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "data_query.h"
 #include "load_step.h"
 #include "log.h"
 #include "price_cage_keys.h"
@@ -29,19 +30,17 @@ void uniteRecord(QVariantMap& into, const QVariantMap& from) {
 
 bool PriceCageLoad::queryUserProfile() {
     const QString& msgType = Quindar_MsgType::getUserProfileDataRequest;
-    QString error;
-    const QList<QVariantMap> rows = VelmarUtils::QueryDatasFromServer(
-        m_presenter, msgType,
-        {{UserAccount::userID, CBusinessDataBase::GetInstance()->GetLoginAccount()},
-         {System::msgType, msgType},
-         {System::profileKey, CageProfile::kFuzzyKey},
-         {System::fuzzy, kFuzzy}},
-        QueryDataMode::Normal, error);
-    if (!error.isEmpty()) {
+    const ServerReply reply =
+        queryRows(m_presenter, msgType,
+                  {{UserAccount::userID, CBusinessDataBase::GetInstance()->GetLoginAccount()},
+                   {System::msgType, msgType},
+                   {System::profileKey, CageProfile::kFuzzyKey},
+                   {System::fuzzy, kFuzzy}});
+    if (!reply.isAnswered()) {
         m_isBrokenOff = LoadStep::isClosing(m_presenter);
         return false;
     }
-    for (const QVariantMap& row : rows) {
+    for (const QVariantMap& row : reply.rows) {
         const QString key = row.value(System::profileKey).toString();
         if (key != CageProfile::kCages && key != CageProfile::kApply) {
             continue;
@@ -125,15 +124,13 @@ void PriceCageLoad::readLocalCopies() {
 }
 
 QVariantMap PriceCageLoad::systemItem(const QString& itemName, bool* answered) {
-    QString error;
-    const QList<QVariantMap> rows = VelmarUtils::QueryDatasFromServer(
-        m_presenter, Velmar_MsgType::getSysConfigRequest, {{System::itemName, itemName}},
-        QueryDataMode::Normal, error);
-    *answered = error.isEmpty() && !rows.isEmpty();
-    m_isBrokenOff = m_isBrokenOff || (!error.isEmpty() && LoadStep::isClosing(m_presenter));
+    const ServerReply reply =
+        queryRows(m_presenter, Velmar_MsgType::getSysConfigRequest, {{System::itemName, itemName}});
+    *answered = !reply.rows.isEmpty();
+    m_isBrokenOff = m_isBrokenOff || (!reply.isAnswered() && LoadStep::isClosing(m_presenter));
     QVariantMap item;
     if (*answered) {
-        VelmarUtils::TransStr2Map(rows.first().value(System::itemValue).toString(), item);
+        VelmarUtils::TransStr2Map(reply.rows.first().value(System::itemValue).toString(), item);
     }
     return item;
 }

@@ -68,7 +68,7 @@ QString PriceCage::updateUserCageInfo(ZnPresenterClass* presenter, const CageRec
     if (!presenter) {
         return QStringLiteral("prtClass为空，无法上报价格笼子设置至后台！");
     }
-    const QString refusal = refusalOf(cageInfo);
+    QString refusal = refusalOf(cageInfo);
     if (!refusal.isEmpty()) {
         return refusal;
     }
@@ -79,7 +79,7 @@ QString PriceCage::updateUserCageInfo(ZnPresenterClass* presenter, const CageRec
     const CageRecords cages = changed(tables->m_cageMap, cageInfo, userCageFields());
     const QString applyJson = jsonOf(apply);
     const QString cageJson = jsonOf(cages);
-    const QString failure = sendUserCageInfo(presenter, applyJson, cageJson);
+    QString failure = sendUserCageInfo(presenter, applyJson, cageJson);
     if (!failure.isEmpty()) {
         return failure;
     }

@@ -18,7 +18,7 @@ void RiskNoticeWaiver::open(QObject* owner) {
 
 void RiskNoticeWaiver::load() {
     if (!m_riskNoticeSettings) {
-        qCWarning(lcSymbolRules) << "waived risk symbols asked for before their file was opened";
+        qCWarning(lcSymbolRules) << "waived risk symbols requested before their file was opened";
         return;
     }
     const QString& format = DateTimeFormatString::TRANS_DATE_FROMAT;

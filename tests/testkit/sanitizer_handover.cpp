@@ -2,7 +2,7 @@
 // another thread orders what came before it against what the receiver does, nor that
 // QThread::wait() returns after the thread's work. Every signal emission releases one address and
 // every delivered event acquires it; a thread's finished() releases another, which the end of any
-// object acquires: whoever deletes a thread, or what it used, has waited for it.
+// object acquires: code that deletes a thread, or an object that it used, has waited for it.
 #ifdef __SANITIZE_THREAD__
 
 #include <qnamespace.h>

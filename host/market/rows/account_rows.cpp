@@ -8,7 +8,7 @@ namespace {
 
 inline const QString kOrganCode = QStringLiteral("0101");
 inline const QString kUserType = QStringLiteral("1");
-// Of the first tree, the second login sees one account in so many.
+// The second login sees one account of the first tree in this many.
 constexpr int kSharedEvery = 40;
 
 using Rows = QList<TableRow>;
@@ -34,7 +34,7 @@ void addUpperLevels(Rows& rows, const AccountTree& tree) {
     }
 }
 
-/// The asset accounts of the same product, per product.
+/// The asset accounts by their product.
 QVector<QStringList> assetListsOf(const AccountTree& tree) {
     QVector<QStringList> lists(tree.products.size());
     for (const AccountTree::AssetAccount& one : tree.assets) {
@@ -104,7 +104,7 @@ QList<TableRow> makeStoreRows(const AccountTree& tree, const AccountTree& ofSeco
         }
     }
     for (int i = 0; i < ofSecond.accounts.size(); ++i) {
-        // The last one shows an account that the login may only report on, which no client lists.
+        // On the last account the login has only an authority for reports; no client lists it.
         const bool isLast = i == ofSecond.accounts.size() - 1;
         addAuthority(rows, SampleLogin::secondUser, ofSecond.accounts.at(i),
                      isLast ? QStringList{kReportAuthority} : trader);

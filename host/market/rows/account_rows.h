@@ -12,6 +12,6 @@ struct TableRow {
     QVariantList values;
 };
 
-/// The rows of the server's store: the logins, both trees, and who may do what. The first login
+/// The rows of the server's store for the logins, both trees and the authorities. The first login
 /// sees the first tree, the second one some accounts of it and all of the second tree.
 QList<TableRow> makeStoreRows(const AccountTree& tree, const AccountTree& ofSecond);

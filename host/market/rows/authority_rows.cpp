@@ -13,7 +13,7 @@ inline const QString kGone = QStringLiteral("2");
 inline const QString kTrader = QStringLiteral("1");
 inline const QString kManager = QStringLiteral("2");
 
-// More than a page of a thousand, so that a client has to ask twice.
+// More than a page of a thousand, so that a client has to request two.
 constexpr int kTraders = 1200;
 constexpr int kGoneEvery = 50;
 constexpr int kManagerEvery = 10;
@@ -97,7 +97,7 @@ QList<Level> levelsOf(const AccountTree& tree) {
             {AccountType::FundAccount, funds},       {AccountType::SecurityAccount, securities}};
 }
 
-/// An amount in money, or a switch, as the type has it.
+/// An amount of money or a switch, depending on the type.
 QString valueOf(const QString& authType, int number) {
     if (authType == SampleAuthority::orderAmount) {
         return QString::number((number % 5 + 1) * 1000000);
@@ -105,7 +105,7 @@ QString valueOf(const QString& authType, int number) {
     return number % 3 == 0 ? QStringLiteral("0") : QStringLiteral("1");
 }
 
-/// Two accounts of three have a value, the others none.
+/// Two accounts out of three have a value.
 void addValues(Rows& rows, const QString& userId, const QList<Level>& levels) {
     for (const auto& type : sampleAuthorityTypes()) {
         const auto level = std::find_if(levels.cbegin(), levels.cend(), [&type](const Level& one) {

@@ -7,7 +7,7 @@
 #include "account_rows.h"
 #include "account_tree.h"
 
-/// The authority types of every sample market, by the kind of account that they apply to.
+/// The authority types of every sample market; the comments name the kind of account.
 namespace SampleAuthority {
 inline const QString loginCount = QStringLiteral("MaxLoginCount");         ///< of the user
 inline const QString orderAmount = QStringLiteral("MaxOrderAmount");       ///< trading accounts

@@ -8,7 +8,7 @@
 
 namespace {
 
-// After so many orders, every mix of kind and number of deals has been there once.
+// The number of orders after which every mix of outcome and number of deals has occurred once.
 constexpr int kRound = 40;
 constexpr int kOrderRowsOfRound = 48;
 constexpr int kDealRowsOfRound = 82;
@@ -66,7 +66,7 @@ SELECT ?, trade_date, printf('%s%08d', order_no, 2 * n + c),
 FROM temp.draft CROSS JOIN (SELECT 0 AS c UNION ALL SELECT 1) WHERE c = 0 OR cancelled
 )");
 
-// The part behind the last deal reports the cancellation of the rest.
+// The part after the last deal reports that the rest was cancelled.
 const QString kDeals = QStringLiteral(R"(
 INSERT INTO history_deal
 SELECT account, trade_date, order_id, printf('E%08d%d', n, k), security_account, exchange,
@@ -107,7 +107,7 @@ QString securityAccountOf(const AccountTree::TradingAccount& account, const QStr
     return found == all.cend() ? QString() : found->account;
 }
 
-/// So many of the list, evenly spread.
+/// At most kPoolSize of the securities, evenly spread.
 QList<QVariantList> poolOf(const QList<QVariantMap>& securities) {
     QVector<const QVariantMap*> traded;
     for (const QVariantMap& one : securities) {

@@ -10,20 +10,20 @@
 #include "trade_calendar.h"
 
 /// The orders and deals of a year, for a few cash accounts: many for the first one, some hundreds
-/// for others. They are made by the database itself, from numbers alone.
+/// for the others. SQL statements compute them from their numbers.
 class HistoryRows {
 public:
-    /// Asked after each batch of rows; false ends the writing.
+    /// Called after each batch of rows; returning false stops the writing.
     using OnRows = std::function<bool(int rows)>;
 
     /// `orders` of the first account, rounded up to a whole round of forty; 0 for no history.
     HistoryRows(quint32 seed, int orders, const AccountTree& tree,
                 const QList<QVariantMap>& securities, const QVector<TradeCalendar::Day>& days);
 
-    /// How many rows write() makes.
+    /// The number of rows that write() makes.
     int rowCount() const;
-    /// Into a file with the tables of the server's store. False when a statement fails, which the
-    /// file then tells of, or when `onRows` said so.
+    /// Writes into a file with the tables of the server's store. False when a statement failed, see
+    /// MarketFile::error(), or `onRows` stopped it.
     bool write(MarketFile& file, const OnRows& onRows) const;
 
 private:

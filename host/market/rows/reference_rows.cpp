@@ -106,12 +106,16 @@ ReferenceRow settingRow(const QString& name, const QString& value) {
     return {kindOf("setting"), name, {{System::itemName, name}, {System::itemValue, value}}};
 }
 
-void addSecurityRows(const QList<QVariantMap>& securities, QList<ReferenceRow>& rows) {
+void addSecurityRows(const QList<QVariantMap>& securities, const MarketStop& stop,
+                     QList<ReferenceRow>& rows) {
     constexpr int kBaskets = 5;
     int etfs = 0;
     int bonds = 0;
     int baskets = 0;
     for (const QVariantMap& one : securities) {
+        if (stop.isSetAt(rows.size())) {
+            return;
+        }
         rows.append({kindOf("security"), text(one, Security::symbol), one});
         const QString type = text(one, MDCFieldDefine::mdcSecurityType);
         const QString subType = text(one, MDCFieldDefine::mdcSubSecurityType);
@@ -131,11 +135,11 @@ void addSecurityRows(const QList<QVariantMap>& securities, QList<ReferenceRow>& 
 
 }  // namespace
 
-QList<ReferenceRow> makeReferenceRows(const QList<QVariantMap>& securities,
-                                      const AccountTree& tree) {
+QList<ReferenceRow> makeReferenceRows(const QList<QVariantMap>& securities, const AccountTree& tree,
+                                      const MarketStop& stop) {
     constexpr int kNewStocks = 8;
     QList<ReferenceRow> rows;
-    addSecurityRows(securities, rows);
+    addSecurityRows(securities, stop, rows);
     for (int number = 0; number < kNewStocks; ++number) {
         rows.append(newStockRow(number));
     }

@@ -5,6 +5,7 @@
 #include <QVariantMap>
 
 #include "account_tree.h"
+#include "market_stop.h"
 
 /// A row of the table `reference` of the client's static database.
 struct ReferenceRow {
@@ -13,6 +14,6 @@ struct ReferenceRow {
     QVariantMap record;
 };
 
-/// Every row: the securities, and what hangs on them and on the accounts.
-QList<ReferenceRow> makeReferenceRows(const QList<QVariantMap>& securities,
-                                      const AccountTree& tree);
+/// The rows of every kind: of the securities, what belongs to them, and of the accounts.
+QList<ReferenceRow> makeReferenceRows(const QList<QVariantMap>& securities, const AccountTree& tree,
+                                      const MarketStop& stop = MarketStop());

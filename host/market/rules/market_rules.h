@@ -5,7 +5,7 @@
 #include "price_ladder.h"
 #include "price_limits.h"
 
-/// The exchanges' rules that prices follow.
+/// The exchanges' rules for prices.
 struct MarketRules {
     PriceLadder hongKongShares;
     PriceLadder hongKongFunds;

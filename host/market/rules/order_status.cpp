@@ -20,7 +20,7 @@ bool OrderStatusTable::load(QString* error) {
         for (const QString& successor : successorsOf(table.cell(row, code))) {
             if (!m_states.contains(successor)) {
                 *error = table.fault(row.line,
-                                     QStringLiteral("there is no state \"%1\"").arg(successor));
+                                     QStringLiteral("the state \"%1\" is missing").arg(successor));
                 return false;
             }
         }

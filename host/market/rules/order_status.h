@@ -6,7 +6,7 @@
 
 /// Codes of an order's state.
 namespace OrderStatus {
-inline const QString sent = QStringLiteral("A");  ///< not yet taken by the exchange
+inline const QString sent = QStringLiteral("A");  ///< not yet accepted by the exchange
 inline const QString accepted = QStringLiteral("0");
 inline const QString partlyFilled = QStringLiteral("1");
 inline const QString cancelling = QStringLiteral("6");
@@ -16,15 +16,15 @@ inline const QString partlyCancelled = QStringLiteral("5");
 inline const QString rejected = QStringLiteral("8");
 }  // namespace OrderStatus
 
-/// Which state of an order may follow which. Loaded once, then read by any thread.
+/// The states of an order and which may follow which. Loaded once, then read by any thread.
 class OrderStatusTable {
 public:
-    /// Reads the built-in table. False with a text on failure, which a successor that is no state
-    /// is too.
+    /// Reads the built-in table. False with a text on failure, also when a successor is not a
+    /// state.
     bool load(QString* error);
 
     QStringList codes() const { return m_states.keys(); }
-    /// Empty for a state that ends an order, and for an unknown one.
+    /// Empty for a final state and for an unknown one.
     QStringList successorsOf(const QString& code) const { return m_states.value(code).next; }
     bool mayFollow(const QString& from, const QString& to) const {
         return successorsOf(from).contains(to);

@@ -29,7 +29,7 @@ bool PriceLadder::load(const QString& name, QString* error) {
         m_bands.append(band);
     }
     if (m_bands.isEmpty()) {
-        *error = table.fault(1, QStringLiteral("there is no ladder \"%1\"").arg(name));
+        *error = table.fault(1, QStringLiteral("the ladder \"%1\" is missing").arg(name));
     }
     return !m_bands.isEmpty();
 }

@@ -7,15 +7,15 @@
 class PriceLadder {
 public:
     struct Band {
-        int upTo;        ///< upper end, which belongs to the band, in thousandths of a dollar
-        QString spread;  ///< in dollars, as it is published
+        int upTo;        ///< upper end, inclusive, in thousandths of a dollar
+        QString spread;  ///< in dollars, as published
     };
 
-    /// Reads one of the built-in ladders, "share" or "fund". False with a text on failure, which a
-    /// ladder that does not rise or a spread that is no positive number is.
+    /// Reads one of the built-in ladders, "share" or "fund". False with a text on failure, also
+    /// when the ladder does not rise or a spread is not a positive number.
     bool load(const QString& name, QString* error);
     const QVector<Band>& bands() const { return m_bands; }
-    /// The tick at a price in dollars; that of the last band above it.
+    /// The tick at a price in dollars; above the last band, that of the last band.
     double spreadAt(double price) const;
 
 private:

@@ -15,7 +15,7 @@ QString keyOf(const QString& exchange, const QString& subType, const QString& fl
     return QStringList{exchange, subType, flag}.join(QLatin1Char('|'));
 }
 
-/// So many percent of a price, half up to the tick.
+/// A percentage of a price, rounded half up to the tick.
 qint64 shareOf(qint64 price, int percent, qint64 tick) {
     const qint64 ofHundredTicks = price * percent;
     const qint64 tickHundred = tick * 100;

@@ -3,24 +3,24 @@
 #include <QMap>
 #include <QString>
 
-/// The highest and the lowest price of a day; 0 and 0 where there is no limit.
+/// The highest and the lowest price of a day; both are 0 for a security without limits.
 struct DayLimits {
     double max;
     double min;
 };
 
-/// The limits so many percent off a previous close, rounded half up to the tick. They are a tick
-/// off where the percentage is less than that, and the lower one never falls below a tick. Prices
-/// and tick have four decimals at most; the arithmetic is exact. No limits for a percentage of 0,
-/// or where close or tick is not positive.
+/// The limits a percentage above and below a previous close, rounded half up to the tick. They are
+/// at least a tick away from the close, and the lower one is at least a tick. Prices and tick have
+/// four decimals at most; the arithmetic is exact. No limits for a percentage of 0, or when close
+/// or tick is not positive.
 DayLimits dayLimits(double preClose, int percent, double tick);
 
-/// What the exchanges limit, by exchange and kind.
+/// The exchanges' price limits by exchange and sub-type.
 class PriceLimitRules {
 public:
     /// Reads the built-in table. False with a text on failure.
     bool load(QString* error);
-    /// 0 for what has no limit. The flag is one of StFlag; any other text counts as none.
+    /// 0 without a limit. The flag is one of StFlag; any other text counts as no flag.
     int percentOf(const QString& exchange, const QString& subType, const QString& stFlag) const;
 
 private:

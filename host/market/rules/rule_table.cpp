@@ -88,7 +88,7 @@ bool RuleTable::number(const Row& row, const QString& column, int* value, QStrin
     *value = cell(row, column).toInt(&ok);
     if (!ok || *value < 0) {
         *error = fault(row.line,
-                       QStringLiteral("%1 is no number: \"%2\"").arg(column, cell(row, column)));
+                       QStringLiteral("%1 is not a number: \"%2\"").arg(column, cell(row, column)));
         return false;
     }
     return true;
@@ -97,8 +97,8 @@ bool RuleTable::number(const Row& row, const QString& column, int* value, QStrin
 bool RuleTable::day(const Row& row, const QString& column, QDate* value, QString* error) const {
     *value = QDate::fromString(cell(row, column), Qt::ISODate);
     if (!value->isValid()) {
-        *error =
-            fault(row.line, QStringLiteral("%1 is no date: \"%2\"").arg(column, cell(row, column)));
+        *error = fault(row.line,
+                       QStringLiteral("%1 is not a date: \"%2\"").arg(column, cell(row, column)));
         return false;
     }
     return true;

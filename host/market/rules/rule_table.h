@@ -6,9 +6,9 @@
 #include <QStringList>
 #include <QVector>
 
-/// A table of the folder data: cells parted by ";", no quoting. The first line is
-/// "# DATE; SOURCE", the date as yyyy-MM-dd; the first line that is no comment names the columns;
-/// further lines that begin with "#" are comments. Any thread, nothing is shared.
+/// A table of the folder data: cells separated by ";", no quoting. The first line is
+/// "# DATE; SOURCE", the date as yyyy-MM-dd; other lines that begin with "#" are comments; the
+/// first line after them names the columns. Any thread, nothing is shared.
 class RuleTable {
 public:
     struct Row {
@@ -16,10 +16,10 @@ public:
         QStringList cells;
     };
 
-    /// Reads a table that is built in. False with a text that names file and line on failure.
+    /// Reads a built-in table. False with a text that names file and line on failure.
     static bool load(const QString& file, const QStringList& columns, RuleTable* table,
                      QString* error);
-    /// The same for a text that stands elsewhere; the name is for the error alone.
+    /// The same for any text; `file` is the name in the error.
     static bool parse(const QString& file, const QByteArray& text, const QStringList& columns,
                       RuleTable* table, QString* error);
 
@@ -27,7 +27,7 @@ public:
     QString source() const { return m_source; }
     const QVector<Row>& rows() const { return m_rows; }
 
-    /// Empty for a column that the table has not.
+    /// Empty for an unknown column.
     QString cell(const Row& row, const QString& column) const;
     /// A whole number that is not negative. False with a text for any other cell.
     bool number(const Row& row, const QString& column, int* value, QString* error) const;

@@ -62,7 +62,7 @@ bool TradeCalendar::loadMarks(const QString& file, Marks* marks, QString* error)
 }
 
 bool TradeCalendar::mainlandOpen(const QDate& date) const {
-    // Exchanges rest on every weekend day, those that are worked elsewhere included.
+    // Exchanges are closed on every weekend day, also on those that are working days elsewhere.
     return !isWeekend(date) && m_mainland.value(date, Mark::None) != Mark::Closed;
 }
 

@@ -5,14 +5,14 @@
 #include <QString>
 #include <QVector>
 
-/// Kinds of calendar, as requests for trade days number them.
+/// Kinds of calendar, with their numbers in requests for trade days.
 enum class TradeDayType {
     Shares = 1,  ///< Shanghai, Shenzhen and Beijing; gold too
     Futures = 2,
     HongKong = 3,
     Northbound = 4,           ///< from Hong Kong into Shanghai and Shenzhen
-    Southbound = 5,           ///< from there to Hong Kong
-    Interbank = 7,            ///< trades on weekend days that are worked
+    Southbound = 5,           ///< from Shanghai and Shenzhen into Hong Kong
+    Interbank = 7,            ///< also open on weekend days that are working days
     HongKongCirculation = 9,  ///< shares of Hong Kong in full circulation
 };
 
@@ -37,7 +37,7 @@ public:
     int firstYear() const { return m_firstYear; }
     int lastYear() const { return m_lastYear; }
 
-    /// Whether the day lies in those years.
+    /// Whether the day is in one of those years.
     bool covers(const QDate& date) const;
 
     /// Whether it is a trade day; false outside the years.

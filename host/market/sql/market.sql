@@ -1,4 +1,4 @@
--- What the server keeps of a market. Rows of `meta`: see market_store.h.
+-- The server's store of a market. Rows of `meta`: see sealed_database.h.
 CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT) WITHOUT ROWID;
 
 CREATE TABLE login(
@@ -24,7 +24,7 @@ CREATE TABLE asset_account(
     product_account TEXT NOT NULL REFERENCES product,
     name TEXT NOT NULL) WITHOUT ROWID;
 
--- An account of the tree, seq being its place there, and its binding at the counter.
+-- An account, its position in the tree (seq), and its binding at the counter.
 CREATE TABLE trading_account(
     seq INTEGER PRIMARY KEY,
     trading_account TEXT NOT NULL UNIQUE,
@@ -55,7 +55,7 @@ CREATE TABLE account_authority(
     authority_types TEXT NOT NULL,
     PRIMARY KEY(user_id, trading_account)) WITHOUT ROWID;
 
--- Position 0 is the one that the account's record names.
+-- The account's record contains the one at position 0.
 CREATE TABLE security_account(
     trading_account TEXT NOT NULL REFERENCES trading_account(trading_account),
     position INTEGER NOT NULL,
@@ -120,7 +120,7 @@ CREATE TABLE history_day(
     deals INTEGER NOT NULL,
     PRIMARY KEY(trading_account, trade_date)) WITHOUT ROWID;
 
--- As they stand at the end of the last day of the history.
+-- At the end of the last day of the history.
 CREATE TABLE position(
     trading_account TEXT NOT NULL REFERENCES trading_account(trading_account),
     security_exchange TEXT NOT NULL,
@@ -130,7 +130,7 @@ CREATE TABLE position(
     oms_average_cost REAL NOT NULL,
     PRIMARY KEY(trading_account, security_exchange, security_id)) WITHOUT ROWID;
 
--- Messages of a login; position is the cursor, of one width, so that texts compare like numbers.
+-- Messages of a login; position is the cursor, of fixed width, so that texts compare like numbers.
 CREATE TABLE busi_message(
     user_id TEXT NOT NULL REFERENCES login,
     position TEXT NOT NULL,
@@ -146,7 +146,7 @@ CREATE TABLE busi_message(
     text_description TEXT NOT NULL,
     PRIMARY KEY(user_id, position)) WITHOUT ROWID;
 
--- All menus, seq being their order; menu_position is JSON, a plug-in or a list of them.
+-- All menus in the order of seq; menu_position is JSON, a plug-in or a list of plug-ins.
 CREATE TABLE menu(
     menu_id TEXT PRIMARY KEY,
     seq INTEGER NOT NULL,
@@ -159,7 +159,7 @@ CREATE TABLE user_menu(
     menu_id TEXT NOT NULL REFERENCES menu,
     PRIMARY KEY(user_id, menu_id)) WITHOUT ROWID;
 
--- Trade days by kind of calendar; half_day is 1 for a morning session only.
+-- Trade days by kind of calendar; half_day is 1 for days with a morning session only.
 CREATE TABLE trade_calendar(
     trade_day_type INTEGER NOT NULL,
     trade_date INTEGER NOT NULL,
@@ -174,12 +174,12 @@ CREATE TABLE hong_kong_spread(
     spread REAL NOT NULL,
     PRIMARY KEY(security_type, up_to)) WITHOUT ROWID;
 
--- The authority types that there are, and the kind of account that each applies to.
+-- The authority types, and the kind of account that each applies to.
 CREATE TABLE authority_type(
     auth_type TEXT PRIMARY KEY,
     account_type TEXT NOT NULL) WITHOUT ROWID;
 
--- The values as they were delivered; what clients alter is kept in the server's state.
+-- The values of the market; values that clients change are in the server's state.
 CREATE TABLE authority_value(
     user_id TEXT NOT NULL REFERENCES login,
     auth_type TEXT NOT NULL REFERENCES authority_type,
@@ -187,8 +187,7 @@ CREATE TABLE authority_value(
     auth_value TEXT NOT NULL,
     PRIMARY KEY(user_id, auth_type, account)) WITHOUT ROWID;
 
--- The people of the organisations, of whom the logins are a few; a list of them is in the order of
--- the rows.
+-- The people of the organisations, among them the logins. Lists are in the order of the rows.
 CREATE TABLE organ_user(
     user_id TEXT PRIMARY KEY,
     user_name TEXT NOT NULL,
@@ -196,7 +195,7 @@ CREATE TABLE organ_user(
     user_status TEXT NOT NULL,
     organ_code TEXT NOT NULL);
 
--- Who may trade on a product, trading or investor account; somebody may be bound twice.
+-- Who may trade on a product, trading or investor account; a user may be bound twice.
 CREATE TABLE trader_binding(
     account_type TEXT NOT NULL,
     account TEXT NOT NULL,

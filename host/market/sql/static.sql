@@ -1,4 +1,4 @@
--- The client's static database; its layout is told in host/platform/README.md.
+-- The client's static database; host/platform/README.md describes its layout.
 CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT) WITHOUT ROWID;
 
 CREATE TABLE static_cfg(

@@ -75,7 +75,8 @@ public:
     void publishTick(const QString& symbol, const QVariantMap& tick,
                      const QString& source = QStringLiteral("feed"));
 
-    /// The server-aligned clock; a test hands in its own. Any thread may read.
+    /// Replaces the server-aligned clock, which is the machine's clock in the exchanges' zone
+    /// (exchange_clock.h); null brings that one back. `clock` is called on any thread.
     void setClock(std::function<QDateTime()> clock);
 
     /// Calls `done`, on any thread, once every live presenter has worked off what is queued for its

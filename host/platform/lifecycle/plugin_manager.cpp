@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "handed_in_objects.h"
+#include "log_refusal.h"
 #include "message_log.h"
 #include "znplugin/i_plugin.h"
 #include "znwidget/zn_plugin_base_object.h"
@@ -26,12 +27,7 @@ QVersionNumber oldestInterface() {
 }
 
 bool refuse(const QString& file, const QString& why, QString* error) {
-    const QString text = QStringLiteral("%1: %2").arg(file, why);
-    qCWarning(lcPluginHost).noquote() << text;
-    if (error) {
-        *error = text;
-    }
-    return false;
+    return logRefusal(lcPluginHost(), file, why, error);
 }
 
 /// Why the metadata of a library rules it out, empty when it does not.
@@ -72,8 +68,8 @@ PluginManager::~PluginManager() {
     shutdown();
 }
 
-QString PluginManager::unfitReason(const QString& file) {
-    return whyUnfit(QPluginLoader(file).metaData());
+QString PluginManager::unfitness(const QString& file) {
+    return whyUnfit(QPluginLoader(QFileInfo(file).absoluteFilePath()).metaData());
 }
 
 bool PluginManager::load(const QString& file, QString* error) {

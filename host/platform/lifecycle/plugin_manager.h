@@ -25,11 +25,12 @@ public:
     PluginManager(const PluginManager&) = delete;
     PluginManager& operator=(const PluginManager&) = delete;
 
-    /// Why load() would refuse the library because of its metadata; empty when it would not.
-    static QString unfitReason(const QString& file);
-    /// Loads a library and calls its initialize(). What its metadata rules out is refused without
-    /// being loaded: another interface id than "ZNAppPlugin", a "CompatVersion" that is missing or
-    /// older than this platform supports. So is a library that is loaded already.
+    /// Why a library's metadata rules it out, empty when it does not: the metadata is missing,
+    /// names another interface id than "ZNAppPlugin", or its "CompatVersion" is missing or older
+    /// than this platform supports. Loads nothing.
+    static QString unfitness(const QString& file);
+    /// Loads a library and calls its initialize(). Refuses, without loading it, a library that
+    /// unfitness() rules out, and one that is loaded already.
     bool load(const QString& file, QString* error);
     /// The handed-in object of that name, null when no loaded plug-in has one.
     QObject* descriptor(const QString& name) const;
@@ -39,7 +40,7 @@ public:
     ZnPluginBaseObject* makePluginObject(const QString& name, QString* error);
     /// The same for each object with a "metaId" that the library handed in; `file` as it was given
     /// to load(). Returns the names of the created ones; `errors` gets a text for each that could
-    /// not be created, or one when the library handed in none.
+    /// not be created, or one when the library handed in no such object.
     QStringList makePluginObjects(const QString& file, QStringList* errors);
     /// Calls extensionsInitialized() of every plug-in in the order of loading, then
     /// delayedInitialize() of every plug-in.

@@ -227,7 +227,7 @@ void PresenterChannel::runMessageThread() {
     }
 }
 
-/// The queue is empty again after it was long: the next time is reported anew.
+/// The queue is empty again after it was long; it is reported again when it next grows long.
 void PresenterChannel::reportCaughtUp(std::unique_lock<std::mutex>& lock) {
     m_warnedOfMany = false;
     const int dropped = std::exchange(m_dropped, 0);

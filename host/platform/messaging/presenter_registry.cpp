@@ -63,7 +63,7 @@ void PresenterRegistry::dispose(const std::shared_ptr<PresenterChannel>& channel
 
 void PresenterRegistry::finish(const std::shared_ptr<PresenterChannel>& channel) {
     channel->dispose();
-    qCDebug(lcChannel) << "presenter" << channel->pid() << "is gone";
+    qCDebug(lcChannel) << "presenter" << channel->pid() << "is deleted";
     remove(channel);
 }
 

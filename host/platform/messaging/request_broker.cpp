@@ -130,15 +130,18 @@ bool RequestBroker::sendAsync(const std::shared_ptr<PresenterChannel>& channel,
                               const GatewayRequest& request) {
     GatewayRequest sent = request;
     QString reason;
-    if (!enter(channel, false, sent, &reason)) {
-        qCWarning(lcRequest) << "request" << sent.msgType << "not sent:" << reason;
-        return false;
+    const std::shared_ptr<Pending> pending = enter(channel, false, sent, &reason);
+    if (pending && handOver(sent, &reason)) {
+        return true;
     }
-    if (!handOver(sent, &reason)) {
-        complete(sent.envelopeId, Outcome::failure(reason));
-        return false;
+    if (pending) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_pending.erase(sent.envelopeId);
+        m_deadlines.remove(sent.envelopeId, pending->deadline);
     }
-    return true;
+    // The caller logs that the request failed; only the reason is known here.
+    qCDebug(lcRequest) << "request" << sent.msgType << "not sent:" << reason;
+    return false;
 }
 
 /// Enters the request in the table and gives it its envelope id; null with a reason when it is too

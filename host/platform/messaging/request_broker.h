@@ -44,7 +44,7 @@ public:
 
     /// Closing refuses every request from here on; it does not fail the pending ones.
     void setClosing(bool closing);
-    /// Ends the thread that gives asynchronous requests up, until the closing state is taken back.
+    /// Ends the thread that gives up asynchronous requests; setClosing(false) allows it again.
     void stopDeadlines() { m_deadlines.stop(); }
     /// A body of more bytes than this, as bodySize() counts them, is refused: a request and an
     /// answer fail with a text, a push is dropped with a log line.
@@ -70,7 +70,7 @@ private:
 
     std::shared_ptr<Pending> enter(const std::shared_ptr<PresenterChannel>& channel, bool isSync,
                                    GatewayRequest& request, QString* refusal);
-    /// Reports every gate whose state is known as disconnected, since the link is gone.
+    /// Reports every gate whose state is known as disconnected, since the link was taken down.
     void disconnectGates();
     bool handOver(const GatewayRequest& request, QString* reason);
     /// False, with a text that names the body, when it is above the limit.
@@ -83,7 +83,7 @@ private:
     std::atomic<bool> m_closing{false};
     std::atomic<quint64> m_lastEnvelopeId{0};
     std::atomic<qint64> m_bodyLimit{kStandingBodyLimit};
-    RequestDeadlines m_deadlines;  // its lock is taken inside m_mutex, and calls back with none
+    RequestDeadlines m_deadlines;  // locked while m_mutex is held; calls back without a lock
 
     std::shared_mutex
         m_linkMutex;  // shared while a request is handed over; alone to change the link

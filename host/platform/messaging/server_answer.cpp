@@ -58,8 +58,7 @@ ServerAnswer judgeAnswer(const QString& msgType, int sendResult, const QVariant&
     CUnPackMessageCommon body;
     body.SetUnPackMsg(response, false);
     const QString status = body.GetValue(System::requestExeStatus, QString()).toString();
-    const bool success = status == RequestExeStatus::success;
-    if (sendResult == kAnswered && success) {
+    if (sendResult == kAnswered && status == RequestExeStatus::success) {
         ServerAnswer answer{status, QString(), {}, body.GetRowValue()};
         if (takeRows(msgType, body, &answer.rows, &answer.error)) {
             return answer;
@@ -74,5 +73,5 @@ ServerAnswer judgeAnswer(const QString& msgType, int sendResult, const QVariant&
                       .arg(msgType, status)
                 : QStringLiteral("%1 could not be sent (result %2)").arg(msgType).arg(sendResult);
     }
-    return {success ? QString() : status, text, {}, {}};
+    return {sendResult == kAnswered ? status : QString(), text, {}, {}};
 }

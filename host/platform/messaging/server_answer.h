@@ -7,7 +7,7 @@
 
 /// The outcome of a synchronous request.
 struct ServerAnswer {
-    QString status;           ///< System::requestExeStatus, or what stands for it
+    QString status;           ///< System::requestExeStatus, or a value in its place
     QString error;            ///< empty on success only
     QList<QVariantMap> rows;  ///< empty unless the request succeeded
     QVariantMap header;       ///< empty unless the request succeeded
@@ -16,8 +16,7 @@ struct ServerAnswer {
 /// The one place that decides the outcome of a synchronous request. `sendResult` and `response` are
 /// what the send returned.
 /// - 1, a time-out: Velmar_Values::RequestExeStatus::timeout, and a text of its own.
-/// - other than 0, a failure of the platform: the body's status, unless that says success, and its
-///   text.
+/// - other than 0, a failure of the platform: no status, and the body's text.
 /// - 0 with another status than success, a refusal: the body's status and text.
 /// - 0 and success: rows 1 to System::subGroupNumber. A body that holds fewer rows, or whose row
 ///   count is not a number, was cut or garbled on its way: a failure like any other, with a text

@@ -20,9 +20,9 @@ inline void handOverAcquire(const void*) {}
 inline void handOverRelease(const void*) {}
 #endif
 
-/// A functor on its way to another thread. The last thing that the sender does is to move it into
-/// the queue's memory, so that move is what releases; whoever calls it acquires before it reads
-/// anything of it.
+/// A functor on its way to another thread. The sender's last step is to move it into the queue's
+/// memory, so that move releases; the call on the other thread acquires before it reads the
+/// functor.
 template <class Functor>
 class HandedOver {
 public:

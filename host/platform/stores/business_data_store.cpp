@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "data_log.h"
+#include "exchange_clock.h"
 #include "host_msg_type.h"
 #include "vocabulary/constants.h"
 #include "vocabulary/fields.h"
@@ -167,7 +168,7 @@ QDateTime BusinessDataStore::now() const {
         clock = m_clock;
     }
     // Outside the lock, since the function belongs to the host or a test.
-    return clock ? clock() : QDateTime::currentDateTime();
+    return clock ? clock() : exchangeNow();
 }
 
 QStringList BusinessDataStore::valuesOf(const QString& field) const {

@@ -7,14 +7,14 @@
 
 namespace {
 
-// Of the file format: the header's length, and where it tells the page size, how often
-// the file was changed, and the page count.
+// The file format: the header's length, and the offsets of the page size, of the number of changes
+// and of the page count.
 constexpr int kHeaderBytes = 100;
 constexpr int kPageSizeAt = 16;
 constexpr int kChangeAt = 24;
 constexpr int kPageCountAt = 28;
 constexpr qint64 kLargestPage = 65536;
-// Behind the header's page and that of the table `meta`.
+// After the page of the header and that of the table `meta`.
 constexpr qint64 kFirstPage = 2;
 
 struct Layout {
@@ -23,28 +23,28 @@ struct Layout {
     quint32 change = 0;  ///< counts the transactions
 };
 
-/// What keeps the header from being one, empty when the layout is told.
+/// Reads the header; what is wrong with it or with the file's size, empty when nothing is.
 QString readLayout(QFile& file, Layout* layout) {
     const QByteArray magic("SQLite format 3", 16);
     const QByteArray header = file.read(kHeaderBytes);
     if (header.size() < kHeaderBytes || !header.startsWith(magic)) {
-        return QStringLiteral("it is no database");
+        return QStringLiteral("it is not a database");
     }
     const auto size = qFromBigEndian<quint16>(header.constData() + kPageSizeAt);
     layout->pageSize = size == 1 ? kLargestPage : size;
     layout->change = qFromBigEndian<quint32>(header.constData() + kChangeAt);
     layout->pages = qFromBigEndian<quint32>(header.constData() + kPageCountAt);
     if (layout->pageSize < 512 || layout->pages < 1) {
-        return QStringLiteral("its header tells no size");
+        return QStringLiteral("its header has no valid size");
     }
-    const qint64 told = layout->pageSize * layout->pages;
-    return file.size() == told ? QString()
-                               : QStringLiteral("it has %1 bytes, not %2 as its header tells")
-                                     .arg(file.size())
-                                     .arg(told);
+    const qint64 stated = layout->pageSize * layout->pages;
+    return file.size() == stated ? QString()
+                                 : QStringLiteral("it has %1 bytes, but %2 according to its header")
+                                       .arg(file.size())
+                                       .arg(stated);
 }
 
-/// Runs over the pages that a digest covers, from 0 on.
+/// Reads the pages that a digest covers.
 class PageDigest {
 public:
     PageDigest(QFile& file, const Layout& layout) : m_file(file), m_layout(layout) {}
@@ -57,7 +57,7 @@ public:
         for (qint64 page = kFirstPage; read && page < frontEnd; ++page) {
             read = add(page);
         }
-        // The last page is always among them, so that the end of the file is looked at.
+        // The last page is always among them, so that the end of the file is checked.
         const qint64 rest = m_layout.pages - frontEnd;
         const qint64 spread = qMin<qint64>(rest, kSpreadPages);
         for (qint64 i = 1; read && i <= spread; ++i) {
@@ -105,7 +105,7 @@ QMap<QString, QString> DatabaseSeal::make(const QString& file) {
     }
     return {{pagesKey, QString::number(layout.pages)},
             {digestKey, digest},
-            // That of the transaction that writes it.
+            // The seal is written in a transaction of its own, which counts too.
             {changeKey, QString::number(layout.change + 1)}};
 }
 
@@ -123,7 +123,7 @@ QString DatabaseSeal::fault(const QString& file, const QMap<QString, QString>& m
     }
     for (const QString& key : {pagesKey, digestKey}) {
         if (meta.value(key) != found.value(key)) {
-            return QStringLiteral("%1 \"%2\", not \"%3\" as it was made")
+            return QStringLiteral("%1 \"%2\", but \"%3\" when it was written")
                 .arg(key, found.value(key), meta.value(key));
         }
     }

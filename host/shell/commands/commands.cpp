@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QLoggingCategory>
 #include <QStandardPaths>
 #include <QTimer>
 #include <algorithm>
@@ -14,6 +13,7 @@
 #include "client.h"
 #include "commonquotahandler/common_quota_handler.h"
 #include "doctor_command.h"
+#include "home_mark.h"
 #include "interrupt_watch.h"
 #include "log_file.h"
 #include "output.h"
@@ -23,11 +23,9 @@
 #include "sample_market.h"
 #include "scenario_command.h"
 #include "start_up_wait.h"
-#include "static_config.h"
 #include "symbols_command.h"
-#include "velmarutils/velmar_utils.h"
+#include "ticks_command.h"
 #include "znbusinessdata/c_business_data_base.h"
-#include "zndatabase/c_data_base.h"
 
 namespace {
 
@@ -64,6 +62,8 @@ Client::Options clientOptions(const ShellOptions& options) {
     client.accountWaitMs = options.waitSeconds * 1000;
     client.tickSymbols = options.tickSymbols;
     client.ticksPerSecond = options.tickRate;
+    client.marketHours = options.marketHours;
+    client.clock = options.clock;
     client.bodyLimit = options.bodyLimit;
     for (const Fault& fault : options.faults) {
         client.faults->add(fault);
@@ -71,17 +71,28 @@ Client::Options clientOptions(const ShellOptions& options) {
     return client;
 }
 
-bool installLog(const ShellOptions& options) {
+/// Takes the home folder and starts the log in it; prints why when it cannot.
+ExitCode openHome(const ShellOptions& options) {
+    QString error;
+    switch (HomeMark::take(homeOf(options), HomeMark::Owner::Client, &error)) {
+        case HomeMark::Outcome::Taken:
+            break;
+        case HomeMark::Outcome::Refused:
+            printError(error);
+            return WrongUsage;
+        case HomeMark::Outcome::Unwritable:
+            printError(error);
+            return StartFailed;
+    }
     LogFile::Options log;
     log.file = homeOf(options) + QStringLiteral("/log/client.log");
     log.debug = options.verbose || qEnvironmentVariableIsSet("VELMAR_LOG_DEBUG");
     log.onStderr = options.verbose;
-    QString error;
     if (!LogFile::install(log, &error)) {
         printError(error);
-        return false;
+        return StartFailed;
     }
-    return true;
+    return Well;
 }
 
 /// A client says on stderr when it waits for another process.
@@ -90,10 +101,10 @@ Client::Listener withWaits(Client::Listener listener) {
     return listener;
 }
 
-/// A client whose waits on the main thread end after an interrupt.
+/// A client whose waits end with an interrupt.
 struct WatchedClient {
     explicit WatchedClient(const Client::Options& options, const Client::Listener& listener = {})
-        : client(options, withWaits(listener)) {
+        : client(options, withWaits(listener)), watch(&Client::endWaits) {
         QObject::connect(&watch, &InterruptWatch::interrupted, &client.gate(), &MainLoopGate::wake);
     }
 
@@ -183,8 +194,8 @@ bool staysUp(const ShellOptions& options) {
 }
 
 int runMainJob(const ShellOptions& options) {
-    if (!installLog(options)) {
-        return StartFailed;
+    if (const ExitCode fault = openHome(options)) {
+        return fault;
     }
     StepPrinter steps;
     Client::Options withPlugins = clientOptions(options);
@@ -238,8 +249,8 @@ int runCall(const ShellOptions& options) {
         printError(error);
         return WrongUsage;
     }
-    if (!installLog(options)) {
-        return StartFailed;
+    if (const ExitCode fault = openHome(options)) {
+        return fault;
     }
     ProgressBar progress(stderr);
     WatchedClient watched(clientOptions(options), showOnStderr(progress));
@@ -262,8 +273,8 @@ int runCall(const ShellOptions& options) {
 }
 
 int runAccounts(const ShellOptions& options) {
-    if (!installLog(options)) {
-        return StartFailed;
+    if (const ExitCode fault = openHome(options)) {
+        return fault;
     }
     ProgressBar progress(stderr);
     WatchedClient watched(clientOptions(options), showOnStderr(progress));
@@ -287,8 +298,8 @@ int runAccounts(const ShellOptions& options) {
 }
 
 int runSymbols(const ShellOptions& options) {
-    if (!installLog(options)) {
-        return StartFailed;
+    if (const ExitCode fault = openHome(options)) {
+        return fault;
     }
     ProgressBar progress(stderr);
     WatchedClient watched(clientOptions(options), showOnStderr(progress));
@@ -329,13 +340,7 @@ int runDoctor(const ShellOptions& options) {
 
 /// Waits for the cage and, unless ticks are off, for a tick of the symbol.
 RulesFacts gatherFacts(const ShellOptions& options, Client& client, const QVariantMap& tick) {
-    RulesFacts facts;
-    const CDataBase* const data = CDataBase::GetInstance();
-    facts.stepRules = data->GetStaticValuesBySection(QuantitySection::step);
-    facts.minRules = data->GetStaticValuesBySection(QuantitySection::min);
-    facts.maxRules = data->GetStaticValuesBySection(QuantitySection::max);
-    facts.isHongKong = VelmarUtils::isHKTypeSymbol(options.symbol);
-    facts.security = CBusinessDataBase::GetInstance()->GetSecurityDetailsBySymbol(options.symbol);
+    RulesFacts facts = RulesFacts::ofPlatform(options.symbol);
     facts.cageWaitSeconds = kCageWaitSeconds;
     client.awaitCage(kCageWaitSeconds * 1000);
     if (options.tickRate > 0) {
@@ -347,8 +352,8 @@ RulesFacts gatherFacts(const ShellOptions& options, Client& client, const QVaria
 }
 
 int runRules(const ShellOptions& options) {
-    if (!installLog(options)) {
-        return StartFailed;
+    if (const ExitCode fault = openHome(options)) {
+        return fault;
     }
     Client::Options withTicks = clientOptions(options);
     withTicks.tickSymbols.append(options.symbol);
@@ -375,6 +380,49 @@ int runRules(const ShellOptions& options) {
     client.stop();
     printTo(stdout, answer.lines.join(QLatin1Char('\n')));
     return Well;
+}
+
+/// Prints each tick of the watched symbols as it comes.
+int runTicks(const ShellOptions& options) {
+    if (const ExitCode fault = openHome(options)) {
+        return fault;
+    }
+    Client::Options withTicks = clientOptions(options);
+    withTicks.tickSymbols += options.watched;
+    TicksCommand ticks(options.watched, options.count);
+    bool isPrinting = false;
+    bool outputFailed = false;
+    ProgressBar progress(stderr);
+    Client::Listener listener = showOnStderr(progress);
+    listener.platformStarted = [] { CommonQuotaHandler::instance().Init(); };
+    WatchedClient watched(withTicks, listener);
+    Client& client = watched.client;
+    QObject::connect(&CommonQuotaHandler::instance(), &CommonQuotaHandler::sigTickDataUpdate,
+                     &client.gate(), [&](const QString& symbol, const QVariantMap& tick) {
+                         const QString line = isPrinting ? ticks.take(symbol, tick) : QString();
+                         if (!line.isEmpty()) {
+                             outputFailed = outputFailed || !printTo(stdout, line);
+                             client.gate().wake();
+                         }
+                     });
+    QString error;
+    if (!client.begin(&error)) {
+        printError(error);
+        return StartFailed;
+    }
+    for (const QString& symbol : options.watched) {
+        if (CBusinessDataBase::GetInstance()->GetSecurityDetailsBySymbol(symbol).isEmpty()) {
+            printError(QStringLiteral("no security is called '%1'").arg(symbol));
+            return WrongUsage;
+        }
+    }
+    printError(client.ticksText());
+    isPrinting = true;
+    outputFailed = !printTo(stdout, TicksCommand::title());
+    client.gate().waitUntil(
+        [&] { return ticks.over() || outputFailed || InterruptWatch::hasCome(); }, -1);
+    client.stop();
+    return outputFailed ? StartFailed : Well;
 }
 
 int listFunctions(const ShellOptions& options) {
@@ -408,6 +456,8 @@ int runCommand(const ShellOptions& options) {
             return runRules(options);
         case ShellOptions::Command::Doctor:
             return runDoctor(options);
+        case ShellOptions::Command::Ticks:
+            return runTicks(options);
         case ShellOptions::Command::Functions:
             return listFunctions(options);
         case ShellOptions::Command::Scenario:
@@ -425,8 +475,6 @@ int runCommand(const ShellOptions& options) {
 }  // namespace
 
 int runShell(const ShellOptions& options) {
-    // Until a command installs the log, stderr shows warnings only.
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     const int code = runCommand(options);
     return outputWritten() ? code : std::max<int>(code, StartFailed);
 }

@@ -138,7 +138,7 @@ private:
     }
 
     void examinePlugin(const QString& name, const QString& file) {
-        const QString why = PluginManager::unfitReason(file);
+        const QString why = PluginManager::unfitness(file);
         if (!why.isEmpty()) {
             add(QString(), QStringLiteral("%1: %2").arg(name, why));
             addProblem(QStringLiteral("%1: %2").arg(file, why));

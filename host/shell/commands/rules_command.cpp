@@ -4,20 +4,21 @@
 #include <QJsonDocument>
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <limits>
 
+#include "rules_texts.h"
 #include "static_config.h"
 #include "text_table.h"
+#include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/tick_fields.h"
 #include "vocabulary/values.h"
+#include "znbusinessdata/c_business_data_base.h"
+#include "zndatabase/c_data_base.h"
 
 struct RulesCommand::Subject {
     QString symbol;
     QString exchange;
-    QString type;
-    QString subType;
+    RulesCrossCheck::Identity identity;
     QJsonObject record;
 };
 
@@ -26,9 +27,9 @@ namespace {
 constexpr double kNothing = 1e-10;
 constexpr int kHongKongSteps = 3000;
 constexpr int kHongKongMax = 99999999;
-// Beyond every limit, for asking how far a price is let through.
+// Above every limit: the cage cuts it to the limit.
 constexpr double kHighPrice = 1e8;
-// A limit of the day as high as that stands for none.
+// An upper limit this high means that the day has none.
 constexpr double kNoLimitFrom = 1e7;
 
 inline const QString kAny = QStringLiteral("*");
@@ -44,19 +45,7 @@ QString jsonOf(const QVariantMap& record) {
         QJsonDocument(QJsonObject::fromVariantMap(record)).toJson(QJsonDocument::Compact));
 }
 
-/// Cut off to a whole number, and the nearest end when an int cannot hold it.
-int cutOff(double value) {
-    constexpr double kLeast = std::numeric_limits<int>::min();
-    constexpr double kMost = std::numeric_limits<int>::max();
-    return std::isnan(value) ? 0 : static_cast<int>(std::clamp(value, kLeast, kMost));
-}
-
-/// A whole number of a cage as the cage reads it: a number is rounded, a text that is none is 0.
-int wholeOf(const QJsonValue& value) {
-    return value.isDouble() ? cutOff(std::round(value.toDouble())) : value.toVariant().toInt();
-}
-
-/// What a filled parameter came back with, the first one.
+/// The value that a call returned in its first output parameter.
 QString filledText(const QJsonObject& answer) {
     return answer.value(QLatin1String("out"))
         .toArray()
@@ -66,33 +55,18 @@ QString filledText(const QJsonObject& answer) {
         .toString();
 }
 
-/// The price that a limit is built on, as the cage takes it, and the name of its field.
-double basePrice(const QVariantMap& tick, bool isSell, QString* field) {
-    const QString& own = isSell ? TickField::buyPrice[0] : TickField::sellPrice[0];
-    const QString& other = isSell ? TickField::sellPrice[0] : TickField::buyPrice[0];
-    for (const QString& name : {own, other, TickField::lastPrice, TickField::previousClose}) {
-        const double price = tick.value(name).toDouble();
-        if (price > kNothing) {
-            *field = name;
-            return price;
-        }
-    }
-    return 0;
-}
-
-/// The conditional rows of a key of the largest order: condition to quantity.
-QMap<QString, QString> conditionsOf(const QMap<QString, QString>& rules, const QString& key) {
-    QMap<QString, QString> found;
-    for (auto it = rules.cbegin(); it != rules.cend(); ++it) {
-        const QStringList parts = it.key().split(QLatin1Char('_'), Qt::SkipEmptyParts);
-        if (parts.size() > 1 && parts.first() == key && parts.last().contains(QLatin1Char(':'))) {
-            found.insert(parts.last(), it.value());
-        }
-    }
-    return found;
-}
-
 }  // namespace
+
+RulesFacts RulesFacts::ofPlatform(const QString& symbol) {
+    RulesFacts facts;
+    const CDataBase* const data = CDataBase::GetInstance();
+    facts.stepRules = data->GetStaticValuesBySection(QuantitySection::step);
+    facts.minRules = data->GetStaticValuesBySection(QuantitySection::min);
+    facts.maxRules = data->GetStaticValuesBySection(QuantitySection::max);
+    facts.isHongKong = VelmarUtils::isHKTypeSymbol(symbol);
+    facts.security = CBusinessDataBase::GetInstance()->GetSecurityDetailsBySymbol(symbol);
+    return facts;
+}
 
 RulesCommand::RulesCommand(const FacadeLibrary& library, const FacadeAsk& ask,
                            TextLanguage language)
@@ -107,113 +81,118 @@ RulesCommand::Subject RulesCommand::subjectOf(const QString& symbol) {
     Subject security;
     security.symbol = symbol;
     security.record = m_facade.ask(QStringLiteral("GetSecurityDetailsBySymbol"), one).toObject();
-    security.type = m_facade.ask(QStringLiteral("GetSecurityTypeBySymbol"), one).toString();
-    security.subType = m_facade.ask(QStringLiteral("GetSecuritySubTypeBySymbol"), one).toString();
+    security.identity.type =
+        m_facade.ask(QStringLiteral("GetSecurityTypeBySymbol"), one).toString();
+    security.identity.subType =
+        m_facade.ask(QStringLiteral("GetSecuritySubTypeBySymbol"), one).toString();
+    security.identity.exchanges =
+        m_facade.ask(QStringLiteral("GetSecurityExchangeListBySymbol"), one)
+            .toVariant()
+            .toStringList();
     security.exchange =
         m_facade.ask(QStringLiteral("GetASecurityExchangeBySymbol"), one).toString();
     if (security.exchange.isEmpty()) {
-        // Only Shanghai and Shenzhen are an "A" exchange; the cage goes on to this one too.
+        // Only Shanghai and Shenzhen are an "A" exchange; for the others the cage uses this one.
         security.exchange =
             m_facade.ask(QStringLiteral("GetFirstSecurityExchangeBySymbol"), one).toString();
     }
     return security;
 }
 
-QString RulesCommand::told(const QString& answered, const QString& expected,
-                           const QString& source) const {
-    return answered == expected ? source : say(RulesTexts::kUntold).arg(expected);
+/// Codes without their market, and suffixes in other letters, are the usual mistakes.
+QStringList RulesCommand::similarSymbols(const QString& symbol) {
+    QStringList found;
+    const QString code = symbol.section(QLatin1Char('.'), 0, 0).trimmed().toUpper();
+    for (const QString& exchange :
+         {Exchange::sh, Exchange::sz, Exchange::bj, Exchange::hhk, Exchange::szhk, Exchange::hk,
+          Exchange::cffex, Exchange::shf, Exchange::dcz, Exchange::czce, Exchange::sge}) {
+        const QString known =
+            m_facade.ask(QStringLiteral("GetSymbolBySecurityIDAndExchange"), {code, exchange})
+                .toString();
+        if (!known.isEmpty() && known != symbol && !found.contains(known)) {
+            found.append(known);
+        }
+    }
+    return found;
+}
+
+QString RulesCommand::checked(const QString& answered, const QString& expected,
+                              const QString& source) const {
+    return answered == expected ? source : say(RulesTexts::kUnclear).arg(expected);
 }
 
 QString RulesCommand::ruleSource(const Subject& security, const QMap<QString, QString>& rules,
-                                 const QString& section, QString* expected) const {
-    struct Level {
-        QString key;
-        RulesText text;
-    };
-    for (const Level& level :
-         {Level{security.subType, RulesTexts::kSubType}, Level{security.type, RulesTexts::kType},
-          Level{kAny, RulesTexts::kAnySymbol}}) {
-        const auto found = rules.constFind(level.key);
-        if (found != rules.cend()) {
-            *expected = QString::number(found->toInt());
-            const QString text = say(level.text).arg(section);
-            return level.key == kAny ? text : text.arg(level.key);
-        }
+                                 const QString& section, const QString& standard,
+                                 QString* expected) const {
+    const QString key = RulesCrossCheck::keyOfRule(rules, security.identity);
+    if (key.isNull()) {
+        *expected = standard;
+        return say(RulesTexts::kBuiltIn);
     }
-    *expected = kDefaultLot;
-    return say(RulesTexts::kBuiltIn);
+    *expected = QString::number(rules.value(key).toInt());
+    if (key == kAny) {
+        return say(RulesTexts::kAnySymbol).arg(section);
+    }
+    return say(key == security.identity.subType ? RulesTexts::kSubType : RulesTexts::kType)
+        .arg(section, key);
 }
 
 void RulesCommand::addQuantities(const Subject& security, const RulesFacts& facts,
                                  TextTable& table) {
     const QStringList one{security.symbol};
     const QString step = number(QStringLiteral("GetQtyStepBySymbol"), one);
-    // Redemption codes, new issues and portfolios have details too, but no lot that counts.
+    // The lot of the platform's own record counts; redemption codes, new issues and portfolios have
+    // details too, but not such a record.
     const double lot = facts.security.value(Security::LotSize).toDouble();
-    QString expected = QString::number(cutOff(lot));
+    QString expected = QString::number(RulesCrossCheck::cutOff(lot));
     QString source = say(RulesTexts::kLotSize);
     if (!(lot > kNothing)) {
-        source = ruleSource(security, facts.stepRules, QuantitySection::step, &expected);
+        source =
+            ruleSource(security, facts.stepRules, QuantitySection::step, kDefaultLot, &expected);
     }
-    table.addRow({say(RulesTexts::kStep), step, told(step, expected, source)});
+    table.addRow({say(RulesTexts::kStep), step, checked(step, expected, source)});
 
     const QString least = number(QStringLiteral("GetMinQtyPerOrderBySymbol"), one);
     expected = step;
     source = say(RulesTexts::kHongKongStep);
     if (!facts.isHongKong) {
-        source = ruleSource(security, facts.minRules, QuantitySection::min, &expected);
+        source = ruleSource(security, facts.minRules, QuantitySection::min, kDefaultLot, &expected);
     }
-    table.addRow({say(RulesTexts::kMin), least, told(least, expected, source)});
+    table.addRow({say(RulesTexts::kMin), least, checked(least, expected, source)});
     addLargest(security, facts, table);
     table.addRow({say(RulesTexts::kMinSold), number(QStringLiteral("GetMinSoldQtyBySymbol"), one),
-                  say(RulesTexts::kSubTypeFixed).arg(security.subType)});
+                  say(RulesTexts::kSubTypeFixed).arg(security.identity.subType)});
 }
 
 void RulesCommand::addLargest(const Subject& security, const RulesFacts& facts, TextTable& table) {
     const QString function = QStringLiteral("GetMaxQtyPerOrderBySymbol");
     const QString most = number(function, {security.symbol, QStringLiteral("{}")});
-    if (MdcSubSecurityType::HKSharesTypeList.contains(security.subType)) {
+    if (MdcSubSecurityType::HKSharesTypeList.contains(security.identity.subType)) {
         const qint64 step =
             number(QStringLiteral("GetQtyStepBySymbol"), {security.symbol}).toLongLong();
         const QString expected =
             QString::number(std::min<qint64>(step * kHongKongSteps, kHongKongMax));
         table.addRow(
-            {say(RulesTexts::kMax), most, told(most, expected, say(RulesTexts::kHongKongMax))});
+            {say(RulesTexts::kMax), most, checked(most, expected, say(RulesTexts::kHongKongMax))});
         return;
     }
     QString expected;
-    QString source = ruleSource(security, facts.maxRules, QuantitySection::max, &expected);
-    if (source == say(RulesTexts::kBuiltIn)) {
-        expected = kDefaultMax;
-    }
-    table.addRow({say(RulesTexts::kMax), most, told(most, expected, source)});
-    // The conditions of the sub-type go before those of the type.
-    for (const QString& key : {security.subType, security.type}) {
-        const QMap<QString, QString> conditions = conditionsOf(facts.maxRules, key);
-        for (auto it = conditions.cbegin(); it != conditions.cend(); ++it) {
-            QVariantMap order;
-            const QStringList pieces = it.key().split(QLatin1Char(','));
-            for (const QString& piece : pieces) {
-                order.insert(piece.section(QLatin1Char(':'), 0, 0),
-                             piece.section(QLatin1Char(':'), -1));
-            }
-            const QString answered = number(function, {security.symbol, jsonOf(order)});
-            const RulesText& text =
-                key == security.subType ? RulesTexts::kSubType : RulesTexts::kType;
-            // A row of the sub-type without conditions goes before every row of the type.
-            table.addRow({say(RulesTexts::kMaxWhen).arg(it.key()), answered,
-                          told(answered, QString::number(it.value().toInt()),
-                               say(text).arg(QuantitySection::max, key))});
-        }
-        if (facts.maxRules.contains(key)) {
-            return;
-        }
+    const QString source =
+        ruleSource(security, facts.maxRules, QuantitySection::max, kDefaultMax, &expected);
+    table.addRow({say(RulesTexts::kMax), most, checked(most, expected, source)});
+    for (const auto& condition : RulesCrossCheck::conditionsOf(facts.maxRules, security.identity)) {
+        const QString answered = number(function, {security.symbol, jsonOf(condition.fields)});
+        const LocalText& text =
+            condition.key == security.identity.subType ? RulesTexts::kSubType : RulesTexts::kType;
+        table.addRow({say(RulesTexts::kMaxWhen).arg(condition.text), answered,
+                      checked(answered, QString::number(condition.qty),
+                              say(text).arg(QuantitySection::max, condition.key))});
     }
 }
 
 void RulesCommand::addPrices(const Subject& security, const QVariantMap& tick, TextTable& table) {
     QString field;
-    const QString price = priceText(basePrice(tick, false, &field));
+    const QString price = priceText(RulesCrossCheck::basePrice(tick, false, &field));
     const QString side = SideUnion::normalBuy;
     table.addRow(
         {say(RulesTexts::kPriceUnit),
@@ -241,29 +220,35 @@ QVariantMap RulesCommand::tickOf(const Subject& security, const RulesFacts& fact
     return tick;
 }
 
-/// Cage and entry of the index that the symbol falls under, wildcards taken level by level.
-QString RulesCommand::classOf(const Subject& security) {
+/// The cage and the entry of the index that leads to it: at each level the wildcard stands in for
+/// a missing key.
+QString RulesCommand::classOf(const Subject& security, const QJsonObject& cage) {
     QJsonValue entry = m_facade.ask(QStringLiteral("GetCageIndexMap"), {});
     QStringList keys;
-    for (const QString& key : {security.exchange, security.type, security.subType}) {
+    for (const QString& key :
+         {security.exchange, security.identity.type, security.identity.subType}) {
         const QJsonObject level = entry.toObject();
         keys.append(level.contains(key) ? key : kAny);
         entry = level.value(keys.last());
     }
-    return say(RulesTexts::kCageClass).arg(entry.toString(), keys.join(QLatin1Char('-')));
+    const QString id = entry.toString();
+    const QString text = say(RulesTexts::kCageClass).arg(id, keys.join(QLatin1Char('-')));
+    const QJsonObject all = m_facade.ask(QStringLiteral("GetAllCageMap"), {}).toObject();
+    return all.value(id).toObject() == cage ? text : say(RulesTexts::kUnclear).arg(text);
 }
 
 void RulesCommand::addFigures(const QJsonObject& cage, TextTable& table) const {
     struct Side {
-        RulesText text;
+        LocalText text;
         QString share;
         QString units;
         QString standardShare;
         QString standardUnits;
     };
     const auto figures = [&cage](const QString& share, const QString& units) {
-        return QStringLiteral("%1, %2").arg(priceText(cage.value(share).toVariant().toDouble()),
-                                            QString::number(wholeOf(cage.value(units))));
+        return QStringLiteral("%1, %2").arg(
+            priceText(cage.value(share).toVariant().toDouble()),
+            QString::number(RulesCrossCheck::wholeOf(cage.value(units))));
     };
     for (const Side& side :
          {Side{RulesTexts::kBuyFigures, CageField::userBuyPercent, CageField::userBuyUnit,
@@ -279,32 +264,54 @@ void RulesCommand::addFigures(const QJsonObject& cage, TextTable& table) const {
         }
         table.addRow({say(side.text), own, source});
     }
-    static const std::array<RulesText, 3> kinds{
+    static const std::array<LocalText, 3> kinds{
         RulesTexts::kControlShare, RulesTexts::kControlUnits, RulesTexts::kControlWider};
-    const int kind = wholeOf(cage.value(CageField::controlType));
+    const int kind = RulesCrossCheck::wholeOf(cage.value(CageField::controlType));
     const bool known = kind >= 1 && kind <= static_cast<int>(kinds.size());
     table.addRow(
         {say(RulesTexts::kControl), QString::number(kind),
          say(known ? kinds.at(static_cast<size_t>(kind - 1)) : RulesTexts::kControlOther)});
 }
 
-void RulesCommand::addLimit(const QVariantMap& tick, bool isSell, TextTable& table) {
+/// Returns the unit.
+double RulesCommand::addCageUnit(const Subject& security, const QVariantMap& tick,
+                                 TextTable& table) {
+    const int decimals =
+        number(QStringLiteral("GetPricePrecisionBySymbol"), {security.symbol, QString()}).toInt();
+    const double unit = RulesCrossCheck::cageUnit(decimals);
+    QString field;
+    const QString price = priceText(RulesCrossCheck::basePrice(tick, false, &field));
+    const QString ofOrders = number(QStringLiteral("GetPriceUnitStringBySymbol"),
+                                    {security.symbol, price, SideUnion::normalBuy});
+    table.addRow({say(RulesTexts::kCageUnit), priceText(unit),
+                  say(RulesTexts::kCageDecimals).arg(QString::number(decimals), ofOrders, price)});
+    return unit;
+}
+
+void RulesCommand::addLimit(const QJsonObject& cage, const QVariantMap& tick, double unit,
+                            bool isSell, TextTable& table) {
     QVariantMap bare = tick;
     // The limits of the day would hide the cage's own.
     bare.remove(TickField::maxPrice);
     bare.remove(TickField::minPrice);
     bare.insert(TickField::phase, TickPhase::continuous);
-    const QString limit = priceText(
+    const double limit =
         m_facade
             .ask(QStringLiteral("CheckCagePrice"),
                  {isSell ? QStringLiteral("0") : QString::number(kHighPrice, 'f', 0), jsonOf(bare),
                   isSell ? QStringLiteral("true") : QStringLiteral("false")})
-            .toDouble());
+            .toDouble();
     QString field;
-    const QString base = priceText(basePrice(tick, isSell, &field));
+    const double base = RulesCrossCheck::basePrice(tick, isSell, &field);
+    QString source = say(RulesTexts::kNoBase);
+    if (!field.isEmpty()) {
+        const double expected = RulesCrossCheck::cageLimit(cage, base, unit, isSell);
+        source = RulesCrossCheck::isSamePrice(limit, expected, unit)
+                     ? say(RulesTexts::kBase).arg(priceText(base), field)
+                     : say(RulesTexts::kUnclear).arg(priceText(expected));
+    }
     table.addRow(
-        {say(isSell ? RulesTexts::kSellLimit : RulesTexts::kBuyLimit), limit,
-         field.isEmpty() ? say(RulesTexts::kNoBase) : say(RulesTexts::kBase).arg(base, field)});
+        {say(isSell ? RulesTexts::kSellLimit : RulesTexts::kBuyLimit), priceText(limit), source});
 }
 
 void RulesCommand::addCage(const Subject& security, const QVariantMap& tick, TextTable& table) {
@@ -314,10 +321,11 @@ void RulesCommand::addCage(const Subject& security, const QVariantMap& tick, Tex
         table.addRow({say(RulesTexts::kCage), QString(), say(RulesTexts::kNoCage)});
     } else {
         table.addRow({say(RulesTexts::kCage), cage.value(QLatin1String("title")).toString(),
-                      classOf(security)});
+                      classOf(security, cage)});
         addFigures(cage, table);
-        addLimit(tick, false, table);
-        addLimit(tick, true, table);
+        const double unit = addCageUnit(security, tick, table);
+        addLimit(cage, tick, unit, false, table);
+        addLimit(cage, tick, unit, true, table);
     }
     const QJsonObject tables = m_facade.call(QStringLiteral("IsGetUserCageInfo"), {});
     const QString notice = filledText(tables).simplified();
@@ -346,7 +354,12 @@ RulesAnswer RulesCommand::explain(const QString& symbol, const RulesFacts& facts
     RulesAnswer answer;
     const Subject security = subjectOf(symbol);
     if (!m_facade.interrupted() && security.record.isEmpty()) {
+        const QStringList similar = similarSymbols(symbol);
         answer.error = say(RulesTexts::kUnknown).arg(symbol);
+        if (!similar.isEmpty()) {
+            answer.error += say(RulesTexts::kDidYouMean).arg(similar.join(QStringLiteral(", ")));
+        }
+        answer.interrupted = m_facade.interrupted();
         return answer;
     }
     const QVariantMap tick = tickOf(security, facts);
@@ -356,20 +369,21 @@ RulesAnswer RulesCommand::explain(const QString& symbol, const RulesFacts& facts
     addPrices(security, tick, table);
     const QJsonObject cageState =
         m_facade.call(QStringLiteral("IsUserCageInfoInited"), {QString()});
-    const bool cageStands = cageState.value(QLatin1String("result")).toBool();
-    if (cageStands) {
+    const bool isCageLoaded = cageState.value(QLatin1String("result")).toBool();
+    if (isCageLoaded) {
         addCage(security, tick, table);
     }
     addDayLimits(tick, table);
     answer.lines = QStringList{
         QStringLiteral("%1  %2").arg(symbol,
                                      security.record.value(Security::chineseName).toString()),
-        say(RulesTexts::kIdentity).arg(security.exchange, security.type, security.subType),
+        say(RulesTexts::kIdentity)
+            .arg(security.exchange, security.identity.type, security.identity.subType),
         facts.tick.isEmpty()
             ? say(RulesTexts::kTickOfRecord)
             : say(RulesTexts::kTickOfFeed)
                   .arg(tick.value(TickField::time).toDateTime().toString(Qt::ISODate), phase)};
-    if (!cageStands) {
+    if (!isCageLoaded) {
         answer.lines.append(say(RulesTexts::kCageUnread).arg(facts.cageWaitSeconds));
     } else if (phase != TickPhase::continuous) {
         answer.lines.append(say(RulesTexts::kNotContinuous));

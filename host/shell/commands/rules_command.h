@@ -7,59 +7,66 @@
 #include <QVariantMap>
 
 #include "facade_questions.h"
-#include "rules_texts.h"
+#include "rules_cross_check.h"
+#include "text_language.h"
 
 class TextTable;
 
-/// What the client knows beside the exported functions.
+/// What RulesCommand needs in addition to the exported functions.
 struct RulesFacts {
-    /// Sections of the static configuration: sub-type, type or "*" to a quantity; of the largest
-    /// order also "KEY_FIELD:VALUE,FIELD:VALUE".
-    QMap<QString, QString> stepRules;
-    QMap<QString, QString> minRules;
-    QMap<QString, QString> maxRules;
+    /// The platform's part: configuration and record of a symbol.
+    static RulesFacts ofPlatform(const QString& symbol);
+
+    // Sections of the static configuration.
+    RulesCrossCheck::Rules stepRules;
+    RulesCrossCheck::Rules minRules;
+    RulesCrossCheck::Rules maxRules;
     bool isHongKong = false;  ///< by the platform's test of the symbol
-    QVariantMap security;     ///< the business data's own record; empty for what it does not know
+    QVariantMap security;     ///< the platform's own record; empty for an unknown symbol
     QVariantMap tick;         ///< the last of the feed; empty without one
-    int cageWaitSeconds = 0;  ///< how long the cage was waited for; told when it did not load
+    int cageWaitSeconds = 0;  ///< how long the cage was waited for
 };
 
 struct RulesAnswer {
     bool interrupted = false;
-    QString error;      ///< for the user, when the symbol is not known
+    QString error;      ///< for the user, when the symbol is unknown
     QStringList lines;  ///< for a terminal
 };
 
-/// Tells what rules hold for a security and where each is from. The values are what the exported
-/// functions answer; the sources are worked out from the same configuration, and where the two
-/// disagree the answer says so. The functions are called by name, and one that the library lacks is
-/// named.
+/// Shows the rules that apply to a security, each with its source. The values are the answers of
+/// the exported functions. Their sources follow from a cross-check (rules_cross_check.h); where it
+/// disagrees with an answer, the line says so instead. Functions are called by name, and those that
+/// the library lacks are listed.
 class RulesCommand {
 public:
     RulesCommand(const FacadeLibrary& library, const FacadeAsk& ask, TextLanguage language);
 
-    /// What is wider than `columns` is cut.
+    /// Lines wider than `columns` are cut.
     RulesAnswer explain(const QString& symbol, const RulesFacts& facts, int columns);
 
 private:
     struct Subject;
 
     QString number(const QString& function, const QStringList& arguments);
-    QString say(const RulesText& text) const { return text.in(m_language); }
+    QString say(const LocalText& text) const { return text.in(m_language); }
 
     Subject subjectOf(const QString& symbol);
+    QStringList similarSymbols(const QString& symbol);
     QVariantMap tickOf(const Subject& security, const RulesFacts& facts) const;
     void addQuantities(const Subject& security, const RulesFacts& facts, TextTable& table);
     void addLargest(const Subject& security, const RulesFacts& facts, TextTable& table);
     void addPrices(const Subject& security, const QVariantMap& tick, TextTable& table);
     void addCage(const Subject& security, const QVariantMap& tick, TextTable& table);
     void addFigures(const QJsonObject& cage, TextTable& table) const;
-    void addLimit(const QVariantMap& tick, bool isSell, TextTable& table);
+    double addCageUnit(const Subject& security, const QVariantMap& tick, TextTable& table);
+    void addLimit(const QJsonObject& cage, const QVariantMap& tick, double unit, bool isSell,
+                  TextTable& table);
     void addDayLimits(const QVariantMap& tick, TextTable& table) const;
-    QString classOf(const Subject& security);
-    QString told(const QString& answered, const QString& expected, const QString& source) const;
-    QString ruleSource(const Subject& security, const QMap<QString, QString>& rules,
-                       const QString& section, QString* expected) const;
+    QString classOf(const Subject& security, const QJsonObject& cage);
+    /// The source where answer and cross-check agree.
+    QString checked(const QString& answered, const QString& expected, const QString& source) const;
+    QString ruleSource(const Subject& security, const RulesCrossCheck::Rules& rules,
+                       const QString& section, const QString& standard, QString* expected) const;
 
     FacadeQuestions m_facade;
     const TextLanguage m_language;

@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "client_stage.h"
+#include "home_mark.h"
 #include "interrupt_watch.h"
 #include "log_file.h"
 #include "main_loop_gate.h"
@@ -20,10 +21,16 @@
 
 namespace {
 
-enum ExitCode { Well = 0, Failed = 1, NoScenario = 2 };
+enum ExitCode { Success = 0, Failed = 1, WrongUsage = 2 };
+
+/// What playInChild() returns in addition to exit codes.
+constexpr int kCrashed = -1;
+constexpr int kInterrupted = -2;
 
 constexpr int kSectionLimitMs = 120000;
 constexpr int kEndLimitMs = 5000;
+/// After an interrupt the user gets the prompt back at once; the child's home is not needed then.
+constexpr int kInterruptedEndLimitMs = 500;
 constexpr qint64 kMostBytes = 16 * 1024 * 1024;
 
 void print(std::FILE* stream, const QString& text) {
@@ -57,19 +64,22 @@ int playSection(const ShellOptions& options, const QString& pluginsDir, const Sc
     client.pluginsDir = pluginsDir;
     client.user = options.user.isEmpty() ? SampleLogin::user : options.user;
     client.market = scenario.market;
-    InterruptWatch watch;
+    // A scenario sets the clock and expects the phase that belongs to it.
+    client.marketHours = true;
+    InterruptWatch watch(&Client::endWaits);
     ClientStage stage(client, tape);
     ScenarioPlayer player(stage, tape);
-    const bool well =
+    const bool passed =
         player.play(scenario.fileName, scenario.sections.at(options.section - 1), &report);
     stage.stop();
-    if (!well) {
+    // After an interrupt steps fail for no reason of their own.
+    if (!passed && !InterruptWatch::hasCome()) {
         print(stdout, report);
     }
-    return well ? Well : Failed;
+    return passed ? Success : Failed;
 }
 
-/// Plays one section in a child process; what it prints goes to where this one prints.
+/// Plays one section in a child process, which inherits stdout and stderr.
 int playInChild(const ShellOptions& options, const QString& pluginsDir, const QString& home,
                 int section) {
     QStringList arguments{QStringLiteral("--scenario"),
@@ -100,22 +110,34 @@ int playInChild(const ShellOptions& options, const QString& pluginsDir, const QS
         return child.error() != QProcess::FailedToStart &&
                        child.exitStatus() == QProcess::NormalExit
                    ? child.exitCode()
-                   : -1;
+                   : kCrashed;
     }
-    print(stdout, ended ? QStringLiteral("interrupted")
-                        : QStringLiteral("not over within %1 s").arg(kSectionLimitMs / 1000));
+    if (!ended) {
+        print(stdout, QStringLiteral("not finished within %1 s").arg(kSectionLimitMs / 1000));
+    }
     child.terminate();
-    if (!child.waitForFinished(kEndLimitMs)) {
+    if (!child.waitForFinished(ended ? kInterruptedEndLimitMs : kEndLimitMs)) {
         child.kill();
         child.waitForFinished();
     }
-    return Failed;
+    return ended ? kInterrupted : Failed;
 }
 
 int playAll(const ShellOptions& options, const QString& pluginsDir, const Scenario& scenario) {
     QTemporaryDir folder;
     const QString home =
         options.homeDir.isEmpty() ? folder.path() : QDir(options.homeDir).absolutePath();
+    QString error;
+    switch (HomeMark::take(home, HomeMark::Owner::Scenario, &error)) {
+        case HomeMark::Outcome::Taken:
+            break;
+        case HomeMark::Outcome::Refused:
+            print(stderr, QStringLiteral("velmar-client: ") + error);
+            return WrongUsage;
+        case HomeMark::Outcome::Unwritable:
+            print(stderr, QStringLiteral("velmar-client: ") + error);
+            return Failed;
+    }
     const QString name = QFileInfo(scenario.fileName).fileName();
     QElapsedTimer timer;
     timer.start();
@@ -123,12 +145,17 @@ int playAll(const ShellOptions& options, const QString& pluginsDir, const Scenar
     for (int i = 0; i < scenario.sections.size(); ++i) {
         const ScenarioSection& section = scenario.sections.at(i);
         const int code = playInChild(options, pluginsDir, home, i + 1);
-        if (code != Well) {
+        if (code == kInterrupted) {
+            print(stdout, QStringLiteral("%1: interrupted").arg(name));
+            return Failed;
+        }
+        if (code != Success) {
             if (code != Failed) {
-                print(stdout, QStringLiteral("%1:%2: the client did not end well (%3)")
-                                  .arg(scenario.fileName)
-                                  .arg(section.line)
-                                  .arg(code < 0 ? QStringLiteral("it crashed or did not start")
+                print(stdout,
+                      QStringLiteral("%1:%2: the client failed (%3)")
+                          .arg(scenario.fileName)
+                          .arg(section.line)
+                          .arg(code == kCrashed ? QStringLiteral("it crashed or did not start")
                                                 : QStringLiteral("exit code %1").arg(code)));
             }
             print(stdout, QStringLiteral("%1: failed").arg(name));
@@ -137,8 +164,8 @@ int playAll(const ShellOptions& options, const QString& pluginsDir, const Scenar
         steps += section.steps.size();
     }
     print(stdout,
-          QStringLiteral("%1: well, %2 steps, %3 ms").arg(name).arg(steps).arg(timer.elapsed()));
-    return Well;
+          QStringLiteral("%1: passed, %2 steps, %3 ms").arg(name).arg(steps).arg(timer.elapsed()));
+    return Success;
 }
 
 }  // namespace
@@ -148,7 +175,7 @@ int runScenario(const ShellOptions& options, const QString& pluginsDir) {
     QString error;
     if (!readScenario(options.scenarioFile, &scenario, &error)) {
         print(stderr, error);
-        return NoScenario;
+        return WrongUsage;
     }
     return options.section > 0 ? playSection(options, pluginsDir, scenario)
                                : playAll(options, pluginsDir, scenario);

@@ -4,7 +4,8 @@
 
 struct ShellOptions;
 
-/// Plays the scenario that the options name, each of its sections in a child process with the same
-/// home folder, or the one section that they ask for in this process. Prints how it went. The exit
-/// code: 0 well, 1 something failed, 2 the file is no scenario.
+/// Plays the scenario that the options name: each section in a child process over the same home
+/// folder, or, with a section number, that one in this process. Prints the result. Returns the exit
+/// code: 0 success, 1 a failed step or an interrupt, 2 a file that is not a scenario or a folder
+/// that is not a scenario's home.
 int runScenario(const ShellOptions& options, const QString& pluginsDir);

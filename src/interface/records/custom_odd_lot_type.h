@@ -1,8 +1,8 @@
 #pragma once
 
-/// How a quantity is brought onto the step, held as an int. Any other value leaves it as it is.
+/// How a quantity is rounded to the step; an int in the interface. Other values do not round.
 enum class CustomOddLotType : int {
-    Keep = 0,     ///< as it is
+    Keep = 0,     ///< not rounded
     Down = 1,     ///< down to the step
     Nearest = 2,  ///< to the nearest step
     Up = 3,       ///< up to the step

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Which of the three figures of a Hong Kong exchange rate is meant.
+/// Selects one of the three figures of a Hong Kong exchange rate.
 enum class RateSideType : int {
     Mid = 0,   ///< the mean of the other two
     Buy = 1,   ///< the rate at which Hong Kong dollars are bought

@@ -5,9 +5,9 @@
 #include <QString>
 #include <QStringList>
 
-/// One record of the account table: a plain structure, copied by value. A trading account stands
-/// under an asset account, that under a product account, that under an investor account; what the
-/// counter knows of it (fund account, customer number, status) comes from the counter.
+/// One record of the account table: a plain structure, copied by value. A trading account belongs
+/// to an asset account, that to a product account, and that to an investor account. Fund account,
+/// customer number and status come from the counter.
 struct tagUserAccountInfo {
     QString investorName;
     QString productName;

@@ -20,7 +20,7 @@ public:
     ~VelmarDelayBuffer() override;
 
     void AppendItem(const QVariant& item);
-    /// Takes out what was collected; a second call gives an empty list.
+    /// Removes and returns the collected items; a second call returns an empty list.
     QList<QVariant> GetBufferItems();
 
 signals:
@@ -31,7 +31,7 @@ private:
 
     const int m_delayMs;
     QTimer* const m_timer;
-    int m_timedRun = 0;  // the run that the timer stands for; own thread only
+    int m_timedRun = 0;  // the run for which the timer was started; own thread only
     std::mutex m_lock;   // guards the members below
     QList<QVariant> m_items;
     bool m_armed = false;

@@ -12,8 +12,8 @@ class PLATFORM_API VelmarInitStateMgr {
 public:
     static VelmarInitStateMgr& instance();
 
-    /// Claims a step; false when it is running or over, after a failure too, so that nothing
-    /// repeats.
+    /// Claims a step. Returns false when it is running or finished, also after a failure, so that
+    /// no step runs twice.
     bool StartInit(const QString& key);
     /// Ends a step, claimed or not. Returns true.
     bool FinishInit(const QString& key, bool success, bool hasData);

@@ -11,8 +11,8 @@ public:
     VelmarStatisticAssist(int maxCount = 0, int validMinCount = 0);
 
     void AppendData(double value);
-    /// The average of what is held, 0 when empty. `valid`, when given, tells whether enough numbers
-    /// are held.
+    /// The average of the numbers held, 0 when empty. `valid`, when not null, is set to whether
+    /// there are enough numbers.
     double GetAvgData(bool* valid) const;
     void ClearAllData();
     /// A smaller count drops the oldest numbers.

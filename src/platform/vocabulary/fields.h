@@ -4,8 +4,8 @@
 #include "vocabulary/quindar_fields.h"
 #include "vocabulary/velmar_fields.h"
 
-// The field groups as code writes them, by the last two components. A group of both families is one
-// group here, so that no caller needs to know which family a field comes from.
+// The field groups under the short names that code uses: the last two components. Groups of the
+// same name are merged, so that no caller needs to know which namespace a field comes from.
 
 namespace AppraisementCalculate {
 using namespace Velmar_Fields::AppraisementCalculate;

@@ -3,8 +3,8 @@
 #include "vocabulary/torvi_keys.h"
 #include "vocabulary/velmar_constants.h"
 
-// The groups of settings, dictionary sections, formats and events as code writes them, by the last
-// two components. A nested group of settings thus also stands at the top.
+// The groups of settings, dictionary sections, formats and events under the short names that code
+// uses: the last two components. A nested group of settings is therefore also a group of its own.
 
 namespace DateTimeFormatString {
 using namespace VelmarConstants::DateTimeFormatString;

@@ -19,7 +19,7 @@ inline const QString riskInfoItem = QStringLiteral("productinfo.riskInfo");
 inline const QString dumpFileName = QStringLiteral("fileName");
 inline const QString dumpCreateTime = QStringLiteral("createTime");
 
-// What stands for the whole of a type in a rule table.
+// The wildcard of a rule table: all sub-types of a type.
 inline const QString ruleBase = QStringLiteral("BASE");
 
 }  // namespace OwnKeys

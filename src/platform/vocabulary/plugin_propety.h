@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// Property keys of a plug-in object, which are also the keys of a menu's position text.
+/// Property keys of a plug-in object; the text of a menu's position uses the same keys.
 namespace PluginPropety {
 
 inline const QString CONTAINERID = QStringLiteral("containerId");

@@ -4,7 +4,7 @@
 
 /// Field names of records and messages that the whole client family shares.
 /// A record may carry fields of several groups, so a key is unique over all groups of all field
-/// namespaces, and it is the constant's own name unless a comment tells why not.
+/// namespaces. It is the name of the constant, unless a comment gives the reason for another one.
 namespace Quindar_Fields {
 
 /// Fields that a user interface adds to an order.

@@ -3,7 +3,7 @@
 #include <QString>
 
 /// Message types of requests and pushes that the whole client family shares.
-/// One table of handlers takes the types of both families, so a type is unique over both.
+/// A type is unique over all namespaces of message types, because handlers are found by it alone.
 namespace Quindar_MsgType {
 
 inline const QString getUserProfileDataRequest = QStringLiteral("getUserProfileDataRequest");
@@ -18,7 +18,7 @@ namespace quant {
 inline const QString GetUserRequest = QStringLiteral("quantGetUserRequest");
 }
 
-// Also beside its siblings, for code that writes every type by its last two components.
+// Also available beside the other types, under the short name that code uses.
 inline const QString quant_GetUserRequest = quant::GetUserRequest;
 
 }  // namespace Quindar_MsgType

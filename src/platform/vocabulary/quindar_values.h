@@ -3,7 +3,7 @@
 #include <QString>
 
 /// Fixed field values that the whole client family shares.
-/// Codes that end up in composed keys hold none of the characters that join such keys.
+/// Codes that become part of composed keys contain none of the characters that join such keys.
 namespace Quindar_Values {
 
 /// State of an account; "0" is an account in normal use.

@@ -4,7 +4,7 @@
 #include <array>
 
 /// Keys of a tick. Prices are doubles in the security's currency, quantities qlonglong in shares or
-/// contracts; a price or quantity of 0 means that there is none.
+/// contracts; a price or quantity of 0 means that it is missing.
 namespace TickField {
 
 inline const QString symbol = QStringLiteral("Symbol");
@@ -13,7 +13,7 @@ inline const QString phase = QStringLiteral("TradingPhaseCode");
 /// Date and time of the tick, a QDateTime.
 inline const QString time = QStringLiteral("TickTime");
 
-/// The last deal's; the previous close until the day's first deal.
+/// Price of the last deal; the previous close until the day's first deal.
 inline const QString lastPrice = QStringLiteral("LastPx");
 inline const QString previousClose = QStringLiteral("PreClosePx");
 /// The day's limits; without limits `maxPrice` is kNoUpperLimit and `minPrice` one step.

@@ -4,8 +4,8 @@
 #include "vocabulary/torvi_values.h"
 #include "vocabulary/velmar_values.h"
 
-// The value groups as code writes them, by the last two components. A group of both families is one
-// group here; a name that both hold is declared once, or its use would be ambiguous.
+// The value groups under the short names that code uses: the last two components. Groups of the
+// same name are merged; a name that two of them contain is declared once, or it would be ambiguous.
 
 namespace AccountStatus {
 using namespace Quindar_Values::AccountStatus;

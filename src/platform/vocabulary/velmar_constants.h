@@ -7,7 +7,7 @@ namespace VelmarConstants {
 
 /// Date and time formats.
 namespace DateTimeFormatString {
-// Part of file names and of lines joined by a bar, so neither a slash nor a bar.
+// Used in file names and in lines joined by a bar, so it contains neither a slash nor a bar.
 inline const QString EXPORT_DATE_TIME_FORMAT = QStringLiteral("yyyyMMdd-HHmmss");
 inline const QString STD_DATE_FORMAT = QStringLiteral("yyyy-MM-dd");
 inline const QString STD_DATE_TIME_MS_FORMAT = QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz");
@@ -30,7 +30,7 @@ namespace SettingFieldName {
 inline const QString AccountListOrder = QStringLiteral("AccountListOrder");
 inline const QString LocalSecurityAccount = QStringLiteral("LocalSecurityAccount");
 
-/// Log-in settings; the key also stands on the board.
+/// Log-in settings; the key is also used on the board.
 namespace AutoLoginSetting {
 inline const QString AutoLogin = QStringLiteral("AutoLogin");
 }

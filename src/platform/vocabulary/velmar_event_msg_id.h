@@ -1,6 +1,6 @@
 #pragma once
 
-/// Integer base from which the ids of named events are counted.
+/// The number from which the ids of named events are counted.
 namespace VelmarEventMsgID {
 
 inline constexpr int TORVI_BASE_TYPE = 0x20000;

@@ -3,7 +3,7 @@
 #include <QString>
 
 /// Field names that this client family adds to the common ones.
-/// They meet the common fields in the same records, so no key here may repeat one of theirs.
+/// They appear in the same records as the common fields, so no key here may repeat one of theirs.
 namespace Velmar_Fields {
 
 /// Switches of the appraisement calculation.
@@ -77,7 +77,7 @@ inline const QString securityName = QStringLiteral("securityName");
 /// Fields of an equity flow row.
 namespace PanfenEquityFlowInfo {
 inline const QString OccurredDate = QStringLiteral("OccurredDate");
-// The plain key belongs to the appraisement's field of this name.
+// The appraisement's field of the same name has the plain key.
 inline const QString ProductRecord = QStringLiteral("FlowProductRecord");
 }  // namespace PanfenEquityFlowInfo
 
@@ -119,7 +119,7 @@ inline const QString GatewayType = QStringLiteral("GatewayType");
 inline const QString MemUsage = QStringLiteral("MemUsage");
 inline const QString NetElapse = QStringLiteral("NetElapse");
 inline const QString SubMsgType = QStringLiteral("SubMsgType");
-// The plain key belongs to the security's field of this name.
+// The security's field of the same name has the plain key.
 inline const QString alterType = QStringLiteral("alterKind");
 inline const QString avgNetElapse = QStringLiteral("avgNetElapse");
 inline const QString clientTimeDiff = QStringLiteral("clientTimeDiff");

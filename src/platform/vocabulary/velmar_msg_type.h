@@ -3,8 +3,8 @@
 #include <QString>
 
 /// Message types of this client family.
-/// A push type doubles as a subscription topic, whose key is cut at the first underscore; no type
-/// may hold one.
+/// A push type is also a subscription topic, whose key is cut at the first underscore, so no type
+/// may contain one.
 namespace Velmar_MsgType {
 
 inline const QString AlterClientPatchInfoRequest = QStringLiteral("AlterClientPatchInfoRequest");

@@ -4,7 +4,7 @@
 #include <QStringList>
 
 /// Fixed field values of this client family.
-/// Groups that also stand in the common values continue them, so the two must not repeat a code.
+/// A group that also exists in the common values continues it, so the two must not repeat a code.
 namespace Velmar_Values {
 
 /// Kinds of account of the account tree.
@@ -38,7 +38,7 @@ inline const QString TradeMsg = QStringLiteral("4");
 }  // namespace BusiMsgType
 
 /// Fields of the price cage settings. The keys of the user's own figures and the common ones
-/// are those of the built-in cage texts; the server's defaults stand beside them in one record.
+/// are those of the built-in cage texts; the same record also contains the server's defaults.
 namespace CageField {
 inline const QString buyPercent = QStringLiteral("buyPercent");
 inline const QString buyUnit = QStringLiteral("buyUnit");
@@ -117,7 +117,7 @@ inline const QString ExceptionExitError = QStringLiteral("ExceptionExitError");
 inline const QString StaticInfoDbError = QStringLiteral("StaticInfoDbError");
 }  // namespace ClientErrorType
 
-/// Texts by which a call stack is classified; they are searched for as they stand.
+/// Texts that are searched for in a call stack to classify it.
 namespace DumpCallStackString {
 inline const QString fastDb = QStringLiteral("fastDb");
 inline const QString grpc = QStringLiteral("grpc");
@@ -197,7 +197,7 @@ inline const QString DirectedConBond = QStringLiteral("03210");
 inline const QString GuZhuanBase = QStringLiteral("02310");
 inline const QString GuZhuanInnovate = QStringLiteral("02320");
 inline const QString HStcokCirculation = QStringLiteral("02500");
-// Spelt out in the built-in cage texts.
+// The built-in cage texts contain this value literally.
 inline const QString ScienTechInnovateBoard = QStringLiteral("02200");
 
 /// Pledged repos: of treasury bonds, of corporate bonds, and with quotation by agreement.
@@ -233,9 +233,9 @@ namespace ReplyMode {
 inline const QString AllResponse = QStringLiteral("1");
 }
 
-/// Status of an answer that never came.
+/// Status of a request that got no answer.
 namespace RequestExeStatus {
-// Apart from 0, 1 and -1, which callers know as results of a send.
+// Different from 0, 1 and -1, which callers know as results of a send.
 inline const QString timeout = QStringLiteral("408");
 }  // namespace RequestExeStatus
 
@@ -290,7 +290,7 @@ namespace SubscribeTopicSubType {
 inline const QString clientPatchInfo = QStringLiteral("clientPatchInfo");
 }
 
-/// Risk mark of a security; never 0, which is what a missing mark reads as.
+/// Risk mark of a security; never 0, because a missing mark reads as 0.
 namespace SymbolRiskType {
 inline constexpr int BreakingIssuePrice = 1;
 inline constexpr int BrokenNetPrice = 2;

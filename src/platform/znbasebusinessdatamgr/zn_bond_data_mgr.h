@@ -4,7 +4,7 @@
 
 #include "platform_export.h"
 
-/// What is known of a bond.
+/// The figures of a bond.
 struct stuBaseInfo {
     QString symbol;
     double stockInterest = 0;  ///< interest accrued per unit, in the unit of the price
@@ -17,8 +17,8 @@ public:
 
     /// Reads the bond rows of the reference data; false with a log line when they cannot be read.
     bool load();
-    /// "0" with the bond's figures in `out`; for a symbol that the loaded rows lack another text,
-    /// `out` being untouched.
+    /// Returns "0" with the bond's figures in `out`; for a symbol that was not loaded another text,
+    /// without a change of `out`.
     QString GetSingelBondBaseInfo(const QString& symbol, stuBaseInfo& out);
 
 private:

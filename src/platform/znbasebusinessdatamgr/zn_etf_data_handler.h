@@ -12,8 +12,8 @@ public:
 
     /// Reads the ETF rows of the reference data; false with a log line when they cannot be read.
     bool load();
-    /// Whether the symbol is one under which fund shares are created and redeemed; only of what is
-    /// loaded.
+    /// Whether fund shares are created and redeemed under this symbol; false for a symbol that was
+    /// not loaded.
     bool IsEtfRedemptionSymbol(const QString& symbol);
     /// Its record; empty when unknown.
     QVariantMap getEtfRedemptionSymbolInfo(const QString& symbol);

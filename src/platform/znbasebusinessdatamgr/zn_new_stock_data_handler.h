@@ -13,8 +13,8 @@ public:
 
     static ZnNewStockDataHandler& instance();
 
-    /// Reads the rows of one kind: the issues, or the subscription quotas of the accounts set
-    /// before.
+    /// Reads the rows of one kind: the issues, or the subscription quotas of the accounts of
+    /// SetTradingAccount().
     void init(DataType type);
     /// The trading accounts whose quotas init(Quotas) reads.
     void SetTradingAccount(const QStringList& tradingAccounts);

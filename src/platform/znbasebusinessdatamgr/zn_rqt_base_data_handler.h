@@ -14,7 +14,7 @@ public:
 
     /// Reads the rows of one kind.
     void initData(DataType type);
-    /// Whether the symbol is a loaded portfolio, one that stands for a basket of securities.
+    /// Whether the symbol is a portfolio (a basket of securities) that was loaded.
     bool IsSymbolPortfolioRqt(const QString& symbol);
     /// Its record; empty when unknown.
     QVariantMap GetRqtSymbolDetail(const QString& symbol);

@@ -10,8 +10,8 @@
 #include "platform_export.h"
 
 /// Read-only reference data of the current login. Any thread; memory only, blocks at most on its
-/// own lock; the first question about a security also reads the securities from the static
-/// database. Before the login every answer about it and its accounts is empty.
+/// own lock; the first call about a security also reads the securities from the static
+/// database. Before the login every result about it and its accounts is empty.
 class PLATFORM_API CBusinessDataBase {
 public:
     static CBusinessDataBase* GetInstance();
@@ -20,8 +20,8 @@ public:
     QString GetLoginAccount() const;
     /// The login's own record, keys of the UserAccount group.
     QVariantMap GetLoginAccountDetail();
-    /// True when the cache holds the key. Constants::USER_ACCOUNTLIST_INITED is true once the
-    /// account list has come.
+    /// True when the cache contains the key. Constants::USER_ACCOUNTLIST_INITED is true once the
+    /// account list was received.
     bool GetCacheData(const QString& key, QVariant& value) const;
     /// The trading accounts on which the user holds any of the given AuthorityType values, in the
     /// server's order.
@@ -48,14 +48,14 @@ public:
     /// The exchanges that list a symbol, in the record's order; empty when unknown. The flag is
     /// passed true.
     QStringList GetSecurityExchangeBySymbol(const QString& symbol, bool) const;
-    /// A symbol's display name; empty when unknown. With a language that is not empty the answer is
-    /// the same, there being one name.
+    /// A symbol's display name; empty when unknown. The language has no effect: each symbol has one
+    /// name.
     QString GetSecurityChineseName(const QString& symbol, const QString& language) const;
     /// The id that an exchange (any, when empty) knows a symbol by; empty when unknown, or not
     /// listed there, or for another source than SecurityIDSource::securityID.
     QString getSecurityIDBySymbol(const QString& symbol, const QString& exchange,
                                   const QString& idSource);
-    /// The way back; empty when unknown.
+    /// The reverse; empty when unknown.
     QString getSymbolBySecurityIDAndExchange(const QString& securityID, const QString& exchange,
                                              const QString& idSource);
 

@@ -10,7 +10,7 @@ class PLATFORM_API Id {
 public:
     Id(const char* name);
 
-    /// The form that is stored in a property: the name as a text.
+    /// The name as a text, the form in which properties store it.
     QVariant toSetting() const;
 
 private:

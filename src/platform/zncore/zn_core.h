@@ -14,21 +14,23 @@ class PLATFORM_API ZnCore : public QObject {
 public:
     static ZnCore* instance();
 
-    /// The board: a key and value store shared by all plug-ins, gone with the process.
+    /// The board: a key and value store in memory that all plug-ins share.
     void setCommonInfo(QString key, QVariant value);
     /// An invalid value when the key was never set.
     QVariant getCommonInfo(QString key) const;
 
-    /// A persisted setting, an invalid value when absent. The two texts are passed empty.
+    /// A persisted setting. One that was never saved has its value of the system settings, if these
+    /// name it (see ZnSystemSettingDataMgr), and is invalid otherwise. The two texts are passed
+    /// empty.
     QVariant settings(const QString& key, const QString& group = QString(),
                       const QString& file = QString(),
                       QSettings::Scope scope = QSettings::UserScope) const;
-    /// Writes a setting through to its file. Same convention.
+    /// Writes a setting to its file at once. The two texts are passed empty.
     void saveSetting(const QString& key, const QVariant& value, const QString& group = QString(),
                      const QString& file = QString(),
                      QSettings::Scope scope = QSettings::UserScope);
 
-    /// True once the host is closing: every wait without limit ends then.
+    /// True once the host is closing. A wait without a time limit must poll it and end.
     bool isClosing() const;
 
 signals:

@@ -5,8 +5,8 @@
 
 #include "platform_export.h"
 
-/// A message of the event bus between plug-ins. Made on the heap and given to
-/// ZnPresenterClass::PutEvent, which owns it from then on. Not shared by threads.
+/// A message of the event bus between plug-ins. Allocated on the heap and passed to
+/// ZnPresenterClass::PutEvent, which takes the ownership. Not shared by threads.
 class PLATFORM_API CEventMessageCommon {
 public:
     CEventMessageCommon();
@@ -19,7 +19,7 @@ public:
     void SetType(QVariant type);
     /// The publisher: its pluginPid().
     void SetSrcid(QString srcId);
-    /// The plug-in that alone shall get the event; empty means every subscriber.
+    /// The only plug-in that gets the event; empty means every subscriber.
     void SetDstid(QString dstId);
 
     QVariant GetMsg() const;

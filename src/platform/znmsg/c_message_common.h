@@ -6,7 +6,7 @@
 #include "platform_export.h"
 
 /// The envelope that goes to the server: source id, message type, packed body.
-/// Made on the heap; whoever sends it gives it away and never deletes it. Not shared by threads.
+/// Allocated on the heap. Sending it passes the ownership to the platform. Not shared by threads.
 class PLATFORM_API CMessageCommon {
 public:
     CMessageCommon();

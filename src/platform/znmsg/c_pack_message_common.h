@@ -16,17 +16,17 @@ public:
 
     /// Sets a field of the current row. Returns 0.
     int AddVaule(QString key, QVariant value);
-    /// Merges a record into the current row; fields that it does not hold stay. Returns 0.
+    /// Merges a record into the current row; other fields of the row stay. Returns 0.
     int AddRowVaule(const QVariantMap& row);
     /// Opens a new row at the end and makes it current. Returns its number.
     int AddRow();
-    /// Moves to a row. Out of range returns false and moves nothing.
+    /// Selects a row. Out of range returns false and changes nothing.
     bool SetCurrentRow(int row);
-    /// Rows written so far, the header counted.
+    /// The number of rows written so far, with the header.
     int GetRowCount() const;
-    /// A field of the current row, an invalid value when absent. The one exception is
-    /// System::clientMsgID: when the header has none, a new one is made and put there, which is how
-    /// an asynchronous request gets the id that its answer echoes.
+    /// A field of the current row, an invalid value when absent. Exception: when the header has no
+    /// System::clientMsgID, asking for it creates one there; an asynchronous request gets the id
+    /// that its answer repeats this way.
     QVariant GetValue(QString key);
     /// Removes a field from the current row.
     void delValue(const QString& key);

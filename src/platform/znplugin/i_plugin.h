@@ -7,7 +7,7 @@
 
 #include "platform_export.h"
 
-/// What a plug-in library's root object looks like to the plug-in manager. All on the main thread.
+/// The root object of a plug-in library, as the plug-in manager uses it. Main thread only.
 class PLATFORM_API IPlugin : public QObject {
     Q_OBJECT
 
@@ -25,13 +25,13 @@ public:
     virtual void extensionsInitialized() = 0;
     /// Called later, when the host is idle; true asks for a pause before the next plug-in.
     virtual bool delayedInitialize();
-    /// Called before the plug-ins go, in reverse order of loading.
+    /// Called before the plug-ins are deleted, in reverse order of loading.
     virtual ShutdownFlag aboutToShutdown();
     virtual QObject* remoteCommand(const QStringList& options, const QString& workingDirectory,
                                    const QStringList& arguments);
     virtual QList<QObject*> createTestObjects() const;
 
-    /// Hands an object to the plug-in manager, which deletes it at shut-down.
+    /// Passes an object to the plug-in manager, which deletes it at shut-down.
     void addAutoReleasedObject(QObject* object);
 };
 

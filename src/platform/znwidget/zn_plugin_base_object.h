@@ -6,15 +6,15 @@
 
 #include "platform_export.h"
 
-/// Base of the object that a plug-in registers by "metaId" and that the host makes from that id.
-/// Lives on the application's thread, whichever thread makes it without a parent.
+/// Base of the object that a plug-in registers by "metaId" and that the host creates from that id.
+/// Lives on the application's thread, also when another thread creates it without a parent.
 class PLATFORM_API ZnPluginBaseObject : public QObject {
     Q_OBJECT
 
 public:
     explicit ZnPluginBaseObject(QObject* parent = nullptr);
-    /// A fresh object with the other's parent, as the meta-type system needs it; nothing else of
-    /// the other is taken over.
+    /// A new object with the other's parent and nothing else of it, as the meta-type system
+    /// requires.
     ZnPluginBaseObject(const ZnPluginBaseObject& other);
     ZnPluginBaseObject& operator=(const ZnPluginBaseObject&) = delete;
     ~ZnPluginBaseObject() override;
@@ -24,7 +24,7 @@ public:
     QVariant getPluginObjectPropety(const QString& key) const;
     void setPluginWidgetPropety(const QString& key, const QVariant& value);
 
-    /// Called once by the host after it made the object.
+    /// Called once by the host after it created the object.
     virtual void initialize();
     /// Called by the host when every plug-in object is initialised.
     virtual void initialized();

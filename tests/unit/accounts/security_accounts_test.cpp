@@ -339,11 +339,11 @@ private slots:
         QCOMPARE(savedText(), QString(R"({"cold":{"Q":"E1"},"marked":{"1":"C1"},)"
                                       R"("unmarked":{"1":"A1","2":"B1"}})"));
         QCOMPARE(fixture.sink.changes.load(), 1);
-        QCOMPARE(log.count(QtWarningMsg,
+        QCOMPARE(log.count(QtDebugMsg,
                            "存在账号设置错误，交易账号：unmarked，市场：1，合法证券账号列表："
                            "A1,A2，设置账号：Z9失败"),
                  1);
-        QCOMPARE(log.count(QtWarningMsg,
+        QCOMPARE(log.count(QtDebugMsg,
                            "存在账号设置错误，交易账号：%2%4，市场：%1，合法证券账号列表："
                            "，设置账号：%3失败"),
                  1);

@@ -118,7 +118,7 @@ private slots:
             fixture.traders
                 .GetBindTraderListByAccount(fixture.presenter, "X1", AccountType::TradingAccount)
                 .isEmpty());
-        QCOMPARE(log.count(QtWarningMsg, line), 1);
+        QCOMPARE(log.count(QtDebugMsg, line), 1);
     }
 
     void load_request_queriesTheOrganisationsGoodUsersInPages() {
@@ -172,7 +172,7 @@ private slots:
             fixture.world.link().onOccurrence(kTraders, 1, reply);
             const LogCapture log;
             QVERIFY(fixture.traders.GetOrganTraderList(fixture.presenter).isEmpty());
-            QVERIFY(log.contains(QtWarningMsg, "the traders are not loaded"));
+            QVERIFY(log.contains(QtDebugMsg, "the traders are not loaded"));
             QCOMPARE(loadState(), InitState::Failed);
             QVERIFY(fixture.traders.GetOrganTraderList(fixture.presenter).isEmpty());
             QVERIFY(fixture.traders.GetTraderInfoList(fixture.presenter, QString()).isEmpty());

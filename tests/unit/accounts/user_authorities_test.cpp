@@ -169,7 +169,7 @@ private slots:
         fixture.world.link().on(kGet, ScriptedReply::timeOut());
         const LogCapture log;
         QVERIFY(fixture.get(kByAccount).isEmpty());
-        QCOMPARE(log.count(QtWarningMsg, "查询账号权限超时"), 2);
+        QCOMPARE(log.count(QtDebugMsg, "查询账号权限超时"), 2);
         QCOMPARE(fixture.world.link().requestCount(kGet), 2);
         // The server would answer now, but is not queried.
         fixture.world.link().on(kGet, &Fixture::echo);
@@ -260,7 +260,7 @@ private slots:
         fixture.world.link().onOccurrence(kGet, 1, replies[kind]);
         const LogCapture log;
         QCOMPARE(fixture.get(kByAccount), (QVariantMap{{"T2", "vT2"}}));
-        QCOMPARE(log.count(QtWarningMsg, line), 1);
+        QCOMPARE(log.count(QtDebugMsg, line), 1);
         QCOMPARE(fixture.world.link().requestCount(kGet), 2);
         QCOMPARE(fixture.get(kByAccount), (QVariantMap{{"T2", "vT2"}}));
         QCOMPARE(fixture.world.link().requestCount(kGet), 2);
@@ -440,8 +440,7 @@ private slots:
         const LogCapture log;
         QVERIFY(!fixture.set("类型%2", "T1", 1));
         QCOMPARE(
-            log.count(QtWarningMsg, "尝试设置不存在的authType：类型%2，请去相应配置文件提前配置"),
-            1);
+            log.count(QtDebugMsg, "尝试设置不存在的authType：类型%2，请去相应配置文件提前配置"), 1);
         QCOMPARE(fixture.world.link().requestCount(kAlter), 0);
     }
 
@@ -449,7 +448,7 @@ private slots:
         Fixture fixture;
         const LogCapture log;
         QVERIFY(!fixture.set(kByUser, "T1", 1));
-        QCOMPARE(log.count(QtWarningMsg, "当前authType：Export%1，不支持传入的key：T1"), 1);
+        QCOMPARE(log.count(QtDebugMsg, "当前authType：Export%1，不支持传入的key：T1"), 1);
         QVERIFY(!fixture.set(kByAccount, "T3", 1));
         QCOMPARE(fixture.world.link().requestCount(kAlter), 0);
     }
@@ -459,7 +458,7 @@ private slots:
         const LogCapture log;
         for (const QString key : {"T1", "tester", ""}) {
             QVERIFY(!fixture.set(kExternal, key, 1));
-            QCOMPARE(log.count(QtWarningMsg, "当前authType：Foreign，不支持传入的key：" + key), 1);
+            QCOMPARE(log.count(QtDebugMsg, "当前authType：Foreign，不支持传入的key：" + key), 1);
         }
         QCOMPARE(fixture.world.link().requestCount(kAlter), 0);
     }
@@ -481,7 +480,7 @@ private slots:
         fixture.world.link().on(kAlter, replies[kind]);
         const LogCapture log;
         QVERIFY(!fixture.set(kByAccount, "T1", 9));
-        QCOMPARE(log.count(QtWarningMsg, line), 1);
+        QCOMPARE(log.count(QtDebugMsg, line), 1);
         QCOMPARE(fixture.get(kByAccount).value("T1").toString(), QString("vT1"));
     }
 
@@ -505,7 +504,7 @@ private slots:
             ScriptedReply::rows({authorityRow("T1", "half")}, {{System::subGroupNumber, 2}}));
         const LogCapture log;
         QCOMPARE(fixture.get(kByAccount), (QVariantMap{{"T2", "vT2"}}));
-        QVERIFY(log.contains(QtWarningMsg, "查询账号权限失败，原因：the answer to"));
+        QVERIFY(log.contains(QtDebugMsg, "查询账号权限失败，原因：the answer to"));
     }
 };
 

@@ -23,8 +23,24 @@ struct ReachesThroughNamed
     : std::bool_constant<!std::is_void_v<decltype(std::declval<const Handle&>().operator->())>> {};
 
 using Guard = Guarded<Tables>;
+using MutexGuard = Guarded<Tables, QMutex>;
 
-// A handle that is a temporary would unlock before its tables are used.
+template <class Guard, class = void>
+struct HasReadAndWrite : std::false_type {};
+template <class Guard>
+struct HasReadAndWrite<Guard, std::void_t<decltype(std::declval<Guard&>().read()),
+                                          decltype(std::declval<Guard&>().write())>>
+    : std::true_type {};
+template <class Guard, class = void>
+struct HasLock : std::false_type {};
+template <class Guard>
+struct HasLock<Guard, std::void_t<decltype(std::declval<Guard&>().lock())>> : std::true_type {};
+
+// A mutex does not tell readers from writers, so its guard has one operation.
+static_assert(HasReadAndWrite<Guard>::value && !HasLock<Guard>::value);
+static_assert(HasLock<MutexGuard>::value && !HasReadAndWrite<MutexGuard>::value);
+
+// A temporary handle would unlock before its tables are used.
 static_assert(!ReachesThroughTemporary<Guard::ReadHandle>::value);
 static_assert(!ReachesThroughTemporary<Guard::WriteHandle>::value);
 static_assert(ReachesThroughNamed<Guard::ReadHandle>::value);
@@ -33,6 +49,7 @@ static_assert(
         std::remove_pointer_t<decltype(std::declval<const Guard::ReadHandle&>().operator->())>>);
 
 constexpr const char* kWrongOrder = "--wrong-order";
+constexpr const char* kUseAfterUnlock = "--use-after-unlock";
 
 void takeInTheWrongOrder() {
     Guarded<Tables> outer("m_outer", LockRank::Account);
@@ -41,13 +58,20 @@ void takeInTheWrongOrder() {
     const auto first = outer.read();
 }
 
+void useAfterUnlock() {
+    Guarded<Tables> guard("guard", LockRank::Account);
+    auto tables = guard.write();
+    tables.unlock();
+    tables->left = 1;
+}
+
 }  // namespace
 
 class GuardedTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void revision_tablesLockedForWriting_isAnother() {
+    void revision_tablesLockedForWriting_changes() {
         Guarded<Tables> guard("guard", LockRank::Account);
         const auto revision = [&guard] {
             const auto tables = guard.read();
@@ -101,6 +125,37 @@ private slots:
         QCOMPARE(second->left, 1);
     }
 
+    void handle_usedAfterItsUnlock_endsTheProcessWithAMessage() {
+#ifdef QT_NO_DEBUG
+        QSKIP("the use of a handle is checked in debug builds");
+#endif
+        const ChildResult child =
+            runChild(QCoreApplication::applicationFilePath(), {kUseAfterUnlock});
+        QVERIFY(child.crashed);
+        QVERIFY2(child.output.contains("a handle is used after its unlock()"),
+                 qPrintable(child.output));
+    }
+
+    void unlock_twice_releasesOnce() {
+        MutexGuard guard("guard", LockRank::Account);
+        auto first = guard.lock();
+        first.unlock();
+        first.unlock();
+        const auto second = guard.lock();
+        QCOMPARE(second->left, 0);
+    }
+
+    void moveOfAHandle_leavesTheLockWithTheNewOne() {
+        MutexGuard guard("guard", LockRank::Account);
+        {
+            auto first = guard.lock();
+            const auto second = std::move(first);
+            second->left = 3;
+        }
+        const auto third = guard.lock();
+        QCOMPARE(third->left, 3);
+    }
+
     void locks_takenInTheWrongOrder_endTheProcessAndNameBoth() {
 #ifdef QT_NO_DEBUG
         QSKIP("the order is checked in debug builds");
@@ -116,7 +171,7 @@ private slots:
             Guarded<Tables> outer("outer", LockRank::Account);
             Guarded<Tables, QMutex> inner("inner", LockRank::Leaf);
             const auto first = outer.read();
-            auto second = inner.write();
+            auto second = inner.lock();
             second.unlock();
 #ifndef QT_NO_DEBUG
             QVERIFY(HeldLocks::any());
@@ -130,6 +185,10 @@ private slots:
 int main(int argc, char** argv) {
     if (argc == 2 && QByteArray(argv[1]) == kWrongOrder) {
         takeInTheWrongOrder();
+        return 0;
+    }
+    if (argc == 2 && QByteArray(argv[1]) == kUseAfterUnlock) {
+        useAfterUnlock();
         return 0;
     }
     const QCoreApplication app(argc, argv);

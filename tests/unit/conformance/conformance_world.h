@@ -15,10 +15,10 @@ constexpr int kAnswer = 0;
 constexpr int kTimeOut = 1;
 constexpr int kFailure = 2;
 
-/// A started platform with one presenter over the link that the running row names.
+/// A started platform with one presenter over the link of the current data row.
 class ConformanceWorld {
 public:
-    /// The rows of initTestCase_data(): each case of the suite runs on every link.
+    /// The rows of initTestCase_data(), so that each case of the suite runs on every link.
     static void addLinks() {
         QTest::addColumn<int>("kind");
         const auto& kinds = linksUnderTest();
@@ -39,7 +39,7 @@ public:
     ~ConformanceWorld() { LocalPlatform::instance().close(); }
     Q_DISABLE_COPY(ConformanceWorld)
 
-    /// A new link in place of the one before.
+    /// Replaces the link with a new one.
     void connect() {
         auto made = std::make_unique<HoldingLink>(server->makeLink());
         link = made.get();
@@ -96,7 +96,7 @@ public:
                 {System::profileKey, key},
                 {System::fuzzy, fuzzy}};
     }
-    /// The data under just this key; empty when there is none.
+    /// The data of exactly this key; empty when it does not exist.
     QString readProfile(const QString& key) const {
         QVariant response;
         send(Quindar_MsgType::getUserProfileDataRequest, profileQuery(key), &response);
@@ -125,7 +125,7 @@ public:
 
     const std::unique_ptr<ServerUnderTest> server;
     HoldingLink* link = nullptr;          // owned by the platform
-    ProbePresenter* presenter = nullptr;  // disposed of by the platform
+    ProbePresenter* presenter = nullptr;  // deleted by the platform
 
 private:
     TempHome m_home;

@@ -13,8 +13,8 @@
 #include "small_market.h"
 #include "vocabulary/fields.h"
 
-/// The server engine over a sample market, in this process. Its link stands behind one that plans
-/// no faults, as in the client, and takes gates down.
+/// The server engine over a sample market, in this process. As in the client, its link is wrapped
+/// in a faulty one, here without planned faults, which takes gates down.
 class EmbeddedServer : public ServerUnderTest {
 public:
     EmbeddedServer() {

@@ -7,7 +7,7 @@
 
 #include "gateway_link.h"
 
-/// Any link, whose answers can be held back on their way.
+/// Wraps any link and can hold back its answers.
 class HoldingLink final : public GatewayLink, private GatewayLinkListener {
 public:
     explicit HoldingLink(std::shared_ptr<GatewayLink> link) : m_link(std::move(link)) {}
@@ -27,7 +27,7 @@ public:
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_holds = true;
     }
-    /// Lets go of what was held, the last one first when told so, and holds no more.
+    /// Delivers the held answers, optionally the last one first, and stops holding.
     void release(bool reversed = false) {
         std::vector<Answer> answers;
         {
@@ -42,7 +42,7 @@ public:
             m_listener->onAnswer(answer.envelopeId, answer.msgType, answer.body);
         }
     }
-    /// Waits until so many answers are held.
+    /// Waits until this many answers are held.
     bool waitForHeld(size_t count) {
         constexpr std::chrono::seconds kLimit(20);
         std::unique_lock<std::mutex> lock(m_mutex);
@@ -80,7 +80,7 @@ private:
 
     const std::shared_ptr<GatewayLink> m_link;
     GatewayLinkListener* m_listener = nullptr;  // set before the link starts
-    std::mutex m_mutex;                         // guards what follows; never held in a call
+    std::mutex m_mutex;                         // guards the members below; never held in a call
     std::condition_variable m_changed;
     std::vector<Answer> m_answers;
     bool m_holds = false;

@@ -1,4 +1,4 @@
-// Requests and what becomes of them, on every link.
+// Requests and their outcomes, on every link.
 #include <atomic>
 #include <thread>
 #include <vector>
@@ -35,7 +35,7 @@ private slots:
     void request_notAnsweredInTime_timesOutAndTheNextGetsItsOwn();
     void request_linkTakenDownUnderWay_fails();
     void request_withoutALink_fails();
-    void request_underTheSharedEnvelope_isToldByItsBody();
+    void request_underTheSharedEnvelope_hasTheTypeOfItsBody();
     void body_largeRow_goesBothWays_data();
     void body_largeRow_goesBothWays();
     void body_everyText_survives_data();
@@ -69,8 +69,9 @@ void LinkConformanceTest::request_refused_hasStatusAndText_data() {
     QTest::addColumn<QVariantMap>("request");
     QTest::newRow("unknown type") << "no.such.type" << QVariantMap();
     QTest::newRow("unknown user") << kList << QVariantMap{{UserAccount::loginUserId, "nobody"}};
-    QTest::newRow("told row missing") << Velmar_MsgType::alterAllUserProfileDataAndSendKafkaRequest
-                                      << QVariantMap{{System::subGroupNumber, 1}};
+    QTest::newRow("stated row missing")
+        << Velmar_MsgType::alterAllUserProfileDataAndSendKafkaRequest
+        << QVariantMap{{System::subGroupNumber, 1}};
 }
 
 void LinkConformanceTest::request_refused_hasStatusAndText() {
@@ -124,7 +125,7 @@ void LinkConformanceTest::request_withoutALink_fails() {
     QVERIFY(ConformanceWorld::isSuccess(response));
 }
 
-void LinkConformanceTest::request_underTheSharedEnvelope_isToldByItsBody() {
+void LinkConformanceTest::request_underTheSharedEnvelope_hasTheTypeOfItsBody() {
     CMessageCommon* const message = m_world->message(kList, kLogin);
     message->SetType(QStringLiteral("325005"));
     QVariant response;

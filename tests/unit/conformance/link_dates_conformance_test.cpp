@@ -25,7 +25,7 @@ QString dashed(int day) {
     return QDate::fromString(QString::number(day), "yyyyMMdd").toString("yyyy-MM-dd");
 }
 
-/// The same day in a form of the wire's choice.
+/// The same day in any form that the wire allows.
 QVariant formOf(int day, const QString& form) {
     if (form == "integer") {
         return day;
@@ -83,8 +83,8 @@ private:
 
     std::unique_ptr<ConformanceWorld> m_world;
     QList<QVariantMap> m_all;
-    int m_day = 0;    // on which somebody traded, with days before and after it
-    int m_later = 0;  // a later one of the kind
+    int m_day = 0;    // a day with trades, with other days before and after it
+    int m_later = 0;  // a later day of the same kind
 };
 
 void LinkDatesConformanceTest::init() {
@@ -162,7 +162,7 @@ void LinkDatesConformanceTest::dates_range_includesBothEnds() {
     const QVariant answer = ask(conditions);
     QCOMPARE(rowsOf(answer), expected);
     QCOMPARE(headerOf(answer).value(System::totalSize).toInt(), expected.size());
-    // The other way round there is no day, which is no mistake.
+    // An empty range is not an error.
     const QVariant none = ask({{System::startDate, m_later}, {System::endDate, dashed(m_day)}});
     QVERIFY(ConformanceWorld::isSuccess(none));
     QVERIFY(rowsOf(none).isEmpty());

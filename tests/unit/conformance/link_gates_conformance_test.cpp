@@ -29,15 +29,15 @@ private slots:
     void init();
     void cleanup() { m_world.reset(); }
 
-    void connect_everyGate_isToldConnectedOnce();
-    void disconnect_everyGate_isToldLostOnce();
-    void state_ofOneGate_isToldAloneAndInOrder_data();
-    void state_ofOneGate_isToldAloneAndInOrder();
+    void connect_everyGate_isReportedConnectedOnce();
+    void disconnect_everyGate_isReportedLostOnce();
+    void state_ofOneGate_isReportedAloneAndInOrder_data();
+    void state_ofOneGate_isReportedAloneAndInOrder();
     void tradeGate_lost_failsRequestsUnderWayAndTheNextOnesServe();
     void otherGate_lost_leavesRequestsAlone();
 
 private:
-    /// What was told of the gate since the link stood, or from the given call on.
+    /// The reported states of the gate since the link started, or since the given call.
     QVariantList statesOf(const QString& gate, int from = 0) const {
         QVariantList states;
         const auto calls = m_world->presenter->log->calls();
@@ -48,7 +48,7 @@ private:
         }
         return states;
     }
-    /// Waits until a new link has told every gate as connected.
+    /// Waits until a new link has reported every gate as connected.
     bool connectAnew() {
         const int before = toldSoFar();
         m_world->disconnect();
@@ -67,7 +67,7 @@ private:
 void LinkGatesConformanceTest::init() {
     QFETCH_GLOBAL(int, kind);
     m_world = std::make_unique<ConformanceWorld>(kind);
-    // The world's own link may still be telling what it began with.
+    // The world's own link may still be reporting its first states.
     m_world->disconnect();
     ProbePresenter* const presenter = m_world->presenter;
     for (const GateEvent& event : gateEvents()) {
@@ -76,7 +76,7 @@ void LinkGatesConformanceTest::init() {
     QVERIFY(connectAnew());
 }
 
-void LinkGatesConformanceTest::connect_everyGate_isToldConnectedOnce() {
+void LinkGatesConformanceTest::connect_everyGate_isReportedConnectedOnce() {
     for (const GateEvent& event : gateEvents()) {
         QCOMPARE(statesOf(event.gate), QVariantList{NET_STATE::CONNECTED});
     }
@@ -85,7 +85,7 @@ void LinkGatesConformanceTest::connect_everyGate_isToldConnectedOnce() {
     }
 }
 
-void LinkGatesConformanceTest::disconnect_everyGate_isToldLostOnce() {
+void LinkGatesConformanceTest::disconnect_everyGate_isReportedLostOnce() {
     const int before = toldSoFar();
     QVERIFY(connectAnew());
     const QVariantList lostAndBack{NET_STATE::NOCONNECT, NET_STATE::CONNECTED};
@@ -94,14 +94,14 @@ void LinkGatesConformanceTest::disconnect_everyGate_isToldLostOnce() {
     }
 }
 
-void LinkGatesConformanceTest::state_ofOneGate_isToldAloneAndInOrder_data() {
+void LinkGatesConformanceTest::state_ofOneGate_isReportedAloneAndInOrder_data() {
     QTest::addColumn<QString>("gate");
     for (const GateEvent& event : gateEvents()) {
         QTest::newRow(qPrintable(event.gate)) << event.gate;
     }
 }
 
-void LinkGatesConformanceTest::state_ofOneGate_isToldAloneAndInOrder() {
+void LinkGatesConformanceTest::state_ofOneGate_isReportedAloneAndInOrder() {
     QFETCH(QString, gate);
     const QVariantList states{NET_STATE::NOCONNECT, NET_STATE::CONNECTTING, NET_STATE::CONNECTED};
     const int before = toldSoFar();
@@ -130,7 +130,7 @@ void LinkGatesConformanceTest::tradeGate_lost_failsRequestsUnderWayAndTheNextOne
     m_world->server->setGate(gate, NET_STATE::CONNECTED);
     const QVariantList states{NET_STATE::CONNECTED, NET_STATE::NOCONNECT, NET_STATE::CONNECTED};
     QVERIFY(waitFor([&] { return statesOf(gate) == states; }));
-    // The answer of the failed one, which now comes after all, is nobody's.
+    // The late answer of the failed request is not delivered to anybody.
     m_world->link->release();
     QCOMPARE(m_world->send(HostMsgType::securityAccounts, request, &response), kAnswer);
     QVERIFY(ConformanceWorld::isSuccess(response));

@@ -1,4 +1,4 @@
-// Lists in pages and profiles written and read back, on every link.
+// Paged lists, and profiles that are written and read, on every link.
 #include "conformance_world.h"
 #include "velmarutils/velmar_utils.h"
 
@@ -31,7 +31,7 @@ private slots:
 
     void pages_anySize_giveTheWholeListInOrder_data();
     void pages_anySize_giveTheWholeListInOrder();
-    void pages_each_tellsNumberSizeAndTrueTotal();
+    void pages_each_hasItsNumberSizeAndTrueTotal();
     void pages_behindTheEnd_areEmptyAndTellTheTotal();
     void positions_anySize_giveTheWholeListInOrder_data();
     void positions_anySize_giveTheWholeListInOrder();
@@ -73,7 +73,7 @@ void LinkListsConformanceTest::pages_anySize_giveTheWholeListInOrder() {
     QCOMPARE(rows, m_all);
 }
 
-void LinkListsConformanceTest::pages_each_tellsNumberSizeAndTrueTotal() {
+void LinkListsConformanceTest::pages_each_hasItsNumberSizeAndTrueTotal() {
     for (const int page : {1, 2, 1}) {
         const QVariant answer = ask(with(with(kLogin, System::pageNo, page), System::pageSize, 50));
         QCOMPARE(rowsOf(answer), m_all.mid((page - 1) * 50, 50));

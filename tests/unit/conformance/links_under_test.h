@@ -9,7 +9,7 @@
 #include "scripted_server.h"
 #include "server_under_test.h"
 
-/// Every link to a server; the suite runs as a whole on each. A link joins by a line here.
+/// Every link to a server; the whole suite runs on each. To add a link, add a line here.
 struct LinkKind {
     const char* name;
     std::function<std::unique_ptr<ServerUnderTest>()> makeServer;

@@ -6,7 +6,7 @@
 #include "recording_link.h"
 #include "scenario_tape.h"
 
-/// A server whose links are kept on a tape, as those of a client that plays a scenario.
+/// A server whose links record a tape, as in a client that plays a scenario.
 template <class Server>
 class RecordedServer : public Server {
 public:

@@ -87,8 +87,8 @@ private:
         return list(body, rows);
     }
 
-    /// A day of a request as a number, in whatever form it came; `standard` when it names none, 0
-    /// when that is no day.
+    /// A day of a request as a number, from any of its forms; `standard` when it is missing, 0 when
+    /// it is invalid.
     static int dayOf(const QVariantMap& request, const QString& field, int standard) {
         const QString text = request.value(field).toString();
         if (text.isEmpty()) {
@@ -137,8 +137,8 @@ private:
         return list(body, rows, refused);
     }
 
-    /// The part of the rows, by their positions, that the request asks for; when it asks for all,
-    /// with `further` ones behind them.
+    /// The rows, by their positions, that the request asks for; when it asks for all of them,
+    /// followed by `further`.
     static QVariant list(const QVariant& body, QMap<int, QVariantMap> rows,
                          const QList<QVariantMap>& further = {}) {
         const QVariantMap request = headerOf(body);
@@ -219,7 +219,7 @@ private:
         return makeAnswer(body, statuses);
     }
 
-    mutable std::mutex m_mutex;  // guards what follows; inside it the link's own is taken
+    mutable std::mutex m_mutex;  // guards the members below; held while the link's lock is taken
     std::shared_ptr<ScriptedLink> m_link;
     QSet<QString> m_topics;
     QMap<QString, QMap<QString, QVariantMap>> m_profiles;

@@ -1,4 +1,5 @@
 #include <QtTest>
+#include <array>
 #include <atomic>
 #include <thread>
 
@@ -33,7 +34,7 @@ public:
     std::atomic<int> applied{0};
 };
 
-/// There is one core in a process, so each of these has a process of its own.
+/// A process has one core, so each case has a process of its own.
 class CoreStartTest : public QObject {
     Q_OBJECT
 
@@ -93,10 +94,10 @@ private slots:
         QCOMPARE(after.lockedValue("symbol").toString(), QString());
     }
 
-    void waivedSymbols_notOver_areTakenAndTheFileStays() {
+    void waivedSymbols_ofTodayOrLater_areTakenAndTheFileStays() {
         const ClientWorld world;
         const QString file = VelmarUtils::GetUserCfgFileDir() + "riskNoticeSymbol.cfg";
-        // Tomorrow counts as not over too, so midnight cannot spoil the test.
+        // Tomorrow instead of today, so that the test may run at midnight.
         const QString date = QDate::currentDate().addDays(1).toString("yyyyMMdd");
         SharedSettings(file, nullptr)
             .lockedSetValues({{"IgnoreDate", date}, {"symbol", "600000.SH|000001.SZ"}});
@@ -140,16 +141,18 @@ private slots:
     void firstUse_fromManyThreadsAtOnce_makesOne() {
         const ClientWorld world;
         LogCapture log;
+        std::array<ZnBusinessDataManager*, 8> got{};
         std::vector<std::thread> threads;
-        std::atomic<int> different{0};
-        for (int i = 0; i < 8; ++i) {
-            threads.emplace_back(
-                [&different] { different += ZnBusinessDataManager::instance() ? 0 : 1; });
+        for (ZnBusinessDataManager*& one : got) {
+            threads.emplace_back([&one] { one = ZnBusinessDataManager::instance(); });
         }
         for (std::thread& thread : threads) {
             thread.join();
         }
-        QCOMPARE(different, 0);
+        for (const ZnBusinessDataManager* one : got) {
+            QVERIFY(one);
+            QCOMPARE(one, got.front());
+        }
         QCOMPARE(log.count(QtInfoMsg, "init ZnBusinessDataManager"), 1);
     }
 
@@ -167,7 +170,7 @@ private slots:
         QCOMPARE(count(ReferenceKind::Bond), 1);
         QCOMPARE(count(ReferenceKind::Gold), 1);
         QCOMPARE(count(ReferenceKind::Setting), 1);
-        // These are read once the accounts stand.
+        // These are read after the accounts were loaded.
         QCOMPARE(count(ReferenceKind::NewStock), 0);
         QCOMPARE(count(ReferenceKind::Rqt), 0);
     }
@@ -199,7 +202,7 @@ private slots:
                                   .reference("newstock", "730001.SH", {{"a", 1}})
                                   .reference("rqt", "600000.SH", {{"a", 1}}));
         ZnBusinessDataManager* const core = ZnBusinessDataManager::instance();
-        LocalPlatform::instance().close();  // nobody loads accounts here, so the wait must end
+        LocalPlatform::instance().close();  // no accounts are loaded here, so the wait must end
         core->InitData();
         QCOMPARE(ReferenceTable::of(ReferenceKind::NewStock).count(), 1);
         QCOMPARE(ReferenceTable::of(ReferenceKind::Rqt).count(), 1);

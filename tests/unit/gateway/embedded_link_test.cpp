@@ -23,7 +23,7 @@ namespace {
 
 constexpr auto kLimit = std::chrono::seconds(20);
 
-/// Keeps what it is told, and can hold the link's threads up inside the telling.
+/// Records the calls, and can hold the link's threads inside a call.
 class RecordingListener : public GatewayLinkListener {
 public:
     struct Outcome {
@@ -55,7 +55,7 @@ public:
         m_changed.notify_all();
     }
 
-    /// From now on each outcome's thread waits inside the call until release().
+    /// From now on the thread that delivers an outcome waits inside the call until release().
     void hold() {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_held = true;
@@ -117,7 +117,7 @@ private:
         --m_heldCount;
     }
 
-    mutable std::mutex m_mutex;  // guards what follows
+    mutable std::mutex m_mutex;  // guards the members below
     std::condition_variable m_changed;
     std::multimap<quint64, Outcome> m_outcomes;
     QList<QPair<QString, QVariant>> m_pushes;
@@ -327,7 +327,7 @@ void EmbeddedLinkTest::stop_requestsWaiting_failAndNothingFollows() {
         QVERIFY(link.send(treeRequest(id)));
     }
     QVERIFY(listener.waitForHeld(2));
-    // Both threads are inside an answer, so all others wait when the link begins to stop.
+    // Both threads are delivering answers, so the other requests wait when the link begins to stop.
     std::thread stopper([&link] { link.stop(); });
     while (link.send(treeRequest(2000))) {
         std::this_thread::yield();
@@ -428,7 +428,7 @@ void EmbeddedLinkTest::push_heldUpByTheListener_isNotOvertaken() {
     const auto letGo = qScopeGuard([&listener] { listener.release(); });
     m_engine->push(topic, packRows({{System::dataKey, 1}}, {}));
     QVERIFY(listener.waitForPushes(1));
-    // The other thread is idle and would take a second push at once; it serves requests instead.
+    // The idle thread must not take the second push; it serves requests instead.
     m_engine->push(topic, packRows({{System::dataKey, 2}}, {}));
     for (quint64 id = 2; id < 6; ++id) {
         QVERIFY(link.send(treeRequest(id)));

@@ -28,7 +28,7 @@ class MarketStoreTest : public QObject {
 private slots:
     void initTestCase();
 
-    void open_missingFile_namesItAndMakesNone();
+    void open_missingFile_namesItAndCreatesNothing();
     void open_otherFormat_isRefused();
     void meta_ofOpenStore_isRead();
     void select_badStatement_failsWithText();
@@ -59,7 +59,7 @@ void MarketStoreTest::initTestCase() {
     QVERIFY(!m_file.isEmpty());
 }
 
-void MarketStoreTest::open_missingFile_namesItAndMakesNone() {
+void MarketStoreTest::open_missingFile_namesItAndCreatesNothing() {
     const QString path = m_dir.filePath("none.sqlite");
     QString error;
     QVERIFY(!MarketStore::open(path, &error));

@@ -12,7 +12,7 @@ namespace {
 constexpr int kDeals = 95;  // ten on each day from 2026-01-01 on, over three accounts in turn
 inline const QString kId = QStringLiteral("id");
 
-/// A store of a table of deals, in the layout of a market.
+/// A store with one table of deals, in the format of a market.
 bool makeDeals(const QString& file) {
     const SqliteConnection connection(file);
     QSqlQuery query(QSqlDatabase::database(connection.name(), false));
@@ -26,7 +26,7 @@ bool makeDeals(const QString& file) {
         }
     }
     bool done = query.prepare("INSERT INTO deal VALUES(?, ?, ?, ?)");
-    // Backwards, so that the order of the answer is not that of the writing.
+    // Backwards, so that the answer is not in the order of writing by chance.
     for (int id = kDeals; done && id > 0; --id) {
         const int day = 20260101 + (id - 1) / 10;
         query.addBindValue(id);
@@ -231,7 +231,7 @@ void PagedQueryTest::filters_give_whatFulfilsThemAll() {
     QCOMPARE(all.refusal, QString());
     QCOMPARE(idsOf(all), ids);
     QCOMPARE(all.totalSize, ids.size());
-    // The fields of a request may stand in its first row as well, and go with pages.
+    // The fields may also be in the request's first row, together with those of a page.
     const HandlerAnswer page = ask({{System::pageNo, 1}, {System::pageSize, 2}}, {request});
     QCOMPARE(idsOf(page), ids.mid(0, 2));
     QCOMPARE(page.totalSize, ids.size());

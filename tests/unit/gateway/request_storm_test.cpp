@@ -31,14 +31,14 @@ constexpr int kAsyncThreads = 2;
 constexpr int kAsyncPerThread = 2000;
 constexpr int kMostPending = 24;
 constexpr int kFaults = 400;
-// The requests that the link never tells anything of: their senders' time-outs end them.
+// Requests without any outcome from the link: their senders' time-outs end them.
 constexpr int kSilent[] = {50, 400, 800, 1200};
 constexpr int kLimitMs = 30000;
 
 const QString kAccounts = QStringLiteral("120006");
 const QString kUnknown = QStringLiteral("990099");
 
-/// Counts the outcomes of every request that a link took.
+/// Counts the outcomes of every request that a link accepted.
 class CountingLink : public GatewayLink, private GatewayLinkListener {
 public:
     struct Counts {
@@ -88,7 +88,7 @@ private:
     GatewayLinkListener* m_listener = nullptr;
 };
 
-/// Keeps how often the answer to each of its asynchronous requests came.
+/// Counts the answers to each of its asynchronous requests.
 class StormPresenter : public ZnPresenterClass {
 public:
     struct Answers {
@@ -120,7 +120,7 @@ QString randomType(std::mt19937& random) {
     return types[pick(random, 4)];
 }
 
-/// A fault that gives every request an outcome, soon, unless it is silent.
+/// A fault that gives a request an outcome soon, unless it is a silent one.
 Fault randomFault(std::mt19937& random) {
     const FaultKind kinds[] = {FaultKind::Delay,   FaultKind::TimeOut, FaultKind::Failure,
                                FaultKind::Refusal, FaultKind::Garbage, FaultKind::Truncate,
@@ -134,7 +134,7 @@ Fault randomFault(std::mt19937& random) {
     fault.ms = pick(random, 4);
     fault.count = 2 + pick(random, 4);
     if (fault.kind == FaultKind::Reorder) {
-        fault.ms = 3;  // 0 would be the long standard
+        fault.ms = 3;  // 0 means the long default
     } else if (fault.kind == FaultKind::Drip) {
         fault.ms = 0;
     } else if (fault.kind == FaultKind::Disconnect) {
@@ -165,7 +165,7 @@ int threadCount() {
         .size();
 }
 
-/// Shares no characters with the original, which its thread frees while the link may read these.
+/// A deep copy: the thread of the original may free it while the link still reads this one.
 QString ownCopy(const QString& text) {
     return QString(text.constData(), text.size());
 }
@@ -207,8 +207,8 @@ void RequestStormTest::initTestCase() {
 
 void RequestStormTest::storm_endsEveryRequestOnceAndLeavesNothing_data() {
     QTest::addColumn<unsigned>("seed");
-    const QByteArray told = qgetenv("VELMAR_STORM_SEED");
-    const unsigned any = told.isEmpty() ? std::random_device{}() : told.toUInt();
+    const QByteArray given = qgetenv("VELMAR_STORM_SEED");
+    const unsigned any = given.isEmpty() ? std::random_device{}() : given.toUInt();
     for (const unsigned seed : {20260105U, any}) {
         QTest::addRow("VELMAR_STORM_SEED=%u", seed) << seed;
     }
@@ -250,7 +250,7 @@ void RequestStormTest::storm(unsigned seed) {
     auto engine = ServerEngine::open(marketStoreFile(m_dir.path()), &error);
     QVERIFY2(engine, qPrintable(error));
     auto faulty = std::make_unique<FaultyLink>(std::make_unique<EmbeddedLink>(engine), plan);
-    const FaultyLink& faults = *faulty;  // the platform's until it closes
+    const FaultyLink& faults = *faulty;  // owned by the platform until it closes
     QVERIFY2(platform.setLink(std::make_unique<CountingLink>(std::move(faulty), m_counts), &error),
              qPrintable(error));
     m_presenter = new StormPresenter(m_answers);
@@ -269,7 +269,7 @@ void RequestStormTest::storm(unsigned seed) {
     }
     QVERIFY(waitFor([&] { return platform.pendingRequestCount() == 0; }, kLimitMs));
     checkOutcomes(log);
-    // Answers that nobody waits for any more, and gates that come back, take their time.
+    // Late answers and reconnecting gates take a moment.
     QVERIFY2(waitFor([&] { return faults.openCount() == 0; }, kLimitMs),
              QByteArray::number(faults.openCount()) + " left in the faulty link");
 
@@ -277,7 +277,7 @@ void RequestStormTest::storm(unsigned seed) {
     engine.reset();
     QCOMPARE(platform.pendingRequestCount(), 0);
     QCOMPARE(platform.presenterCount(), 0);
-    // A joined thread leaves the list a moment later.
+    // A joined thread disappears from the list a moment later.
     QVERIFY2(waitFor([&] { return threadCount() == threadsBefore; }, kLimitMs),
              QByteArray::number(threadCount()) + " threads, " + QByteArray::number(threadsBefore) +
                  " before");
@@ -295,7 +295,7 @@ void RequestStormTest::sendSync(unsigned seed, int thread) {
             continue;
         }
         ++m_syncResults[code];
-        // An answer is that of this very request.
+        // The answer belongs to this request.
         if (code == 0 && headerOf(response).value(System::clientMsgID).toString() != id) {
             ++m_wrong;
         }
@@ -306,7 +306,7 @@ void RequestStormTest::sendAsync(unsigned seed, int thread) {
     std::mt19937 random(seed + static_cast<unsigned>(thread));
     for (int i = 0; i < kAsyncPerThread; ++i) {
         const QString id = QStringLiteral("a%1-%2").arg(thread).arg(i);
-        // A lost gate would take a whole queue along.
+        // A lost gate would fail a whole queue.
         waitFor([] { return LocalPlatform::instance().pendingRequestCount() < kMostPending; },
                 kLimitMs);
         if (m_presenter->sendRequest_Async(randomRequest(m_presenter, random, ownCopy(id))) == 0) {
@@ -319,13 +319,13 @@ void RequestStormTest::checkOutcomes(const LogCapture& log) {
     QCOMPARE(m_wrong.load(), 0);
     const int sync = m_syncResults[0] + m_syncResults[1] + m_syncResults[2];
     QCOMPARE(sync, kSyncThreads * kSyncPerThread);
-    // All three kinds of an end were there, or the storm was none.
+    // All three outcomes occurred; otherwise this was not a storm.
     for (const auto& results : m_syncResults) {
         QVERIFY(results > 0);
     }
     QCOMPARE(m_asyncTaken.load(), kAsyncThreads * kAsyncPerThread);
 
-    const auto told = [this, &log] {
+    const auto timedOut = [this, &log] {
         const std::lock_guard<std::mutex> lock(m_answers->lock);
         int withoutAnswer = 0;
         for (const QString& text : log.texts(QtWarningMsg)) {
@@ -334,8 +334,9 @@ void RequestStormTest::checkOutcomes(const LogCapture& log) {
         return static_cast<int>(m_answers->byId.size()) + withoutAnswer;
     };
     // The last answers may still be on their way to the presenter.
-    QVERIFY2(waitFor([&] { return told() >= m_asyncTaken; }, kLimitMs), QByteArray::number(told()));
-    QCOMPARE(told(), m_asyncTaken.load());
+    QVERIFY2(waitFor([&] { return timedOut() >= m_asyncTaken; }, kLimitMs),
+             QByteArray::number(timedOut()));
+    QCOMPARE(timedOut(), m_asyncTaken.load());
     {
         const std::lock_guard<std::mutex> lock(m_answers->lock);
         QVERIFY(m_answers->byId.size() > 1000);
@@ -346,7 +347,7 @@ void RequestStormTest::checkOutcomes(const LogCapture& log) {
     checkLink(sync + m_asyncTaken);
 }
 
-/// One outcome each, but for the silent ones; a second one is that of a double or a late answer.
+/// One outcome for each request but the silent ones; a second one is a duplicate or late answer.
 void RequestStormTest::checkLink(int requests) {
     const auto byOutcomes = [this] {
         const std::lock_guard<std::mutex> lock(m_counts->lock);
@@ -357,7 +358,7 @@ void RequestStormTest::checkLink(int requests) {
         return table;
     };
     const int silent = static_cast<int>(std::size(kSilent));
-    // A request that was given up has its outcome a moment later.
+    // A request that timed out gets its outcome a moment later.
     QVERIFY2(waitFor([&] { return byOutcomes()[0] == silent; }, kLimitMs),
              QByteArray::number(byOutcomes()[0]) + " without an outcome");
     std::map<int, int> table = byOutcomes();

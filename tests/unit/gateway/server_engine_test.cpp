@@ -54,7 +54,7 @@ private slots:
     void externalAccounts_otherQueryKind_isRefused();
     void externalAccounts_frozenAndDistributed_areMarked();
     void anyAnswer_header_echoesIdAndCountsRows();
-    void anyAnswer_requestWithoutId_hasNone();
+    void anyAnswer_requestWithoutId_hasNoId();
     void anyRefusal_header_hasStatusAndBothTexts();
     void unknownType_isRefusedByName();
     void sharedEnvelope_bodyTellsType();
@@ -128,7 +128,7 @@ void ServerEngineTest::login_rightPassword_answersLoginRecord() {
     QCOMPARE(record.value(UserAccount::userStatus).toString(), UserStatus::good);
     QVERIFY(!record.value(UserAccount::userName).toString().isEmpty());
     QVERIFY(!record.value(UserAccount::organCode).toString().isEmpty());
-    // Nothing of the password leaves the server.
+    // The answer contains nothing of the password.
     QVERIFY(!QVariant(record.values()).toStringList().join(' ').contains("salt"));
     QCOMPARE(record.size(), 5);
 }
@@ -277,7 +277,7 @@ void ServerEngineTest::anyAnswer_header_echoesIdAndCountsRows() {
     QCOMPARE(header.value(System::totalSize).toInt(), 200);
 }
 
-void ServerEngineTest::anyAnswer_requestWithoutId_hasNone() {
+void ServerEngineTest::anyAnswer_requestWithoutId_hasNoId() {
     QVERIFY(!ask(HostMsgType::accountTree, {}).contains(System::clientMsgID));
 }
 
@@ -415,7 +415,7 @@ void ServerEngineTest::push_closedSession_reachesNobody() {
     ask(Quindar_MsgType::subscribeTopicRequest, subscription(topic));
     m_engine->closeSession(m_session);
     QCOMPARE(m_engine->push(topic, packRows({}, {})), 0);
-    // A request that was under way when its session closed registers nothing any more.
+    // A request that is handled after its session closed subscribes nothing.
     const QVariantMap header = ask(Quindar_MsgType::subscribeTopicRequest, subscription(topic));
     QCOMPARE(header.value(System::requestExeStatus).toString(), QStringLiteral("1"));
     QCOMPARE(m_engine->push(topic, packRows({}, {})), 0);

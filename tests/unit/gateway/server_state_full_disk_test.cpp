@@ -19,7 +19,7 @@ bool writeText(const char* path, const QByteArray& text) {
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
 
-/// Mounts a disk of its own for this process; false where the system does not allow it.
+/// Mounts a disk for this process only; false when the system does not allow it.
 bool mountSmallDisk(const QString& dir) {
     const QByteArray self = "0 " + QByteArray::number(getuid()) + " 1";
     const QByteArray group = "0 " + QByteArray::number(getgid()) + " 1";
@@ -28,7 +28,7 @@ bool mountSmallDisk(const QString& dir) {
            mount("none", qPrintable(dir), "tmpfs", 0, "size=256k") == 0;
 }
 
-/// Writes until nothing more fits, and leaves so many bytes.
+/// Fills the disk except for `left` bytes.
 void fill(const QString& dir, int left) {
     const int file = open(qPrintable(dir + "/filler"), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
     const QByteArray block(4096, 'x');
@@ -45,8 +45,8 @@ void fill(const QString& dir, int left) {
     close(file);
 }
 
-/// Runs in a child process, since the disk is that process's own. Its exit code; the text that it
-/// wrote.
+/// Runs `body` in a child process, which has a disk of its own. Returns the exit code; `text` gets
+/// what it returned.
 int inChild(const std::function<QString()>& body, QString* text) {
     int ends[2] = {-1, -1};
     if (pipe(ends) != 0) {
@@ -129,7 +129,7 @@ private slots:
 private:
     static void expectDisk(int code, const QString& text) {
         if (code == kNoMount) {
-            QSKIP("this system lets no test mount a disk of its own");
+            QSKIP("this system does not allow a test to mount a disk");
         }
         QCOMPARE(code, 0);
         QVERIFY2(text.contains("no room left on its disk") && text.contains("free some space"),

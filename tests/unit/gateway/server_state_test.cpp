@@ -132,7 +132,7 @@ void ServerStateTest::records_anyPrefix_areThoseThatBeginWithIt_data() {
     QTest::newRow("beyond 16 bits") << text({0x1F600}) << 3;
     QTest::newRow("last of all") << text({'a', 0x10FFFF}) << 3;
     QTest::newRow("nothing behind it") << text({0x10FFFF, 0x10FFFF}) << 3;
-    // A text's length ends there for the database, the text itself does not.
+    // SQLite's length() stops at a zero, the text does not.
     QTest::newRow("zero inside") << text({'a', 0, 'b'}) << 3;
 }
 
@@ -140,7 +140,7 @@ void ServerStateTest::records_anyPrefix_areThoseThatBeginWithIt() {
     QFETCH(QString, prefix);
     QFETCH(int, count);
     const auto state = open(file());
-    // Its neighbours: shorter, in the other case, and behind all that begin with it.
+    // Keys near it: shorter ones, other letter cases, and those sorted after the prefix.
     QStringList keys{QStringLiteral("zzzz")};
     if (!prefix.isEmpty()) {
         QVector<uint> points = prefix.toUcs4();
@@ -276,7 +276,7 @@ void ServerStateTest::write_manyThreads_allAreKept() {
 void ServerStateTest::write_fileGone_failsWithAText() {
     const auto state = open(file());
     QVERIFY(state->write(kTable, QStringLiteral("k"), {}, &m_error));
-    // Another thread opens a connection of its own, to what is no database any more.
+    // Another thread opens its own connection, to a file that is not a database any more.
     QVERIFY(QFile::remove(file()));
     QVERIFY(QFile::remove(file() + QStringLiteral("-wal")));
     QVERIFY(QFile::remove(file() + QStringLiteral("-shm")));

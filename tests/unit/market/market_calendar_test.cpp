@@ -123,7 +123,7 @@ void MarketCalendarTest::calendar_yearHasItsNumberOfDays_data() {
     QTest::addColumn<int>("year");
     QTest::addColumn<TradeDayType>("type");
     QTest::addColumn<int>("days");
-    // Weekdays of the year less the holidays that fall on one.
+    // Weekdays of the year minus the holidays on a weekday.
     QTest::newRow("shares 2025") << 2025 << TradeDayType::Shares << 261 - 18;
     QTest::newRow("shares 2026") << 2026 << TradeDayType::Shares << 261 - 19;
     QTest::newRow("Hong Kong 2025") << 2025 << TradeDayType::HongKong << 261 - 15;
@@ -198,7 +198,7 @@ void MarketCalendarTest::store_menus_haveReadablePositions() {
     QCOMPARE(number(m_market.store(), ofUser.arg(SampleLogin::user)), ids.size());
     const int second = number(m_market.store(), ofUser.arg(SampleLogin::secondUser));
     QVERIFY(second > 0 && second < ids.size());
-    // What a message type opens is a menu.
+    // A message type opens existing menus.
     for (const QString& menus :
          column(m_market.staticDatabase(),
                 "SELECT value FROM static_cfg WHERE section = 'BusiMsgMenuRela'")) {

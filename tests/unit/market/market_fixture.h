@@ -16,10 +16,10 @@
 #include "sample_market.h"
 #include "small_market.h"
 
-/// A sample market of the standard options in a folder that goes with this object.
+/// A small sample market in a temporary folder.
 class MarketFixture {
 public:
-    /// Makes and opens it; false with a text on failure.
+    /// Makes and opens the market; false with a text on failure.
     bool make(QString* error) {
         if (!makeSampleMarket(m_dir.path(), smallMarket(), {}, error)) {
             return false;

@@ -27,7 +27,7 @@ private slots:
     void orders_areOfKnownSecuritiesAndAccounts();
     void paging_followsTheIndex();
     void positions_areOfKnownSecuritiesAndOneEach();
-    void history_none_leavesTheTablesEmpty();
+    void history_ofNoOrders_leavesTheTablesEmpty();
 
 private:
     int count(const QString& sql) const { return number(m_market.store(), sql); }
@@ -41,7 +41,7 @@ void MarketHistoryTest::initTestCase() {
 }
 
 void MarketHistoryTest::rows_ofTheFirstAccount_areAsManyAsAsked() {
-    // Of forty orders, eight are cancelled or partly cancelled upon a request of its own.
+    // Of forty orders, eight are cancelled or partly cancelled by a request.
     const QString orders = QStringLiteral(
         "SELECT COUNT(*) FROM history_order WHERE"
         " trading_account = 'T000001' AND entrust_type %1 'F'");
@@ -77,7 +77,7 @@ void MarketHistoryTest::days_areTradeDaysOfOneYear() {
              0);
     QCOMPARE(count("SELECT MIN(trade_date) FROM history_day"), 20250102);
     QCOMPARE(count("SELECT MAX(trade_date) FROM history_day"), 20251231);
-    // The time of an order is of its day, between 09:30 and 15:00 in Shanghai.
+    // An order's time is on its day, between 09:30 and 15:00 in Shanghai.
     QCOMPARE(count("SELECT COUNT(*) FROM history_order WHERE strftime('%Y%m%d', transact_time /"
                    " 1000 + 28800, 'unixepoch') <> CAST(trade_date AS TEXT) OR strftime('%H%M',"
                    " transact_time / 1000 + 28800, 'unixepoch') NOT BETWEEN '0930' AND '1500'"),
@@ -99,7 +99,7 @@ void MarketHistoryTest::orders_quantitiesFitTheirState() {
           "cum_qty > 0 AND cancelled_qty > 0 AND cum_qty + cancelled_qty = order_qty");
     wrong(OrderStatus::rejected, "cum_qty = 0 AND cancelled_qty = 0 AND text_description <> ''");
     QCOMPARE(count("SELECT COUNT(DISTINCT order_status) FROM history_order"), 4);
-    // A request to cancel names an order of its day that has a cancelled rest.
+    // A request to cancel refers to an order of the same day with a cancelled rest.
     QCOMPARE(count("SELECT COUNT(*) FROM history_order c LEFT JOIN history_order o ON"
                    " o.trading_account = c.trading_account AND o.trade_date = c.trade_date AND"
                    " o.order_id = c.orig_order_id WHERE c.entrust_type = '" +
@@ -167,7 +167,7 @@ void MarketHistoryTest::paging_followsTheIndex() {
             {kAccount, 20250301, 20250401},
             [&steps](const QSqlQuery& query) { steps.append(query.value(3).toString()); });
     }
-    QCOMPARE(steps.size(), 2);  // a search each, and no sorting
+    QCOMPARE(steps.size(), 2);  // one search each, no sorting
     for (const QString& step : steps) {
         QVERIFY2(step.startsWith("SEARCH") && step.contains("PRIMARY KEY"), qPrintable(step));
     }
@@ -206,7 +206,7 @@ void MarketHistoryTest::positions_areOfKnownSecuritiesAndOneEach() {
                   " account_status = '1'") > 0);
 }
 
-void MarketHistoryTest::history_none_leavesTheTablesEmpty() {
+void MarketHistoryTest::history_ofNoOrders_leavesTheTablesEmpty() {
     MarketOptions options = smallMarket();
     options.accounts = 3;
     options.symbols = 1;

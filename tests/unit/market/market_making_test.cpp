@@ -42,7 +42,7 @@ private:
         return options;
     }
 
-    /// Makes the market of a scale and counts what it holds; nothing when it could not be made.
+    /// Makes the market of a scale and counts its rows; empty when it could not be made.
     static QMap<QString, int> countsOfTiny(int scale, const QString& dir) {
         QString error;
         if (!makeSampleMarket(dir, tinyOfScale(scale), {}, &error) ||
@@ -157,7 +157,7 @@ void MarketMakingTest::making_killedHalfWay_leavesNothingUsable() {
     QVERIFY(!filesIn(dir.path()).contains("market.sqlite"));
     QCOMPARE(sampleMarketState(dir.path(), smallMarket()), MarketState::Missing);
 
-    // The next one is not hindered by what is left, and clears it away.
+    // The next making succeeds and removes the remains.
     QString error;
     QVERIFY2(makeSampleMarket(dir.path(), smallMarket(), {}, &error), qPrintable(error));
     QVERIFY(sampleMarketReady(dir.path(), smallMarket()));
@@ -204,13 +204,13 @@ void MarketMakingTest::scale_multipliesEverything() {
     for (const char* of : {"accounts of the first login", "securities", "orders", "deals"}) {
         QVERIFY2(scaled.value(of) == scale * base.value(of), of);
     }
-    // The second login's own accounts stay three, and the year stays a year.
+    // The scale does not change the second login's own three accounts and the length of the year.
     QCOMPARE(scaled.value("all accounts"), scale * 10 + 3);
     QCOMPARE(scaled.value("trade days"), base.value("trade days"));
     QVERIFY(scaled.value("days of orders") <= 243);
 
     QVERIFY(!sampleMarketReady(dir.path(), tinyOfScale(1)));
-    // As many times the options are another market than that of the scale, since both are kept.
+    // Ten times the options are another market than the scale 10.
     MarketOptions larger = tinyOfScale(1);
     larger.accounts *= scale;
     larger.symbols *= scale;

@@ -17,7 +17,7 @@ QMap<int, double> ladder(const MarketStore& store, const QString& section) {
     return bands;
 }
 
-/// The spread at a price: that of the first band whose upper end is not below it.
+/// The spread at a price: that of the first band with an upper end at or above it.
 double spreadAt(const QMap<int, double>& bands, double price) {
     for (auto it = bands.cbegin(); it != bands.cend(); ++it) {
         if (price * 1000 <= it.key() + 1e-10) {
@@ -115,7 +115,7 @@ void MarketReferenceTest::priceLadders_followTheExchange() {
 }
 
 void MarketReferenceTest::priceLadders_bounds_areThoseOfTheExchange() {
-    // Upper ends in thousandths of a dollar, the one between two bands of one spread included.
+    // Upper ends in thousandths of a dollar, including the one between two bands of equal spread.
     const QMap<int, double> shares{{250, 0.001},   {500, 0.005},   {10000, 0.01}, {20000, 0.01},
                                    {50000, 0.02},  {100000, 0.05}, {200000, 0.1}, {500000, 0.2},
                                    {1000000, 0.5}, {2000000, 1},   {5000000, 2},  {9995000, 5}};

@@ -35,8 +35,8 @@ private slots:
     void orderStatus_terminalStates_haveNoSuccessors();
     void orderStatus_mayFollow_asTheTableSays_data();
     void orderStatus_mayFollow_asTheTableSays();
-    void ruleTables_tellDateAndSource_data();
-    void ruleTables_tellDateAndSource();
+    void ruleTables_haveDateAndSource_data();
+    void ruleTables_haveDateAndSource();
     void ruleTable_badText_namesFileAndLine_data();
     void ruleTable_badText_namesFileAndLine();
 
@@ -86,7 +86,7 @@ void MarketRulesTest::dayLimits_byHand() {
     QFETCH(int, percent);
     QFETCH(double, tick);
     const DayLimits limits = dayLimits(close, percent, tick);
-    // Exactly the number that the decimal text means.
+    // Exactly the double of the decimal text.
     QTEST(limits.max, "max");
     QTEST(limits.min, "min");
 }
@@ -209,7 +209,7 @@ void MarketRulesTest::quantityRules_ofEachBoard() {
 }
 
 void MarketRulesTest::quantityRules_plainKeys_goBeforeTheirConditions() {
-    // A plain row that came later would take the place of the conditional ones.
+    // A plain row that follows conditional ones would replace them.
     QStringList plain;
     const QStringList keys =
         column(m_market.staticDatabase(),
@@ -342,7 +342,7 @@ void MarketRulesTest::orderStatus_mayFollow_asTheTableSays() {
     QTEST(states.mayFollow(from, to), "may");
 }
 
-void MarketRulesTest::ruleTables_tellDateAndSource_data() {
+void MarketRulesTest::ruleTables_haveDateAndSource_data() {
     QTest::addColumn<QStringList>("columns");
     QTest::addColumn<QString>("date");
     QTest::newRow("hong_kong_spreads.csv")
@@ -353,7 +353,7 @@ void MarketRulesTest::ruleTables_tellDateAndSource_data() {
         << QStringList{"first", "last", "kind", "name"} << "2026-01-01";
 }
 
-void MarketRulesTest::ruleTables_tellDateAndSource() {
+void MarketRulesTest::ruleTables_haveDateAndSource() {
     QFETCH(QStringList, columns);
     RuleTable table;
     QString error;

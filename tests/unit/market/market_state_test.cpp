@@ -183,7 +183,7 @@ void MarketStateTest::sealedFile_damaged_isNamed_data() {
         QTest::addRow("%s, last page overwritten", file) << store << "last"
                                                          << "digest";
         QTest::addRow("%s, no header", file) << store << "header"
-                                             << "no database";
+                                             << "not a database";
         QTest::addRow("%s, table of marks overwritten", file) << store << "marks"
                                                               << "";
     }

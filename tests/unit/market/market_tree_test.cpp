@@ -32,7 +32,7 @@ private slots:
     void tree_hasEveryKindOfAccount();
     void tree_sharesFundAccountsOfOneKind();
     void tree_someProductsMayOnlyBeQueried();
-    void tree_authorityMixesIncludeNone();
+    void tree_authorityMixesIncludeAnEmptyOne();
     void tree_securityAccountsStartWithThatOfTheRecord();
     void tree_ofAnySize_hasExactlySoManyAccounts_data();
     void tree_ofAnySize_hasExactlySoManyAccounts();
@@ -115,10 +115,10 @@ void MarketTreeTest::tree_someProductsMayOnlyBeQueried() {
     QVERIFY(count("> 0") >= 20);
 }
 
-void MarketTreeTest::tree_authorityMixesIncludeNone() {
+void MarketTreeTest::tree_authorityMixesIncludeAnEmptyOne() {
     const QStringList mixes = authorityMixes(m_market.store(), SampleLogin::user);
     QCOMPARE(mixes.size(), 200);
-    // No client lists an account with none of the five, and the first login's are all listed.
+    // Clients do not list an account without any of the five authorities.
     for (const QString& mix : mixes) {
         QVERIFY2(holdsAnyOfTheFive(mix), qPrintable(mix));
     }
@@ -142,7 +142,7 @@ void MarketTreeTest::tree_securityAccountsStartWithThatOfTheRecord() {
           Exchange::HkStockCirculation, Exchange::cffex, Exchange::shf, Exchange::sge}) {
         QVERIFY2(exchanges.contains(exchange), qPrintable(exchange));
     }
-    // Two on one exchange: some with none marked, some with the second one marked.
+    // Accounts with two on one exchange: in some none is the main one, in some the second one is.
     const QString pairs = QStringLiteral(
         "SELECT COUNT(*) FROM (SELECT trading_account FROM security_account GROUP BY"
         " trading_account, exchange HAVING COUNT(*) = 2 AND SUM(is_main) = %1)");

@@ -61,7 +61,12 @@ private slots:
                     ++returned;
                 });
             }
-            QVERIFY(!waitFor([&returned] { return returned > 0; }, 100));
+            // One of them is about to build the presenter, the others wait for it.
+            const auto waiting = [&log] {
+                return log.texts(QtDebugMsg).filter("waits for the lock held by").size();
+            };
+            QVERIFY(waitFor([&waiting] { return waiting() == 3; }));
+            QCOMPARE(returned, 0);
         }
         for (std::thread& caller : callers) {
             caller.join();
@@ -188,8 +193,9 @@ private slots:
     }
 
     void processEnds_afterAFirstLoad_cleanlyWithoutAnyoneClosing() {
-        // Neither the platform nor the plug-in object is taken down: the application object's end
-        // must do it before static objects go. A crash or a hang there fails this case's process.
+        // Nothing here closes the platform or deletes the plug-in object: the application object's
+        // end must do it before static objects are destroyed. A crash or a hang there fails this
+        // case's process.
         logOutlivesTheTestFramework();
         static auto* const world = new ClientWorld(numberedAccounts(1));
         world->login();
@@ -222,8 +228,8 @@ private:
     using Presenter = VelmarBusinessDataManagerPresenterClass;
     using Facade = VelmarBusinessDataInterface;
 
-    /// The framework deletes its loggers when the last case ended, while the presenter's threads
-    /// still log: their lines must not be in its hands then.
+    /// The framework deletes its loggers after the last case, while the presenter's threads still
+    /// log: another handler must be installed by then.
     static void logOutlivesTheTestFramework() {
         static const auto* const log = new LogCapture;
         Q_UNUSED(log)

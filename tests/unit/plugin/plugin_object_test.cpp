@@ -22,7 +22,7 @@ using Presenter = VelmarBusinessDataManagerPresenterClass;
 
 inline const QString kId = QStringLiteral("ZNApp.VelmarBusinessDataManager");
 
-// What a message handler saw: -1 before the line came, then whether the object thread ran by then.
+// Set by a message handler: -1 before the line came, then whether the object thread ran.
 std::atomic<int> s_ranAtLaunch{-1};
 
 void noteLaunch(QtMsgType, const QMessageLogContext&, const QString& text) {
@@ -62,16 +62,16 @@ private slots:
     }
 
     void initialize_returns_beforeTheStartUpSequenceRan() {
-        const ClientWorld world;  // nobody logs in, so the sequence cannot end
+        const ClientWorld world;  // without a log-in the sequence cannot end
         VelmarBusinessDataManager object;
         object.initialize();
         LogCapture log;
         QVERIFY(log.waitFor("userAccountDataInited check not ready !!!!!!!!!!"));
     }
 
-    void initialize_presenterStarts_onceEveryConnectionStands() {
+    void initialize_presenter_startsAfterEveryConnectionIsMade() {
         ClientWorld world(numberedAccounts(1));
-        world.login();  // nothing keeps the start-up sequence from running at once
+        world.login();  // so the start-up sequence can run at once
         VelmarBusinessDataManager object;
         const QtMessageHandler before = qInstallMessageHandler(noteLaunch);
         object.initialize();
@@ -80,7 +80,7 @@ private slots:
         QVERIFY(object.presenter()->thread()->isRunning());
     }
 
-    void initialize_connections_allStand() {
+    void initialize_connections_areAllMade() {
         ClientWorld world;
         world.login();
         LogCapture log;
@@ -110,7 +110,7 @@ private slots:
             log.clear();
             connection.first();
             QVERIFY2(log.waitFor(connection.second), qPrintable(connection.second));
-            // Whatever else the signal reaches on the object thread has run as well.
+            // Further slots that the signal reaches on the object thread have run as well.
             QMetaObject::invokeMethod(
                 presenter, [] {}, Qt::BlockingQueuedConnection);
             QCOMPARE(log.texts(QtDebugMsg).filter(connection.second).size(), 1);
@@ -170,18 +170,18 @@ private slots:
         object.initialize();
         Presenter* const presenter = object.presenter();
         LogCapture log;
-        bool reconnectHeard = false;
-        bool disconnectHeard = false;
+        bool reconnectRan = false;
+        bool disconnectRan = false;
         std::thread emitter([&] {
             emit presenter->signalNetReconnect("g", presenter);
-            // Direct: the core has heard of it before the emission returns.
-            reconnectHeard = log.contains("ZnBusinessDataManager::slotNetReconnect");
+            // Direct: the core's slot has run before the emission returns.
+            reconnectRan = log.contains("ZnBusinessDataManager::slotNetReconnect");
             emit presenter->signalNetDisconnected("g");
-            disconnectHeard = log.contains("ZnBusinessDataManager::slotNetDisconnected");
+            disconnectRan = log.contains("ZnBusinessDataManager::slotNetDisconnected");
         });
         emitter.join();
-        QVERIFY(reconnectHeard);
-        QVERIFY(disconnectHeard);
+        QVERIFY(reconnectRan);
+        QVERIFY(disconnectRan);
     }
 
     void twoObjects_initialisedByHand_shareOneCoreAndTheLastPresenterCounts() {
@@ -197,11 +197,11 @@ private slots:
         QVERIFY(first.presenter()->pluginPid() != second.presenter()->pluginPid());
         QCOMPARE(LocalPlatform::instance().presenterCount(), 2);
         QVERIFY(world.link().waitForRequestCount("325005", 2));
-        // The tables were loaded once, whoever came first.
+        // The first of the two loaded the tables.
         QCOMPARE(world.link().requestCount("120006"), 1);
     }
 
-    void destructor_withAPresenter_logsAndDisposesOfIt() {
+    void destructor_withAPresenter_logsAndDeletesIt() {
         const ClientWorld world;
         LogCapture log;
         Presenter* kept = nullptr;
@@ -215,7 +215,7 @@ private slots:
         QCOMPARE(s_presenter.load(), kept);
     }
 
-    void destructor_afterThePlatformTookThePresenter_isHarmless() {
+    void destructor_presenterDeletedByThePlatform_isHarmless() {
         const ClientWorld world;
         VelmarBusinessDataManager object;
         object.initialize();

@@ -1,4 +1,4 @@
-#include <QSignalSpy>
+#include <QTimerEvent>
 #include <QtTest>
 
 #include "client_world.h"
@@ -13,6 +13,7 @@
 #include "vocabulary/velmar_msg_type.h"
 #include "wait_for.h"
 #include "zn_business_data_manager.h"
+#include "znmsg/c_pack_message_common.h"
 
 Q_DECLARE_METATYPE(ZnPresenterClass*)
 
@@ -55,9 +56,20 @@ private:
 
 using Counts = QMap<QString, int>;
 
+/// Opens what starts timers and what the event loop calls when they fire.
+class TimedPresenter : public Presenter {
+public:
+    TimedPresenter() : Presenter("Test.Timed", nullptr) {}
+    using Presenter::startPerformTimer;
+    void fire(int timerId) {
+        QTimerEvent event(timerId);
+        timerEvent(&event);
+    }
+};
+
 }  // namespace
 
-/// The dispatch of what arrives, called on this thread with nothing else running.
+/// What the presenter does with what arrives, called on this thread while nothing else runs.
 class PresenterEventsTest : public QObject {
     Q_OBJECT
 
@@ -149,7 +161,7 @@ private slots:
     void event_tradeFeeChange_reachesTheCoreDirectly() {
         LogCapture log;
         send(named(EventMsgName::ETFTRADESETTING_TRADEFEECHANGE));
-        // No fees are saved here, which the core tells when it takes them anew.
+        // The core logs when it reads the fees again; no fees are saved here.
         QCOMPARE(log.texts(QtInfoMsg).filter("slotTradeFeeSettingChanged").size(), 1);
         QCOMPARE(m_counts->took(), Counts{});
     }
@@ -160,7 +172,7 @@ private slots:
         QVERIFY(log.contains(QtInfoMsg, "VelmarBusinessDataManagerPresenterClass::ProcEventMsg"));
     }
 
-    void gate_connected_reconnectsOnceHoweverOftenItIsTold_data() {
+    void gate_connectedTwice_reconnectsOnce_data() {
         QTest::addColumn<int>("id");
         QTest::addColumn<QString>("gate");
         QTest::addColumn<bool>("heartBeat");
@@ -169,17 +181,17 @@ private slots:
         QTest::newRow("info") << 0x1000B << NetGateType::InfoGate << true;
         QTest::newRow("market grpc") << 0x10012 << NetGateType::MarketGrpcGate << false;
     }
-    void gate_connected_reconnectsOnceHoweverOftenItIsTold() {
+    void gate_connectedTwice_reconnectsOnce() {
         QFETCH(int, id);
         QFETCH(QString, gate);
         QFETCH(bool, heartBeat);
-        QString told;
+        QString reconnected;
         ZnPresenterClass* by = nullptr;
         QObject context;
         connect(
             m_presenter, &Presenter::signalNetReconnect, &context,
             [&](const QString& netType, ZnPresenterClass* presenter) {
-                told = netType;
+                reconnected = netType;
                 by = presenter;
             },
             Qt::DirectConnection);
@@ -190,7 +202,7 @@ private slots:
             expected.insert("signalRestartTimer", 1);
         }
         QCOMPARE(m_counts->took(), expected);
-        QCOMPARE(told, gate);
+        QCOMPARE(reconnected, gate);
         QCOMPARE(by, m_presenter);
     }
 
@@ -244,6 +256,54 @@ private slots:
         QCOMPARE(header, expected);
         QCOMPARE(request.envelopeType, QString("325005"));
         QCOMPARE(request.sourceId, m_presenter->pluginPid());
+    }
+
+    void gate_informationReconnected_runsItsStepsInOrder() {
+        QStringList steps;
+        const auto note = [this, &steps](const QString& step) {
+            steps.append(QStringLiteral("%1, subscriptions %2, heart-beat records %3")
+                             .arg(step)
+                             .arg(m_world->link().requestCount("325005"))
+                             .arg(m_presenter->heartBeatInfo().size()));
+        };
+        QObject context;
+        connect(
+            m_presenter, &Presenter::signalNetReconnect, &context,
+            [this, &note] {
+                note("reconnect");
+                // The state is known by now, so the same report changes nothing.
+                send(0x1000B, NET_STATE::CONNECTED);
+            },
+            Qt::DirectConnection);
+        connect(
+            m_presenter, &Presenter::signalRestartTimer, &context,
+            [&note](const QString& gate) { note("restart " + gate); }, Qt::DirectConnection);
+        send(0x1000B, NET_STATE::CONNECTED);
+        QCOMPARE(steps, (QStringList{"reconnect, subscriptions 0, heart-beat records 0",
+                                     "restart " + NetGateType::InfoGate +
+                                         ", subscriptions 1, heart-beat records 1"}));
+    }
+
+    void timer_ofAPerformanceType_uploadsThatType() {
+        auto* const presenter = new TimedPresenter;
+        presenter->initPresenter();
+        const LogCapture log;
+        QMetaObject::invokeMethod(
+            presenter,
+            [presenter] {
+                const int memory = presenter->startPerformTimer("memory", 3600);
+                const int disk = presenter->startPerformTimer("disk", 3600);
+                presenter->fire(disk);
+                presenter->fire(memory);
+                presenter->fire(memory + disk + 1);  // no timer of a type
+            },
+            Qt::BlockingQueuedConnection);
+        QStringList uploads;
+        for (const QString& text : log.texts(QtDebugMsg).filter("slotUploadClientPerformance")) {
+            uploads.append(text.section('(', 1).section(')', 0, 0));
+        }
+        QCOMPARE(uploads, (QStringList{"disk", "memory"}));
+        presenter->deleteLater();
     }
 
     void realizedProfit_refreshBeforeTheFirstInit_doesNothing() {
@@ -300,17 +360,57 @@ private slots:
             {}, Velmar_MsgType::ClientPatchInfoPush,
             packRows({{System::SubMsgType, subType}, {System::textDescription, text}}, {}));
         QCOMPARE(log.texts(QtDebugMsg).filter("takeClientPatchInfo").size(), taken);
-        QCOMPARE(log.texts(QtWarningMsg).filter("not understood").size(), refused);
+        QCOMPARE(log.texts(QtDebugMsg).filter("not understood").size(), refused);
+        QVERIFY(log.texts(QtWarningMsg).isEmpty());
     }
 
     void push_unknownTypeOrGarbage_isDropped() {
         m_presenter->ProcSubMsg({}, "nothing", QVariant("garbage"));
         m_presenter->ProcSubMsg({}, Velmar_MsgType::ClientPatchInfoPush, QVariant("garbage"));
         m_presenter->ProcResponseMsg({}, {}, "nothing", QVariant("garbage"));
-        send(0x31002, QVariant("garbage"));
-        send(0x35000, QVariant("garbage"));
-        QCOMPARE(m_counts->took(),
-                 (Counts{{"signalPositionUpdated", 1}, {"signalClientInfoCollect", 1}}));
+        QCOMPARE(m_counts->took(), Counts{});
+    }
+
+    void event_withoutARecord_isIgnoredWithOneLogLine_data() {
+        QTest::addColumn<int>("id");
+        QTest::addColumn<QVariant>("body");
+        const QList<QPair<const char*, int>> events{
+            {"0x31002", 0x31002}, {"0x35000", 0x35000}, {"BUSI_MSG_ADD", 0}};
+        for (const auto& event : events) {
+            const auto row = [&event](const char* body) {
+                return QByteArray(event.first) + ' ' + body;
+            };
+            QTest::newRow(row("garbage")) << event.second << QVariant("garbage");
+            QTest::newRow(row("no body")) << event.second << QVariant();
+            QTest::newRow(row("empty record")) << event.second << QVariant(QVariantMap());
+            QTest::newRow(row("empty header"))
+                << event.second << QVariant(CPackMessageCommon().GetPackedMsg(false));
+        }
+    }
+    void event_withoutARecord_isIgnoredWithOneLogLine() {
+        QFETCH(int, id);
+        QFETCH(QVariant, body);
+        int added = 0;
+        QObject context;
+        connect(
+            ZnBusinessDataManager::instance(), &ZnBusinessDataManager::signalBusiMsgAdd, &context,
+            [&added] { ++added; }, Qt::DirectConnection);
+        const LogCapture log;
+        send(id != 0 ? id : named(EventMsgName::BUSI_MSG_ADD), body);
+        QCOMPARE(m_counts->took(), Counts{});
+        QCOMPARE(added, 0);
+        QCOMPARE(log.texts().filter("it carries no record").size(), 1);
+    }
+
+    void response_refused_isOneWarning() {
+        m_presenter->initPresenter();
+        m_world->link().on("325005", ScriptedReply::refusal("没有权限"));
+        const LogCapture log;
+        send(0x1000B, NET_STATE::CONNECTED);
+        QVERIFY(log.waitFor("was refused"));
+        QCOMPARE(log.texts(QtWarningMsg).size(), 1);
+        QVERIFY2(log.texts(QtWarningMsg).first().endsWith(" was refused: 没有权限"),
+                 qPrintable(log.texts(QtWarningMsg).first()));
     }
 };
 

@@ -23,7 +23,7 @@ OwnedPresenter makePresenter() {
 
 }  // namespace
 
-/// What a presenter reads while it is made.
+/// What a presenter reads in its constructor.
 class PresenterSettingsTest : public QObject {
     Q_OBJECT
 
@@ -80,6 +80,18 @@ private slots:
             stat.AppendData(9);  // drops the oldest of eight
             QCOMPARE(stat.GetAvgData(&valid), 2.0);
         }
+    }
+
+    void netElapseStat_settingTooLargeForItsSamples_holdsAsManyAsPossible() {
+        const ClientWorld world;
+        ZnCore::instance()->saveSetting(SystemSetting::SysMultiTimeOutCount, 1000000000);
+        const OwnedPresenter presenter = makePresenter();
+        VelmarStatisticAssist stat = presenter->netElapseStat().value(NetGateType::TradeGate);
+        stat.AppendData(1);
+        stat.AppendData(3);
+        bool valid = true;
+        QCOMPARE(stat.GetAvgData(&valid), 2.0);
+        QVERIFY(!valid);
     }
 
     void busiMsgMenuMap_relations_areSplitAndEmptyOnesLeftOut() {

@@ -1,4 +1,5 @@
 #include <QtTest>
+#include <atomic>
 
 #include "account_lookups.h"
 #include "client_world.h"
@@ -134,7 +135,6 @@ private slots:
             {0x31001, "slotInitPosData"},
             {0x31002, "slotPositionUpdated"},
             {named(EventMsgName::BUSI_MSG_ADD), "slotBusiMsgAdd"},
-            {0x35000, "ZnBusinessDataManager::slotClientInfoCollect"},
             {named(EventMsgName::ETFTRADESETTING_TRADEFEECHANGE), "slotTradeFeeSettingChanged"},
             {named(EventMsgName::CalcRealizedProfitInitEvent), "initRealizedProfit"},
             {0x30001, "initRealizedProfit"},
@@ -145,6 +145,9 @@ private slots:
             LocalPlatform::instance().publishEvent(event.first, packRows({{"a", 1}}, {}));
             QVERIFY2(log.waitFor(event.second), qPrintable(event.second));
         }
+        log.clear();
+        LocalPlatform::instance().publishEvent(0x35000, QVariantMap{{"a", 1}});
+        QVERIFY(log.waitFor("ZnBusinessDataManager::slotClientInfoCollect"));
         log.clear();
         LocalPlatform::instance().publishEvent(0x35001, QVariantList{"gate", 1});
         QVERIFY(log.waitFor("slotClientInfoCollectAPM"));
@@ -167,6 +170,25 @@ private slots:
                                     {System::textDescription, R"({"id":1})"}},
                                    {}));
         QVERIFY(log.waitFor("takeClientPatchInfo"));
+    }
+
+    void reconnect_informationGate_reachesTheCoreBeforeTheSubscription() {
+        ClientWorld world;
+        world.login();
+        LogCapture log;
+        VelmarBusinessDataManager object;
+        object.initialize();
+        QVERIFY(world.link().waitForRequestCount("325005", 1));
+        log.clear();
+        std::atomic<bool> coreFirst{false};
+        world.link().on("325005", [&](const QVariant&) {
+            coreFirst = log.contains("ZnBusinessDataManager::slotNetReconnect");
+            return packRows({{System::requestExeStatus, RequestExeStatus::success}}, {});
+        });
+        LocalPlatform::instance().publishEvent(0x1000B, NET_STATE::CONNECTED);
+        QVERIFY(world.link().waitForRequestCount("325005", 2));
+        QVERIFY(world.link().waitUntilIdle());
+        QVERIFY(coreFirst);
     }
 
     void construction_childObjects_liveOnTheObjectThread() {

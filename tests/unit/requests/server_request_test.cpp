@@ -7,6 +7,7 @@
 #include "client_world.h"
 #include "local_platform.h"
 #include "log_capture.h"
+#include "process_per_case.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 #include "wait_for.h"
@@ -26,6 +27,7 @@ ServerRequest numbered() {
 
 }  // namespace
 
+/// A warning that repeats within a minute is left out, so each case has a process of its own.
 class ServerRequestTest : public QObject {
     Q_OBJECT
 
@@ -57,7 +59,7 @@ private slots:
         QCOMPARE(m_world->link().requestCount(), 2);
     }
 
-    void request_ownEnvelope_leavesTheBodysType() {
+    void request_ownEnvelope_keepsTheBodysType() {
         ServerRequest request{kType, kFields};
         request.envelopeType = "325005";
         QVERIFY(sendToServer(m_presenter, request).isAnswered());
@@ -73,7 +75,7 @@ private slots:
         QCOMPARE(m_world->link().lastRequest().rows, request.rows);
     }
 
-    void request_ownTimeOut_standsForThatSendAlone() {
+    void request_ownTimeOut_holdsForThatSendOnly() {
         ServerRequest request{kType, kFields};
         const int standing = m_presenter->getRequestTimeOut();
         request.timeOutSeconds = 30;
@@ -97,48 +99,50 @@ private slots:
         QCOMPARE(reply.rows, (QList<QVariantMap>{{{"x", 1}}, {{"x", 2}}}));
     }
 
-    void answer_fewerRowsToldThanHeld_givesThoseTold() {
+    void answer_rowCountBelowTheRowsHeld_givesThatManyRows() {
         m_world->link().on(
             kType, ScriptedReply::rows({{{"x", 1}}, {{"x", 2}}}, {{System::subGroupNumber, 1}}));
         QCOMPARE(sendToServer(m_presenter, {kType, kFields}).rows,
                  (QList<QVariantMap>{{{"x", 1}}}));
     }
 
-    void answer_numberOfRowsThatIsNone_isAFailure_data() {
-        QTest::addColumn<QVariant>("told");
+    void answer_badRowCount_isAFailure_data() {
+        QTest::addColumn<QVariant>("rowCount");
         QTest::addColumn<QString>("text");
-        QTest::newRow("more than held") << QVariant(3) << "tells of \"3\" rows and holds 1";
-        QTest::newRow("missing") << QVariant() << "tells of \"\" rows and holds 1";
-        QTest::newRow("negative") << QVariant(-1) << "tells of \"-1\" rows and holds 1";
-        QTest::newRow("no number") << QVariant("x") << "tells of \"x\" rows and holds 1";
+        QTest::newRow("more than held") << QVariant(3) << "holds 1 rows, its row count is \"3\"";
+        QTest::newRow("missing") << QVariant() << "holds 1 rows, its row count is missing";
+        QTest::newRow("negative") << QVariant(-1) << "holds 1 rows, its row count is \"-1\"";
+        QTest::newRow("no number") << QVariant("x") << "holds 1 rows, its row count is \"x\"";
     }
-    void answer_numberOfRowsThatIsNone_isAFailure() {
-        QFETCH(QVariant, told);
+    void answer_badRowCount_isAFailure() {
+        QFETCH(QVariant, rowCount);
         QFETCH(QString, text);
         m_world->link().on(kType,
-                           ScriptedReply::rows({{{"x", 1}}}, {{System::subGroupNumber, told}}));
+                           ScriptedReply::rows({{{"x", 1}}}, {{System::subGroupNumber, rowCount}}));
         const LogCapture log;
         ServerRequest request{kType, kFields};
         ServerReply reply = sendToServer(m_presenter, request);
         QCOMPARE(reply.outcome, Outcome::Failed);
         QVERIFY(reply.rows.isEmpty());
         QVERIFY2(reply.text.contains(text) && reply.text.contains(kType), qPrintable(reply.text));
-        QCOMPARE(log.count(QtWarningMsg, reply.text), 1);
-        // Who does not read the rows is told of the success all the same.
+        QCOMPARE(log.texts(QtWarningMsg), QStringList{"request someRequest failed: " + reply.text});
+        // For a caller who does not read the rows it is a success all the same.
         request.answer = AnswerForm::NamedStatus;
         reply = sendToServer(m_presenter, request);
         QCOMPARE(reply.outcome, Outcome::Answered);
         QVERIFY(reply.rows.isEmpty());
     }
 
-    void answer_numberOfRowsMissingBesideNoRow_isNone() {
+    void answer_rowCountMissingWithoutRows_isASuccess() {
         m_world->link().on(kType, ScriptedReply::rows({}, {{System::subGroupNumber, QVariant()}}));
         QCOMPARE(sendToServer(m_presenter, {kType, kFields}).outcome, Outcome::Answered);
     }
 
     void answer_refusal_givesStatusAndText() {
         m_world->link().on(kType, ScriptedReply::refusal("不行", "7"));
+        const LogCapture log;
         const ServerReply reply = sendToServer(m_presenter, {kType, kFields});
+        QCOMPARE(log.texts(QtWarningMsg), QStringList{"request someRequest was refused: 不行"});
         QCOMPARE(reply.outcome, Outcome::Refused);
         QCOMPARE(reply.status, QString("7"));
         QCOMPARE(reply.text, QString("不行"));
@@ -161,16 +165,21 @@ private slots:
         QVERIFY(reply.rows.isEmpty());
     }
 
-    void send_timeOut_isToldApart() {
+    void send_timeOut_isAnOutcomeOfItsOwn() {
         m_world->link().on(kType, ScriptedReply::timeOut());
+        const LogCapture log;
         const ServerReply reply = sendToServer(m_presenter, {kType, kFields});
+        QCOMPARE(log.texts(QtWarningMsg),
+                 QStringList{"request someRequest timed out: no answer came in time"});
         QCOMPARE(reply.outcome, Outcome::TimedOut);
         QCOMPARE(reply.code, 1);
     }
 
     void send_failure_givesThePlatformsText() {
         m_world->link().on(kType, ScriptedReply::failure("线路断开"));
+        const LogCapture log;
         const ServerReply reply = sendToServer(m_presenter, {kType, kFields});
+        QCOMPARE(log.texts(QtWarningMsg), QStringList{"request someRequest failed: 线路断开"});
         QCOMPARE(reply.outcome, Outcome::Failed);
         QCOMPARE(reply.code, 2);
         QCOMPARE(reply.text, QString("线路断开"));
@@ -182,9 +191,11 @@ private slots:
         const ServerReply reply = sendToServer(nullptr, {kType, kFields});
         QCOMPARE(reply.outcome, Outcome::Failed);
         QVERIFY(reply.text.contains(kType));
-        QCOMPARE(log.count(QtWarningMsg, reply.text), 1);
-        QVERIFY(!postToServer(nullptr, {kType, kFields}));
-        QCOMPARE(log.count(QtWarningMsg, reply.text), 2);
+        QVERIFY(!postToServer(nullptr, {"otherRequest", kFields}));
+        QCOMPARE(log.texts(QtWarningMsg),
+                 (QStringList{"request someRequest failed: " + reply.text,
+                              "request otherRequest failed: otherRequest needs a presenter to be "
+                              "sent"}));
         QCOMPARE(m_world->link().requestCount(), 0);
     }
 
@@ -233,7 +244,37 @@ private slots:
         m_world->link().refuseSends(true);
         const LogCapture log;
         QVERIFY(!postToServer(m_presenter, {kType, kFields}));
-        QVERIFY(log.contains(QtWarningMsg, "someRequest was not taken for sending"));
+        QCOMPARE(log.texts(QtWarningMsg),
+                 QStringList{"request someRequest failed: the platform did not take it"});
+    }
+
+    void failure_repeated_isOneWarning() {
+        m_world->link().on(kType, ScriptedReply::refusal("不行"));
+        const LogCapture log;
+        for (int i = 0; i < 5; ++i) {
+            QCOMPARE(sendToServer(m_presenter, {kType, kFields}).outcome, Outcome::Refused);
+        }
+        QCOMPARE(log.texts(QtWarningMsg).size(), 1);
+    }
+
+    void response_refused_isLoggedUnderTheBodysType() {
+        const LogCapture log;
+        reportRefusedResponse("325005", packRows({{System::requestExeStatus, "7"},
+                                                  {System::msgType, kType},
+                                                  {System::textDescription, "不行"}},
+                                                 {}));
+        reportRefusedResponse("325005", packRows({{System::requestExeStatus, "8"}}, {}));
+        QCOMPARE(log.texts(QtWarningMsg),
+                 (QStringList{"request someRequest was refused: 不行",
+                              "request 325005 was refused: no text, status \"8\""}));
+    }
+
+    void response_successOrWithoutStatus_isNotLogged() {
+        const LogCapture log;
+        const QVariant success = RequestExeStatus::success;
+        reportRefusedResponse(kType, packRows({{System::requestExeStatus, success}}, {}));
+        reportRefusedResponse(kType, packRows({{System::textDescription, "text"}}, {}));
+        QVERIFY(log.texts(QtWarningMsg).isEmpty());
     }
 
 private:
@@ -241,5 +282,5 @@ private:
     QPointer<RecordingPresenter> m_presenter;
 };
 
-QTEST_GUILESS_MAIN(ServerRequestTest)
+VELMAR_PROCESS_PER_CASE_MAIN(ServerRequestTest)
 #include "server_request_test.moc"

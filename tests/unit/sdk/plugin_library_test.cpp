@@ -40,7 +40,7 @@ private slots:
         QVERIFY(own.contains("Vendor") && own.contains("License") && own.contains("Url"));
     }
 
-    void instance_askedTwice_isTheOneAndANewOneAfterItWent() {
+    void instance_calledTwice_isTheSameUntilItIsDeleted() {
         QLibrary library(libraryFile());
         using Instance = QObject* (*)();
         const auto instance = reinterpret_cast<Instance>(library.resolve("qt_plugin_instance"));
@@ -54,6 +54,16 @@ private slots:
         QVERIFY(gone.isNull());
         QVERIFY(qobject_cast<IPlugin*>(instance()));
         delete instance();
+    }
+
+    void pluginClass_inTheLibrary_isExported() {
+        QLibrary library(libraryFile());
+        QVERIFY(library.resolve("_ZTV31VelmarBusinessDataManagerPlugin"));
+        const auto* const metaObject = reinterpret_cast<const QMetaObject*>(
+            library.resolve("_ZN31VelmarBusinessDataManagerPlugin16staticMetaObjectE"));
+        QVERIFY(metaObject);
+        QCOMPARE(metaObject->className(), "VelmarBusinessDataManagerPlugin");
+        QVERIFY(metaObject->inherits(&IPlugin::staticMetaObject));
     }
 
     void initialize_descriptor_carriesIdDllNameAndMetaId() {

@@ -9,6 +9,7 @@
 #include <QtTest>
 #include <csignal>
 
+#include "home_mark.h"
 #include "sample_market.h"
 #include "test_paths.h"
 #include "text_table.h"
@@ -29,7 +30,7 @@ struct Ended {
     }
 };
 
-/// A statement on one of the market's files; the first column of its rows.
+/// Runs a statement on one of the market's files; returns the first column of its rows.
 QStringList sql(const QString& file, const QString& statement) {
     QStringList column;
     {
@@ -54,7 +55,7 @@ QSet<QString> asSet(const QStringList& list) {
 
 }  // namespace
 
-/// The real program in processes of its own, over homes of the test's own.
+/// Runs the real program in child processes, over homes of the test's own.
 class ClientProcessTest : public QObject {
     Q_OBJECT
 
@@ -64,24 +65,24 @@ private slots:
 
     void mainJob_withoutTerminal_printsStepsAndTableAndEnds();
     void mainJob_secondTime_opensTheMarket();
-    void table_allRows_standAlignedAndComplete();
-    void stay_interrupted_endsWell_data();
-    void stay_interrupted_endsWell();
+    void table_allRows_areAlignedAndComplete();
+    void stay_interrupted_exitsWithSuccess_data();
+    void stay_interrupted_exitsWithSuccess();
     void call_lists_answersAsJson();
     void call_unknownFunction_namesCloseOnes();
     void call_argumentsThatDoNotFit_isWrongUsage();
     void functions_listsWithoutStarting();
     void unknownOption_isWrongUsage();
-    void damagedFile_isNamedWithTheWayOut_data();
-    void damagedFile_isNamedWithTheWayOut();
+    void damagedFile_isNamedWithTheRemedy_data();
+    void damagedFile_isNamedWithTheRemedy();
     void rebuild_overDamagedFiles_startsAgain();
     void missingPlugin_isNamed();
     void faults_reachTheRequestsOfStartAndCall();
-    void bodyLimit_isThePlatforms();
-    void logInRefused_isTold();
+    void bodyLimit_reachesThePlatform();
+    void logInRefused_isReported();
     void accountsThatNeverLoad_endTheStart();
     void accountsThatNeverLoad_interrupted_endTheStart();
-    void log_keepsDebugLinesForThoseWhoAsk();
+    void log_holdsDebugLinesOnRequest();
 
 private:
     QProcessEnvironment environment() const;
@@ -142,6 +143,8 @@ void ClientProcessTest::initTestCase() {
 
 void ClientProcessTest::init() {
     m_home = m_dir.filePath(QStringLiteral("home%1").arg(m_case++));
+    QString error;
+    QCOMPARE(HomeMark::take(m_home, HomeMark::Owner::Client, &error), HomeMark::Outcome::Taken);
     QVERIFY(QDir().mkpath(marketFile(QString())));
     for (const QString& name : {QStringLiteral("market.sqlite"), QStringLiteral("static.sqlite")}) {
         QVERIFY(QFile::copy(QDir(m_made).filePath(name), marketFile(name)));
@@ -153,7 +156,8 @@ QString ClientProcessTest::holds(const QString& authority) {
            QStringLiteral(",%'");
 }
 
-/// The accounts of the login that the client knows an authority for, as the market's file has them.
+/// The accounts on which the login holds an authority that the client knows, read from the market's
+/// file.
 QStringList ClientProcessTest::expectedAccounts(const QString& condition) const {
     QStringList any;
     for (const QString& authority :
@@ -218,7 +222,7 @@ void ClientProcessTest::mainJob_secondTime_opensTheMarket() {
              before);
 }
 
-void ClientProcessTest::table_allRows_standAlignedAndComplete() {
+void ClientProcessTest::table_allRows_areAlignedAndComplete() {
     m_environment.insert(QStringLiteral("NEIGHBOUR_ROWS"), QStringLiteral("all"));
     const Ended ended = run({});
     m_environment.remove(QStringLiteral("NEIGHBOUR_ROWS"));
@@ -235,7 +239,7 @@ void ClientProcessTest::table_allRows_standAlignedAndComplete() {
         while (displayWidth(line.left(prefix)) < column) {
             ++prefix;
         }
-        // A column begins exactly there, two spaces after what stands before.
+        // Two spaces separate the columns, and every cell starts at its title's column.
         QCOMPARE(displayWidth(line.left(prefix)), column);
         QCOMPARE(line.mid(prefix - 2, 2), QStringLiteral("  "));
         QVERIFY(!line.at(prefix).isSpace());
@@ -246,13 +250,13 @@ void ClientProcessTest::table_allRows_standAlignedAndComplete() {
     QCOMPARE(wideNames, printed.size());
 }
 
-void ClientProcessTest::stay_interrupted_endsWell_data() {
+void ClientProcessTest::stay_interrupted_exitsWithSuccess_data() {
     QTest::addColumn<int>("number");
     QTest::newRow("SIGINT") << SIGINT;
     QTest::newRow("SIGTERM") << SIGTERM;
 }
 
-void ClientProcessTest::stay_interrupted_endsWell() {
+void ClientProcessTest::stay_interrupted_exitsWithSuccess() {
     QFETCH(int, number);
     QProcess process;
     begin(process, {QStringLiteral("--stay")});
@@ -319,7 +323,7 @@ void ClientProcessTest::unknownOption_isWrongUsage() {
     QVERIFY2(ended.out.isEmpty(), ended.text());
 }
 
-void ClientProcessTest::damagedFile_isNamedWithTheWayOut_data() {
+void ClientProcessTest::damagedFile_isNamedWithTheRemedy_data() {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("truncated");
     for (const char* name : {"market.sqlite", "static.sqlite"}) {
@@ -328,7 +332,7 @@ void ClientProcessTest::damagedFile_isNamedWithTheWayOut_data() {
     }
 }
 
-void ClientProcessTest::damagedFile_isNamedWithTheWayOut() {
+void ClientProcessTest::damagedFile_isNamedWithTheRemedy() {
     QFETCH(QString, name);
     QFETCH(bool, truncated);
     QFile file(marketFile(name));
@@ -345,7 +349,7 @@ void ClientProcessTest::damagedFile_isNamedWithTheWayOut() {
         QVERIFY2(ended.code == 1 && !ended.crashed, ended.text());
         QVERIFY2(ended.err.contains(file.fileName()), ended.text());
         QVERIFY2(ended.err.contains(QStringLiteral("--rebuild")), ended.text());
-        // Nothing was begun.
+        // No step was taken.
         QVERIFY2(ended.out.isEmpty(), ended.text());
     }
 }
@@ -382,7 +386,7 @@ void ClientProcessTest::faults_reachTheRequestsOfStartAndCall() {
     QVERIFY2(ended.err.contains(QStringLiteral("column 10: 'loss'")), ended.text());
 }
 
-void ClientProcessTest::bodyLimit_isThePlatforms() {
+void ClientProcessTest::bodyLimit_reachesThePlatform() {
     const Ended small = run({"--body-limit", "4KiB"});
     QVERIFY2(small.code == 1 && !small.crashed, small.text());
     QVERIFY2(small.err.contains("more than 4096 bytes"), small.text());
@@ -391,14 +395,14 @@ void ClientProcessTest::bodyLimit_isThePlatforms() {
     QVERIFY2(wrong.err.contains("--body-limit"), wrong.text());
 }
 
-void ClientProcessTest::logInRefused_isTold() {
+void ClientProcessTest::logInRefused_isReported() {
     const Ended ended = run({"--user", "nobody"});
     QVERIFY2(ended.code == 1 && !ended.crashed, ended.text());
     QVERIFY2(ended.err.contains(QStringLiteral("nobody")), ended.text());
     QVERIFY2(!ended.out.contains(QStringLiteral("logged in")), ended.text());
 }
 
-/// The tree still stands, and every question about the counter is refused.
+/// The account tree stays readable, while every question about the counter is refused.
 void ClientProcessTest::makeCounterRefuse() const {
     sql(marketFile(QStringLiteral("market.sqlite")),
         QStringLiteral("ALTER TABLE trading_account RENAME COLUMN fund_account TO gone"));
@@ -420,7 +424,7 @@ void ClientProcessTest::accountsThatNeverLoad_interrupted_endTheStart() {
     while (!out.contains("account list received") && process.waitForReadyRead(kLimitMs)) {
         out += process.readAllStandardOutput();
     }
-    // Signalling the id of a process that has ended, 0, would end this one and its runner.
+    // The id of a process that has ended is 0, which would signal this test and its runner.
     QVERIFY2(process.state() == QProcess::Running, out + process.readAllStandardError());
     QCOMPARE(::kill(static_cast<pid_t>(process.processId()), SIGINT), 0);
     const Ended ended = finish(process);
@@ -428,7 +432,7 @@ void ClientProcessTest::accountsThatNeverLoad_interrupted_endTheStart() {
     QVERIFY2(ended.err.contains(QStringLiteral("interrupted")), ended.text());
 }
 
-void ClientProcessTest::log_keepsDebugLinesForThoseWhoAsk() {
+void ClientProcessTest::log_holdsDebugLinesOnRequest() {
     const auto debugLines = [this] {
         QFile log(QDir(m_home).filePath(QStringLiteral("log/client.log")));
         return log.open(QFile::ReadOnly) ? log.readAll().count(" debug velmar.") : -1;

@@ -12,7 +12,7 @@ class ClientStopTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void stop_pluginWaitsForAccountsThatNeverCome_returnsAndKeepsWhatItSaved() {
+    void stop_pluginWaitsForAccountsThatNeverLoad_returnsAndKeepsItsSettings() {
         const QTemporaryDir home;
         Client::Options options;
         options.homeDir = home.path();
@@ -31,12 +31,12 @@ private slots:
         QString error;
         QVERIFY2(client.begin(&error), qPrintable(error));
         QVERIFY2(client.makePluginObject("Waiting", &error), qPrintable(error));
-        // Nobody but the fixture's presenter asks for accounts before they are there.
+        // Only the fixture's presenter asks for accounts before they are loaded.
         QVERIFY(log.waitFor("GetFundAccountList wait for FundAccountInit"));
         client.stop();
         QCOMPARE(LocalPlatform::instance().presenterCount(), 0);
         QVERIFY(LocalPlatform::instance().isClosing());
-        // What the plug-in object wrote while it went is in the file.
+        // The setting that the plug-in object wrote during its shut-down is in the file.
         LocalPlatform::Options again;
         again.homeDir = home.path();
         QVERIFY2(LocalPlatform::instance().start(again, &error), qPrintable(error));

@@ -8,7 +8,7 @@
 
 #include "test_paths.h"
 
-/// The real program on a terminal of its own.
+/// Runs the real program on a pseudo-terminal.
 class ClientTerminalTest : public QObject {
     Q_OBJECT
 
@@ -39,7 +39,7 @@ namespace {
 constexpr int kLimitMs = 100000;
 }
 
-/// With the answer apart, what the program prints on stdout does not reach the terminal.
+/// With `answerApart`, stdout does not go to the terminal.
 ClientTerminalTest::Terminal ClientTerminalTest::open(std::vector<const char*> arguments,
                                                       int columns, bool answerApart) {
     Terminal terminal;
@@ -98,7 +98,7 @@ bool ClientTerminalTest::readUntil(Terminal& terminal,
     return true;
 }
 
-/// The exit code, after everything has been read; -1 for a child that was ended by a signal.
+/// Reads the rest of the output and returns the exit code; -1 after a signal.
 int ClientTerminalTest::ended(Terminal& terminal) const {
     readUntil(terminal, QByteArrayLiteral("nothing prints this"));
     int status = 0;
@@ -108,13 +108,13 @@ int ClientTerminalTest::ended(Terminal& terminal) const {
 }
 
 void ClientTerminalTest::answerApart_marketIsMade_showsTheBarOnStderr() {
-    // Its home is a new one, so that a market is made.
+    // In a new home a market has to be made.
     const QByteArray home = m_home.path().toUtf8();
     Terminal terminal = open({"--home", home.constData(), "accounts", "list"}, 80, true);
     QVERIFY(terminal.child > 0);
     QCOMPARE(ended(terminal), 0);
     QVERIFY2(terminal.out.contains("\rmaking the sample market  [#"), terminal.out);
-    // The last that is drawn is nothing.
+    // The bar is erased at the end.
     QVERIFY2(terminal.out.endsWith("\r\x1b[K"), terminal.out);
 }
 
@@ -123,7 +123,7 @@ void ClientTerminalTest::terminal_staysWithALiveLine_untilCtrlC() {
     QVERIFY(terminal.child > 0);
     // Drawn in place, and again after a second.
     QVERIFY2(readUntil(terminal, "\rup 00:00:0"), terminal.out);
-    // The first line may still tell of a request under way.
+    // The first line may still count a request under way.
     const QRegularExpression form(
         QStringLiteral("\rup [^\r]*[1-9]\\d* accounts \\| gates 4/4 up \\| 0 pending \\| "
                        "3 presenters"));

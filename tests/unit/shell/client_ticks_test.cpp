@@ -3,6 +3,7 @@
 
 #include "client.h"
 #include "commonquotahandler/common_quota_handler.h"
+#include "log_capture.h"
 #include "small_market.h"
 #include "test_paths.h"
 #include "znbusinessdata/c_business_data_base.h"
@@ -34,19 +35,22 @@ private slots:
             ticks.insert(symbol, tick);
         };
         connect(&handler, &CommonQuotaHandler::sigTickDataUpdate, this, noteTick);
+        const LogCapture log;
         Client client(options, Client::Listener());
         QString error;
         QVERIFY2(client.start(&error), qPrintable(error));
         QTRY_VERIFY_WITH_TIMEOUT(ticks.contains(kChosen), kLimitMs);
         QVERIFY(!ticks.contains(kSubscribed));
         QCOMPARE(ticks.value(kChosen).value("Symbol").toString(), kChosen);
-        // The figures of the security's own record, not the standing ones.
+        // The figures come from the security's record, not from the standard ones.
         const QVariantMap record =
             CBusinessDataBase::GetInstance()->GetSecurityDetailsBySymbol(kChosen);
         QVERIFY(record.value("PreClosePx").toDouble() > 0);
         QCOMPARE(ticks.value(kChosen).value("PreClosePx"), record.value("PreClosePx"));
-        handler.subscribe({kSubscribed}, 1, 0);
+        handler.subscribe({QStringLiteral("NOPE.SH"), kSubscribed}, 1, 0);
         QTRY_VERIFY_WITH_TIMEOUT(ticks.contains(kSubscribed), kLimitMs);
+        QVERIFY(!ticks.contains(QStringLiteral("NOPE.SH")));
+        QVERIFY(log.contains(QtWarningMsg, QStringLiteral("no ticks for \"NOPE.SH\"")));
         client.stop();
     }
 };

@@ -11,9 +11,9 @@ class LogFileTest : public QObject {
 private slots:
     void init();
     void line_hasTimeLevelCategoryAndPlace();
-    void textOfSeveralLines_passesForOneLineAlone();
+    void furtherLinesOfAText_areIndented();
     void debugLine_writtenOnlyWhenWanted();
-    void fullFile_isKeptOnceAndBegunAnew();
+    void fullFile_isRenamedAndReplaced();
     void manyThreads_writeWholeLines();
     void fileInAFile_isRefusedWithItsName();
     void cleanup();
@@ -71,7 +71,7 @@ void LogFileTest::line_hasTimeLevelCategoryAndPlace() {
     QVERIFY2(form.match(written.first()).hasMatch(), qPrintable(written.first()));
 }
 
-void LogFileTest::textOfSeveralLines_passesForOneLineAlone() {
+void LogFileTest::furtherLinesOfAText_areIndented() {
     QString error;
     QVERIFY(LogFile::install(options(), &error));
     const QString forged = QStringLiteral("2024-01-31 09:15:00.123 error velmar.core a.cpp:1  no");
@@ -97,7 +97,7 @@ void LogFileTest::debugLine_writtenOnlyWhenWanted() {
     QCOMPARE(lines(quiet.file).size(), 1);
 }
 
-void LogFileTest::fullFile_isKeptOnceAndBegunAnew() {
+void LogFileTest::fullFile_isRenamedAndReplaced() {
     QString error;
     LogFile::Options small = options();
     small.maxBytes = 1000;
@@ -108,7 +108,7 @@ void LogFileTest::fullFile_isKeptOnceAndBegunAnew() {
     const QString old = small.file + QStringLiteral(".1");
     QVERIFY(QFileInfo(small.file).size() < 1200);
     QVERIFY(QFileInfo(old).size() >= 1000 && QFileInfo(old).size() < 1200);
-    // The newest lines, without a gap.
+    // The newest lines are complete.
     const QStringList kept = lines(old) + lines(small.file);
     for (int i = 0; i < kept.size(); ++i) {
         QVERIFY(kept.at(i).endsWith(QStringLiteral(" %1").arg(100 - kept.size() + i)));

@@ -53,8 +53,8 @@ private slots:
         const QStringList good{"--plugin", path("libA.so")};
         QTest::newRow("missing file") << QStringList{"--plugin", path("libZ.so")} << "libZ.so";
         QTest::newRow("a folder") << QStringList{"--plugin", m_dir.path()} << m_dir.path();
-        QTest::newRow("before a command") << good + QStringList("functions") << "no command";
-        QTest::newRow("after a command") << QStringList("functions") + good << "no command";
+        QTest::newRow("before a command") << good + QStringList("functions") << "a command";
+        QTest::newRow("after a command") << QStringList("functions") + good << "a command";
         QTest::newRow("with a scenario")
             << good + QStringList{"--scenario", "some.scn"} << "--plugin";
     }

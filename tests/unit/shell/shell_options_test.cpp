@@ -23,6 +23,9 @@ private slots:
     void functions_takesANameAnywhere();
     void call_ownOptions_standBeforeTheFunction();
     void doctor_takesNothing();
+    void ticksWatch_takesSymbolsWithOptionsBetweenThem();
+    void clock_isATimeOfTheExchanges_data();
+    void clock_isATimeOfTheExchanges();
     void wrongLine_isRefusedWithAText_data();
     void wrongLine_isRefusedWithAText();
     void faults_standOnBothSidesAndAddUp();
@@ -142,6 +145,51 @@ void ShellOptionsTest::doctor_takesNothing() {
     QCOMPARE(options.homeDir, QStringLiteral("/h"));
 }
 
+void ShellOptionsTest::ticksWatch_takesSymbolsWithOptionsBetweenThem() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions(words("--home /a ticks watch 600000.SH --count 5 000001.SZ "
+                                     "--market-hours --tick-rate 3"),
+                               &options, &error),
+             qPrintable(error));
+    QCOMPARE(options.command, ShellOptions::Command::Ticks);
+    QCOMPARE(options.watched, (QStringList{"600000.SH", "000001.SZ"}));
+    QCOMPARE(options.count, 5);
+    QCOMPARE(options.tickRate, 3);
+    QVERIFY(options.marketHours);
+    QCOMPARE(options.homeDir, QStringLiteral("/a"));
+    ShellOptions standard;
+    QVERIFY(parseShellOptions(words("ticks watch 600000.SH"), &standard, &error));
+    QCOMPARE(standard.count, 0);
+    QVERIFY(!standard.marketHours && !standard.clock.isValid());
+}
+
+void ShellOptionsTest::clock_isATimeOfTheExchanges_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("utc");
+    QTest::newRow("moment") << "2026-01-05T09:30:00"
+                            << "2026-01-05T01:30:00Z";
+    QTest::newRow("space") << "2026-01-05 09:30"
+                           << "2026-01-05T01:30:00Z";
+    QTest::newRow("zone") << "2026-01-05T09:30:00Z"
+                          << "2026-01-05T09:30:00Z";
+}
+
+void ShellOptionsTest::clock_isATimeOfTheExchanges() {
+    QFETCH(QString, text);
+    QFETCH(QString, utc);
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions({"--clock", text}, &options, &error), qPrintable(error));
+    QCOMPARE(options.clock.toUTC().toString(Qt::ISODate), utc);
+    QCOMPARE(options.clock.offsetFromUtc(), 8 * 3600);
+    // A time of day is one of the exchanges' present day.
+    QVERIFY(parseShellOptions({"--clock", "09:30"}, &options, &error));
+    QCOMPARE(options.clock.time(), QTime(9, 30));
+    QCOMPARE(options.clock.offsetFromUtc(), 8 * 3600);
+    QVERIFY(std::abs(options.clock.secsTo(QDateTime::currentDateTimeUtc())) < 24 * 3600 + 60);
+}
+
 void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
     QTest::addColumn<QStringList>("line");
     QTest::addColumn<QString>("named");
@@ -183,6 +231,16 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
     QTest::newRow("scenario and fault")
         << QStringList{"--scenario", "a.scn", "--fault", "* 1 late"} << QStringLiteral("--fault");
     QTest::newRow("no symbols") << words("--ticks ,") << QStringLiteral("--ticks");
+    QTest::newRow("ticks alone") << words("ticks") << QStringLiteral("watch SYMBOL");
+    QTest::newRow("watch nothing") << words("ticks watch --count 3") << QStringLiteral("SYMBOL");
+    QTest::newRow("count elsewhere") << words("--count 3 functions") << QStringLiteral("--count");
+    QTest::newRow("count of nothing")
+        << words("ticks watch A --count 0") << QStringLiteral("--count");
+    QTest::newRow("watch without ticks")
+        << words("--tick-rate 0 ticks watch A") << QStringLiteral("--tick-rate above 0");
+    QTest::newRow("clock") << words("--clock noon") << QStringLiteral("09:30");
+    QTest::newRow("scenario's clock")
+        << words("--scenario a.scn --clock 09:30") << QStringLiteral("--clock");
     QTest::newRow("tick rate") << words("--tick-rate often") << QStringLiteral("--tick-rate");
     QTest::newRow("high tick rate") << words("--tick-rate 1001") << QStringLiteral("0 to 1000");
     QTest::newRow("scenario and ticks")

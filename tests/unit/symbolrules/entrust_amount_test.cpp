@@ -43,7 +43,7 @@ StaticDbBuilder symbols() {
         .reference("security", "REPO2.SH",
                    record("1", "3", MdcSubSecurityType::BondRepurchaseTypeList.at(1)))
         .reference("bond", "BOND.SH", {{"accruedInterest", 25.0}})
-        // Of bond type by its redemption record alone, with a record in the bond data.
+        // A bond only by its redemption record, with a record in the bond data.
         .reference("etf", "REDEEM.SH", record("1", "3", "03200"))
         .reference("bond", "REDEEM.SH", {{"accruedInterest", 25.0}});
 }
@@ -103,7 +103,7 @@ private slots:
         row("FUND.SH", 10000, 10, 1, 1000, 800);
         row("FUND.SZ", 16000, 10, 1, 1600, 800);
         row("OPTION.SH", 10000, 10, 1, 1000, 1000);
-        // A buyer pays the accrued interest too; a bond without a record is priced alone. No bond
+        // A buyer pays the accrued interest too, unless the bond data lacks the bond. No bond
         // has fees.
         row("BOND.SH", 10000, 100, 1, 80, 80);
         row("BARE.SH", 10000, 100, 1, 100, 100);

@@ -318,7 +318,7 @@ private slots:
         QTest::addColumn<bool>("warns");
         QTest::newRow("usable") << QVariant(5.0) << QVariant(0.2) << 0.2 << false;
         // The largest bound that an int can hold in thousandths.
-        QTest::newRow("largest") << QVariant(2147483.647) << QVariant(0.2) << 0.2 << false;
+        QTest::newRow("largest") << QVariant(2147483.647) << QVariant(0.2) << 0.9 << false;
         QTest::newRow("too large") << QVariant(2147483.648) << QVariant(0.2) << 0.9 << true;
         QTest::newRow("infinite") << QVariant(std::numeric_limits<double>::infinity())
                                   << QVariant(0.2) << 0.9 << true;

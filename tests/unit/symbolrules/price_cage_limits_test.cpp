@@ -1,6 +1,7 @@
 #include <rapidcheck.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
 #include "price_room.h"
@@ -19,7 +20,7 @@ struct Figures {
     int ticks;
 };
 
-/// A room whose one cage covers one class, the main board of Shanghai unless told otherwise.
+/// A room with one cage, which covers the main board of Shanghai unless given another class.
 struct CageRoom : PriceRoom {
     void setCage(double ratio, int ticks, int control) {
         setCage({ratio, ticks}, {ratio, ticks}, control);
@@ -43,12 +44,13 @@ struct CageRoom : PriceRoom {
     }
 };
 
-bool isNear(double left, double right) {
-    return std::abs(left - right) < 1e-9;
+/// Limits are the doubles nearest to their decimals, so they compare exactly.
+bool isSame(double left, double right) {
+    return std::equal_to<double>()(left, right);
 }
 
-/// What the rule of the main boards says, in whole cents: the wider of two percent and ten ticks,
-/// brought to the cent on the inner side.
+/// The rule of the main boards in whole cents: the wider of two percent and ten ticks, rounded to
+/// the cent on the inner side.
 double highestBuy(int cents) {
     return std::max(cents * 102 / 100, cents + 10) / 100.0;
 }
@@ -82,7 +84,7 @@ private slots:
         QTest::newRow("no ask") << with({{"Sell1Price", 1e-10}}) << 9.99 << 9.99;
         QTest::newRow("texts") << with({{"Buy1Price", "9.98"}, {"Sell1Price", ""}}) << 9.98 << 9.98;
         QTest::newRow("no quotes") << with({{"Buy1Price", 0}, {"Sell1Price", 0}}) << 10.0 << 10.0;
-        QTest::newRow("no number")
+        QTest::newRow("not a number")
             << with({{"Buy1Price", none}, {"Sell1Price", infinity}}) << 10.0 << 10.0;
         QTest::newRow("last close") << QVariantMap{{"PreClosePx", 9.5}} << 9.5 << 9.5;
         QTest::newRow("nothing") << QVariantMap{} << 0.0 << 0.0;
@@ -108,8 +110,8 @@ private slots:
         QTest::newRow("ratio") << 1 << 10.20 << 9.80;
         QTest::newRow("ticks") << 2 << 10.10 << 9.90;
         QTest::newRow("both") << 3 << 10.20 << 9.80;
-        // The sides differ where the type is unknown.
-        QTest::newRow("none") << 0 << 0.0 << 9.80;
+        // The sides differ when the type is unknown.
+        QTest::newRow("zero") << 0 << 0.0 << 9.80;
         QTest::newRow("unknown") << 4 << 0.0 << 9.80;
     }
     void limit_controlType_decidesOnBothSides() {
@@ -119,11 +121,11 @@ private slots:
         CageRoom room;
         room.setCage(0.02, 10, control);
         const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
-        QVERIFY(isNear(room.limit(tick, false), buy));
-        QVERIFY(isNear(room.limit(tick, true), sell));
+        QVERIFY(isSame(room.limit(tick, false), buy));
+        QVERIFY(isSame(room.limit(tick, true), sell));
     }
 
-    void limit_figuresThatAreNoWholeNumbers_areReadAsOnes_data() {
+    void limit_figuresNotWholeNumbers_areReadAsWholeNumbers_data() {
         QTest::addColumn<QString>("units");
         QTest::addColumn<QString>("control");
         QTest::addColumn<double>("buy");
@@ -135,8 +137,8 @@ private slots:
                                       << "2" << 10.09 << 9.91;
         QTest::newRow("text") << R"("9")"
                               << "2" << 10.09 << 9.91;
-        QTest::newRow("text that is none") << R"("9.7")"
-                                           << "2" << 10.00 << 10.00;
+        QTest::newRow("text that is not a whole number") << R"("9.7")"
+                                                         << "2" << 10.00 << 10.00;
         // As many ticks as an int can hold; the limit itself is limited to as many, too. Doubles of
         // that size are off the step by more than 1e-10, so the sell is one tick higher.
         QTest::newRow("too large") << "1e300"
@@ -149,7 +151,7 @@ private slots:
         QTest::newRow("control as text") << "10"
                                          << R"("2.6")" << 0.0 << 9.80;
     }
-    void limit_figuresThatAreNoWholeNumbers_areReadAsOnes() {
+    void limit_figuresNotWholeNumbers_areReadAsWholeNumbers() {
         QFETCH(QString, units);
         QFETCH(QString, control);
         QFETCH(double, buy);
@@ -164,7 +166,7 @@ private slots:
         QCOMPARE(room.limit(tick, true), sell);
     }
 
-    void limit_sidesWithFiguresOfTheirOwn_takeEachItsOwn_data() {
+    void limit_sidesWithDifferentFigures_useTheirOwn_data() {
         QTest::addColumn<double>("buyRatio");
         QTest::addColumn<int>("buyTicks");
         QTest::addColumn<double>("sellRatio");
@@ -181,7 +183,7 @@ private slots:
         QTest::newRow("nothing up") << 0.0 << 0 << 0.05 << 7 << 3 << 10.10 << 9.41;
         QTest::newRow("nothing down") << 0.03 << 20 << 0.0 << 0 << 3 << 10.40 << 9.90;
     }
-    void limit_sidesWithFiguresOfTheirOwn_takeEachItsOwn() {
+    void limit_sidesWithDifferentFigures_useTheirOwn() {
         QFETCH(double, buyRatio);
         QFETCH(int, buyTicks);
         QFETCH(double, sellRatio);
@@ -194,11 +196,11 @@ private slots:
         const QVariantMap tick = tickOf("600000.SH", 9.90, 10.10);
         QCOMPARE(room.limit(tick, false), buy);
         QCOMPARE(room.limit(tick, true), sell);
-        QVERIFY(isNear(room.cage.CheckCagePrice(20.0, tick, false), buy));
-        QVERIFY(isNear(room.cage.CheckCagePrice(1.0, tick, true), sell));
+        QVERIFY(isSame(room.cage.CheckCagePrice(20.0, tick, false), buy));
+        QVERIFY(isSame(room.cage.CheckCagePrice(1.0, tick, true), sell));
     }
 
-    void limit_kindWithAnotherTick_standsOnThatTick_data() {
+    void limit_typeWithAnotherTick_isOnThatTick_data() {
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QString>("covered");
         QTest::addColumn<int>("control");
@@ -226,7 +228,7 @@ private slots:
         QTest::newRow("option, ticks")
             << "10000001.SH" << Exchange::sh + option << 2 << 0.1000 << 0.1007 << 0.0989;
     }
-    void limit_kindWithAnotherTick_standsOnThatTick() {
+    void limit_typeWithAnotherTick_isOnThatTick() {
         QFETCH(QString, symbol);
         QFETCH(QString, covered);
         QFETCH(int, control);
@@ -240,23 +242,23 @@ private slots:
         QCOMPARE(room.limit(tick, true), sell);
     }
 
-    void limit_offTheTick_isBroughtToItOnTheInnerSide() {
+    void limit_offTheTick_isRoundedInwards() {
         CageRoom room;
         room.setCage(0.02, 10, 1);
         // 10.03 x 1.02 = 10.2306, 10.03 x 0.98 = 9.8294.
         const QVariantMap tick = tickOf("600000.SH", 10.03, 10.03);
-        QVERIFY(isNear(room.limit(tick, false), 10.23));
-        QVERIFY(isNear(room.limit(tick, true), 9.83));
+        QVERIFY(isSame(room.limit(tick, false), 10.23));
+        QVERIFY(isSame(room.limit(tick, true), 9.83));
     }
 
-    void limit_otherPhaseOrNoCage_isNone_data() {
+    void limit_otherPhaseOrNoCage_isMissing_data() {
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QVariant>("phase");
         QTest::newRow("opening call") << "600000.SH" << QVariant("1");
         QTest::newRow("no phase") << "600000.SH" << QVariant();
         QTest::newRow("no cage") << "510050.SH" << QVariant("3");
     }
-    void limit_otherPhaseOrNoCage_isNone() {
+    void limit_otherPhaseOrNoCage_isMissing() {
         QFETCH(QString, symbol);
         QFETCH(QVariant, phase);
         CageRoom room;
@@ -267,7 +269,7 @@ private slots:
         double limit = 5.0;
         QVERIFY(!room.cage.getCageLimitPrice(limit, tick, false));
         QCOMPARE(limit, 0.0);
-        // Only the day's limits are looked at.
+        // Only the day's limits apply.
         QCOMPARE(room.cage.CheckCagePrice(10.5, tick, false), 10.5);
         QCOMPARE(room.cage.CheckCagePrice(12.0, tick, false), 11.0);
     }
@@ -277,10 +279,10 @@ private slots:
         room.setCage(0.02, 10, 3);
         QVariantMap tick = tickOf("600000.SH", 10.0, 10.0);
         tick.insert("TradingPhaseCode", 3);
-        QVERIFY(isNear(room.limit(tick, false), 10.2));
+        QVERIFY(isSame(room.limit(tick, false), 10.2));
     }
 
-    void check_priceOutside_isBroughtToTheLimit_data() {
+    void check_priceOutside_becomesTheLimit_data() {
         QTest::addColumn<bool>("sell");
         QTest::addColumn<double>("price");
         QTest::addColumn<double>("checked");
@@ -292,7 +294,7 @@ private slots:
         QTest::newRow("sell within nothing") << true << 9.80 - 1e-11 << 9.80 - 1e-11;
         QTest::newRow("sell above") << true << 11.00 << 11.00;
     }
-    void check_priceOutside_isBroughtToTheLimit() {
+    void check_priceOutside_becomesTheLimit() {
         QFETCH(bool, sell);
         QFETCH(double, price);
         QFETCH(double, checked);
@@ -302,7 +304,7 @@ private slots:
         QVERIFY(std::abs(room.cage.CheckCagePrice(price, tick, sell) - checked) < 1e-12);
     }
 
-    void check_unknownControlOfABuy_cutsToTheFinalCheck() {
+    void check_unknownControlOfABuy_leavesTheDaysLowerLimit() {
         CageRoom room;
         room.setCage(0.02, 10, 0);
         QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
@@ -327,13 +329,13 @@ private slots:
             const QVariantMap tick = tickOf(symbol, cents / 100.0, cents / 100.0);
             double limit = 0.0;
             QVERIFY(room.cage.getCageLimitPrice(limit, tick, false));
-            QVERIFY2(isNear(limit, highestBuy(cents)), qPrintable(QString::number(limit)));
+            QVERIFY2(isSame(limit, highestBuy(cents)), qPrintable(QString::number(limit)));
             QVERIFY(room.cage.getCageLimitPrice(limit, tick, true));
-            QVERIFY2(isNear(limit, lowestSell(cents)), qPrintable(QString::number(limit)));
+            QVERIFY2(isSame(limit, lowestSell(cents)), qPrintable(QString::number(limit)));
         }
     }
 
-    void mainBoards_byHand_areTheseLimits_data() {
+    void mainBoards_examples_haveTheseLimits_data() {
         QTest::addColumn<double>("base");
         QTest::addColumn<double>("buy");
         QTest::addColumn<double>("sell");
@@ -346,7 +348,7 @@ private slots:
         QTest::newRow("100.01") << 100.01 << 102.01 << 98.01;
         QTest::newRow("2000") << 2000.0 << 2040.0 << 1960.0;
     }
-    void mainBoards_byHand_areTheseLimits() {
+    void mainBoards_examples_haveTheseLimits() {
         QFETCH(double, base);
         QFETCH(double, buy);
         QFETCH(double, sell);
@@ -354,27 +356,27 @@ private slots:
         room.cage.initCageMap(nullptr, false);
         double limit = 0.0;
         QVERIFY(room.cage.getCageLimitPrice(limit, tickOf("600000.SH", base, base), false));
-        QVERIFY2(isNear(limit, buy), qPrintable(QString::number(limit)));
+        QVERIFY2(isSame(limit, buy), qPrintable(QString::number(limit)));
         QVERIFY(room.cage.getCageLimitPrice(limit, tickOf("600000.SH", base, base), true));
-        QVERIFY2(isNear(limit, sell), qPrintable(QString::number(limit)));
+        QVERIFY2(isSame(limit, sell), qPrintable(QString::number(limit)));
     }
 
-    void otherBuiltInCages_byHand_areTheseLimits_data() {
+    void otherBuiltInCages_examples_haveTheseLimits_data() {
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<double>("base");
         QTest::addColumn<double>("buy");
         QTest::addColumn<double>("sell");
-        // The science board knows the ratio alone, also where ten ticks are more.
+        // The science board uses the ratio only, even where ten ticks are wider.
         QTest::newRow("science board at 1") << "688001.SH" << 1.00 << 1.02 << 0.98;
         QTest::newRow("science board, inwards") << "688001.SH" << 10.03 << 10.23 << 9.83;
         QTest::newRow("science board, ticks are less") << "688001.SH" << 50.00 << 51.00 << 49.00;
-        // Hong Kong knows nine ticks alone, of a thousandth, also where the ratio is more.
+        // Hong Kong uses nine ticks of a thousandth only, even where the ratio is wider.
         QTest::newRow("Hong Kong at 1") << "02001.HK" << 1.000 << 1.009 << 0.991;
         QTest::newRow("Hong Kong, ratio is less") << "02001.HK" << 0.100 << 0.109 << 0.091;
         QTest::newRow("Hong Kong from Shenzhen") << "08001.HK" << 50.000 << 50.009 << 49.991;
         QTest::newRow("Hong Kong without suffix") << "02002" << 1.000 << 1.009 << 0.991;
     }
-    void otherBuiltInCages_byHand_areTheseLimits() {
+    void otherBuiltInCages_examples_haveTheseLimits() {
         QFETCH(QString, symbol);
         QFETCH(double, base);
         QFETCH(double, buy);
@@ -406,8 +408,11 @@ private slots:
                                                : std::min(base * (1 - ratio), base - ticks * 0.01);
             RC_ASSERT(buy <= up + 1e-7 && buy > up - 0.01 - 1e-7);
             RC_ASSERT(sell >= down - 1e-7);
-            // A limit below zero is truncated towards it and then goes one step further.
+            // A limit below zero is truncated towards zero and then rounded up one step more.
             RC_ASSERT(sell < down + (down < 0 ? 0.02 : 0.01) + 1e-7);
+            // A limit is not outside itself.
+            RC_ASSERT(isSame(buy, std::round(buy * 100) / 100));
+            RC_ASSERT(isSame(sell, std::round(sell * 100) / 100));
             const double price = *rc::gen::inRange(0, 400000) / 100.0;
             RC_ASSERT(room.cage.CheckCagePrice(price, tick, false) <= std::max(buy, 0.0) + 1e-9);
             RC_ASSERT(room.cage.CheckCagePrice(price, tick, true) >= sell - 1e-9);

@@ -14,7 +14,7 @@ const QString kConfig = Velmar_MsgType::getSysConfigRequest;
 
 }  // namespace
 
-/// Which cage a symbol has, and that it is remembered.
+/// How the cage of a symbol is found and remembered.
 class PriceCageLookupTest : public QObject {
     Q_OBJECT
 
@@ -34,7 +34,7 @@ private slots:
                                                  << "3";
         QTest::newRow("Hong Kong from Shenzhen") << "08001.HK"
                                                  << "3";
-        // The type that an exchange lacks is looked for as "*", which it lacks too.
+        // The exchange has neither this type nor "*".
         QTest::newRow("fund") << "510050.SH"
                               << "";
         QTest::newRow("Beijing") << "920001.BJ"
@@ -52,13 +52,13 @@ private slots:
         QCOMPARE(room.cage.GetCageMapBySymbol(symbol), expected);
     }
 
-    void cageOfSymbol_askedBefore_isTheRememberedOne() {
+    void cageOfSymbol_lookedUpBefore_isRemembered() {
         PriceRoom room;
         room.cage.initCageMap(nullptr, false);
         const QVariantMap mainBoard = room.cage.GetAllCageMap().value("1");
         QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
         QVERIFY(room.cage.GetCageMapBySymbol("later").isEmpty());
-        // Reference data by which the two have changed places.
+        // Reference data in which the two have changed places.
         const auto share = [](const QString& type) {
             return QVariantMap{{UserAccount::securityExchange, Exchange::sh},
                                {MDCFieldDefine::mdcSecurityType, type},
@@ -75,7 +75,7 @@ private slots:
         QVERIFY2(LocalPlatform::instance().start(other, &error), qPrintable(error));
         QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
         QVERIFY(room.cage.GetCageMapBySymbol("later").isEmpty());
-        // One that was never asked goes by that data.
+        // A cage that was never asked uses the new data.
         PriceCage fresh(room.identity, room.clock, room.sink);
         fresh.initCageMap(nullptr, true);
         QVERIFY(fresh.GetCageMapBySymbol("600000.SH").isEmpty());
@@ -138,8 +138,8 @@ private slots:
         std::atomic<int> asked{0};
         std::atomic<int> other{0};
         const auto lookUp = [&](int thread) {
-            // New ones all the time: a swap meets first look-ups. The second look-up of each finds
-            // what the first one remembered, which must be a cage of the tables in force.
+            // New symbols all the time, so that a refresh meets first look-ups. The second look-up
+            // of each finds the remembered id, which must be a cage of the tables in force.
             for (int i = 0; !over; ++i) {
                 const QString symbol = QStringLiteral("%1-%2").arg(thread).arg(i);
                 for (int turn = 0; turn < 2; ++turn) {
@@ -154,7 +154,7 @@ private slots:
         for (int round = 0; round < 100; ++round) {
             const int before = asked;
             take(round % 2 == 0);
-            // Every table is looked into before the next one comes.
+            // The tables of every refresh are read before the next refresh.
             waitFor([&] { return asked > before; });
         }
         over = true;

@@ -22,7 +22,7 @@ CageRecords ticksChange(int ticks) {
     return {{"U", {{CageField::userBuyUnit, ticks}}}};
 }
 
-/// A room whose server has as many cages as the user, so that the user's own are in force alone.
+/// A room whose server has as many cages as the user, so that only the user's own are in force.
 struct OrderRoom : PriceRoom {
     OrderRoom() {
         world.link().on(kConfig, items({{SystemItemName::TagPriceCage, R"({"S":{}})"}}));
@@ -200,7 +200,7 @@ private slots:
         QVERIFY(room.world.link().waitForRequestCount(heldType, 1));
         room.presenter->deleteLater();
         QVERIFY(room.presenter.isNull());
-        // Neither over nor replaced by what this machine has.
+        // Neither ended nor replaced by the local sources.
         QCOMPARE(OrderRoom::state(), InitState::Running);
         QCOMPARE(room.sink.count.load(), 0);
         QVERIFY(room.cage.GetAllCageMap().isEmpty());
@@ -209,7 +209,7 @@ private slots:
         QCOMPARE(room.ticks(), 3);
         QCOMPARE(room.sink.count.load(), 1);
         QCOMPARE(OrderRoom::state(), InitState::Done);
-        // Continued once.
+        // It is continued only once.
         QCOMPARE(room.cage.initCageMap(next.presenter, false),
                  QStringLiteral("当前状态不可重新初始化价格笼子配置！"));
     }

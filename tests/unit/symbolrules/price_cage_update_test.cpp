@@ -1,6 +1,5 @@
 #include <unistd.h>
 
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QtTest>
@@ -14,6 +13,7 @@
 #include "local_platform.h"
 #include "log_capture.h"
 #include "price_room.h"
+#include "thread_state.h"
 #include "wait_for.h"
 #include "zncore/zn_core.h"
 
@@ -53,17 +53,6 @@ private:
     QMap<QString, QList<bool>> m_underLock;
 };
 
-/// Whether a thread of this process sleeps, as one does that waits for a lock.
-bool isAsleep(int threadId) {
-    QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(threadId));
-    if (!file.open(QIODevice::ReadOnly)) {
-        return false;
-    }
-    // "id (name) state ...", and a name may contain a parenthesis.
-    const QByteArray line = file.readAll();
-    return line.mid(line.lastIndexOf(')') + 2, 1) == "S";
-}
-
 /// A question about the cage on a thread of its own.
 struct Question {
     explicit Question(std::function<void()> ask)
@@ -74,7 +63,7 @@ struct Question {
           })) {}
     /// Waits until the question is either answered or waits for something.
     bool waitUntilAnsweredOrBlocked() const {
-        return waitFor([this] { return isAnswered || (threadId > 0 && isAsleep(threadId)); });
+        return waitFor([this] { return isAnswered || (threadId > 0 && isThreadAsleep(threadId)); });
     }
 
     std::atomic<int> threadId{0};
@@ -360,7 +349,7 @@ private slots:
         QTest::newRow("ticks negative") << ticks << QVariant(-1) << false;
         // It would be read back as 0.
         QTest::newRow("ticks as a text with decimals") << ticks << QVariant("9.7") << false;
-        // Nobody saves this one.
+        // Not one of the figures in force, so it is ignored.
         QTest::newRow("other field") << "title" << QVariant("two") << true;
     }
     void update_unusableFigure_isRefusedBeforeAnythingIsSent() {

@@ -33,7 +33,7 @@ bool isHandicap(const HandicapInfo& handicap, int level, double price, qint64 qt
 }
 
 struct RulesRoom : PriceRoom {
-    /// The first overload, as plain as it can be asked.
+    /// The first overload, without cage and handicap.
     double price(const QVariantMap& tick, int code, qint64 qty = 0, bool useFactor = false) {
         return prices.GetPriceByTickAndType(tick, type(code), qty, useFactor, false, false,
                                             nullptr);
@@ -41,7 +41,7 @@ struct RulesRoom : PriceRoom {
     double caged(const QVariantMap& tick, int code, bool sell) {
         return prices.GetPriceByTickAndType(tick, type(code), 0, false, true, sell, nullptr);
     }
-    /// The second one.
+    /// The second overload.
     double byRatio(const QVariantMap& tick, int code, double ratio, qint64 qty = 0) {
         return prices.GetPriceByTickAndType(tick, type(code), qty, ratio, nullptr);
     }
@@ -53,7 +53,7 @@ class PriceRulesTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void unit_eachKind_isItsBoards_data() {
+    void unit_eachType_isThatOfItsBoard_data() {
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QString>("side");
         QTest::addColumn<double>("price");
@@ -65,7 +65,7 @@ private slots:
              {SideUnion::FixIncomeTradeBuy, SideUnion::FixIncomeTradeSell,
               SideUnion::FixIncomeTradeBuySZ, SideUnion::FixIncomeTradeSellSZ}) {
             const QByteArray name = "fixed income " + side.toUtf8();
-            // The kind comes before the side, and the side before all else.
+            // The sub-type comes before the side, and the side before the type.
             QTest::newRow(name + " of a convertible") << "113001.SH" << side << 100.0 << "0.001";
             QTest::newRow(name + " of a bond") << "019001.SH" << side << 100.0 << "0.0001";
             QTest::newRow(name + " of a share") << "600000.SH" << side << 10.0 << "0.0001";
@@ -85,7 +85,7 @@ private slots:
         QTest::newRow("full circulation") << "09001.HK" << buy << 0.3 << "0.005";
         QTest::newRow("Hong Kong fund") << "02801.HK" << buy << 3.0 << "0.002";
     }
-    void unit_eachKind_isItsBoards() {
+    void unit_eachType_isThatOfItsBoard() {
         QFETCH(QString, symbol);
         QFETCH(QString, side);
         QFETCH(double, price);
@@ -95,7 +95,7 @@ private slots:
         QCOMPARE(room.prices.GetPriceUnitBySymbol(symbol, price, side), unit.toDouble());
     }
 
-    void unit_emptyLadder_isAThousandthAsText() {
+    void unit_emptyLadder_isOneThousandthAsText() {
         const PriceRoom room;
         const PriceUnitLadders empty;
         const HongKongPrices hongKong(empty);
@@ -104,7 +104,7 @@ private slots:
                  QString("0.001"));
     }
 
-    void precision_eachKind_goesBySubTypeSideAndType_data() {
+    void precision_eachType_goesBySubTypeSideAndType_data() {
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QString>("side");
         QTest::addColumn<int>("precision");
@@ -121,7 +121,7 @@ private slots:
         QTest::newRow("unknown") << "nothing"
                                  << "" << 2;
     }
-    void precision_eachKind_goesBySubTypeSideAndType() {
+    void precision_eachType_goesBySubTypeSideAndType() {
         QFETCH(QString, symbol);
         QFETCH(QString, side);
         QFETCH(int, precision);
@@ -179,13 +179,13 @@ private slots:
         QTest::newRow("lower limit") << 27 << 11.0 << 9.0;
         QTest::newRow("upper ratio") << 30 << 11.0 << 11.0;
         QTest::newRow("lower ratio") << 31 << 11.0 << 9.0;
-        // Without a limit of the day the fifth level stands for it; 1e7 itself is a limit.
+        // On a day without limits the fifth level is used instead; 1e7 itself is a limit.
         QTest::newRow("upper limit at the bound") << 26 << 1e7 << 1e7;
-        QTest::newRow("upper limit without one") << 26 << 1e7 + 1 << 10.05;
-        QTest::newRow("lower limit without one") << 27 << 1e7 + 1 << 9.95;
-        QTest::newRow("upper ratio without one") << 30 << 1e9 << 10.05;
-        QTest::newRow("lower ratio without one") << 31 << 1e9 << 9.95;
-        QTest::newRow("other types keep theirs") << 22 << 1e9 << 1e9;
+        QTest::newRow("upper limit on a day without limits") << 26 << 1e7 + 1 << 10.05;
+        QTest::newRow("lower limit on a day without limits") << 27 << 1e7 + 1 << 9.95;
+        QTest::newRow("upper ratio on a day without limits") << 30 << 1e9 << 10.05;
+        QTest::newRow("lower ratio on a day without limits") << 31 << 1e9 << 9.95;
+        QTest::newRow("other types are unchanged") << 22 << 1e9 << 1e9;
     }
     void priceByType_eachType_isItsPrice() {
         QFETCH(int, code);
@@ -227,7 +227,7 @@ private slots:
         QTest::newRow("asks, divided") << 28 << true << false << 3 << 10.03 << Q_INT64_C(300);
         QTest::newRow("bids, as given") << 29 << false << false << 5 << 9.95 << Q_INT64_C(500);
         QTest::newRow("with the cage") << 29 << true << true << 3 << 9.97 << Q_INT64_C(300);
-        // A limit of the day stands on no quote.
+        // The day's limit is not a quote.
         QTest::newRow("upper ratio") << 30 << false << false << 0 << 0.0 << Q_INT64_C(0);
     }
     void priceByType_anyType_fillsTheHandicap() {
@@ -285,7 +285,7 @@ private slots:
         QCOMPARE(room.price(tick, 3), 0.0);
         QCOMPARE(room.caged(tick, 3, false), 9.0);
         QCOMPARE(room.caged(tick, 3, true), 9.0);
-        // In the cage a sell may go down to 9.80, on any day.
+        // The cage allows a sell down to 9.80, whatever the day's limits.
         room.cage.initCageMap(nullptr, false);
         QCOMPARE(room.caged(tick, 3, false), 9.0);
         QVERIFY(isNear(room.caged(tick, 3, true), 9.80));
@@ -309,7 +309,7 @@ private slots:
         QTest::newRow("main board up") << "600000.SH" << 30 << 10.0 << 11.0;
         QTest::newRow("main board down") << "600000.SH" << 31 << 10.0 << 9.0;
         QTest::newRow("unknown symbol") << "nothing" << 30 << 10.0 << 11.0;
-        // The ratio means nothing to the others, and nothing swaps them.
+        // The ratio is not used for other types, which are not replaced either.
         QTest::newRow("upper limit") << "688001.SH" << 26 << 10.03 << 11.0;
         QTest::newRow("fifth bid") << "688001.SH" << 5 << 10.03 << 9.95;
     }

@@ -240,7 +240,7 @@ private slots:
                            {Security::LotSize, 7}});
         const Rules all(builder);
         QVERIFY(ZnEtfDataHandler::instance().load());
-        // The joined details have the lot; the rules ask the business data alone.
+        // The joined details have the lot, but the rules read only the business data.
         const QVariantMap details = all.identity.GetSecurityDetailsBySymbol("510011.SH");
         QCOMPARE(details.value(Security::LotSize).toInt(), 7);
         QCOMPARE(all.rules.GetQtyStepBySymbol("510011.SH"), 100);

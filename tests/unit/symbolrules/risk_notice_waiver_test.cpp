@@ -39,7 +39,7 @@ private slots:
         QTest::addColumn<QVariantMap>("file");
         QTest::newRow("yesterday") << QVariantMap{{"IgnoreDate", "20260309"}, {"symbol", "a|b"}};
         QTest::newRow("no date") << QVariantMap{{"symbol", "a|b"}};
-        QTest::newRow("no date at all") << QVariantMap{{"IgnoreDate", "soon"}, {"symbol", "a"}};
+        QTest::newRow("not a date") << QVariantMap{{"IgnoreDate", "soon"}, {"symbol", "a"}};
         QTest::newRow("empty file") << QVariantMap{};
     }
     void load_staleOrNoDate_emptiesTheSetAndWritesToday() {
@@ -58,7 +58,7 @@ private slots:
         QCOMPARE(after.lockedValue("symbol").toString(), QString());
     }
 
-    void load_today_takesTheSymbolsAndLeavesTheFile_data() {
+    void load_today_readsTheSymbolsAndLeavesTheFile_data() {
         QTest::addColumn<QString>("date");
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QSet<QString>>("expected");
@@ -71,7 +71,7 @@ private slots:
         QTest::newRow("none") << "20260310"
                               << "" << QSet<QString>{};
     }
-    void load_today_takesTheSymbolsAndLeavesTheFile() {
+    void load_today_readsTheSymbolsAndLeavesTheFile() {
         QFETCH(QString, date);
         QFETCH(QString, symbol);
         QFETCH(QSet<QString>, expected);
@@ -88,7 +88,7 @@ private slots:
         QCOMPARE(fileBytes(), before);
     }
 
-    void load_pastMidnight_theSameFileIsStale() {
+    void load_afterMidnight_treatsTheSameFileAsStale() {
         const ClientWorld world;
         writeFile({{"IgnoreDate", "20260310"}, {"symbol", "600000.SH"}});
         QObject owner;
@@ -103,7 +103,7 @@ private slots:
         QVERIFY(waiver.ignoreRiskSymbols().isEmpty());
     }
 
-    void load_beforeOpen_isToldAndChangesNothing() {
+    void load_beforeOpen_isLoggedAndChangesNothing() {
         const ClientWorld world;
         const StandingClock clock;
         RiskNoticeWaiver waiver(clock);

@@ -106,14 +106,14 @@ private slots:
         QCOMPARE(identity.GetSecuritySubTypeBySymbol("510011.SH"), QString("08900"));
     }
 
-    void exchanges_ofEachKind_data() {
+    void exchanges_eachSymbol_areListedInTheirOrder_data() {
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QString>("aExchange");
         QTest::addColumn<QStringList>("all");
         QTest::addColumn<QStringList>("names");
         QTest::newRow("one") << "600000.SH"
                              << "1" << QStringList{"1"} << QStringList{"上海"};
-        QTest::newRow("none of A shares")
+        QTest::newRow("not of A shares")
             << "00700.HK"
             << "" << QStringList{"G", "S"} << QStringList{"沪港通", "深港通"};
         QTest::newRow("Shenzhen second")
@@ -128,11 +128,11 @@ private slots:
         QTest::newRow("exchange without a name, named by the suffix")
             << "ODD.SH"
             << "" << QStringList{"?"} << QStringList{"上海"};
-        // Not in the securities: the exchange of the details, and none of A shares.
+        // Not among the securities: the exchange of the details, which is not one of A shares.
         QTest::newRow("redemption code") << "510011.SH"
                                          << "" << QStringList{"1"} << QStringList{"上海"};
     }
-    void exchanges_ofEachKind() {
+    void exchanges_eachSymbol_areListedInTheirOrder() {
         QFETCH(QString, symbol);
         QFETCH(QString, aExchange);
         QFETCH(QStringList, all);
@@ -143,7 +143,7 @@ private slots:
         QCOMPARE(identity.GetExchangeNameBySymbol(symbol), names);
     }
 
-    void securityId_ofEachSource_data() {
+    void securityId_eachSource_hasItsOwn_data() {
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<QString>("id");
         QTest::newRow("security") << "00700.HK"
@@ -157,13 +157,13 @@ private slots:
         QTest::newRow("portfolio") << "R00001.SH"
                                    << "R00001";
     }
-    void securityId_ofEachSource() {
+    void securityId_eachSource_hasItsOwn() {
         QFETCH(QString, symbol);
         QFETCH(QString, id);
         QCOMPARE(identity.GetSecurityIDBySymbol(symbol), id);
     }
 
-    void symbolOfAnId_knownAssembledOrNot_data() {
+    void symbolOfAnId_unknownToTheSecurities_isAssembled_data() {
         QTest::addColumn<QString>("id");
         QTest::addColumn<QString>("exchange");
         QTest::addColumn<QString>("symbol");
@@ -176,9 +176,9 @@ private slots:
         QTest::newRow("assembled, a redemption code") << "510011"
                                                       << "1"
                                                       << "510011.SH";
-        QTest::newRow("assembled, nobody's") << "600001"
-                                             << "1"
-                                             << "";
+        QTest::newRow("assembled, unknown") << "600001"
+                                            << "1"
+                                            << "";
         QTest::newRow("another exchange") << "600000"
                                           << "2"
                                           << "";
@@ -189,7 +189,7 @@ private slots:
                                  << ""
                                  << "";
     }
-    void symbolOfAnId_knownAssembledOrNot() {
+    void symbolOfAnId_unknownToTheSecurities_isAssembled() {
         QFETCH(QString, id);
         QFETCH(QString, exchange);
         QFETCH(QString, symbol);
@@ -199,7 +199,7 @@ private slots:
         QCOMPARE(identity.GetSymbolFromMap(fields), symbol);
     }
 
-    void symbolOfARecord_symbolThatNobodyKnows_isNotRepaired() {
+    void symbolOfARecord_unknownSymbol_isNotRepaired() {
         QVariantMap fields{{Security::symbol, "nobody.SH"},
                            {Security::securityID, "600000"},
                            {UserAccount::securityExchange, "1"}};
@@ -213,7 +213,7 @@ private slots:
         QCOMPARE(identity.GetSecurityChineseName("R00001.SH"), QString("组合"));
     }
 
-    void kinds_bySubType() {
+    void kinds_eachSubType_isRecognised() {
         QVERIFY(identity.IsBjOrGz("920001.BJ") && identity.IsBjOrGz("GZ1") &&
                 identity.IsBjOrGz("GZ2"));
         QVERIFY(!identity.IsBjOrGz("600000.SH"));
@@ -222,7 +222,7 @@ private slots:
         QVERIFY(!identity.IsSymbolBondRepurchase("600000.SH"));
     }
 
-    void chineseNames_ofExchangesAndSuffixes_areAsTold() {
+    void chineseNames_exchangesAndSuffixes_haveTheirNames() {
         QCOMPARE(identity.TransferFromExchange2Ch(Torvi_SecurityExchange::SH), QString("上海"));
         QCOMPARE(identity.TransferFromExchange2Ch(Torvi_SecurityExchange::SZ), QString("深圳"));
         QCOMPARE(identity.TransferFromExchange2Ch(Exchange::bj), QString("未知"));
@@ -240,8 +240,8 @@ private slots:
         }
     }
 
-    // Last, since it has a world of its own.
-    void symbolOfSeveralSources_theFirstOfThemAnswers() {
+    // Last, since it replaces the static database of the other cases.
+    void symbolOfSeveralSources_isAnsweredByTheFirst() {
         const QString name = QStringLiteral("name");
         const auto of = [&name](const QString& source, const QString& subscription = {}) {
             return QVariantMap{{name, source},

@@ -213,7 +213,7 @@ private slots:
     void superEtf_beforeTheLoad_answersOnlyAfterIt() {
         m_world.reset();
         AccountFixture room({TestAccount("T1").withCounter("10086", FundAccountType::Credit)},
-                         symbols());
+                            symbols());
         const Tradability rulesOfRoom(identity, room.securityAccounts);
         room.world.login();
         const LogCapture log;
@@ -235,9 +235,9 @@ private slots:
     void securityAccounts_asTheReader_loadOnceTheAccountTableIsLoaded() {
         m_world.reset();
         AccountFixture room({TestAccount("T1")
-                              .withCounter("10086", FundAccountType::Credit)
-                              .withSecurityAccount("1", "A1")
-                              .withSecurityAccount("G", "G1")});
+                                 .withCounter("10086", FundAccountType::Credit)
+                                 .withSecurityAccount("1", "A1")
+                                 .withSecurityAccount("G", "G1")});
         SecurityAccountsReader& reader = room.securityAccounts;
         // Nothing is loaded yet, and nothing blocks.
         QVERIFY(reader.securityExchangesOf("T1").isEmpty());

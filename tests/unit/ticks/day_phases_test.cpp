@@ -7,8 +7,8 @@
 
 namespace {
 
-/// Goes through every minute of the day, and the last millisecond of each. Empty when the phases
-/// are those of the table ("00:00 0, 09:15 1, ..."), otherwise what differs first.
+/// Checks the first and the last millisecond of every minute of the day. Returns an empty text when
+/// the phases are those of the table ("00:00 0, 09:15 1, ..."), otherwise the first difference.
 QString faultOfDay(const DayPhases& phases, const QDate& day, const QString& changes) {
     QMap<QString, QString> table;
     for (const QString& change : changes.split(", ")) {
@@ -83,7 +83,7 @@ void DayPhasesTest::phaseAt_minuteTable_data() {
 void DayPhasesTest::phaseAt_minuteTable() {
     QFETCH(QString, exchange);
     QFETCH(QString, changes);
-    // A plain Monday, with the calendar or without it.
+    // An ordinary Monday, with and without a calendar.
     const QDate day(2026, 1, 5);
     QCOMPARE(faultOfDay(DayPhases(exchange), day, changes), QString());
     QCOMPARE(faultOfDay(DayPhases(exchange, m_calendar), day, changes), QString());
@@ -115,7 +115,7 @@ void DayPhasesTest::phaseAt_dayOfTheCalendar_data() {
     row("its last day in the mainland", {2025, 10, 8}, Exchange::sge, kClosedDay);
     row("its last day in the mainland", {2025, 10, 8}, "?", kClosedDay);
     row("its last day in the mainland", {2025, 10, 8}, Exchange::hk, kHongKongDay);
-    // Connect and circulation need both sides.
+    // The connect and circulation markets need both sides open.
     row("its last day in the mainland", {2025, 10, 8}, Exchange::hhk, kClosedDay);
     row("its last day in the mainland", {2025, 10, 8}, Exchange::szhk, kClosedDay);
     row("its last day in the mainland", {2025, 10, 8}, Exchange::HkStockCirculation, kClosedDay);

@@ -46,14 +46,19 @@ private slots:
                 Qt::ConnectionType(Qt::DirectConnection | Qt::UniqueConnection));
     }
 
-    void step_symbolsTakeTurns_andTicksSayWhoAndWhen();
+    void step_symbolsTakeTurns_andTicksHoldSymbolAndTime();
     void step_sameOptions_givesTheSameTicks_whateverElseRuns();
     void step_withoutSymbols_publishesNothing();
     void step_readsTheFiguresOfTheRecord();
     void figures_data();
     void figures();
-    void unreadableDatabase_isTold_andTheStandingFiguresHold();
+    void symbolWithoutRecord_getsNoTicks_andIsLoggedOnce();
+    void subscribedSymbolWithoutRecord_leavesTheOthersTheirRate();
+    void unreadableDatabase_isLogged_andTheStandardFiguresAreUsed();
     void step_phaseFollowsTheClockAndTheExchange();
+    void aroundTheClock_everyPhaseIsContinuous_alsoAtNightAndOnHolidays_data();
+    void aroundTheClock_everyPhaseIsContinuous_alsoAtNightAndOnHolidays();
+    void withoutAClock_timesAreOfTheExchangesZone();
     void step_onAHoliday_theMarketIsClosed();
     void newDay_beginsAtTheRecordsFigures();
     void subscribedSymbols_areFedToo_untilTakenOut();
@@ -63,12 +68,12 @@ private slots:
     void catchUp_afterAStall_skipsWhatIsOlderThanASecond();
     void nextDue_isWhenTheNextTickComes_data();
     void nextDue_isWhenTheNextTickComes();
-    void nextDue_withNothingToPublish_isNone();
+    void nextDue_withNothingToPublish_isEmpty();
     void idleFeed_subscribed_beginsAtOnceWithoutCatchingUp();
     void started_publishesFromItsThread_untilStopped();
     void started_asleep_isWokenByASubscription();
     void started_asleep_ends();
-    void started_leavesNoRoomForSteps();
+    void started_refusesSteps();
 
 private:
     static CommonQuotaHandler& quota() { return CommonQuotaHandler::instance(); }
@@ -83,6 +88,16 @@ private:
         TickFeed::Options given;
         given.symbols = symbols;
         given.clock = m_clock->function();
+        return given;
+    }
+    /// The same, over a static database that knows one share of Shanghai and one of Hong Kong.
+    TickFeed::Options withRecords(const QStringList& symbols) const {
+        TickFeed::Options given = options(symbols);
+        given.staticDatabaseFile = m_home.filePath("static.db");
+        StaticDbBuilder()
+            .reference("security", "600000.SH", {{UserAccount::securityExchange, Exchange::sh}})
+            .reference("security", "700.HK", {{UserAccount::securityExchange, Exchange::hhk}})
+            .write(given.staticDatabaseFile);
         return given;
     }
     QStringList symbolsTaken() const {
@@ -108,7 +123,7 @@ private:
     std::function<void(const QString&)> m_onTick;
 };
 
-void TickSteppingTest::step_symbolsTakeTurns_andTicksSayWhoAndWhen() {
+void TickSteppingTest::step_symbolsTakeTurns_andTicksHoldSymbolAndTime() {
     TickFeed feed(options({"A", "B", "A", "", "C"}));
     QCOMPARE(feed.step(7), 7);
     QCOMPARE(symbolsTaken(), (QStringList{"A", "B", "C", "A", "B", "C", "A"}));
@@ -152,7 +167,7 @@ void TickSteppingTest::step_withoutSymbols_publishesNothing() {
 }
 
 void TickSteppingTest::step_readsTheFiguresOfTheRecord() {
-    TickFeed::Options given = options({"700.HK", "unknown"});
+    TickFeed::Options given = options({"700.HK", "bare"});
     given.staticDatabaseFile = m_home.filePath("static.db");
     StaticDbBuilder()
         .reference("security", "700.HK",
@@ -162,6 +177,7 @@ void TickSteppingTest::step_readsTheFiguresOfTheRecord() {
                     {"MinPx", 0},
                     {Security::LotSize, 500},
                     {UserAccount::securityExchange, Exchange::hhk}})
+        .reference("security", "bare", {{UserAccount::securityExchange, Exchange::sh}})
         .write(given.staticDatabaseFile);
     TickFeed feed(given);
     QCOMPARE(feed.step(2), 2);
@@ -170,10 +186,10 @@ void TickSteppingTest::step_readsTheFiguresOfTheRecord() {
     QCOMPARE(known.value("MinPx").toDouble(), 0.2);
     QCOMPARE(known.value("MaxPx").toDouble(), TickField::kNoUpperLimit);
     QCOMPARE(known.value("TotalQty").toLongLong() % 500, 0);
-    const QVariantMap unknown = m_taken.at(1).tick;
-    QCOMPARE(unknown.value("PreClosePx").toDouble(), 10.0);
-    QCOMPARE(unknown.value("MaxPx").toDouble(), 11.0);
-    QCOMPARE(unknown.value("MinPx").toDouble(), 9.0);
+    const QVariantMap bare = m_taken.at(1).tick;
+    QCOMPARE(bare.value("PreClosePx").toDouble(), 10.0);
+    QCOMPARE(bare.value("MaxPx").toDouble(), 11.0);
+    QCOMPARE(bare.value("MinPx").toDouble(), 9.0);
 }
 
 void TickSteppingTest::figures_data() {
@@ -203,7 +219,35 @@ void TickSteppingTest::figures() {
     QCOMPARE(found.lowerLimit, expected.at(3));
 }
 
-void TickSteppingTest::unreadableDatabase_isTold_andTheStandingFiguresHold() {
+void TickSteppingTest::symbolWithoutRecord_getsNoTicks_andIsLoggedOnce() {
+    const LogCapture log;
+    TickFeed feed(withRecords({"NOPE.SH", "600000.SH"}));
+    QCOMPARE(feed.step(3), 3);
+    QCOMPARE(symbolsTaken(), (QStringList{"600000.SH", "600000.SH", "600000.SH"}));
+    quota().subscribe({"NOPE.SH", "700.HK"}, 1, 0);
+    m_clock->advance(24 * 3600 * 1000);
+    QCOMPARE(feed.step(2), 2);
+    QVERIFY(takenOf("NOPE.SH").isEmpty());
+    QCOMPARE(log.texts(QtWarningMsg).filter("NOPE.SH").size(), 1);
+    QVERIFY(log.texts(QtWarningMsg).filter("600000.SH").isEmpty());
+}
+
+void TickSteppingTest::subscribedSymbolWithoutRecord_leavesTheOthersTheirRate() {
+    TickFeed::Options given = withRecords({"600000.SH"});
+    given.ratePerSymbol = true;
+    TickFeed feed(given);
+    quota().subscribe({"NOPE.SH"}, 1, 0);
+    QCOMPARE(feed.catchUp(0s), 0);
+    QCOMPARE(feed.catchUp(1s), 10);
+    QCOMPARE(takenOf("600000.SH").size(), 10);
+    // Nothing but unknown symbols is nothing to publish.
+    TickFeed unknown(withRecords({"NOPE.SZ"}));
+    quota().subscribe({"NOPE.SH"}, 0, 0);
+    QCOMPARE(unknown.catchUp(1s), 0);
+    QVERIFY(!unknown.nextDue());
+}
+
+void TickSteppingTest::unreadableDatabase_isLogged_andTheStandardFiguresAreUsed() {
     TickFeed::Options given = options({"A"});
     given.staticDatabaseFile = m_home.filePath("nothing.db");
     const LogCapture log;
@@ -214,16 +258,11 @@ void TickSteppingTest::unreadableDatabase_isTold_andTheStandingFiguresHold() {
 }
 
 void TickSteppingTest::step_phaseFollowsTheClockAndTheExchange() {
-    TickFeed::Options given = options({"1.HK", "600000.SH"});
-    given.staticDatabaseFile = m_home.filePath("static.db");
-    StaticDbBuilder()
-        .reference("security", "1.HK", {{UserAccount::securityExchange, Exchange::hhk}})
-        .write(given.staticDatabaseFile);
-    TickFeed feed(given);
+    TickFeed feed(withRecords({"700.HK", "600000.SH"}));
     const auto phases = [&]() {
         m_taken.clear();
         feed.step(2);
-        return takenOf("1.HK").first().tick.value("TradingPhaseCode").toString() +
+        return takenOf("700.HK").first().tick.value("TradingPhaseCode").toString() +
                takenOf("600000.SH").first().tick.value("TradingPhaseCode").toString();
     };
     const auto at = [&](int hour, int minute) {
@@ -235,6 +274,43 @@ void TickSteppingTest::step_phaseFollowsTheClockAndTheExchange() {
     QCOMPARE(at(11, 45), QString("34"));
     QCOMPARE(at(14, 58), QString("35"));
     QCOMPARE(at(15, 30), QString("36"));
+}
+
+void TickSteppingTest::aroundTheClock_everyPhaseIsContinuous_alsoAtNightAndOnHolidays_data() {
+    QTest::addColumn<QDateTime>("time");
+    QTest::newRow("morning") << kMorning;
+    QTest::newRow("lunch break") << QDateTime(kMorning.date(), QTime(12, 0));
+    QTest::newRow("night") << QDateTime(kMorning.date(), QTime(23, 30));
+    QTest::newRow("Sunday") << QDateTime(QDate(2026, 1, 4), QTime(10, 0));
+    QTest::newRow("holiday") << QDateTime(QDate(2025, 10, 1), QTime(3, 0));
+}
+
+void TickSteppingTest::aroundTheClock_everyPhaseIsContinuous_alsoAtNightAndOnHolidays() {
+    QFETCH(QDateTime, time);
+    m_clock->set(time);
+    TickFeed::Options given = withRecords({"700.HK", "600000.SH"});
+    given.aroundTheClock = true;
+    TickFeed feed(given);
+    QCOMPARE(feed.step(200), 200);
+    QSet<double> prices;
+    for (const Taken& one : std::as_const(m_taken)) {
+        QCOMPARE(one.tick.value("TradingPhaseCode").toString(), QString("3"));
+        QCOMPARE(one.tick.value(TickField::time).toDateTime(), time);
+        prices.insert(one.tick.value("LastPx").toDouble());
+    }
+    QVERIFY(prices.size() > 2);
+    QCOMPARE(takenOf("600000.SH").last().tick.value("DealCount").toInt(), 100);
+}
+
+void TickSteppingTest::withoutAClock_timesAreOfTheExchangesZone() {
+    TickFeed::Options given = withRecords({"600000.SH"});
+    given.clock = nullptr;
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    TickFeed(given).stepOnce();
+    const QDateTime time = m_taken.first().tick.value(TickField::time).toDateTime();
+    QVERIFY(before <= time && time <= QDateTime::currentDateTimeUtc());
+    QCOMPARE(time.offsetFromUtc(), 8 * 3600);
+    QCOMPARE(time.toString(Qt::ISODate).right(6), QString("+08:00"));
 }
 
 void TickSteppingTest::step_onAHoliday_theMarketIsClosed() {
@@ -358,7 +434,7 @@ void TickSteppingTest::nextDue_isWhenTheNextTickComes() {
     given.ratePerSymbol = perSymbol;
     TickFeed feed(given);
     QCOMPARE(feed.catchUp(0s), 0);
-    // Who sleeps from one to the next publishes one tick each time and wakes for nothing.
+    // Sleeping until each due time publishes exactly one tick every time.
     for (int i = 1; i <= 500; ++i) {
         const auto due = feed.nextDue();
         QVERIFY(due);
@@ -369,7 +445,7 @@ void TickSteppingTest::nextDue_isWhenTheNextTickComes() {
     }
 }
 
-void TickSteppingTest::nextDue_withNothingToPublish_isNone() {
+void TickSteppingTest::nextDue_withNothingToPublish_isEmpty() {
     TickFeed::Options given = options({});
     TickFeed feed(given);
     feed.catchUp(0s);
@@ -387,7 +463,7 @@ void TickSteppingTest::nextDue_withNothingToPublish_isNone() {
         still.catchUp(1s);
         QVERIFY(!still.nextDue());
     }
-    // So seldom that the time is far beyond every clock.
+    // A rate whose next tick is later than any clock gets.
     given.ticksPerSecond = 1e-300;
     TickFeed seldom(given);
     QCOMPARE(seldom.catchUp(1s), 0);
@@ -423,7 +499,7 @@ void TickSteppingTest::started_asleep_isWokenByASubscription() {
     quota().subscribe({"S"}, 1, 0);
     QVERIFY(waitFor([this] { return m_taken.size() >= 2; }));
     feed.stop();
-    // Nobody listens any more.
+    // A stopped feed ignores subscriptions.
     quota().subscribe({"T"}, 1, 0);
     QVERIFY(takenOf("T").isEmpty());
 }
@@ -442,6 +518,7 @@ void TickSteppingTest::started_publishesFromItsThread_untilStopped() {
     given.ticksPerSecond = 2000;
     given.staticDatabaseFile = m_home.filePath("static.db");
     StaticDbBuilder()
+        .reference("security", "A", {{"PriceTick", 0.01}})
         .reference("security", "B", {{"PreClosePx", 20.0}})
         .write(given.staticDatabaseFile);
     TickFeed feed(given);
@@ -460,12 +537,12 @@ void TickSteppingTest::started_publishesFromItsThread_untilStopped() {
     }
     QCOMPARE(takenOf("A").first().tick.value("PreClosePx").toDouble(), 10.0);
     QCOMPARE(takenOf("B").first().tick.value("PreClosePx").toDouble(), 20.0);
-    // Goes on where it was.
+    // A second start continues the walk.
     feed.start();
     QVERIFY(waitFor([&]() { return m_taken.size() > sofar; }));
 }
 
-void TickSteppingTest::started_leavesNoRoomForSteps() {
+void TickSteppingTest::started_refusesSteps() {
     TickFeed::Options given = options({"A"});
     given.ticksPerSecond = 0;
     TickFeed feed(given);

@@ -17,7 +17,7 @@ struct Shape {
     double highest;
 };
 
-/// Limits that lie off the grid bind at the next price inside.
+/// A limit off the grid acts at the next price inside it.
 const QVector<Shape>& shapes() {
     static const QVector<Shape> all{
         {"share", {10.0, 0.01, 11.0, 9.0, 100}, 9.0, 11.0},
@@ -31,7 +31,7 @@ const QVector<Shape>& shapes() {
     return all;
 }
 
-/// A whole day in few steps.
+/// A whole day's phases in few steps.
 QStringList dayOfPhases() {
     QStringList phases{TickPhase::beforeOpen};
     const auto add = [&phases](const QString& phase, int count) {
@@ -53,7 +53,7 @@ double number(const QVariantMap& tick, const QString& key) {
     return tick.value(key).toDouble();
 }
 
-/// Every price of a tick that is there.
+/// Every price of a tick that is not 0.
 QVector<double> pricesOf(const QVariantMap& tick) {
     QVector<double> prices;
     for (auto it = tick.cbegin(); it != tick.cend(); ++it) {
@@ -65,7 +65,7 @@ QVector<double> pricesOf(const QVariantMap& tick) {
     return prices;
 }
 
-/// Empty when the levels of one side go away from the best one step by step, without gaps.
+/// Returns an empty text when the levels of one side follow each other by one step, without gaps.
 QString faultOfSide(const QVariantMap& tick, bool buy, double step) {
     const auto& price = buy ? TickField::buyPrice : TickField::sellPrice;
     const auto& qty = buy ? TickField::buyQty : TickField::sellQty;
@@ -277,7 +277,7 @@ void TickWalkTest::impossibleFigures_areReplaced() {
     }
     TickWalk turned(1, {10.0, 0.01, 9.0, 11.0, 100});
     QCOMPARE(number(turned.step(TickPhase::closed), TickField::maxPrice), TickField::kNoUpperLimit);
-    // A close outside the limits trades inside them.
+    // With a close outside the limits, trading takes place inside them.
     TickWalk outside(1, {12.0, 0.01, 11.0, 9.0, 100});
     QCOMPARE(number(outside.step(TickPhase::closed), TickField::lastPrice), 11.0);
 }

@@ -286,7 +286,7 @@ private:
     QString status(const QString& msgType, const QVariantMap& fields) {
         return ask(msgType, fields).value(System::requestExeStatus).toString();
     }
-    /// The text of a refusal, empty when there was none.
+    /// The text of a refusal; empty after a success.
     QString refusal(const QString& msgType, const QVariantMap& fields) {
         const QVariantMap header = ask(msgType, fields);
         return header.value(System::requestExeStatus).toString() == RequestExeStatus::success
@@ -294,7 +294,7 @@ private:
                    : header.value(System::textDescription).toString();
     }
     QList<QVariantMap> rows() const { return rowsOf(m_answer); }
-    /// A field of the first account that the login sees, of its tree's row or its counter's.
+    /// A field of the first account that the login sees, from the tree or from the counter.
     QString firstAccount(const QString& field) {
         ask(HostMsgType::accountTree, {{UserAccount::loginUserId, SampleLogin::user}});
         const QVariantMap tree = rows().value(0);

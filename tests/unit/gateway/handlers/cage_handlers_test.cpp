@@ -65,7 +65,7 @@ private slots:
         QTest::addColumn<double>("ratio");
         QTest::addColumn<int>("ticks");
         QTest::addColumn<int>("control");
-        // By ratio alone (1), by ticks alone (2), the wider of both (3).
+        // By ratio only (1), by ticks only (2), the larger of both (3).
         QTest::newRow("main boards") << "1" << QStringList{"1-2-*", "2-2-*"} << 0.02 << 10 << 3;
         QTest::newRow("science board") << "2" << QStringList{"1-2-02200"} << 0.02 << 10 << 1;
         QTest::newRow("Hong Kong") << "3" << QStringList{"G-2-*", "S-2-*"} << 0.02 << 9 << 2;

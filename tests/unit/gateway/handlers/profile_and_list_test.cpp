@@ -16,7 +16,7 @@
 #include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
 
-/// The handlers of lists and of what users write, over the sample market.
+/// The handlers of lists and of profiles, over the sample market.
 class ProfileAndListTest : public QObject {
     Q_OBJECT
 
@@ -30,14 +30,14 @@ private slots:
     void profile_writtenAgain_isReplaced();
     void profile_otherUser_seesNothingOfIt();
     void profile_engineAnew_keepsIt();
-    void profile_none_isAnEmptySuccess();
+    void profile_withoutRecords_isAnEmptySuccess();
     void profile_badRow_isRefusedAndNothingWritten_data();
     void profile_badRow_isRefusedAndNothingWritten();
     void profile_unknownUser_isRefused();
-    void anyRequest_fewerRowsThanTold_isRefused();
-    void anyRequest_numberOfRowsThatIsNone_isRefused_data();
-    void anyRequest_numberOfRowsThatIsNone_isRefused();
-    void anyRequest_moreRowsThanTold_hasThoseToldAlone();
+    void anyRequest_fewerRowsThanStated_isRefused();
+    void anyRequest_invalidNumberOfRows_isRefused_data();
+    void anyRequest_invalidNumberOfRows_isRefused();
+    void anyRequest_moreRowsThanStated_usesTheStatedOnes();
     void securityAccounts_pages_areThoseOfTheLogin();
     void securityAccounts_positions_giveTheSameList();
     void lists_anyPart_isReadWithoutSorting_data();
@@ -127,7 +127,7 @@ void ProfileAndListTest::profile_exactKey_looksAtNoOther() {
     const LogCapture log;
     QCOMPARE(read("key", "").size(), 1);
     QVERIFY(!log.contains(QtWarningMsg, QStringLiteral("has an unreadable record")));
-    // With the beginning of a key both the good ones come, and the broken one is told.
+    // A prefix finds both valid records and logs the broken one.
     QCOMPARE(read("key", "1").size(), 2);
     QVERIFY(log.contains(QtWarningMsg, QStringLiteral("has an unreadable record")));
 }
@@ -162,7 +162,7 @@ void ProfileAndListTest::profile_engineAnew_keepsIt() {
     QCOMPARE(read("key", "1").size(), 1);
 }
 
-void ProfileAndListTest::profile_none_isAnEmptySuccess() {
+void ProfileAndListTest::profile_withoutRecords_isAnEmptySuccess() {
     QVERIFY(read("user_priceCage", "1").isEmpty());
 }
 
@@ -195,14 +195,14 @@ void ProfileAndListTest::profile_unknownUser_isRefused() {
     QVERIFY(!refusal().isEmpty());
 }
 
-void ProfileAndListTest::anyRequest_fewerRowsThanTold_isRefused() {
+void ProfileAndListTest::anyRequest_fewerRowsThanStated_isRefused() {
     QVERIFY(!isSuccess(ask(kWrite, {{System::subGroupNumber, 2}}, {profileRow("key", "a")})));
     QVERIFY2(refusal().contains(kWrite) && refusal().contains("2"), qPrintable(refusal()));
     QVERIFY(read("", "1").isEmpty());
 }
 
-void ProfileAndListTest::anyRequest_numberOfRowsThatIsNone_isRefused_data() {
-    QTest::addColumn<QVariant>("told");
+void ProfileAndListTest::anyRequest_invalidNumberOfRows_isRefused_data() {
+    QTest::addColumn<QVariant>("stated");
     QTest::newRow("negative") << QVariant(-1);
     QTest::newRow("no number") << QVariant("x");
     QTest::newRow("fraction") << QVariant(0.5);
@@ -210,14 +210,14 @@ void ProfileAndListTest::anyRequest_numberOfRowsThatIsNone_isRefused_data() {
     QTest::newRow("list") << QVariant(QVariantList{1});
 }
 
-void ProfileAndListTest::anyRequest_numberOfRowsThatIsNone_isRefused() {
-    QFETCH(QVariant, told);
-    QVERIFY(!isSuccess(ask(kWrite, {{System::subGroupNumber, told}}, {profileRow("key", "a")})));
+void ProfileAndListTest::anyRequest_invalidNumberOfRows_isRefused() {
+    QFETCH(QVariant, stated);
+    QVERIFY(!isSuccess(ask(kWrite, {{System::subGroupNumber, stated}}, {profileRow("key", "a")})));
     QVERIFY2(refusal().contains(kWrite) && refusal().contains("行数无效"), qPrintable(refusal()));
     QVERIFY(read("", "1").isEmpty());
 }
 
-void ProfileAndListTest::anyRequest_moreRowsThanTold_hasThoseToldAlone() {
+void ProfileAndListTest::anyRequest_moreRowsThanStated_usesTheStatedOnes() {
     QVERIFY(isSuccess(ask(kWrite, {{System::subGroupNumber, 1}},
                           {profileRow("key", "a"), profileRow("key2", "b")})));
     QCOMPARE(rowsOf(m_answer).size(), 1);

@@ -27,16 +27,16 @@ class TickPriceTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void price_eachType_isItsQuoteOrBound_data() {
+    void price_eachType_isItsQuoteOrLimit_data() {
         QTest::addColumn<int>("type");
         QTest::addColumn<double>("price");
         QTest::newRow("best bid") << 1 << 9.9;
         QTest::newRow("second bid") << 2 << 9.8;
         QTest::newRow("missing bid") << 3 << 0.0;
         QTest::newRow("best ask") << 11 << 10.1;
-        QTest::newRow("ask of nothing") << 13 << 0.0;
+        QTest::newRow("ask of 0") << 13 << 0.0;
         QTest::newRow("fourth ask") << 14 << 10.4;
-        // Five levels have a type; the tick has a sixth.
+        // Only five levels have a price type, but the tick has a sixth.
         QTest::newRow("sixth bid") << 6 << 0.0;
         QTest::newRow("sixth ask") << 16 << 0.0;
         QTest::newRow("upper limit") << 22 << 11.0;
@@ -48,7 +48,7 @@ private slots:
         QTest::newRow("no type") << 0 << 0.0;
         QTest::newRow("unknown type") << 99 << 0.0;
     }
-    void price_eachType_isItsQuoteOrBound() {
+    void price_eachType_isItsQuoteOrLimit() {
         QFETCH(int, type);
         QFETCH(double, price);
         QCOMPARE(::price(levels(), static_cast<CustomPriceType>(type)), price);
@@ -64,10 +64,10 @@ private slots:
         QTest::newRow("nothing") << true << qint64(0) << 9.9 << 1 << qint64(10);
         QTest::newRow("just the first") << true << qint64(10) << 9.9 << 1 << qint64(10);
         QTest::newRow("one more") << true << qint64(11) << 9.8 << 2 << qint64(30);
-        QTest::newRow("more than there is") << true << qint64(31) << 9.8 << 2 << qint64(30);
+        QTest::newRow("more than the depth") << true << qint64(31) << 9.8 << 2 << qint64(30);
         QTest::newRow("asks") << false << qint64(6) << 10.2 << 2 << qint64(10);
-        // A level without a price ends the quotes.
-        QTest::newRow("behind a gap") << false << qint64(50) << 10.2 << 2 << qint64(10);
+        // The quotes end at a level without a price.
+        QTest::newRow("after a gap") << false << qint64(50) << 10.2 << 2 << qint64(10);
     }
     void depth_quantity_isReachedAtItsLevel() {
         QFETCH(bool, bid);
@@ -94,16 +94,16 @@ private slots:
         }
     }
 
-    void price_whatIsNoNumber_countsAsNone_data() {
+    void price_notANumber_countsAsMissing_data() {
         QTest::addColumn<QVariant>("value");
-        QTest::newRow("no number") << QVariant(kNone);
+        QTest::newRow("not a number") << QVariant(kNone);
         QTest::newRow("infinity") << QVariant(kInfinity);
         QTest::newRow("minus infinity") << QVariant(-kInfinity);
         QTest::newRow("negative") << QVariant(-1.0);
-        QTest::newRow("next to nothing") << QVariant(1e-10);
+        QTest::newRow("at the tolerance") << QVariant(1e-10);
         QTest::newRow("text") << QVariant("ten");
     }
-    void price_whatIsNoNumber_countsAsNone() {
+    void price_notANumber_countsAsMissing() {
         QFETCH(QVariant, value);
         QVariantMap tick = levels();
         for (const char* key :
@@ -120,7 +120,7 @@ private slots:
         QCOMPARE(handicap.level, 2);
     }
 
-    void checkedPrice_outsideTheDay_isBroughtToItsBound() {
+    void checkedPrice_outsideTheDay_becomesItsLimit() {
         QCOMPARE(VelmarBusiUtils::GetCheckedPriceFromTick(levels(), 12.0), 11.0);
         QCOMPARE(VelmarBusiUtils::GetCheckedPriceFromTick(levels(), 8.0), 9.0);
         QCOMPARE(VelmarBusiUtils::GetCheckedPriceFromTick(levels(), 10.5), 10.5);
@@ -167,7 +167,7 @@ private slots:
         QCOMPARE(VelmarBusiUtils::GetPricePrecision(type, subType, post, side), precision);
     }
 
-    void displayFactor_byPostAndExchange_areAlikeAndNeverZero() {
+    void displayFactor_bySuffixAndByExchange_areEqualAndNeverZero() {
         const QString stock = MdcSecurityType::StockType;
         QCOMPARE(VelmarBusiUtils::GetDispFactor(stock, SymbolPost::sh), 100);
         QCOMPARE(VelmarBusiUtils::GetDispFactorByExchange(stock, Exchange::sh), 100);

@@ -26,7 +26,7 @@ constexpr const char* kRefusal = "fixtureRefusal";
 /// A copy of the fixture in which a text of its metadata is replaced by another of the same length.
 QString fixtureWith(const QTemporaryDir& dir, const QByteArray& text, const QByteArray& other) {
     QFile original(kFixture);
-    const QString path = dir.filePath("libChanged.so");
+    QString path = dir.filePath("libChanged.so");
     QFile changed(path);
     if (!original.open(QIODevice::ReadOnly) || !changed.open(QIODevice::WriteOnly)) {
         return {};
@@ -145,6 +145,7 @@ void PluginManagerTest::load_metaDataThatDoesNotFit_isRefusedUnloaded() {
     const QTemporaryDir dir;
     const QString file = fixtureWith(dir, text, other);
     QVERIFY(!file.isEmpty());
+    QVERIFY2(PluginManager::unfitness(file).contains(why), qPrintable(file));
     refused(file, why);
     QCOMPARE(calls(), QStringList());
 }
@@ -170,6 +171,7 @@ void PluginManagerTest::load_twice_isRefused() {
 
 void PluginManagerTest::load_good_initializesWithTheLibrarysName() {
     PluginManager manager;
+    QCOMPARE(PluginManager::unfitness(kFixture), QString());
     QVERIFY(manager.load(kFixture, nullptr));
     QCOMPARE(calls(), QStringList{"initialize 0 libFixturePlugin"});
     QObject* const descriptor = manager.descriptor("Good");

@@ -171,7 +171,10 @@ void PresenterAsyncTest::async_withoutAnswer_deliversNothingAndLogsOneLine() {
 
 void PresenterAsyncTest::async_cannotBeHandedOver_returnsTwo() {
     link().refuseSends(true);
+    const LogCapture log;
     QCOMPARE(sendAsync(kType, "id"), kFailure);
+    QVERIFY(log.contains(QtDebugMsg, "not sent"));
+    QVERIFY(log.texts(QtWarningMsg).isEmpty());
     QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 0);
 }
 

@@ -29,6 +29,7 @@ public:
                    {"GetSecurityTypeBySymbol", "2"},
                    {"GetSecuritySubTypeBySymbol", "02200"},
                    {"GetASecurityExchangeBySymbol", "1"},
+                   {"GetSecurityExchangeListBySymbol", QJsonArray{"1"}},
                    {"GetQtyStepBySymbol", 100},
                    {"GetMinQtyPerOrderBySymbol", 100},
                    {"GetMaxQtyPerOrderBySymbol", 1000000},
@@ -42,6 +43,9 @@ public:
     QString notice;
     QMap<QString, int> largestWhen;  ///< by the order as JSON
     QList<QStringList> cageAsked;
+    double buyLimit = 10.2;
+    double sellLimit = 9.8;
+    QMap<QString, QString> symbols;  ///< by code and exchange, "600000 1"
 
     void setCage(const QJsonObject& figures) {
         QJsonObject cage = figures;
@@ -52,6 +56,7 @@ public:
         cage.insert(CageField::userSellPercent, 0.02);
         cage.insert(CageField::userSellUnit, 10);
         results.insert("GetCageMapBySymbol", cage);
+        results.insert("GetAllCageMap", QJsonObject{{"7", cage}});
         results.insert("GetCageIndexMap",
                        QJsonObject{{"1", QJsonObject{{"2", QJsonObject{{"*", "7"}}}}}});
     }
@@ -65,9 +70,12 @@ protected:
         if (name == "GetMaxQtyPerOrderBySymbol" && largestWhen.contains(arguments.last())) {
             answer->insert("result", largestWhen.value(arguments.last()));
         }
+        if (name == "GetSymbolBySecurityIDAndExchange") {
+            answer->insert("result", symbols.value(arguments.join(' ')));
+        }
         if (name == "CheckCagePrice") {
             cageAsked.append(arguments);
-            answer->insert("result", arguments.last() == "true" ? 9.8 : 10.2);
+            answer->insert("result", arguments.last() == "true" ? sellLimit : buyLimit);
         }
     }
 };
@@ -100,7 +108,7 @@ private slots:
         QCOMPARE(languageOf("C"), TextLanguage::English);
     }
 
-    void languageOfEnvironment_firstThatSaysAnything_counts() {
+    void languageOfEnvironment_firstVariableThatIsSet_decides() {
         const auto asked = [](const char* all, const char* messages, const char* lang) {
             qputenv("LC_ALL", all);
             qputenv("LC_MESSAGES", messages);
@@ -148,7 +156,7 @@ private slots:
                  "数量步长 100 " + chinese);
     }
 
-    void step_lotBeyondAnInt_isTheLargestThereIs() {
+    void step_lotBeyondAnInt_isTheLargestInt() {
         Answers answers;
         answers.results.insert("GetQtyStepBySymbol", std::numeric_limits<int>::max());
         RulesFacts facts;
@@ -194,7 +202,7 @@ private slots:
                  "largest order 1000000 " + QString(source).replace("%1", "MaxQtyRule"));
     }
 
-    void prices_unitDecimalsAndFactor_areTold() {
+    void prices_unitDecimalsAndFactor_areShown() {
         Answers answers;
         const RulesAnswer answer = explain(answers, {});
         QCOMPARE(lineOf(answer, "price unit"), QString("price unit 0.01 at a price of 10"));
@@ -202,16 +210,16 @@ private slots:
         QCOMPARE(lineOf(answer, "display factor"), QString("display factor 100"));
     }
 
-    void sourceThatDisagrees_isNotTold() {
+    void sourceThatDisagrees_isCalledUnclear() {
         Answers answers;
         RulesFacts facts;
         facts.minRules = {{"02200", "200"}};
         const RulesAnswer answer = explain(answers, facts);
         QCOMPARE(lineOf(answer, "smallest order"),
-                 QString("smallest order 100 cannot be told: the rules as read give 200"));
+                 QString("smallest order 100 unclear: the rules as read give 200"));
     }
 
-    void hongKong_hasRulesOfItsOwn() {
+    void hongKong_hasItsOwnRules() {
         Answers answers;
         answers.results.insert("GetSecuritySubTypeBySymbol", "02400");
         answers.results.insert("GetMaxQtyPerOrderBySymbol", 300000);
@@ -225,7 +233,7 @@ private slots:
                  QString("largest order 300000 Hong Kong: 3000 steps, at most 99999999"));
     }
 
-    void largestOrder_itsConditions_areAskedOneByOne() {
+    void largestOrder_eachCondition_isAskedOnItsOwn() {
         Answers answers;
         answers.largestWhen = {{R"({"orderType":"1"})", 50000}};
         RulesFacts facts;
@@ -239,6 +247,56 @@ private slots:
         QCOMPARE(answer.lines.filter("largest order when").size(), 1);
         QCOMPARE(lineOf(answer, "largest order when orderType:1"),
                  QString("largest order when orderType:1 50000 MaxQtyRule, sub-type 02200"));
+    }
+
+    void largestOrder_conditionsThatCannotHold_areLeftOut_data() {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<bool>("isShown");
+        QTest::newRow("own exchange") << "02200_securityExchange:1,orderType:2" << true;
+        QTest::newRow("another exchange") << "02200_securityExchange:2" << false;
+        QTest::newRow("another type") << "2_mdcSecurityType:8" << false;
+        QTest::newRow("another sub-type") << "2_mdcSubSecurityType:02001,orderType:1" << false;
+        QTest::newRow("another security's key") << "02100_orderType:2" << false;
+        QTest::newRow("type, preceded by the sub-type") << "2_orderType:1,side:B" << false;
+        QTest::newRow("type, not preceded") << "2_orderType:2" << true;
+    }
+    void largestOrder_conditionsThatCannotHold_areLeftOut() {
+        QFETCH(QString, key);
+        QFETCH(bool, isShown);
+        Answers answers;
+        RulesFacts facts;
+        facts.maxRules = {{"02200_orderType:1", "1000000"}, {key, "1000000"}};
+        const QStringList shown = explain(answers, facts).lines.filter("largest order when");
+        QCOMPARE(shown.size(), isShown ? 2 : 1);
+        QCOMPARE(shown.filter(key.section('_', 1)).size(), isShown ? 1 : 0);
+        QVERIFY(shown.filter("unclear").isEmpty());
+    }
+
+    void cage_unit_comesFromTheDecimals_andDiffersFromTheOrders() {
+        Answers answers;
+        answers.setCage({});
+        answers.results.insert("GetPricePrecisionBySymbol", 3);
+        answers.results.insert("GetPriceUnitStringBySymbol", "0.050");
+        const RulesAnswer answer = explain(answers, {});
+        QCOMPARE(lineOf(answer, "price unit of the cage"),
+                 QString("price unit of the cage 0.001 3 decimals of a price; orders step by 0.050 "
+                         "at 10"));
+        answers.results.insert("GetPricePrecisionBySymbol", -1);
+        QVERIFY(lineOf(explain(answers, {}, TextLanguage::Chinese), "笼子价位单位")
+                    .startsWith("笼子价位单位 0.01 "));
+    }
+
+    void cage_answersThatTheFiguresDoNotGive_areCalledUnclear() {
+        Answers answers;
+        answers.setCage({});
+        answers.buyLimit = 10.3;
+        const RulesAnswer answer = explain(answers, {});
+        QCOMPARE(lineOf(answer, "cage: buy at most"),
+                 QString("cage: buy at most 10.3 unclear: the rules as read give 10.2"));
+        QCOMPARE(lineOf(answer, "cage: sell at least"),
+                 QString("cage: sell at least 9.8 base price 10 (PreClosePx)"));
+        answers.results.insert("GetAllCageMap", QJsonObject());
+        QVERIFY(lineOf(explain(answers, {}), "price cage").contains("unclear"));
     }
 
     void cage_figures_areComparedWithTheDefault() {
@@ -256,14 +314,14 @@ private slots:
                     .endsWith("the user's own; the server's default is 0.05, 10"));
         answers.setCage({});
         QVERIFY(lineOf(explain(answers, {}), "buying: share and price units")
-                    .endsWith("no server's default beside it"));
+                    .endsWith("the server has no default"));
         QVERIFY(lineOf(answer, "cage tables").contains("the user's"));
         answers.notice = "价格笼子应用设置:初始化失败\n价格笼子参数设置:初始化失败";
         QVERIFY(
             lineOf(explain(answers, {}), "cage tables").endsWith("价格笼子参数设置:初始化失败"));
     }
 
-    void cage_controlType_isToldInWords_data() {
+    void cage_controlType_isShownInWords_data() {
         QTest::addColumn<QJsonValue>("type");
         QTest::addColumn<QString>("english");
         QTest::addColumn<QString>("chinese");
@@ -275,13 +333,13 @@ private slots:
                               << "3 取较宽者";
         QTest::newRow("rounded") << QJsonValue(2.6) << "3 the wider one"
                                  << "3 取较宽者";
-        const QString unknown = "unknown kind: buying 0, selling the wider one";
+        const QString unknown = "unknown kind: 0 for buying, the wider one for selling";
         QTest::newRow("none") << QJsonValue(0) << "0 " + unknown
                               << "0 未知方式：买入为0，卖出取较宽者";
         QTest::newRow("unknown") << QJsonValue(4) << "4 " + unknown
                                  << "4 未知方式：买入为0，卖出取较宽者";
     }
-    void cage_controlType_isToldInWords() {
+    void cage_controlType_isShownInWords() {
         QFETCH(QJsonValue, type);
         QFETCH(QString, english);
         QFETCH(QString, chinese);
@@ -290,13 +348,12 @@ private slots:
         QJsonObject cage = answers.results.value("GetCageMapBySymbol").toObject();
         cage.insert(CageField::controlType, type);
         answers.results.insert("GetCageMapBySymbol", cage);
-        QCOMPARE(lineOf(explain(answers, {}), "which of the two counts"),
-                 "which of the two counts " + english);
+        QCOMPARE(lineOf(explain(answers, {}), "limit taken from"), "limit taken from " + english);
         QCOMPARE(lineOf(explain(answers, {}, TextLanguage::Chinese), "生效方式"),
                  "生效方式 " + chinese);
     }
 
-    void cage_unitsThatAreNoWholeNumbers_areToldAsTheyCount() {
+    void cage_fractionalUnits_areShownAsTheyCount() {
         Answers answers;
         answers.setCage({});
         QJsonObject cage = answers.results.value("GetCageMapBySymbol").toObject();
@@ -375,12 +432,14 @@ private slots:
         RulesFacts facts;
         facts.tick = {{"Symbol", kSymbol}, {"TradingPhaseCode", "6"}, {"Sell1Price", 10.5},
                       {"LastPx", 10.4},    {"MaxPx", 12.0},           {"MinPx", 8.0}};
+        answers.buyLimit = 10.71;
+        answers.sellLimit = 10.29;
         const RulesAnswer answer = explain(answers, facts);
         QCOMPARE(lineOf(answer, "cage: buy at most"),
-                 QString("cage: buy at most 10.2 base price 10.5 (Sell1Price)"));
-        // Without a bid the ask stands in for it.
+                 QString("cage: buy at most 10.71 base price 10.5 (Sell1Price)"));
+        // Without a bid the ask is the base.
         QCOMPARE(lineOf(answer, "cage: sell at least"),
-                 QString("cage: sell at least 9.8 base price 10.5 (Sell1Price)"));
+                 QString("cage: sell at least 10.29 base price 10.5 (Sell1Price)"));
         QCOMPARE(answers.cageAsked.size(), 2);
         const QJsonObject tick =
             QJsonDocument::fromJson(answers.cageAsked.first().at(1).toUtf8()).object();
@@ -390,7 +449,7 @@ private slots:
         QCOMPARE(lineOf(answer, "limits of the day"), QString("limits of the day 8 - 12"));
     }
 
-    void dayWithoutAnUpperLimit_isSaid() {
+    void dayWithoutAnUpperLimit_isReported() {
         Answers answers;
         RulesFacts facts;
         facts.tick = {{"Symbol", kSymbol}, {"MaxPx", 99999999.0}, {"MinPx", 0.01}};
@@ -402,12 +461,12 @@ private slots:
         Answers answers;
         answers.setCage({});
         const RulesAnswer answer = explain(answers, {});
-        QVERIFY(answer.lines.at(2).startsWith("no tick came"));
+        QVERIFY(answer.lines.at(2).startsWith("no tick received"));
         QCOMPARE(lineOf(answer, "cage: buy at most"),
                  QString("cage: buy at most 10.2 base price 10 (PreClosePx)"));
     }
 
-    void cage_noneOrNotLoaded_isSaid() {
+    void cage_missingOrNotLoaded_isReported() {
         Answers answers;
         QVERIFY(lineOf(explain(answers, {}), "price cage").contains("no price cage covers"));
         answers.results.insert("IsUserCageInfoInited", false);
@@ -416,7 +475,7 @@ private slots:
         answers.asked.clear();
         const RulesAnswer answer = explain(answers, facts);
         QVERIFY(answer.lines.contains(
-            "the price cage was not loaded within 20 s; what follows is without it"));
+            "the price cage was not loaded within 20 s; it is left out below"));
         QVERIFY(!answers.asked.contains("GetCageMapBySymbol"));
         QCOMPARE(explain(answers, facts, TextLanguage::Chinese).lines.filter("20秒").size(), 1);
     }
@@ -427,6 +486,27 @@ private slots:
         QCOMPARE(explain(answers, {}).error, QString("no security is called '688001.SH'"));
         QCOMPARE(explain(answers, {}, TextLanguage::Chinese).error,
                  QString("没有证券代码'688001.SH'"));
+    }
+
+    void unknownSymbol_symbolsOfTheSameCode_areSuggested() {
+        Answers answers;
+        answers.results.insert("GetSecurityDetailsBySymbol", QJsonObject());
+        answers.symbols = {{"600000 1", "600000.SH"},
+                           {"600000 2", ""},
+                           {"700 G", "700.HK"},
+                           {"700 S", "700.HK"},
+                           {"700 K", "700.K"}};
+        const auto errorOf = [&](const QString& symbol, TextLanguage language) {
+            return RulesCommand(m_library, answers.function(), language)
+                .explain(symbol, {}, kWide)
+                .error;
+        };
+        QCOMPARE(errorOf("600000", TextLanguage::English),
+                 QString("no security is called '600000'; did you mean 600000.SH?"));
+        QCOMPARE(errorOf("600000.sh", TextLanguage::Chinese),
+                 QString("没有证券代码'600000.sh'，是否为 600000.SH？"));
+        QCOMPARE(errorOf("700.SZ", TextLanguage::English),
+                 QString("no security is called '700.SZ'; did you mean 700.HK, 700.K?"));
     }
 
     void interrupt_endsTheQuestions() {
@@ -447,12 +527,18 @@ private slots:
         QVERIFY2(english.succeeded(), qPrintable(english.output));
         QVERIFY(english.output.contains("tick of the feed"));
         QVERIFY(english.output.contains("cage 2, class 1-2-02200"));
-        QVERIFY(!english.output.contains("cannot be told"));
+        QVERIFY(!english.output.contains("unclear"));
         QVERIFY(!english.output.contains("is not exported"));
         const ChildResult hongKong = run("02001.HK");
         QVERIFY2(hongKong.succeeded(), qPrintable(hongKong.output));
         QVERIFY(hongKong.output.contains("lot size of the security"));
-        QVERIFY(!hongKong.output.contains("cannot be told"));
+        QVERIFY(!hongKong.output.contains("unclear"));
+        QVERIFY2(hongKong.output.contains(
+                     QRegularExpression("\nprice unit of the cage +0\\.001 +3 decimals")),
+                 qPrintable(hongKong.output));
+        const ChildResult bare = run("600000");
+        QCOMPARE(bare.exitCode, 2);
+        QVERIFY2(bare.output.contains("did you mean 600000.SH?"), qPrintable(bare.output));
         qputenv("LC_ALL", "zh_CN.UTF-8");
         const ChildResult chinese = run("600000.SH");
         QVERIFY2(chinese.succeeded(), qPrintable(chinese.output));

@@ -1,4 +1,4 @@
-#include "rules_texts.h"
+#include "text_language.h"
 
 TextLanguage languageOf(const QString& locale) {
     return locale.startsWith(QLatin1String("zh"), Qt::CaseInsensitive) ? TextLanguage::Chinese
