@@ -85,12 +85,33 @@ inline QString padToWidth(const QString& text, int columns) {
     return cut + QString(qMax(0, columns - displayWidth(cut)), QLatin1Char(' '));
 }
 
+/// Whether a terminal acts on a character instead of showing it: a control character, or a mark
+/// that changes the writing direction.
+inline bool isTerminalControl(QChar letter) {
+    const ushort code = letter.unicode();
+    return letter.category() == QChar::Other_Control || code == 0x200E || code == 0x200F ||
+           (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
+/// The text with U+FFFD for each such character.
+inline QString harmlessText(QString text) {
+    std::replace_if(text.begin(), text.end(), isTerminalControl,
+                    QChar(QChar::ReplacementCharacter));
+    return text;
+}
+
 class TextTable {
 public:
     explicit TextTable(const QStringList& titles) : m_titles(titles) {}
 
-    /// Missing cells are empty, further ones are dropped.
-    void addRow(const QStringList& cells) { m_rows.append(cells); }
+    /// Missing cells are empty, further ones are dropped. What a terminal would act on is replaced.
+    void addRow(const QStringList& cells) {
+        QStringList row;
+        for (const QString& cell : cells) {
+            row.append(harmlessText(cell));
+        }
+        m_rows.append(row);
+    }
 
     /// Titles, a rule, the rows. What is wider than `columns` first has its widest columns cut,
     /// then loses columns from the right; the first one always stays.

@@ -22,13 +22,13 @@ bool readOrder(const QVariantMap& row, Order* order, QString* refusal) {
     if (command == QLatin1String("add")) {
         order->command = Command::Add;
         if (!readFault(row.value(FaultField::fault).toString(), &order->fault, &error)) {
-            *refusal = error.told();
+            *refusal = error.toString();
             return false;
         }
     } else if (command == QLatin1String("clear")) {
         order->command = Command::Clear;
     } else if (command != QLatin1String("list")) {
-        *refusal = QStringLiteral("'%1' is no command (add, clear, list)").arg(command);
+        *refusal = QStringLiteral("'%1' is not a command (add, clear, list)").arg(command);
         return false;
     }
     return true;
@@ -67,7 +67,7 @@ QVariant answerFaultControl(FaultPlan& plan, const QVariant& body) {
         orders.append(order);
     }
     if (orders.isEmpty()) {
-        return answerOf(header, QStringLiteral("no command in the request"), {});
+        return answerOf(header, QStringLiteral("the request has no command"), {});
     }
     QStringList listed;
     for (const Order& order : qAsConst(orders)) {

@@ -10,7 +10,7 @@ inline const QString command = QStringLiteral("command");  ///< add, clear or li
 inline const QString fault = QStringLiteral("fault");      ///< a fault's line
 }  // namespace FaultField
 
-/// Does what the rows of a packed body say, all or, when one of them is wrong, nothing, and returns
-/// the packed answer: a refusal that names row and column, or the faults as rows, as FaultPlan
-/// lists them, when one of the commands was "list". Any thread.
+/// Carries out the commands in the rows of a packed body, or none of them when one is wrong, and
+/// returns the packed answer: a refusal that names row and column, or a success, with the faults as
+/// rows (FaultPlan::list()) when one of the commands was "list". Any thread.
 QVariant answerFaultControl(FaultPlan& plan, const QVariant& body);

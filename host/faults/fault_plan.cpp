@@ -5,32 +5,35 @@
 #include <algorithm>
 #include <iterator>
 
+#include "fault_types.h"
+
 namespace {
 
 constexpr int kMostMs = 600000;
 constexpr int kMostOccurrence = 1000000;
 constexpr int kMostHeld = 100;
 
-/// A kind's name and the keys that it understands besides "ms".
+/// A kind's name, the keys that it takes besides "ms", and the key without which it does nothing.
 struct KindName {
     FaultKind kind;
     const char* name;
     const char* keys;
+    const char* required = "";
 };
 
 constexpr KindName kKinds[] = {
-    {FaultKind::Delay, "delay", ""},
+    {FaultKind::Delay, "delay", "", "ms"},
     {FaultKind::TimeOut, "timeout", "silent"},
     {FaultKind::Failure, "failure", "text"},
     {FaultKind::Refusal, "refusal", "text"},
     {FaultKind::Garbage, "garbage", ""},
     {FaultKind::Truncate, "truncate", "rows"},
-    {FaultKind::Extra, "extra", "row"},
+    {FaultKind::Extra, "extra", "row", "row"},
     {FaultKind::Duplicate, "duplicate", ""},
     {FaultKind::Late, "late", ""},
     {FaultKind::Reorder, "reorder", "count"},
     {FaultKind::Disconnect, "disconnect", "gate reconnect"},
-    {FaultKind::Drip, "drip", ""},
+    {FaultKind::Drip, "drip", "", "ms"},
 };
 
 const KindName& nameOf(FaultKind kind) {
@@ -59,7 +62,8 @@ bool readOccurrences(const LineWord& word, Fault* fault, LineError* error) {
     }
     return good ||
            failAt(word.column,
-                  QStringLiteral("'%1' tells no occurrences (every, 3, 2-5 or 4+)").arg(word.text),
+                  QStringLiteral("'%1' is not a number of occurrences (every, 3, 2-5 or 4+)")
+                      .arg(word.text),
                   error);
 }
 
@@ -73,7 +77,7 @@ bool readKind(const LineWord& word, Fault* fault, LineError* error) {
         names.append(QLatin1String(it.name));
     }
     return failAt(word.column,
-                  QStringLiteral("'%1' is no kind of fault (%2)")
+                  QStringLiteral("'%1' is not a kind of fault (%2)")
                       .arg(word.text, names.join(QStringLiteral(", "))),
                   error);
 }
@@ -114,8 +118,7 @@ bool readParameter(const LineWord& word, Fault* fault, LineError* error) {
     if (word.key == QLatin1String("gate")) {
         fault->gate = word.text;
         return isGateName(word.text) ||
-               failAt(word.valueColumn, QStringLiteral("there is no gate '%1'").arg(word.text),
-                      error);
+               failAt(word.valueColumn, QStringLiteral("'%1' is not a gate").arg(word.text), error);
     }
     fault->silent = word.text == QLatin1String("true");
     return fault->silent || word.text == QLatin1String("false") ||
@@ -142,16 +145,28 @@ bool readFault(const QVector<LineWord>& words, int from, Fault* fault, LineError
         }
     }
     fault->msgType = words.at(from).text;
+    if (fault->msgType != QLatin1String("*") && !faultTypes().contains(fault->msgType)) {
+        return failAt(words.at(from).column,
+                      QStringLiteral("the server answers no message type '%1' (%2)")
+                          .arg(fault->msgType, faultTypes().join(QStringLiteral(", "))),
+                      error);
+    }
     if (!readOccurrences(words.at(from + 1), fault, error) ||
         !readKind(words.at(from + 2), fault, error)) {
         return false;
     }
+    const QString required = QLatin1String(nameOf(fault->kind).required);
+    bool isComplete = required.isEmpty();
     for (int i = from + 3; i < words.size(); ++i) {
         if (!readParameter(words.at(i), fault, error)) {
             return false;
         }
+        isComplete = isComplete || words.at(i).key == required;
     }
-    return true;
+    return isComplete || failAt(end,
+                                QStringLiteral("%1 takes %2=")
+                                    .arg(QLatin1String(nameOf(fault->kind).name), required),
+                                error);
 }
 
 bool readFault(const QString& line, Fault* fault, LineError* error) {
@@ -169,30 +184,35 @@ QString faultText(const Fault& fault) {
     QStringList words{quotedWord(fault.msgType), occurrences,
                       QLatin1String(nameOf(fault.kind).name)};
     const Fault standard;
-    const auto tell = [&words](const char* key, const QString& value) {
+    const auto add = [&words](const char* key, const QString& value) {
         words.append(QLatin1String(key) + QLatin1Char('=') + value);
     };
-    const auto tellNumber = [&tell](const char* key, int value, int usual) {
+    const auto addNumber = [&add](const char* key, int value, int usual) {
         if (value != usual) {
-            tell(key, QString::number(value));
+            add(key, QString::number(value));
         }
     };
-    tellNumber("ms", fault.ms, standard.ms);
-    tellNumber("rows", fault.rows, standard.rows);
-    tellNumber("count", fault.count, standard.count);
-    tellNumber("reconnect", fault.reconnectMs, standard.reconnectMs);
-    if (fault.gate != standard.gate) {
-        tell("gate", fault.gate);
+    // A required key is written even with its usual value.
+    if (qstrcmp(nameOf(fault.kind).required, "ms") == 0) {
+        add("ms", QString::number(fault.ms));
+    } else {
+        addNumber("ms", fault.ms, standard.ms);
     }
-    if (!fault.row.isEmpty()) {
-        tell("row", QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(fault.row))
-                                          .toJson(QJsonDocument::Compact)));
+    addNumber("rows", fault.rows, standard.rows);
+    addNumber("count", fault.count, standard.count);
+    addNumber("reconnect", fault.reconnectMs, standard.reconnectMs);
+    if (fault.gate != standard.gate) {
+        add("gate", fault.gate);
+    }
+    if (fault.kind == FaultKind::Extra) {
+        add("row", QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(fault.row))
+                                         .toJson(QJsonDocument::Compact)));
     }
     if (!fault.text.isEmpty()) {
-        tell("text", quotedWord(fault.text));
+        add("text", quotedWord(fault.text));
     }
     if (fault.silent) {
-        tell("silent", QStringLiteral("true"));
+        add("silent", QStringLiteral("true"));
     }
     return words.join(QLatin1Char(' '));
 }
@@ -231,7 +251,7 @@ std::optional<Fault> FaultPlan::take(const QString& msgType) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::optional<Fault> decided;
     for (Entry& entry : m_entries) {
-        // Every one counts, whichever decides.
+        // Each counts, whichever of them is returned.
         if (entry.fault.matchesType(msgType) && entry.fault.isFor(++entry.counted) && !decided) {
             decided = entry.fault;
         }

@@ -13,37 +13,37 @@
 /// What goes wrong with a request.
 enum class FaultKind {
     Delay,       ///< the answer comes later
-    TimeOut,     ///< no answer; the sender is told so
+    TimeOut,     ///< no answer; the sender is notified of the time-out
     Failure,     ///< the request fails
     Refusal,     ///< the server refuses it with a text
-    Garbage,     ///< the answer's body is none
-    Truncate,    ///< the answer's header tells of more rows than its body holds
-    Extra,       ///< the answer has a row too many
+    Garbage,     ///< the answer's body is no packed body
+    Truncate,    ///< the answer's body has fewer rows than its header states
+    Extra,       ///< the answer has an additional row
     Duplicate,   ///< the answer comes twice
     Late,        ///< the time-out first, the answer after it
     Reorder,     ///< answers are held and come in the reverse order
-    Disconnect,  ///< a gate goes down, and the request with it
-    Drip         ///< the answer comes the later the more rows it has
+    Disconnect,  ///< a gate goes down and the request fails
+    Drip         ///< the answer is delayed for each of its rows
 };
 
 struct Fault {
     QString msgType = QStringLiteral("*");  ///< "*" for every type
-    int first = 1;                          ///< the requests that it is for, counted from 1
-    int last = 0;                           ///< 0 for all from the first on
+    int first = 1;                          ///< first request that it applies to, from 1
+    int last = 0;                           ///< last such request; 0 for no end
     FaultKind kind = FaultKind::Delay;
-    int ms = 0;            ///< how long the outcome is held; of Drip for each row
+    int ms = 0;            ///< how long the outcome is delayed; of Drip for each row
     QString text;          ///< of Failure and Refusal
-    int rows = -1;         ///< of Truncate: data rows that are left; negative for half of them
+    int rows = -1;         ///< of Truncate: data rows to keep; negative for half of them
     QVariantMap row;       ///< of Extra
     int count = 2;         ///< of Reorder: how many answers are held
     int reconnectMs = -1;  ///< of Disconnect: when the gate comes back; negative for never
     QString gate = NetGateType::TradeGate;  ///< of Disconnect
-    bool silent = false;                    ///< of TimeOut: nobody is told
+    bool silent = false;                    ///< of TimeOut: the sender is not notified
 
     bool matchesType(const QString& type) const {
         return msgType == QLatin1String("*") || msgType == type;
     }
-    /// Whether it is for the how-manieth matching request, from 1.
+    /// Whether it applies to the n-th matching request, counted from 1.
     bool isFor(int occurrence) const {
         return occurrence >= first && (last == 0 || occurrence <= last);
     }
@@ -52,17 +52,18 @@ struct Fault {
 /// Whether it is one of NetGateType.
 bool isGateName(const QString& text);
 
-/// "TYPE OCCURRENCES KIND [key=value]...", as docs/scenarios.md tells it; the words from `from` on.
+/// Reads "TYPE OCCURRENCES KIND [key=value]..." (docs/scenarios.md) from the words behind `from`.
+/// False with the place of the error.
 bool readFault(const QVector<LineWord>& words, int from, Fault* fault, LineError* error);
 bool readFault(const QString& line, Fault* fault, LineError* error);
-/// The line that reads back as the fault.
+/// The line from which readFault() reads the same fault.
 QString faultText(const Fault& fault);
-/// How long the outcome of a request is held whose answer has so many data rows; a day at most.
+/// How long the outcome of a request is delayed whose answer has `dataRows` rows; a day at most.
 qint64 heldMs(const Fault& fault, int dataRows);
 
-/// The faults of a link. Each counts the requests that match its type, from the moment that it was
-/// added; the first one in the list that is for a request decides. One that is for no later request
-/// is dropped. Any thread.
+/// The faults of a link. Each counts the requests of its type since it was added; the first in the
+/// list that applies to a request is used. One that can apply to no later request is removed. Any
+/// thread.
 class FaultPlan {
 public:
     void add(const Fault& fault);
@@ -71,7 +72,7 @@ public:
     QStringList list() const;
     int size() const;
 
-    /// Counts a request of the type and says what goes wrong with it; nothing for most.
+    /// Counts a request of the type and returns the fault that applies to it, if any.
     std::optional<Fault> take(const QString& msgType);
 
 private:

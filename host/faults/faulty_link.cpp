@@ -67,14 +67,14 @@ FaultyLink::FaultyLink(std::unique_ptr<GatewayLink> below, std::shared_ptr<Fault
     : m_below(std::move(below)), m_plan(std::move(plan)) {}
 
 FaultyLink::~FaultyLink() {
-    FaultyLink::stop();  // what derives from it has gone
+    FaultyLink::stop();  // not virtual here: a derived part is destroyed
 }
 
 bool FaultyLink::start(GatewayLinkListener* listener, QString* error) {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (m_running || !listener) {
-            *error = m_running ? QStringLiteral("the faulty link runs already")
+            *error = m_running ? QStringLiteral("the faulty link is running already")
                                : QStringLiteral("the faulty link has no listener");
             return false;
         }
@@ -100,7 +100,7 @@ void FaultyLink::stop() {
         }
         m_running = false;
     }
-    // Its last outcomes go straight through.
+    // The last outcomes of the link below are passed on meanwhile.
     m_below->stop();
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -137,7 +137,7 @@ bool FaultyLink::send(const GatewayRequest& request) {
     return intercept(request, type, header, *fault);
 }
 
-/// What becomes of a request that a fault is for.
+/// Applies a fault to a request.
 bool FaultyLink::intercept(const GatewayRequest& request, const QString& type,
                            const QVariantMap& header, const Fault& fault) {
     const quint64 id = request.envelopeId;
@@ -176,7 +176,7 @@ bool FaultyLink::intercept(const GatewayRequest& request, const QString& type,
     }
 }
 
-/// Hands the request to the link below; the fault waits for its answer.
+/// Passes the request to the link below and keeps the fault for its answer.
 bool FaultyLink::passOn(const GatewayRequest& request, const Fault& fault) {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -186,7 +186,7 @@ bool FaultyLink::passOn(const GatewayRequest& request, const Fault& fault) {
         m_changed.emplace(request.envelopeId, fault);
     }
     if (fault.kind == FaultKind::Late) {
-        // Before the answer can come. From here on the request has its outcome.
+        // Before the answer can arrive. From here on the request has its outcome.
         const quint64 id = request.envelopeId;
         if (!postOutcome(id, 0, [id](auto& to) { to.onTimeOut(id); })) {
             takeChanged(id);
@@ -201,10 +201,10 @@ bool FaultyLink::passOn(const GatewayRequest& request, const Fault& fault) {
     return fault.kind == FaultKind::Late;
 }
 
-bool FaultyLink::postOutcome(quint64 envelopeId, int afterMs, Tell tell) {
+bool FaultyLink::postOutcome(quint64 envelopeId, int afterMs, Report report) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_running) {
-        postLocked(afterMs, {envelopeId, std::move(tell)});
+        postLocked(afterMs, {envelopeId, std::move(report)});
     }
     return m_running;
 }
@@ -217,7 +217,7 @@ void FaultyLink::setGate(const QString& gate, const QString& netState) {
     }
 }
 
-/// Ends a disconnection, unless something else has become of the gate since.
+/// Ends a disconnection, unless the gate has changed since.
 void FaultyLink::reconnect(const QString& gate, quint64 number) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_running && m_reconnects.value(gate) == number) {
@@ -227,15 +227,15 @@ void FaultyLink::reconnect(const QString& gate, quint64 number) {
 }
 
 void FaultyLink::setGateLocked(const QString& gate, const QString& netState) {
-    QString told = netState;
+    QString reported = netState;
     if (netState == NET_STATE::CONNECTED) {
         m_heldGates.remove(gate);
-        // What became of it meanwhile was hidden, and the link below does not tell it again.
-        told = m_gatesBelow.value(gate, netState);
+        // Reports of the link below were held back meanwhile, and it does not repeat them.
+        reported = m_gatesBelow.value(gate, netState);
     } else {
         m_heldGates.insert(gate, netState);
     }
-    postLocked(0, {0, [=](auto& to) { to.onGateState(gate, told); }});
+    postLocked(0, {0, [=](auto& to) { to.onGateState(gate, reported); }});
 }
 
 void FaultyLink::disconnectLocked(quint64 envelopeId, const Fault& fault) {
@@ -273,20 +273,20 @@ void FaultyLink::onAnswer(quint64 envelopeId, const QString& msgType, const QVar
         m_listener->onAnswer(envelopeId, msgType, body);
         return;
     }
-    QVariant told = body;
+    QVariant changed = body;
     if (fault->kind == FaultKind::Truncate) {
-        told = truncated(body, fault->rows);
+        changed = truncated(body, fault->rows);
     } else if (fault->kind == FaultKind::Extra) {
-        told = extended(body, fault->row);
+        changed = extended(body, fault->row);
     }
-    const Due answer{envelopeId, [=](auto& to) { to.onAnswer(envelopeId, msgType, told); }};
+    const Due answer{envelopeId, [=](auto& to) { to.onAnswer(envelopeId, msgType, changed); }};
     if (!postAnswer(*fault, heldMs(*fault, dataRowsOf(body)), answer) &&
         fault->kind != FaultKind::Late) {
-        answer.tell(*m_listener);
+        answer.report(*m_listener);
     }
 }
 
-/// Queues an answer as its fault says; false once the link is stopping.
+/// Queues an answer according to its fault; false once the link is stopping.
 bool FaultyLink::postAnswer(const Fault& fault, qint64 afterMs, const Due& answer) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_running) {
@@ -297,9 +297,9 @@ bool FaultyLink::postAnswer(const Fault& fault, qint64 afterMs, const Due& answe
         return true;
     }
     const bool late = fault.kind == FaultKind::Late;
-    postLocked(afterMs, {late ? 0 : answer.envelopeId, answer.tell});
+    postLocked(afterMs, {late ? 0 : answer.envelopeId, answer.report});
     if (fault.kind == FaultKind::Duplicate) {
-        postLocked(afterMs, {0, answer.tell});
+        postLocked(afterMs, {0, answer.report});
     }
     return true;
 }
@@ -323,7 +323,7 @@ void FaultyLink::onPush(const QString& msgType, const QVariant& body) {
 }
 
 void FaultyLink::onGateState(const QString& gate, const QString& netState) {
-    // Through the queue, so that states come in the order in which they were told.
+    // Queued, so that states arrive in the order in which they were reported.
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_running) {
         return;
@@ -334,7 +334,7 @@ void FaultyLink::onGateState(const QString& gate, const QString& netState) {
     }
 }
 
-/// Holds an answer until its group is full or its time is over.
+/// Holds an answer until its group is full or its time is up.
 void FaultyLink::holdLocked(const Fault& fault, Due due) {
     const QString key = faultText(fault);
     Group& group = m_groups[key];
@@ -377,7 +377,7 @@ int FaultyLink::openCount() const {
 void FaultyLink::run() {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_ending) {
-        // Once the link is stopping the rest fails: nothing comes in between then.
+        // Once the link is stopping, failRest() ends what is left.
         if (!m_running || m_due.empty()) {
             m_wake.wait(lock);
             continue;
@@ -390,14 +390,14 @@ void FaultyLink::run() {
         const Due due = std::move(first->second);
         m_due.erase(first);
         lock.unlock();
-        due.tell(*m_listener);
+        due.report(*m_listener);
         lock.lock();
     }
     lock.unlock();
     failRest(*m_listener);
 }
 
-/// On the link's thread, with the link below stopped: nobody adds to the tables any more.
+/// On the link's thread, after the link below has stopped and nothing is added any more.
 void FaultyLink::failRest(GatewayLinkListener& listener) {
     QVector<quint64> open;
     {

@@ -16,48 +16,47 @@
 #include "fault_plan.h"
 #include "gateway_link.h"
 
-/// A link over another one that lets requests go wrong as a plan says. Every request that it took
-/// gets one outcome, but for a silent time-out, which gets none, and for answers that come twice or
-/// late, which come besides. What is under way when it stops fails.
+/// A link around another one that applies the faults of a plan to requests. Every accepted request
+/// gets one outcome, except after a silent time-out, which gives none; a duplicate or late answer
+/// comes in addition. Requests under way when it stops fail.
 ///
-/// Time-out, failure, refusal, garbage and disconnect never let the request reach the link below;
-/// the others change the way of its answer. While the trade gate is down through this link, every
+/// Requests with a time-out, failure, refusal, garbage or disconnect fault do not reach the link
+/// below; the other faults change the answer. While this link holds the trade gate down, every
 /// request fails. HostMsgType::control is answered here.
 class FaultyLink : public GatewayLink, private GatewayLinkListener {
 public:
     FaultyLink(std::unique_ptr<GatewayLink> below, std::shared_ptr<FaultPlan> plan);
-    /// Stops.
+    /// Calls stop().
     ~FaultyLink() override;
     Q_DISABLE_COPY(FaultyLink)
 
     bool start(GatewayLinkListener* listener, QString* error) override;
-    /// Never from inside a call of the listener.
+    /// Must not be called by the listener.
     void stop() override;
     bool send(const GatewayRequest& request) override;
 
-    /// Tells a gate's state as a server would. A gate that is not CONNECTED keeps the state,
-    /// whatever the link below says of it, until it is told CONNECTED here; then it has the state
-    /// that the link below told last, CONNECTED when it told none. Any thread; nothing happens
-    /// while the link is stopped.
+    /// Reports a gate's state as a server would. A state other than CONNECTED holds, whatever the
+    /// link below reports, until CONNECTED is set here; the gate then gets the state that the link
+    /// below reported last, CONNECTED by default. Any thread; no effect while the link is stopped.
     void setGate(const QString& gate, const QString& netState);
 
-    /// What it still has to do: requests whose answers it waits for or holds back, and whatever
-    /// else it has to tell. A silent time-out is none of it. Any thread.
+    /// The number of requests whose answers it waits for or holds back, and of other queued reports
+    /// to the listener. A silent time-out does not count. Any thread.
     int openCount() const;
 
 private:
     using Clock = std::chrono::steady_clock;
-    using Tell = std::function<void(GatewayLinkListener&)>;
+    using Report = std::function<void(GatewayLinkListener&)>;
 
-    /// Something to be told at a time.
+    /// A call of the listener that is due at some time.
     struct Due {
-        quint64 envelopeId = 0;  ///< of an outcome; 0 for what is no outcome
-        Tell tell;
+        quint64 envelopeId = 0;  ///< the request that it ends; 0 when it ends none
+        Report report;
     };
-    /// Answers that wait for each other.
+    /// Answers that are held until there are enough of them.
     struct Group {
         int wanted = 0;
-        quint64 number = 0;  ///< tells it from a later one of the same type
+        quint64 number = 0;  ///< differs from that of a later group with the same key
         QVector<Due> held;
     };
 
@@ -70,10 +69,10 @@ private:
     bool intercept(const GatewayRequest& request, const QString& type, const QVariantMap& header,
                    const Fault& fault);
     bool passOn(const GatewayRequest& request, const Fault& fault);
-    bool postOutcome(quint64 envelopeId, int afterMs, Tell tell);
+    bool postOutcome(quint64 envelopeId, int afterMs, Report report);
     bool postAnswer(const Fault& fault, qint64 afterMs, const Due& answer);
 
-    /// The fault that waits for an answer, taken out of the table; nothing for an untouched one.
+    /// Removes and returns the fault that waits for the answer, if there is one.
     std::optional<Fault> takeChanged(quint64 envelopeId);
     void postLocked(qint64 afterMs, Due due);
     void setGateLocked(const QString& gate, const QString& netState);
@@ -90,7 +89,7 @@ private:
     std::thread m_thread;
 
     mutable std::mutex
-        m_mutex;  // guards what follows; never held while a link or the listener is called
+        m_mutex;  // guards what follows; not held while a link or the listener is called
     std::condition_variable m_wake;
     bool m_running = false;
     bool m_ending = false;
@@ -101,5 +100,5 @@ private:
     QHash<QString, quint64> m_reconnects;  // the last disconnection of a gate, until it is over
     quint64 m_lastReconnect = 0;
     QHash<QString, QString> m_heldGates;   // gates that are not CONNECTED through this link
-    QHash<QString, QString> m_gatesBelow;  // what the link below told of its gates
+    QHash<QString, QString> m_gatesBelow;  // last reports of the link below
 };

@@ -18,7 +18,7 @@ bool isWordLetter(QChar letter) {
     return !letter.isSpace() && letter != QLatin1Char('"');
 }
 
-/// Goes over one line, word by word.
+/// Reads one line word by word.
 class Reader {
 public:
     Reader(const QString& line, LineError* error) : m_line(line), m_error(error) {}
@@ -52,7 +52,7 @@ private:
         }
     }
 
-    /// "name=" and the like, which is left unread when it is not there.
+    /// Reads "name=" and the like, if the word begins with it.
     void readKey(LineWord* word) {
         int end = m_at;
         while (end < m_line.size() && isKeyLetter(m_line.at(end))) {
@@ -60,7 +60,7 @@ private:
         }
         for (const QLatin1String op :
              {QLatin1String("="), QLatin1String("*="), QLatin1String("~="), QLatin1String("#=")}) {
-            // "=>" is a word of its own and no name's.
+            // "=>" is a word of its own, even directly behind a name.
             if (end > m_at && m_line.midRef(end, op.size()) == op &&
                 m_line.midRef(end, 2) != QLatin1String("=>")) {
                 word->key = m_line.mid(m_at, end - m_at);
@@ -109,7 +109,7 @@ private:
             }
         }
         if (atEnd()) {
-            return fail(begin, QStringLiteral("the quote that begins here has no end"));
+            return fail(begin, QStringLiteral("the quote that begins here is not closed"));
         }
         ++m_at;
         return true;
@@ -166,7 +166,7 @@ private:
         }
         // The parser counts bytes.
         const int letters = QString::fromUtf8(word->text.toUtf8().left(error.offset)).size();
-        return fail(begin + letters, QStringLiteral("no JSON: %1").arg(error.errorString()));
+        return fail(begin + letters, QStringLiteral("not JSON: %1").arg(error.errorString()));
     }
 
     /// To the bracket that closes the one here.
@@ -195,7 +195,7 @@ private:
                 return true;
             }
         }
-        return fail(begin, QStringLiteral("the JSON that begins here has no end"));
+        return fail(begin, QStringLiteral("the JSON that begins here is not closed"));
     }
 
     const QString& m_line;

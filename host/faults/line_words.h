@@ -3,8 +3,8 @@
 #include <QString>
 #include <QVector>
 
-/// A word of a line of a scenario or of a fault: bare, in double quotes, or a JSON object or list
-/// as it stands. A bare or quoted word may follow a name and one of = *= ~= #= at once.
+/// A word of a line of a scenario or of a fault: bare, in double quotes, or a JSON object or list.
+/// A name and one of = *= ~= #= may precede it without a space.
 struct LineWord {
     enum class Kind { Bare, Quoted, Json };
 
@@ -16,17 +16,17 @@ struct LineWord {
     int valueColumn = 1;  ///< of its text
 };
 
-/// What is wrong with a line, and where.
+/// An error in a line, with its place.
 struct LineError {
     int column = 1;
     QString text;
 
     /// "column 7: ...".
-    QString told() const { return QStringLiteral("column %1: %2").arg(column).arg(text); }
+    QString toString() const { return QStringLiteral("column %1: %2").arg(column).arg(text); }
 };
 
-/// The words of a line; "#" before a word begins a comment. Inside quotes \" \\ \n \t and \uXXXX
-/// are understood. False with the place of the error. Any thread; any text.
+/// Splits a line into words; "#" before a word begins a comment. Inside quotes \" \\ \n \t and
+/// \uXXXX are escapes. False with the place of the error. Any thread; any text.
 bool readLineWords(const QString& line, QVector<LineWord>* words, LineError* error);
 
 /// A whole decimal number from `least` to `most`; false for everything else.
@@ -34,9 +34,8 @@ bool readWholeNumber(const QString& text, int least, int most, int* number);
 /// The same for the value of a word with a key; false with the place and what the key takes.
 bool readNumberOf(const LineWord& word, int least, int most, int* number, LineError* error);
 
-/// Notes what is wrong where. False, so that a reader can end with it.
+/// Sets the error. Always false, so that a reader can return it.
 bool failAt(int column, const QString& text, LineError* error);
 
-/// The text in double quotes, so that readLineWords() reads it back; as it stands when it is a bare
-/// word of its own.
+/// The text in double quotes as readLineWords() reads it, or unchanged when it is a bare word.
 QString quotedWord(const QString& text);

@@ -9,7 +9,7 @@ RecordingLink::RecordingLink(std::unique_ptr<GatewayLink> below, std::shared_ptr
     : m_below(std::move(below)), m_tape(std::move(tape)) {}
 
 RecordingLink::~RecordingLink() {
-    RecordingLink::stop();  // what derives from it has gone
+    RecordingLink::stop();  // not virtual here: a derived part is destroyed
 }
 
 bool RecordingLink::start(GatewayLinkListener* listener, QString* error) {
@@ -56,7 +56,7 @@ QString RecordingLink::takeType(quint64 envelopeId) {
 void RecordingLink::onAnswer(quint64 envelopeId, const QString& msgType, const QVariant& body) {
     QString type = takeType(envelopeId);
     if (type.isEmpty()) {
-        // It comes a second time, or after the time-out: its own words have to do.
+        // A second answer, or one after the time-out: only its body still names the type.
         type = messageTypeOf(msgType, rowsOfPackedBody(body).first());
     }
     m_tape->add(RecordKind::Answer, type, jsonOfBody(body));

@@ -8,12 +8,12 @@
 #include "gateway_link.h"
 #include "scenario_tape.h"
 
-/// A link that keeps on a tape what passes through it. An outcome is kept before the platform gets
-/// it, so that it stands before everything that follows from it.
+/// A link that records on a tape what passes through it. An outcome is recorded before the platform
+/// receives it, so that it precedes everything that follows from it.
 class RecordingLink : public GatewayLink, private GatewayLinkListener {
 public:
     RecordingLink(std::unique_ptr<GatewayLink> below, std::shared_ptr<ScenarioTape> tape);
-    /// Stops: what is below must not call in any more once the types are gone.
+    /// Stops, since the link below must not call back once the types are destroyed.
     ~RecordingLink() override;
     Q_DISABLE_COPY(RecordingLink)
 
@@ -21,8 +21,8 @@ public:
     void stop() override;
     bool send(const GatewayRequest& request) override;
 
-    /// Requests whose outcome has not passed yet. One that never gets any counts until stop(). Any
-    /// thread.
+    /// The number of requests without an outcome so far. One that never gets an outcome counts
+    /// until stop(). Any thread.
     int underWay() const;
 
 private:
@@ -32,7 +32,7 @@ private:
     void onPush(const QString& msgType, const QVariant& body) override;
     void onGateState(const QString& gate, const QString& netState) override;
 
-    /// The type of a request under way, which no longer is; empty for any other.
+    /// Removes a request under way and returns its type; empty for any other request.
     QString takeType(quint64 envelopeId);
 
     const std::unique_ptr<GatewayLink> m_below;

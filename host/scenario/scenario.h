@@ -10,17 +10,17 @@
 #include "fault_plan.h"
 #include "sample_market.h"
 
-/// What a part of a JSON value has to be.
+/// A condition for a part of a JSON value.
 struct ScenarioCheck {
     enum class Op { Same, Equals, Contains, Matches, Count };
 
     QString path;  ///< "rows.0.tradingAccount"; empty for the whole
     Op op = Op::Equals;
     QString value;  ///< of Same: JSON inside a list
-    QString text;   ///< as it stands in the file
+    QString text;   ///< as written in the file
 };
 
-/// What is kept of a running client, for scenarios to expect.
+/// What is recorded of a running client, for scenarios to expect.
 enum class RecordKind { Request, Answer, Failure, TimeOut, Push, Gate, Event, Tick, Log };
 
 struct ScenarioStep {
@@ -32,7 +32,7 @@ struct ScenarioStep {
         ClockAdvance,
         Start,       ///< up to the loaded accounts
         Begin,       ///< up to the log-in
-        StartFails,  ///< as Start, and it must not succeed
+        StartFails,  ///< like Start, which must fail
         Ready,       ///< waits for the accounts
         Push,
         Tick,
@@ -44,9 +44,9 @@ struct ScenarioStep {
 
     Kind kind = Kind::Start;
     int line = 0;
-    QString text;        ///< the line as it stands
+    QString text;        ///< the line as written
     QString name;        ///< setting, topic, symbol, gate, function, or what is expected
-    int nameColumn = 1;  ///< where the name of what is expected stands
+    int nameColumn = 1;  ///< column of the name of what is expected
     QString value;       ///< of a setting, a gate's state, a tick's source
     QString user;        ///< of a start and a push
     QStringList values;  ///< arguments of a call
@@ -57,12 +57,12 @@ struct ScenarioStep {
     int limitMs = 0;
     RecordKind record = RecordKind::Request;
     bool negative = false;
-    int count = -1;      ///< exactly so many; negative for one or more
-    int occurrence = 0;  ///< the checks are for this one alone, from 1; 0 for any
+    int count = -1;      ///< this many, neither more nor fewer; negative for one or more
+    int occurrence = 0;  ///< the checks apply to this one only, from 1; 0 for any
     QVector<ScenarioCheck> checks;
 };
 
-/// What one process plays.
+/// The steps that one process plays.
 struct ScenarioSection {
     int line = 1;
     QVector<ScenarioStep> steps;

@@ -3,13 +3,14 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 #include <QRegularExpression>
 #include <algorithm>
 #include <cmath>
 
-namespace {
+#include "exact_json.h"
 
-constexpr double kGreatestWhole = 9007199254740992.0;
+namespace {
 
 int countOf(const QJsonValue& value) {
     if (value.isArray()) {
@@ -21,13 +22,26 @@ int countOf(const QJsonValue& value) {
     return value.isString() ? value.toString().size() : -1;
 }
 
+/// Numbers are compared as numbers, so that 10.2 equals "10.20" and 1e1 equals "10".
+bool equalsText(const QJsonValue& value, const QString& text) {
+    bool isNumber = false;
+    const double number = text.toDouble(&isNumber);
+    return (value.isDouble() && isNumber && value.toDouble() == number) || jsonText(value) == text;
+}
+
 bool contains(const QJsonValue& value, const QString& part) {
     if (!value.isArray()) {
-        return jsonText(value).contains(part);
+        return equalsText(value, part) || jsonText(value).contains(part);
     }
     const QJsonArray list = value.toArray();
     return std::any_of(list.begin(), list.end(),
-                       [&part](const QJsonValue& one) { return jsonText(one) == part; });
+                       [&part](const QJsonValue& one) { return equalsText(one, part); });
+}
+
+/// The value of Op::Same, with integers beyond 2^53 as in the printed answers.
+QJsonValue expectedValue(const ScenarioCheck& check) {
+    const QJsonArray list = QJsonDocument::fromJson(check.value.toUtf8()).array();
+    return exactJson(list.at(0).toVariant());
 }
 
 }  // namespace
@@ -57,9 +71,10 @@ QString jsonText(const QJsonValue& value) {
             return value.toString();
         case QJsonValue::Double: {
             const double number = value.toDouble();
-            const bool whole = number == std::floor(number) && std::fabs(number) < kGreatestWhole;
-            return whole ? QString::number(static_cast<qint64>(number))
-                         : QString::number(number, 'g', 15);
+            const bool isWhole = number == std::floor(number) &&
+                                 std::fabs(number) <= static_cast<double>(kMostExactInteger);
+            return isWhole ? QString::number(static_cast<qint64>(number))
+                           : QString::number(number, 'g', QLocale::FloatingPointShortest);
         }
         case QJsonValue::Undefined:
             return QStringLiteral("(nothing)");
@@ -78,9 +93,9 @@ bool checkHolds(const ScenarioCheck& check, const QJsonValue& root) {
     }
     switch (check.op) {
         case ScenarioCheck::Op::Same:
-            return QJsonDocument::fromJson(check.value.toUtf8()).array().at(0) == value;
+            return expectedValue(check) == value;
         case ScenarioCheck::Op::Equals:
-            return jsonText(value) == check.value;
+            return equalsText(value, check.value);
         case ScenarioCheck::Op::Contains:
             return contains(value, check.value);
         case ScenarioCheck::Op::Matches:

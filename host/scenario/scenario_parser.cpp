@@ -15,7 +15,7 @@ constexpr int kMostSteps = 2000;
 constexpr int kMostSections = 16;
 constexpr int kMostMarket = 1000000;
 
-/// Reads a file line by line; knows how far the section has come.
+/// Reads a file line by line and tracks which steps may come next.
 class Parser {
 public:
     explicit Parser(Scenario* scenario) : m_scenario(scenario) { newSection(1); }
@@ -36,7 +36,7 @@ public:
     bool end(LineError* error) const {
         return m_stage != Stage::Before ||
                failAt(1,
-                      QStringLiteral("nothing is started in what begins in line %1")
+                      QStringLiteral("the section that begins in line %1 has no start")
                           .arg(m_scenario->sections.last().line),
                       error);
     }
@@ -71,11 +71,11 @@ private:
     }
 
     bool readMarket(const QVector<LineWord>& words, LineError* error) {
-        if (m_marketTold || m_scenario->sections.size() > 1 || m_stage != Stage::Before) {
+        if (m_hasMarket || m_scenario->sections.size() > 1 || m_stage != Stage::Before) {
             return failAt(words.first().column,
-                          QStringLiteral("the market stands once, before the first start"), error);
+                          QStringLiteral("market may appear once, before the first start"), error);
         }
-        m_marketTold = true;
+        m_hasMarket = true;
         for (int i = 1; i < words.size(); ++i) {
             const LineWord& word = words.at(i);
             int number = 0;
@@ -107,7 +107,7 @@ private:
 
     bool restart(int line, const QVector<LineWord>& words, LineError* error) {
         if (words.size() > 1) {
-            return failAt(words.at(1).column, QStringLiteral("restart takes nothing"), error);
+            return failAt(words.at(1).column, QStringLiteral("restart takes no words"), error);
         }
         if (m_scenario->sections.size() >= kMostSections) {
             return failAt(words.first().column,
@@ -120,7 +120,7 @@ private:
         return true;
     }
 
-    /// Whether the step has its place here; moves on to the stage that it leads to.
+    /// Whether the step is allowed here; moves on to the stage that it leads to.
     bool fits(const ScenarioStep& step, int column, LineError* error) {
         using Kind = ScenarioStep::Kind;
         const bool begun = m_stage != Stage::Before;
@@ -131,12 +131,13 @@ private:
                 return true;
             case Kind::Setting:
                 return !begun ||
-                       failAt(column, QStringLiteral("settings stand before the start"), error);
+                       failAt(column, QStringLiteral("settings go before the start"), error);
             case Kind::Start:
             case Kind::Begin:
             case Kind::StartFails:
                 if (begun) {
-                    return failAt(column, QStringLiteral("started already; restart begins anew"),
+                    return failAt(column,
+                                  QStringLiteral("already started; use restart for another start"),
                                   error);
                 }
                 m_stage = step.kind == Kind::Start   ? Stage::Running
@@ -145,34 +146,33 @@ private:
                 return true;
             case Kind::Ready:
                 if (m_stage != Stage::Loading) {
-                    return failAt(column, QStringLiteral("ready stands after 'start nowait'"),
-                                  error);
+                    return failAt(column, QStringLiteral("ready goes after 'start nowait'"), error);
                 }
                 m_stage = Stage::Running;
                 return true;
             case Kind::Expect:
-                // What is left of a start that failed can be asked for.
+                // A failed start may leave something to check.
                 return begun || failAt(column, QStringLiteral("nothing is started yet"), error);
             default:
                 return (m_stage == Stage::Loading || m_stage == Stage::Running) ||
-                       failAt(column, QStringLiteral("no client runs here"), error);
+                       failAt(column, QStringLiteral("no client is running here"), error);
         }
     }
 
     Scenario* const m_scenario;
     Stage m_stage = Stage::Before;
-    bool m_marketTold = false;
+    bool m_hasMarket = false;
     int m_steps = 0;
 };
 
-/// The line as text. What is no UTF-8, and control characters, are named with their column.
+/// Decodes a line; invalid UTF-8 and control characters are errors with their column.
 bool decode(const QByteArray& bytes, QString* line, LineError* error) {
     static QTextCodec* const utf8 = QTextCodec::codecForName("UTF-8");
     QTextCodec::ConverterState state;
     *line = utf8->toUnicode(bytes.constData(), bytes.size(), &state);
     if (state.invalidChars > 0 || state.remainingChars > 0) {
         const int place = line->indexOf(QChar(QChar::ReplacementCharacter));
-        return failAt(place < 0 ? line->size() + 1 : place + 1, QStringLiteral("this is no UTF-8"),
+        return failAt(place < 0 ? line->size() + 1 : place + 1, QStringLiteral("invalid UTF-8"),
                       error);
     }
     const auto control = std::find_if(line->cbegin(), line->cend(), [](QChar letter) {

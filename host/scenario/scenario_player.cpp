@@ -8,8 +8,8 @@
 namespace {
 
 constexpr int kIdleLimitMs = 10000;
-constexpr int kMostToldRecords = 12;
-constexpr int kMostToldLetters = 400;
+constexpr int kMostShownRecords = 12;
+constexpr int kMostShownLetters = 400;
 
 using Kind = ScenarioStep::Kind;
 
@@ -18,14 +18,14 @@ bool allHold(const ScenarioStep& step, const QJsonValue& value) {
                        [&value](const ScenarioCheck& check) { return checkHolds(check, value); });
 }
 
-/// What stands where the checks that do not hold look.
+/// The values at the paths of the checks that fail.
 QString missed(const ScenarioStep& step, const QJsonValue& value) {
     QStringList lines;
     for (const ScenarioCheck& check : step.checks) {
         if (!checkHolds(check, value)) {
             lines.append(
                 QStringLiteral("%1 is %2")
-                    .arg(check.path, jsonText(jsonAt(value, check.path)).left(kMostToldLetters)));
+                    .arg(check.path, jsonText(jsonAt(value, check.path)).left(kMostShownLetters)));
         }
     }
     return lines.join(QStringLiteral("; "));
@@ -64,7 +64,7 @@ bool ScenarioPlayer::play(const QString& fileName, const ScenarioSection& sectio
     return true;
 }
 
-/// Before the first step, since the client tells of some events while it starts.
+/// Before the first step, since some events are published during the start.
 bool ScenarioPlayer::listenToEvents(const QString& fileName, const ScenarioSection& section,
                                     QString* report) {
     QStringList known;
@@ -109,8 +109,7 @@ bool ScenarioPlayer::playStep(const ScenarioStep& step) {
         case Kind::Ready:
             return m_stage.ready(step.limitMs, &error) || fail(error);
         case Kind::Push:
-            return m_stage.push(step.name, bodyOf(step), step.user) > 0 ||
-                   fail(QStringLiteral("nobody has subscribed to it"));
+            return playPush(step);
         case Kind::Tick:
             m_stage.tick(step.name, step.rows.first(), step.value);
             return true;
@@ -126,7 +125,7 @@ bool ScenarioPlayer::playStep(const ScenarioStep& step) {
                                      kIdleLimitMs) ||
                    fail(QStringLiteral("%1 requests under way").arg(m_stage.pendingRequests()));
     }
-    return fail(QStringLiteral("a step that nobody knows"));
+    return fail(QStringLiteral("unknown step"));
 }
 
 bool ScenarioPlayer::playStart(const ScenarioStep& step) {
@@ -140,10 +139,19 @@ bool ScenarioPlayer::playStart(const ScenarioStep& step) {
         return started || fail(error);
     }
     if (started) {
-        return fail(QStringLiteral("the client started well"));
+        return fail(QStringLiteral("the client started"));
     }
-    const QJsonObject told{{QStringLiteral("error"), error}};
-    return allHold(step, told) || fail(missed(step, told));
+    const QJsonObject result{{QStringLiteral("error"), error}};
+    return allHold(step, result) || fail(missed(step, result));
+}
+
+/// The client may subscribe at any time of its start-up, so this waits for a subscriber.
+bool ScenarioPlayer::playPush(const ScenarioStep& step) {
+    const auto isSent = [this, &step] {
+        return m_stage.push(step.name, bodyOf(step), step.user) > 0;
+    };
+    return m_stage.waitUntil(isSent, step.limitMs) ||
+           fail(QStringLiteral("nobody subscribed to it within %1 ms").arg(step.limitMs));
 }
 
 bool ScenarioPlayer::playCall(const ScenarioStep& step) {
@@ -164,7 +172,7 @@ void ScenarioPlayer::readTape() {
     }
 }
 
-/// The records that the expectation is about, whatever they hold.
+/// The records of the kind and name that the step expects, whatever their fields.
 QVector<TapeRecord> ScenarioPlayer::named(const ScenarioStep& step) const {
     QVector<TapeRecord> found;
     for (const TapeRecord& record : m_records) {
@@ -207,10 +215,10 @@ QString ScenarioPlayer::whatCame(const ScenarioStep& step) const {
         records.erase(rest, records.end());
     }
     QStringList lines{QStringLiteral("%1 of them").arg(records.size())};
-    for (const TapeRecord& record : records.mid(qMax(0, records.size() - kMostToldRecords))) {
+    for (const TapeRecord& record : records.mid(qMax(0, records.size() - kMostShownRecords))) {
         const QString wrong = missed(step, record.fields);
         lines.append(QStringLiteral("    ") +
-                     (wrong.isEmpty() ? jsonText(record.fields).left(kMostToldLetters) : wrong));
+                     (wrong.isEmpty() ? jsonText(record.fields).left(kMostShownLetters) : wrong));
     }
     return lines.join(QLatin1Char('\n'));
 }

@@ -8,20 +8,20 @@
 #include "scenario_stage.h"
 #include "scenario_tape.h"
 
-/// Plays the steps of one section, one after the other, up to the first that fails. The main
-/// thread's.
+/// Plays the steps of one section in order, up to the first that fails. Main thread only.
 class ScenarioPlayer {
 public:
     ScenarioPlayer(ScenarioStage& stage, std::shared_ptr<const ScenarioTape> tape);
 
     /// False with a report of several lines: "FILE:LINE: ...", what was expected and what came. An
-    /// event that nobody knows is told before anything is played, as "FILE:LINE:COLUMN: ...".
+    /// unknown event is reported before anything is played, as "FILE:LINE:COLUMN: ...".
     bool play(const QString& fileName, const ScenarioSection& section, QString* report);
 
 private:
     bool listenToEvents(const QString& fileName, const ScenarioSection& section, QString* report);
     bool playStep(const ScenarioStep& step);
     bool playStart(const ScenarioStep& step);
+    bool playPush(const ScenarioStep& step);
     bool playCall(const ScenarioStep& step);
     bool playExpect(const ScenarioStep& step);
     bool isMet(const ScenarioStep& step) const;
@@ -32,6 +32,6 @@ private:
 
     ScenarioStage& m_stage;
     const std::shared_ptr<const ScenarioTape> m_tape;
-    QVector<TapeRecord> m_records;  // of the tape, as far as it was read
+    QVector<TapeRecord> m_records;  // those of the tape that were read so far
     QString m_came;
 };

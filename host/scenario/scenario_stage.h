@@ -9,13 +9,13 @@
 
 #include "fault_plan.h"
 
-/// What a scenario is played on: a client with its server. The main thread's; a false comes with a
-/// text.
+/// What a scenario is played on: a client with its server. Main thread only; functions that return
+/// false set the error text.
 class ScenarioStage {
 public:
     virtual ~ScenarioStage() = default;
 
-    /// An event, by name or number, that goes to the tape once the client is started.
+    /// Makes an event, by name or number, go to the tape once the client is started.
     virtual bool listenTo(const QString& event, QString* error) = 0;
     virtual bool setSetting(const QString& name, const QString& value, QString* error) = 0;
     virtual FaultPlan& faults() = 0;
@@ -23,12 +23,12 @@ public:
     virtual void setClock(const QDateTime& time) = 0;
     virtual void advanceClock(qint64 ms) = 0;
 
-    /// The sample market's own login when there is no user. Up to the log-in.
+    /// Starts the client up to the log-in; an empty user means the sample market's standard login.
     virtual bool begin(const QString& user, QString* error) = 0;
-    /// Up to the loaded accounts.
+    /// Waits until the accounts are loaded.
     virtual bool ready(int limitMs, QString* error) = 0;
 
-    /// How many sessions the push went to.
+    /// Returns the number of sessions that the push was sent to.
     virtual int push(const QString& topic, const QVariant& body, const QString& user) = 0;
     virtual void tick(const QString& symbol, const QVariantMap& fields, const QString& source) = 0;
     virtual void setGate(const QString& gate, const QString& netState) = 0;
@@ -36,6 +36,7 @@ public:
                       QString* error) = 0;
     virtual int pendingRequests() const = 0;
 
-    /// Asks again and again, with the main loop running; what the predicate said last.
+    /// Evaluates the predicate repeatedly, with the main loop running, until it is true or the
+    /// limit is over; returns its last value.
     virtual bool waitUntil(const std::function<bool()>& predicate, int limitMs) = 0;
 };

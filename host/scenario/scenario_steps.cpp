@@ -23,7 +23,7 @@ int endOf(const Words& words) {
     return last.valueColumn + last.text.size();
 }
 
-/// The word at a place, which must stand there and have no name.
+/// Reads the word at a place, which must exist and have no name.
 bool takePlain(const Words& words, int at, const char* what, QString* text, LineError* error) {
     if (at >= words.size()) {
         return failAt(endOf(words), QStringLiteral("%1 is missing").arg(QLatin1String(what)),
@@ -31,7 +31,7 @@ bool takePlain(const Words& words, int at, const char* what, QString* text, Line
     }
     if (!words.at(at).key.isEmpty() || words.at(at).text.isEmpty()) {
         return failAt(words.at(at).column,
-                      QStringLiteral("%1 has to stand here").arg(QLatin1String(what)), error);
+                      QStringLiteral("%1 is expected here").arg(QLatin1String(what)), error);
     }
     *text = words.at(at).text;
     return true;
@@ -50,13 +50,13 @@ bool isNamed(const LineWord& word, const char* key) {
 bool takeMap(const LineWord& word, QVariantMap* map, LineError* error) {
     const QJsonDocument document = QJsonDocument::fromJson(word.text.toUtf8());
     if (word.kind != LineWord::Kind::Json || !word.key.isEmpty() || !document.isObject()) {
-        return failAt(word.column, QStringLiteral("a JSON object has to stand here"), error);
+        return failAt(word.column, QStringLiteral("a JSON object is expected here"), error);
     }
     *map = document.object().toVariantMap();
     return true;
 }
 
-/// The word as JSON inside a list, which is what a bare value needs to be a document.
+/// The word as JSON inside a list, since a document cannot be a bare value.
 bool takeJson(const LineWord& word, QString* json, LineError* error) {
     *json = QLatin1Char('[') + word.text + QLatin1Char(']');
     if (word.kind == LineWord::Kind::Quoted) {
@@ -65,7 +65,8 @@ bool takeJson(const LineWord& word, QString* json, LineError* error) {
     }
     const bool good = !word.text.trimmed().isEmpty() || word.kind == LineWord::Kind::Quoted;
     return (good && QJsonDocument::fromJson(json->toUtf8()).array().size() == 1) ||
-           failAt(word.valueColumn, QStringLiteral("'%1' is no JSON value").arg(word.text), error);
+           failAt(word.valueColumn, QStringLiteral("'%1' is not a JSON value").arg(word.text),
+                  error);
 }
 
 bool takeCheck(const LineWord& word, ScenarioCheck* check, LineError* error) {
@@ -80,7 +81,7 @@ bool takeCheck(const LineWord& word, ScenarioCheck* check, LineError* error) {
         const QRegularExpression pattern(word.text);
         return pattern.isValid() ||
                failAt(word.valueColumn + qMax(0, pattern.patternErrorOffset()),
-                      QStringLiteral("no regular expression: %1").arg(pattern.errorString()),
+                      QStringLiteral("not a regular expression: %1").arg(pattern.errorString()),
                       error);
     } else if (word.op == QLatin1String("#=")) {
         check->op = ScenarioCheck::Op::Count;
@@ -120,7 +121,8 @@ bool readClock(const Words& words, ScenarioStep* step, LineError* error) {
         step->time = QDateTime::fromString(value, Qt::ISODateWithMs);
         return step->time.isValid() ||
                failAt(words.at(2).column,
-                      QStringLiteral("'%1' is no time (2026-01-05T09:30:00)").arg(value), error);
+                      QStringLiteral("'%1' is not a time such as 2026-01-05T09:30:00").arg(value),
+                      error);
     }
     step->kind = Kind::ClockAdvance;
     int ms = 0;
@@ -136,7 +138,7 @@ bool readClock(const Words& words, ScenarioStep* step, LineError* error) {
     return true;
 }
 
-/// What start and ready have in common: "wait=MS", "user=NAME".
+/// Reads what start and ready have in common: "within=MS", "user=NAME".
 bool readStartWords(const Words& words, int from, ScenarioStep* step, LineError* error) {
     step->limitMs = kStandardStartMs;
     for (int i = from; i < words.size(); ++i) {
@@ -181,12 +183,19 @@ bool readReady(const Words& words, ScenarioStep* step, LineError* error) {
 
 bool readPush(const Words& words, ScenarioStep* step, LineError* error) {
     step->kind = Kind::Push;
+    step->limitMs = kStandardLimitMs;
     if (!takePlain(words, 1, "the topic", &step->name, error)) {
         return false;
     }
     for (int i = 2; i < words.size(); ++i) {
         if (isNamed(words.at(i), "user")) {
             step->user = words.at(i).text;
+            continue;
+        }
+        if (isNamed(words.at(i), "within")) {
+            if (!readNumberOf(words.at(i), 1, kMostMs, &step->limitMs, error)) {
+                return false;
+            }
             continue;
         }
         QVariantMap row;
@@ -228,7 +237,7 @@ bool readGate(const Words& words, ScenarioStep* step, LineError* error) {
         return false;
     }
     if (!isGateName(step->name)) {
-        return failAt(words.at(1).column, QStringLiteral("there is no gate '%1'").arg(step->name),
+        return failAt(words.at(1).column, QStringLiteral("'%1' is not a gate").arg(step->name),
                       error);
     }
     if (state == QLatin1String("up")) {
@@ -253,7 +262,7 @@ bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
     for (; at < words.size() && words.at(at).text != QLatin1String("=>"); ++at) {
         if (!words.at(at).key.isEmpty()) {
             return failAt(words.at(at).column,
-                          QStringLiteral("put an argument that holds '=' in quotes"), error);
+                          QStringLiteral("put an argument that contains '=' in quotes"), error);
         }
         step->values.append(words.at(at).text);
     }
@@ -277,7 +286,7 @@ bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
         step->checks.append(check);
     }
     return !step->checks.isEmpty() ||
-           failAt(endOf(words), QStringLiteral("'=>' and what the answer has to be are missing"),
+           failAt(endOf(words), QStringLiteral("'=>' and the checks of the answer are missing"),
                   error);
 }
 
@@ -362,7 +371,7 @@ bool readExpect(const Words& words, ScenarioStep* step, LineError* error) {
     }
     if ((step->negative || step->occurrence > 0) && step->count >= 0) {
         return failAt(words.first().column,
-                      QStringLiteral("count goes with neither no nor occurrence"), error);
+                      QStringLiteral("count cannot be combined with no or occurrence"), error);
     }
     return true;
 }
@@ -383,8 +392,8 @@ bool readScenarioStep(const QVector<LineWord>& words, ScenarioStep* step, LineEr
             return reader(words, step, error);
         }
     }
-    return failAt(
-        directive.column,
-        QStringLiteral("'%1' is no directive").arg(directive.key + directive.op + directive.text),
-        error);
+    return failAt(directive.column,
+                  QStringLiteral("'%1' is not a directive")
+                      .arg(directive.key + directive.op + directive.text),
+                  error);
 }

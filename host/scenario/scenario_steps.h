@@ -5,6 +5,6 @@
 #include "line_words.h"
 #include "scenario.h"
 
-/// Reads one directive but "market" and "restart" into a step; its line and text are left alone.
+/// Reads any directive except "market" and "restart" into a step; does not set its line and text.
 /// False with the place of the error.
 bool readScenarioStep(const QVector<LineWord>& words, ScenarioStep* step, LineError* error);

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstddef>
 
+#include "exact_json.h"
 #include "packed_body.h"
 
 namespace {
@@ -62,13 +63,13 @@ void ScenarioTape::keepLog(std::shared_ptr<ScenarioTape> tape) {
 
 QJsonObject jsonOfBody(const QVariant& body) {
     if (!isPackedBody(body)) {
-        return {{QStringLiteral("body"), QJsonValue::fromVariant(body)}};
+        return {{QStringLiteral("body"), exactJson(body)}};
     }
     QList<QVariantMap> rows = rowsOfPackedBody(body);
-    const QJsonObject header = QJsonObject::fromVariantMap(rows.takeFirst());
+    const QJsonObject header = exactJsonObject(rows.takeFirst());
     QJsonArray data;
     for (const QVariantMap& row : qAsConst(rows)) {
-        data.append(QJsonObject::fromVariantMap(row));
+        data.append(exactJsonObject(row));
     }
     return {{QStringLiteral("header"), header}, {QStringLiteral("rows"), data}};
 }

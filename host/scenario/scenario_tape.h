@@ -14,22 +14,23 @@ struct TapeRecord {
     QJsonObject fields;
 };
 
-/// What a client did, in the order in which it was seen. Any thread.
+/// What a client did, in the order of observation. Any thread.
 class ScenarioTape {
 public:
     void add(RecordKind kind, const QString& name, const QJsonObject& fields);
     /// The records from a place on.
     std::vector<TapeRecord> from(size_t first) const;
 
-    /// From now on every line of the process's log is kept, and goes to the handler before as well.
-    /// One tape in a process; it is never given back.
+    /// Adds every line of the process's log from now on to the tape; the former message handler
+    /// still gets them. One tape in a process, for good.
     static void keepLog(std::shared_ptr<ScenarioTape> tape);
 
 private:
     mutable std::mutex m_mutex;  // guards the records
-    // Never shared with what from() gave, as a container of Qt would be.
+    // No container of Qt: a shared one would be copied at the next write after from().
     std::vector<TapeRecord> m_records;
 };
 
-/// {"header": {...}, "rows": [...]}, or {"body": ...} of what is no packed body.
+/// {"header": {...}, "rows": [...]}, or {"body": ...} for anything but a packed body. Integers
+/// beyond 2^53 are decimal texts.
 QJsonObject jsonOfBody(const QVariant& body);

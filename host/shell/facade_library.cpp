@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kMostSuggestions = 5;
 
-/// How many letters have to be changed, added or left out to get from one text to the other.
+/// The number of letters to change, add or remove to turn one text into the other.
 int editDistance(const QString& from, const QString& to) {
     std::vector<int> row(static_cast<std::size_t>(to.size()) + 1);
     std::iota(row.begin(), row.end(), 0);
@@ -26,18 +26,83 @@ int editDistance(const QString& from, const QString& to) {
     return row.back();
 }
 
+struct FlagWord {
+    unsigned flag;
+    const char* word;
+    const char* explanation;
+};
+
+constexpr FlagWord kReachWords[] = {
+    {FacadeFirstLoad, "first load", "brings the plug-in up first if nobody has"},
+    {FacadePresenter, "presenter", "is empty without a presenter"},
+    {FacadeWaits, "waits", "may wait for the account table"},
+};
+
+constexpr FlagWord kNeedsWords[] = {
+    {FacadeAccounts, "accounts", "the account table, which the start-up loads first"},
+    {FacadeHongKong, "HK prices", "Hong Kong rates and price ladders, loaded after the accounts"},
+    {FacadeCage, "cage", "the price cage, loaded after the Hong Kong prices"},
+    {FacadeSecurities, "securities", "the securities of the static database"},
+    {FacadeServer, "server", "requests that the call itself sends"},
+};
+
+template <class Words>
+QString flagText(unsigned flags, const Words& words, const char* none) {
+    QStringList texts;
+    for (const FlagWord& one : words) {
+        if (flags & one.flag) {
+            texts.append(QLatin1String(one.word));
+        }
+    }
+    return texts.isEmpty() ? QLatin1String(none) : texts.join(QStringLiteral(", "));
+}
+
+template <class Words>
+QStringList flagLines(unsigned flags, const Words& words, const char* title) {
+    QStringList lines;
+    for (const FlagWord& one : words) {
+        if (flags & one.flag) {
+            lines.append(QStringLiteral("    %1 %2: %3")
+                             .arg(QLatin1String(title), QLatin1String(one.word),
+                                  QLatin1String(one.explanation)));
+        }
+    }
+    return lines;
+}
+
+QString needsText(unsigned needs) {
+    return flagText(needs, kNeedsWords, "-");
+}
+
 QString reachText(unsigned reach) {
-    QStringList words;
-    if (reach & FacadeFirstLoad) {
-        words.append(QStringLiteral("first load"));
+    return flagText(reach, kReachWords, "plain");
+}
+
+QStringList explanationOf(const FacadeFunction& function) {
+    QStringList lines{function.declaration()};
+    lines += flagLines(function.needs, kNeedsWords, "depends on");
+    lines += flagLines(function.reach, kReachWords, "reach:");
+    const auto parameters = function.parameterList();
+    for (const FacadeParameter& parameter : parameters) {
+        QStringList about{parameter.type};
+        if (parameter.isOut) {
+            about.append(QStringLiteral("filled by the function, may be left out"));
+        }
+        if (!parameter.note.isEmpty()) {
+            about.append(parameter.note);
+        }
+        if (!parameter.values.isEmpty()) {
+            about.append(parameter.values.join(QStringLiteral(", ")));
+        }
+        lines.append(
+            QStringLiteral("    %1: %2").arg(parameter.name, about.join(QStringLiteral("; "))));
     }
-    if (reach & FacadePresenter) {
-        words.append(QStringLiteral("presenter"));
+    QString result = QStringLiteral("    returns %1").arg(function.resultType());
+    if (!function.resultNote().isEmpty()) {
+        result += QStringLiteral("; ") + function.resultNote();
     }
-    if (reach & FacadeWaits) {
-        words.append(QStringLiteral("waits"));
-    }
-    return words.isEmpty() ? QStringLiteral("plain") : words.join(QStringLiteral(", "));
+    lines.append(result);
+    return lines;
 }
 
 }  // namespace
@@ -47,9 +112,9 @@ QStringList closeNames(const QString& name, const QStringList& known) {
     std::vector<std::pair<int, QString>> close;
     for (const QString& candidate : known) {
         const QString lower = candidate.toLower();
-        // Part of a name is a good hint too, once it is more than a few letters.
-        const bool holds = wanted.size() > 3 && lower.contains(wanted);
-        const int distance = holds ? 1 : editDistance(wanted, lower);
+        // More than a few letters of a name are a good hint too.
+        const bool isPart = wanted.size() > 3 && lower.contains(wanted);
+        const int distance = isPart ? 1 : editDistance(wanted, lower);
         if (distance <= std::max(2, wanted.size() / 3)) {
             close.emplace_back(distance, candidate);
         }
@@ -86,29 +151,76 @@ const FacadeFunction* FacadeLibrary::choose(const QString& name, const QStringLi
     if (found) {
         return found;
     }
-    QStringList names;
-    for (int i = 0; i < m_count; ++i) {
-        names.append(QLatin1String(m_functions[i].name));
-    }
-    if (!names.contains(name)) {
-        const QStringList close = closeNames(name, names);
-        *error += close.isEmpty()
-                      ? QStringLiteral("; 'functions' lists them")
-                      : QStringLiteral("; close to it: %1").arg(close.join(QStringLiteral(", ")));
+    const QString unknown = unknownText(name);
+    if (!unknown.isEmpty()) {
+        *error = unknown;
     }
     return nullptr;
 }
 
-QStringList FacadeLibrary::listing() const {
-    std::vector<std::pair<QString, QString>> rows;
-    int width = 0;
+bool FacadeLibrary::knowsValues(const FacadeFunction& function, const QStringList& arguments,
+                                QString* error) {
+    FacadeMisfit unknown;
+    if (function.knowsValues(arguments, &unknown)) {
+        return true;
+    }
+    *error = misfitText(function, unknown);
+    return false;
+}
+
+/// Empty for a known name.
+QString FacadeLibrary::unknownText(const QString& name) const {
+    QStringList names;
     for (int i = 0; i < m_count; ++i) {
-        rows.emplace_back(m_functions[i].signature(), reachText(m_functions[i].reach));
-        width = std::max(width, rows.back().first.size());
+        names.append(QLatin1String(m_functions[i].name));
+    }
+    if (names.contains(name)) {
+        return QString();
+    }
+    const QStringList close = closeNames(name, names);
+    return QStringLiteral("no exported function is called %1").arg(name) +
+           (close.isEmpty()
+                ? QStringLiteral("; 'functions' lists them")
+                : QStringLiteral("; similar names: %1").arg(close.join(QStringLiteral(", "))));
+}
+
+QVector<const FacadeFunction*> FacadeLibrary::named(const QString& name, QString* error) const {
+    QVector<const FacadeFunction*> found;
+    for (int i = 0; i < m_count; ++i) {
+        if (name.isEmpty() || name == QLatin1String(m_functions[i].name)) {
+            found.append(&m_functions[i]);
+        }
+    }
+    if (found.isEmpty()) {
+        *error = unknownText(name);
+    }
+    return found;
+}
+
+QStringList FacadeLibrary::listing(const QString& name, QString* error) const {
+    const auto functions = named(name, error);
+    int needsWidth = 0;
+    int reachWidth = 0;
+    for (const FacadeFunction* function : functions) {
+        needsWidth = std::max(needsWidth, needsText(function->needs).size());
+        reachWidth = std::max(reachWidth, reachText(function->reach).size());
     }
     QStringList lines;
-    for (const auto& row : rows) {
-        lines.append(row.first.leftJustified(width + 2) + row.second);
+    for (const FacadeFunction* function : functions) {
+        lines.append(needsText(function->needs).leftJustified(needsWidth + 2) +
+                     reachText(function->reach).leftJustified(reachWidth + 2) +
+                     function->declaration());
+    }
+    return lines;
+}
+
+QStringList FacadeLibrary::explanation(const QString& name, QString* error) const {
+    QStringList lines;
+    for (const FacadeFunction* function : named(name, error)) {
+        if (!lines.isEmpty()) {
+            lines.append(QString());
+        }
+        lines += explanationOf(*function);
     }
     return lines;
 }

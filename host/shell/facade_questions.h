@@ -8,22 +8,22 @@
 
 #include "facade_library.h"
 
-/// Calls one exported function; false when an interrupt came before its answer.
+/// Calls one exported function; false when an interrupt came before the answer.
 using FacadeAsk = std::function<bool(const FacadeFunction& function, const QStringList& arguments,
                                      QJsonObject* answer)>;
 
-/// Asks exported functions by name and keeps which of them the library lacks. After an interrupt
-/// nothing more is asked. For one thread.
+/// Calls exported functions by name and collects the names that the library lacks. After an
+/// interrupt nothing is called any more. For one thread.
 class FacadeQuestions {
 public:
     FacadeQuestions(const FacadeLibrary& library, const FacadeAsk& ask);
 
-    /// All that a function answered; empty where there is no answer.
+    /// The whole answer of a function; empty if it could not be called.
     QJsonObject call(const QString& function, const QStringList& arguments);
-    /// Its result alone; undefined where there is no answer.
+    /// Only the result; undefined if it could not be called.
     QJsonValue ask(const QString& function, const QStringList& arguments);
 
-    /// Functions that could not be called, each once, in the order in which they were asked.
+    /// The functions that the library lacks, each once, in the order of the calls.
     const QStringList& absent() const { return m_absent; }
     bool interrupted() const { return m_interrupted; }
 

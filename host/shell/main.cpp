@@ -3,10 +3,10 @@
 #include <QCoreApplication>
 #include <QLoggingCategory>
 #include <clocale>
-#include <cstdio>
 #include <cstring>
 
 #include "commands.h"
+#include "output.h"
 
 int main(int argc, char** argv) {
     // Read before the next lines may change it.
@@ -28,8 +28,8 @@ int main(int argc, char** argv) {
     options.language = language;
     QString error;
     if (!parseShellOptions(QCoreApplication::arguments().mid(1), &options, &error)) {
-        std::fprintf(stderr, "velmar-client: %s\nvelmar-client --help lists the options\n",
-                     error.toUtf8().constData());
+        printError(error);
+        printTo(stderr, QStringLiteral("velmar-client --help lists commands and options"));
         return 2;
     }
     return runShell(options);

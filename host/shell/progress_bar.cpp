@@ -18,7 +18,7 @@ int percentOf(int done, int total) {
 QString progressText(int done, int total, int columns) {
     const QString title = QStringLiteral("making the sample market");
     const QString percent = QStringLiteral("  %1 %").arg(percentOf(done, total), 3);
-    // Two blanks and the bar's ends stand between the title and the figure.
+    // Two spaces and the ends of the bar separate title and percentage.
     const int width = qMin(kWidestBar, columns - title.size() - percent.size() - 4);
     if (width < 5) {
         return (title + percent).left(qMax(0, columns));
@@ -29,7 +29,7 @@ QString progressText(int done, int total, int columns) {
 }
 
 void ProgressBar::draw(int done, int total) {
-    // The last column stays free: some terminals go to the next line when it is written.
+    // The last column stays free: some terminals start a new line when it is written.
     const QString text = done < total
                              ? progressText(done, total, StatusLine::terminalColumns(m_stream) - 1)
                              : QString();

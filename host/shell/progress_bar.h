@@ -4,12 +4,12 @@
 #include <QString>
 #include <cstdio>
 
-/// "making the sample market  [#####     ]  50 %", in so many columns at most.
+/// "making the sample market  [#####     ]  50 %", cut to `columns`.
 QString progressText(int done, int total, int columns);
 
-/// Shows how far the making of the market is: on a terminal as a bar that is drawn over itself and
-/// cleared at the end, otherwise as a line every second at most. On another stream than stdout as
-/// the bar alone, since what is no terminal may be read together with an answer. Main thread.
+/// Shows the progress while the sample market is made: on a terminal as a bar that is cleared at
+/// the end, on other output as at most one line a second. On a stream other than stdout only the
+/// bar is shown, since a program may read that stream together with the answer. Main thread only.
 class ProgressBar {
 public:
     explicit ProgressBar(std::FILE* stream = stdout) : m_stream(stream) {}

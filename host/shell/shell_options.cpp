@@ -15,7 +15,7 @@ constexpr int kMostTicks = 1000;
 constexpr int kMostCount = 1000000000;
 constexpr int kBytesPerKiB = 1024;
 constexpr int kBytesPerMiB = 1024 * kBytesPerKiB;
-/// Less would not take the log-in's own answer.
+/// Less would not hold the answer of the log-in.
 constexpr int kLeastBodyLimit = kBytesPerKiB;
 constexpr int kMostBodyLimit = 1024 * kBytesPerMiB;
 
@@ -27,7 +27,7 @@ const QString kWait = QStringLiteral("wait");
 const QString kScale = QStringLiteral("scale");
 const QString kFault = QStringLiteral("fault");
 const QString kScenario = QStringLiteral("scenario");
-// How the runner of a scenario calls itself.
+// Given by the player of a scenario to its child processes.
 const QString kSection = QStringLiteral("scenario-section");
 const QString kTicks = QStringLiteral("ticks");
 const QString kTickRate = QStringLiteral("tick-rate");
@@ -41,15 +41,21 @@ const QString kStay = QStringLiteral("stay");
 const QString kOnce = QStringLiteral("once");
 const QString kHelp = QStringLiteral("help");
 const QString kVersion = QStringLiteral("version");
+const QString kEarly = QStringLiteral("early");
+const QString kRaw = QStringLiteral("raw");
 
-void addOptions(QCommandLineParser& parser) {
-    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+void addOptions(QCommandLineParser& parser, bool everywhere) {
+    if (!everywhere) {
+        parser.setOptionsAfterPositionalArgumentsMode(
+            QCommandLineParser::ParseAsPositionalArguments);
+    }
     for (const QString& withValue :
          {kHome, kPlugins, kPlugin, kUser, kWait, kScale, kFault, kScenario, kSection, kTicks,
           kTickRate, kClock, kCount, kBodyLimit}) {
         parser.addOption(QCommandLineOption(withValue, QString(), QStringLiteral("value")));
     }
-    for (const QString& flag : {kRebuild, kVerbose, kStay, kOnce, kMarketHours, kVersion}) {
+    for (const QString& flag :
+         {kRebuild, kVerbose, kStay, kOnce, kMarketHours, kVersion, kEarly, kRaw}) {
         parser.addOption(QCommandLineOption(flag));
     }
     parser.addOption(QCommandLineOption(QStringList{QStringLiteral("h"), kHelp}));
@@ -110,7 +116,7 @@ bool takeFaults(const QStringList& lines, ShellOptions* options, QString* error)
         Fault fault;
         LineError wrong;
         if (!readFault(line, &fault, &wrong)) {
-            *error = QStringLiteral("--fault '%1', %2").arg(line, wrong.told());
+            *error = QStringLiteral("--fault '%1', %2").arg(line, wrong.toString());
             return false;
         }
         options->faults.append(fault);
@@ -118,7 +124,7 @@ bool takeFaults(const QStringList& lines, ShellOptions* options, QString* error)
     return true;
 }
 
-/// Lists of symbols; several of them add up.
+/// Lists of symbols; several lists are joined.
 bool takeTicks(const QStringList& lists, ShellOptions* options, QString* error) {
     for (const QString& list : lists) {
         const QStringList symbols = list.split(QLatin1Char(','), Qt::SkipEmptyParts);
@@ -179,7 +185,7 @@ bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QStri
         for (const QString& other :
              {kScale, kRebuild, kWait, kStay, kOnce, kTickRate, kClock, kMarketHours}) {
             if (parser.isSet(other)) {
-                *error = QStringLiteral("--%1 goes with no --%2").arg(kScenario, other);
+                *error = QStringLiteral("--%1 cannot be combined with --%2").arg(kScenario, other);
                 return false;
             }
         }
@@ -192,24 +198,30 @@ bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QStri
     return true;
 }
 
-/// Takes the options over that lead `arguments`; what follows them is left in `rest`.
-bool takeOptions(const QStringList& arguments, ShellOptions* options, QStringList* rest,
-                 QString* error) {
+/// Reads the options among `arguments`; the other words go to `rest`. Unless `everywhere`, options
+/// end at the first such word.
+bool takeOptions(const QStringList& arguments, bool everywhere, ShellOptions* options,
+                 QStringList* rest, QString* error) {
     QCommandLineParser parser;
-    addOptions(parser);
+    addOptions(parser, everywhere);
     if (!parser.parse(QStringList(QString()) + arguments)) {
         *error = parser.errorText();
         return false;
     }
     *rest = parser.positionalArguments();
-    const auto takeValue = [&parser](const QString& name, QString* value) {
-        if (parser.isSet(name)) {
-            *value = parser.value(name);
+    const auto takeText = [&](const QString& name, const char* what, QString* value) {
+        if (!parser.isSet(name)) {
+            return true;
         }
+        *value = parser.value(name);
+        *error = QStringLiteral("--%1 takes %2").arg(name, QLatin1String(what));
+        return !value->isEmpty();
     };
-    takeValue(kHome, &options->homeDir);
-    takeValue(kPlugins, &options->pluginsDir);
-    takeValue(kUser, &options->user);
+    if (!takeText(kHome, "a folder", &options->homeDir) ||
+        !takeText(kPlugins, "a folder", &options->pluginsDir) ||
+        !takeText(kUser, "the name of a login", &options->user)) {
+        return false;
+    }
     if (!takeNumber(parser, kWait, 0, 3600, &options->waitSeconds, error) ||
         !takeNumber(parser, kScale, 1, kMaxMarketScale, &options->scale, error) ||
         !takeNumber(parser, kTickRate, 0, kMostTicks, &options->tickRate, error) ||
@@ -225,6 +237,8 @@ bool takeOptions(const QStringList& arguments, ShellOptions* options, QStringLis
     }
     options->rebuild = options->rebuild || parser.isSet(kRebuild);
     options->verbose = options->verbose || parser.isSet(kVerbose);
+    options->early = options->early || parser.isSet(kEarly);
+    options->raw = options->raw || parser.isSet(kRaw);
     if (parser.isSet(kStay)) {
         options->staying = ShellOptions::Staying::Stay;
     }
@@ -239,7 +253,7 @@ bool takeOptions(const QStringList& arguments, ShellOptions* options, QStringLis
     return true;
 }
 
-/// A scenario brings everything along that the others take from the command line.
+/// A scenario's file says what other commands take from the command line.
 bool standsAlone(const ShellOptions& options, bool withCommand, QString* error) {
     // A command prints its answer and nothing else, so it runs no other plug-ins.
     if (withCommand && !options.pluginFiles.isEmpty()) {
@@ -250,7 +264,7 @@ bool standsAlone(const ShellOptions& options, bool withCommand, QString* error) 
         return true;
     }
     if (withCommand) {
-        *error = QStringLiteral("--scenario goes with no command");
+        *error = QStringLiteral("--scenario cannot be combined with a command");
         return false;
     }
     for (const auto& [option, isGiven] :
@@ -259,38 +273,37 @@ bool standsAlone(const ShellOptions& options, bool withCommand, QString* error) 
           std::pair{kTicks, !options.tickSymbols.isEmpty()},
           std::pair{kBodyLimit, options.bodyLimit != kStandingBodyLimit}}) {
         if (isGiven) {
-            *error = QStringLiteral("--scenario goes with no --%1").arg(option);
+            *error = QStringLiteral("--scenario cannot be combined with --%1").arg(option);
             return false;
         }
     }
     return true;
 }
 
-bool isSettled(const ShellOptions& options) {
+bool asksForText(const ShellOptions& options) {
     return options.command == ShellOptions::Command::Help ||
            options.command == ShellOptions::Command::Version;
 }
 
-bool takeCall(QStringList rest, ShellOptions* options, QString* error) {
+bool takeCall(const QStringList& rest, ShellOptions* options, QString* error) {
     if (rest.isEmpty()) {
         *error = QStringLiteral("call takes the name of a function; 'functions' lists them");
         return false;
     }
     options->command = ShellOptions::Command::Call;
-    options->functionName = rest.takeFirst();
-    options->arguments = rest;
+    options->functionName = rest.first();
+    options->arguments = rest.mid(1);
     return true;
 }
 
 /// "list" or "why ACCOUNT".
-bool takeAccounts(QStringList rest, ShellOptions* options, QString* error) {
+bool takeAccounts(const QStringList& rest, ShellOptions* options, QString* error) {
     options->command = ShellOptions::Command::Accounts;
-    const QString question = rest.isEmpty() ? QStringLiteral("list") : rest.takeFirst();
-    if (question == QLatin1String("list") && rest.isEmpty()) {
+    if (rest.isEmpty() || (rest.size() == 1 && rest.first() == QLatin1String("list"))) {
         return true;
     }
-    if (question == QLatin1String("why") && rest.size() == 1 && !rest.first().isEmpty()) {
-        options->account = rest.first();
+    if (rest.size() == 2 && rest.first() == QLatin1String("why") && !rest.last().isEmpty()) {
+        options->account = rest.last();
         return true;
     }
     *error = QStringLiteral("accounts takes 'list' or 'why ACCOUNT', and --json");
@@ -308,18 +321,28 @@ bool takeRules(const QStringList& rest, ShellOptions* options, QString* error) {
     return false;
 }
 
-/// "watch SYMBOL...", with options between the words.
-bool takeTicksCommand(QStringList rest, ShellOptions* options, QString* error) {
-    options->command = ShellOptions::Command::Ticks;
-    QStringList words;
-    while (!rest.isEmpty()) {
-        words.append(rest.takeFirst());
-        if (!takeOptions(QStringList(rest), options, &rest, error)) {
-            return false;
-        }
+/// "find TEXT".
+bool takeSymbols(const QStringList& rest, ShellOptions* options, QString* error) {
+    options->command = ShellOptions::Command::Symbols;
+    if (rest.size() == 2 && rest.first() == QLatin1String("find") && !rest.last().isEmpty()) {
+        options->symbol = rest.last();
+        return true;
     }
-    if (words.size() < 2 || words.takeFirst() != QLatin1String("watch") ||
-        words.contains(QString())) {
+    *error = QStringLiteral("symbols takes 'find TEXT', a part of a code or of a name");
+    return false;
+}
+
+bool takeFunctions(const QStringList& rest, ShellOptions* options, QString* error) {
+    options->command = ShellOptions::Command::Functions;
+    options->functionName = rest.value(0);
+    *error = QStringLiteral("functions takes the name of a function, or nothing");
+    return rest.size() <= 1;
+}
+
+/// "watch SYMBOL...".
+bool takeTicksCommand(const QStringList& rest, ShellOptions* options, QString* error) {
+    options->command = ShellOptions::Command::Ticks;
+    if (rest.size() < 2 || rest.first() != QLatin1String("watch") || rest.contains(QString())) {
         *error = QStringLiteral("ticks takes 'watch SYMBOL...', and --%1 N").arg(kCount);
         return false;
     }
@@ -327,7 +350,55 @@ bool takeTicksCommand(QStringList rest, ShellOptions* options, QString* error) {
         *error = QStringLiteral("ticks watch needs a --%1 above 0").arg(kTickRate);
         return false;
     }
-    options->watched = words;
+    options->watched = rest.mid(1);
+    return true;
+}
+
+bool takeDoctor(const QStringList& rest, ShellOptions* options, QString* error) {
+    options->command = ShellOptions::Command::Doctor;
+    *error = QStringLiteral("doctor takes no arguments");
+    return rest.isEmpty();
+}
+
+struct CommandWord {
+    const char* word;
+    bool (*take)(const QStringList& rest, ShellOptions* options, QString* error);
+};
+
+constexpr CommandWord kCommands[] = {
+    {"call", takeCall},       {"functions", takeFunctions}, {"accounts", takeAccounts},
+    {"symbols", takeSymbols}, {"rules", takeRules},         {"ticks", takeTicksCommand},
+    {"doctor", takeDoctor},
+};
+
+bool takeCommand(const QString& word, const QStringList& rest, ShellOptions* options,
+                 QString* error) {
+    QStringList words;
+    for (const CommandWord& command : kCommands) {
+        if (word == QLatin1String(command.word)) {
+            return command.take(rest, options, error);
+        }
+        words.append(QLatin1String(command.word));
+    }
+    *error =
+        QStringLiteral("unknown command '%1' (%2)").arg(word, words.join(QStringLiteral(", ")));
+    return false;
+}
+
+/// The options of one command only.
+bool belongTogether(const ShellOptions& options, QString* error) {
+    const bool isCall = options.command == ShellOptions::Command::Call;
+    for (const auto& [option, isGiven] :
+         {std::pair{kEarly, options.early}, std::pair{kRaw, options.raw}}) {
+        if (isGiven && !isCall) {
+            *error = QStringLiteral("--%1 is an option of call").arg(option);
+            return false;
+        }
+    }
+    if (options.count > 0 && options.command != ShellOptions::Command::Ticks) {
+        *error = QStringLiteral("--%1 goes with ticks watch only").arg(kCount);
+        return false;
+    }
     return true;
 }
 
@@ -335,55 +406,30 @@ bool takeTicksCommand(QStringList rest, ShellOptions* options, QString* error) {
 
 bool parseShellOptions(const QStringList& arguments, ShellOptions* options, QString* error) {
     QStringList rest;
-    if (!takeOptions(arguments, options, &rest, error)) {
+    if (!takeOptions(arguments, false, options, &rest, error)) {
         return false;
     }
-    if (isSettled(*options)) {
+    if (asksForText(*options)) {
         return true;
     }
     if (rest.isEmpty()) {
-        return standsAlone(*options, false, error);
+        return standsAlone(*options, false, error) && belongTogether(*options, error);
     }
     const QString command = rest.takeFirst();
     const bool isAccounts = command == QLatin1String("accounts");
     options->asJson = isAccounts && rest.removeAll(QStringLiteral("--json")) > 0;
-    // Options may stand on either side of the command.
-    if (!takeOptions(QStringList(rest), options, &rest, error)) {
+    // Behind a function's name everything belongs to the function.
+    const bool everywhere = command != QLatin1String("call");
+    if (!takeOptions(QStringList(rest), everywhere, options, &rest, error)) {
         return false;
     }
-    if (isSettled(*options)) {
+    if (asksForText(*options)) {
         return true;
     }
     if (!standsAlone(*options, true, error)) {
         return false;
     }
-    if (options->count > 0 && command != QLatin1String("ticks")) {
-        *error = QStringLiteral("--%1 goes with ticks watch only").arg(kCount);
-        return false;
-    }
-    if (command == QLatin1String("ticks")) {
-        return takeTicksCommand(rest, options, error) && standsAlone(*options, true, error);
-    }
-    if (command == QLatin1String("call")) {
-        return takeCall(rest, options, error);
-    }
-    if (isAccounts) {
-        return takeAccounts(rest, options, error);
-    }
-    if (command == QLatin1String("rules")) {
-        return takeRules(rest, options, error);
-    }
-    if (command != QLatin1String("functions")) {
-        *error = QStringLiteral("unknown command '%1' (call, functions, accounts, rules, ticks)")
-                     .arg(command);
-        return false;
-    }
-    if (!rest.isEmpty()) {
-        *error = QStringLiteral("functions takes no arguments");
-        return false;
-    }
-    options->command = ShellOptions::Command::Functions;
-    return true;
+    return takeCommand(command, rest, options, error) && belongTogether(*options, error);
 }
 
 QString shellHelpText() {
@@ -392,33 +438,42 @@ QString shellHelpText() {
         "\n"
         "usage: velmar-client [options]                       start, print the account table\n"
         "       velmar-client [options] call FUNCTION ARGS... call an exported function\n"
-        "       velmar-client [options] functions             list the exported functions\n"
+        "       velmar-client [options] functions [FUNCTION]  list the exported functions and "
+        "what\n"
+        "                                                     their answers depend on; --verbose\n"
+        "                                                     explains the parameters\n"
         "       velmar-client [options] accounts list         list the accounts with their kinds\n"
-        "       velmar-client [options] accounts why ACCOUNT  tell which lists an account is in, "
-        "and\n"
-        "                                                     why it is not in the others\n"
-        "       velmar-client [options] rules explain SYMBOL  tell which rules of quantity and "
-        "price "
-        "hold\n"
-        "                                                     for a security, and where they are "
-        "from\n"
+        "       velmar-client [options] accounts why ACCOUNT  show which lists contain an "
+        "account,\n"
+        "                                                     and why the others do not\n"
+        "       velmar-client [options] symbols find TEXT     find securities by a part of their\n"
+        "                                                     code or name\n"
+        "       velmar-client [options] rules explain SYMBOL  show the quantity and price rules of "
+        "a\n"
+        "                                                     security and where they come from\n"
         "       velmar-client [options] ticks watch SYMBOL... print the ticks of these symbols "
-        "until Ctrl-C,\n"
-        "                                                     or --count N of them\n"
+        "until\n"
+        "                                                     Ctrl-C, or --count N of them\n"
+        "       velmar-client [options] doctor                check home, market and plug-ins\n"
         "\n"
         "  --home DIR      where settings, market and log are kept: a new or empty folder, or a\n"
-        "                  home made before (default: velmar in the user's data folder)\n"
+        "                  home made before (default: VELMAR_HOME, else velmar in the user's data\n"
+        "                  folder)\n"
         "  --plugins DIR   where the plug-in libraries are (default: ../plugins of the program);\n"
         "                  without a command every one of them is loaded\n"
         "  --plugin FILE   load this plug-in library too; may be given several times\n"
         "  --user NAME     log in as this user (default: demo01)\n"
-        "  --wait SECONDS  how long the accounts may take to load (default: 60)\n"
+        "  --wait SECONDS  how long the accounts may take to load, and for call the rest of the\n"
+        "                  start-up (default: 60)\n"
+        "  --early         call as soon as the accounts are loaded, before the price cage is\n"
+        "  --raw           pass values to call that an enumeration does not have\n"
         "  --scale N       make the sample market N times as large, 1 to 20 (default: 1)\n"
-        "  --fault FAULT   something that goes wrong with requests, such as '120006 1 timeout';\n"
-        "                  may stand several times (docs/scenarios.md)\n"
-        "  --ticks SYMBOLS publish ticks of these symbols too, such as 600000.SH,000001.SZ; those\n"
-        "                  that a plug-in subscribes get them anyway\n"
-        "  --tick-rate N   ticks a second of each symbol, 0 to 1000; 0: none (default: 1)\n"
+        "  --fault FAULT   make requests go wrong, such as '120006 1 timeout';\n"
+        "                  may be given several times (docs/scenarios.md)\n"
+        "  --ticks SYMBOLS publish ticks of these symbols, such as 600000.SH,000001.SZ, in "
+        "addition\n"
+        "                  to those that plug-ins subscribe to\n"
+        "  --tick-rate N   ticks a second for each symbol, 0 to 1000 (default: 1)\n"
         "  --market-hours  ticks keep to the trading hours of the exchanges; by default they play\n"
         "                  continuous trading around the clock\n"
         "  --clock TIME    start the server's clock at this time of the exchanges (+08:00), such "
@@ -427,22 +482,21 @@ QString shellHelpText() {
         "  --body-limit SIZE\n"
         "                  refuse larger requests and answers, drop larger pushes: bytes, or with\n"
         "                  KiB or MiB, such as 512KiB; 1KiB to 1024MiB (default: 64MiB)\n"
-        "  --scenario FILE play a scenario in a home folder of its own and tell how it went\n"
-        "  --rebuild       make the sample market anew\n"
+        "  --scenario FILE play a scenario in a home folder of its own and report the result\n"
+        "  --rebuild       make the sample market again\n"
         "  --stay, --once  stay up until Ctrl-C, or end after the table; by default it stays when\n"
         "                  stdout is a terminal\n"
         "  --verbose       show the log on stderr too, debug lines included\n"
         "  --help, --version\n"
         "\n"
-        "Arguments of call are texts as they stand, decimal numbers, true or false; lists and\n"
-        "records are JSON. The answer is printed as JSON.\n"
-        "accounts prints a table, or with --json the same as data. rules speaks Chinese when\n"
+        "Arguments of call are texts, decimal numbers, true or false, and names or numbers of\n"
+        "enumeration values; lists and records are JSON. The answer is printed as JSON, with\n"
+        "integers beyond 2^53 as decimal texts.\n"
+        "accounts prints a table, or with --json the same as data. rules prints Chinese when\n"
         "LC_ALL, LC_MESSAGES or LANG asks for it.\n"
         "\n"
         "The log is log/client.log in the home folder; VELMAR_LOG_DEBUG=1 adds debug lines to it.\n"
-        "Exit codes: 0 success; 1 the start-up or the scenario failed, or it was interrupted; 2 "
-        "wrong\n"
-        "usage, a folder that is no home, an unknown function, account or security, or a file "
-        "that\n"
-        "is not a scenario.\n");
+        "Exit codes: 0 success; 1 the start-up or the scenario failed, it was interrupted, doctor\n"
+        "found a problem, or the output could not be written; 2 wrong usage, a folder that is no\n"
+        "home, an unknown function, account or security, or an invalid scenario file.\n");
 }

@@ -49,8 +49,8 @@ QString statusText(const ClientStatus& status, int columns) {
 
 int StatusLine::terminalColumns(std::FILE* stream) {
     winsize size{};
-    const bool told = ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return told ? size.ws_col : 80;
+    const bool isKnown = ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : 80;
 }
 
 bool StatusLine::isTerminal(std::FILE* stream) {
@@ -58,7 +58,7 @@ bool StatusLine::isTerminal(std::FILE* stream) {
 }
 
 void StatusLine::draw(const ClientStatus& status) {
-    // The last column stays free: some terminals go to the next line when it is written.
+    // The last column stays free: some terminals start a new line when it is written.
     const QByteArray line = statusText(status, terminalColumns() - 1).toUtf8();
     std::printf("\r%s\x1b[K", line.constData());
     std::fflush(stdout);

@@ -4,7 +4,7 @@
 #include <QString>
 #include <cstdio>
 
-/// What the live line tells of the running client.
+/// What the status line shows.
 struct ClientStatus {
     int accounts = 0;
     int presenters = 0;
@@ -13,19 +13,18 @@ struct ClientStatus {
     qint64 upSeconds = 0;
 };
 
-/// One line of at most `columns` characters: as many of the parts as fit, the most telling first,
-/// then cut.
+/// One line of at most `columns` characters: as many parts as fit, the most important ones first.
 QString statusText(const ClientStatus& status, int columns);
 
-/// A line at the bottom of a terminal that is drawn over itself.
+/// The last line of a terminal, drawn again and again.
 class StatusLine {
 public:
-    /// The columns of the stream's terminal, 80 when it does not tell.
+    /// The columns of the stream's terminal, 80 when unknown.
     static int terminalColumns(std::FILE* stream = stdout);
     static bool isTerminal(std::FILE* stream = stdout);
 
     void draw(const ClientStatus& status);
-    /// Ends the line, so that what is printed next stands below it.
+    /// Ends the line; further output goes below it.
     void leave();
 
 private:

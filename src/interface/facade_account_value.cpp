@@ -4,41 +4,41 @@ namespace {
 
 struct AccountFields {
     template <class Record, class Visitor>
-    static void visit(Record& record, Visitor&& told) {
-        told("investorName", record.investorName);
-        told("productName", record.productName);
-        told("assetAccountName", record.assetAccountName);
-        told("tradingAccountName", record.tradingAccountName);
-        told("investorAccount", record.investorAccount);
-        told("productAccount", record.productAccount);
-        told("assetAccount", record.assetAccount);
-        told("tradingAccount", record.tradingAccount);
-        told("securityAccountMap", record.securityAccountMap);
-        told("securityAccount", record.securityAccount);
-        told("securityExchange", record.securityExchange);
-        told("isMainAccount", record.isMainAccount);
-        told("accountStatus", record.accountStatus);
-        told("seatNo", record.seatNo);
-        told("investType", record.investType);
-        told("assetAccountList", record.assetAccountList);
-        told("userType", record.userType);
-        told("organCode", record.organCode);
-        told("fundAccount", record.fundAccount);
-        told("fundAccountType", record.fundAccountType);
-        told("accountName", record.accountName);
-        told("extCounterCode", record.extCounterCode);
-        told("clientNo", record.clientNo);
-        told("extNodeNo", record.extNodeNo);
-        told("extText1", record.extText1);
-        told("extText2", record.extText2);
-        told("branchNo", record.branchNo);
-        told("extOrgCode", record.extOrgCode);
-        told("authorityFlags", record.authorityFlags);
-        told("abbrName", record.abbrName);
-        told("passStatus", record.passStatus);
-        told("otcFundAccount", record.otcFundAccount);
-        told("counterSiteType", record.counterSiteType);
-        told("counterAccountName", record.counterAccountName);
+    static void visit(Record& record, Visitor&& field) {
+        field("investorName", record.investorName);
+        field("productName", record.productName);
+        field("assetAccountName", record.assetAccountName);
+        field("tradingAccountName", record.tradingAccountName);
+        field("investorAccount", record.investorAccount);
+        field("productAccount", record.productAccount);
+        field("assetAccount", record.assetAccount);
+        field("tradingAccount", record.tradingAccount);
+        field("securityAccountMap", record.securityAccountMap);
+        field("securityAccount", record.securityAccount);
+        field("securityExchange", record.securityExchange);
+        field("isMainAccount", record.isMainAccount);
+        field("accountStatus", record.accountStatus);
+        field("seatNo", record.seatNo);
+        field("investType", record.investType);
+        field("assetAccountList", record.assetAccountList);
+        field("userType", record.userType);
+        field("organCode", record.organCode);
+        field("fundAccount", record.fundAccount);
+        field("fundAccountType", record.fundAccountType);
+        field("accountName", record.accountName);
+        field("extCounterCode", record.extCounterCode);
+        field("clientNo", record.clientNo);
+        field("extNodeNo", record.extNodeNo);
+        field("extText1", record.extText1);
+        field("extText2", record.extText2);
+        field("branchNo", record.branchNo);
+        field("extOrgCode", record.extOrgCode);
+        field("authorityFlags", record.authorityFlags);
+        field("abbrName", record.abbrName);
+        field("passStatus", record.passStatus);
+        field("otcFundAccount", record.otcFundAccount);
+        field("counterSiteType", record.counterSiteType);
+        field("counterAccountName", record.counterAccountName);
     }
 };
 
@@ -52,4 +52,8 @@ bool FacadeValue<tagUserAccountInfo>::fromJson(const QJsonValue& json, tagUserAc
 
 QJsonValue FacadeValue<tagUserAccountInfo>::toJson(const tagUserAccountInfo& value) {
     return Value::toJson(value);
+}
+
+QString FacadeValue<tagUserAccountInfo>::whyNot(const QJsonValue& json) {
+    return Value::whyNot(json);
 }

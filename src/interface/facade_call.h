@@ -29,6 +29,15 @@ struct Slot {
         }
         return isOut ? name + QLatin1Char('&') : name;
     }
+    static FacadeParameter parameter() {
+        FacadeParameter parameter;
+        parameter.type = typeName();
+        parameter.isOut = isOut;
+        if constexpr (std::is_enum_v<Value>) {
+            parameter.values = FacadeValue<Value>::values();
+        }
+        return parameter;
+    }
     static decltype(auto) pass(Value& value) {
         if constexpr (isPointer) {
             return &value;
@@ -44,8 +53,8 @@ struct Caller {
     static constexpr std::size_t total = sizeof...(Parameters);
     static constexpr std::array<bool, total + 1> isOut{Slot<Parameters>::isOut..., false};
 
-    /// Which text belongs to each parameter, -1 for one that was left out. Either all are given, or
-    /// all but those that the function fills.
+    /// Which text belongs to each parameter, -1 for one that was left out. False unless all are
+    /// given, or all but those that the function fills.
     static bool places(int given, std::array<int, total + 1>* place) {
         int outs = 0;
         for (std::size_t i = 0; i < total; ++i) {
@@ -84,33 +93,96 @@ struct Caller {
     }
 
     template <std::size_t... I>
+    static FacadeMisfit misfit(const QStringList& arguments, std::index_sequence<I...>) {
+        std::array<int, total + 1> place{};
+        FacadeMisfit found;
+        if (!places(arguments.size(), &place)) {
+            found.why = countText(arguments.size());
+            return found;
+        }
+        (noteMisfit<I>(arguments, place[I], &found), ...);
+        return found;
+    }
+
+    /// Notes why a parameter's text does not fit, unless an earlier one is noted.
+    template <std::size_t I>
+    static void noteMisfit(const QStringList& arguments, int place, FacadeMisfit* found) {
+        using Value = std::tuple_element_t<I, Values>;
+        Value value{};
+        if (found->parameter < 0 && place >= 0 &&
+            !FacadeValue<Value>::fromText(arguments.at(place), &value)) {
+            found->parameter = static_cast<int>(I);
+            found->why = whyNotValue<Value>(arguments.at(place));
+        }
+    }
+
+    static QString countText(int given) {
+        int outs = 0;
+        for (std::size_t i = 0; i < total; ++i) {
+            outs += isOut[i] ? 1 : 0;
+        }
+        const int all = static_cast<int>(total);
+        const QString count =
+            outs == 0 ? QString::number(all) : QStringLiteral("%1 or %2").arg(all - outs).arg(all);
+        return QStringLiteral("takes %1 argument%2, not %3")
+            .arg(count, all == 1 && outs == 0 ? QString() : QStringLiteral("s"))
+            .arg(given);
+    }
+
+    template <std::size_t... I>
+    static bool knowsValues(const QStringList& arguments, [[maybe_unused]] FacadeMisfit* unknown,
+                            std::index_sequence<I...>) {
+        std::array<int, total + 1> place{};
+        return places(arguments.size(), &place) &&
+               (knowsValue<I>(arguments, place[I], unknown) && ...);
+    }
+
+    template <std::size_t I>
+    static bool knowsValue([[maybe_unused]] const QStringList& arguments,
+                           [[maybe_unused]] int place, [[maybe_unused]] FacadeMisfit* unknown) {
+        using Value = std::tuple_element_t<I, Values>;
+        if constexpr (std::is_enum_v<Value>) {
+            Value value{};
+            if (place >= 0 && FacadeValue<Value>::fromText(arguments.at(place), &value) &&
+                !FacadeValue<Value>::knows(value)) {
+                unknown->parameter = static_cast<int>(I);
+                unknown->why = whyNotValue<Value>(arguments.at(place));
+                return false;
+            }
+        }
+        return true;
+    }
+
+    static QVector<FacadeParameter> parameters() { return {Slot<Parameters>::parameter()...}; }
+
+    template <std::size_t... I>
     static QJsonObject call(Result (*function)(Parameters...), const QString& signature,
                             const QStringList& arguments, std::index_sequence<I...> sequence) {
         Values values;
         int score = 0;
-        QJsonObject said{{QStringLiteral("function"), signature}};
+        QJsonObject answer{{QStringLiteral("function"), signature}};
         if (!read(arguments, &values, &score, sequence)) {
-            said.insert(QStringLiteral("error"), QStringLiteral("the arguments do not fit"));
-            return said;
+            answer.insert(QStringLiteral("error"), QStringLiteral("the arguments do not fit"));
+            return answer;
         }
         QJsonArray given;
         (given.append(FacadeValue<std::tuple_element_t<I, Values>>::toJson(std::get<I>(values))),
          ...);
-        said.insert(QStringLiteral("arguments"), given);
+        answer.insert(QStringLiteral("arguments"), given);
         if constexpr (std::is_void_v<Result>) {
             function(Slot<Parameters>::pass(std::get<I>(values))...);
-            said.insert(QStringLiteral("result"), QJsonValue::Null);
+            answer.insert(QStringLiteral("result"), QJsonValue::Null);
         } else {
             const auto result = function(Slot<Parameters>::pass(std::get<I>(values))...);
-            said.insert(QStringLiteral("result"),
-                        FacadeValue<std::decay_t<Result>>::toJson(result));
+            answer.insert(QStringLiteral("result"),
+                          FacadeValue<std::decay_t<Result>>::toJson(result));
         }
         QJsonArray outs;
         (appendOut<I>(values, &outs), ...);
         if (!outs.isEmpty()) {
-            said.insert(QStringLiteral("out"), outs);
+            answer.insert(QStringLiteral("out"), outs);
         }
-        return said;
+        return answer;
     }
 
     template <std::size_t I>
@@ -135,7 +207,7 @@ QString resultName() {
 
 }  // namespace facade_detail
 
-/// The table entry of one function; `Function` is its address, of an overload by a cast.
+/// What the table needs of one function; `Function` is its address, of an overload by a cast.
 template <auto Function>
 struct FacadeEntry {
     template <class Result, class... Parameters>
@@ -143,11 +215,8 @@ struct FacadeEntry {
         return facade_detail::Caller<Result, Parameters...>{};
     }
     template <class Result, class... Parameters>
-    static QString parameterText(Result (*)(Parameters...), const char* name) {
-        const QStringList types{facade_detail::Slot<Parameters>::typeName()...};
-        return QStringLiteral("%1 %2(%3)")
-            .arg(facade_detail::resultName<Result>(), QLatin1String(name),
-                 types.join(QLatin1String(", ")));
+    static QString resultNameOf(Result (*)(Parameters...)) {
+        return facade_detail::resultName<Result>();
     }
     using Caller = decltype(callerOf(Function));
     using Sequence = std::make_index_sequence<Caller::total>;
@@ -156,21 +225,32 @@ struct FacadeEntry {
         typename Caller::Values values;
         return Caller::read(arguments, &values, score, Sequence());
     }
-
-    template <const char* Name>
-    static QString signature() {
-        return parameterText(Function, Name);
+    static FacadeMisfit misfit(const QStringList& arguments) {
+        return Caller::misfit(arguments, Sequence());
     }
-    template <const char* Name>
-    static QJsonObject call(const QStringList& arguments) {
-        return Caller::call(Function, signature<Name>(), arguments, Sequence());
+    static bool knowsValues(const QStringList& arguments, FacadeMisfit* unknown) {
+        return Caller::knowsValues(arguments, unknown, Sequence());
+    }
+    static QString resultType() { return resultNameOf(Function); }
+    static QJsonObject call(const FacadeFunction& function, const QStringList& arguments) {
+        return Caller::call(Function, function.signature(), arguments, Sequence());
     }
 };
 
-/// Makes a FacadeFunction named `Name` (a static char array).
-template <auto Function, const char* Name>
-constexpr FacadeFunction facadeEntry(unsigned reach) {
+/// An entry of the table. `parameters` are the names in order, joined with ", ".
+template <auto Function>
+constexpr FacadeFunction facadeEntry(const char* name, unsigned reach, unsigned needs,
+                                     const char* parameters, FacadeFunction::Note note = nullptr) {
     using Entry = FacadeEntry<Function>;
-    return FacadeFunction{Name, reach, &Entry::template signature<Name>, &Entry::fits,
-                          &Entry::template call<Name>};
+    return FacadeFunction{name,
+                          reach,
+                          needs,
+                          parameters,
+                          note,
+                          &Entry::fits,
+                          &Entry::misfit,
+                          &Entry::knowsValues,
+                          &Entry::resultType,
+                          &Entry::Caller::parameters,
+                          &Entry::call};
 }

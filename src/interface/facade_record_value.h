@@ -24,6 +24,22 @@ struct FacadeRecordValue {
         }
         return ok;
     }
+    /// "its field branchNo is not a whole number ..." for the first field of another kind; empty
+    /// when every field fits.
+    static QString whyNot(const QJsonValue& json) {
+        const QJsonObject object = json.toObject();
+        Record record;
+        QString why;
+        Fields::visit(record, [&object, &why](const char* name, auto& field) {
+            using Field = FacadeValue<std::decay_t<decltype(field)>>;
+            const auto found = object.constFind(QLatin1String(name));
+            if (why.isEmpty() && found != object.constEnd() && !Field::fromJson(*found, &field)) {
+                why = QStringLiteral("its field %1 is not %2")
+                          .arg(QLatin1String(name), Field::wanted());
+            }
+        });
+        return why;
+    }
     static QJsonValue toJson(const Record& value) {
         QJsonObject object;
         Fields::visit(value, [&object](const char* name, const auto& field) {

@@ -4,12 +4,12 @@ namespace {
 
 struct SymbolListFields {
     template <class Record, class Visitor>
-    static void visit(Record& record, Visitor&& told) {
-        told("securityType", record.securityType);
-        told("subTypeList", record.subTypeList);
-        told("symbolPostList", record.symbolPostList);
-        told("allowDeleted", record.allowDeleted);
-        told("excludeSubTypeList", record.excludeSubTypeList);
+    static void visit(Record& record, Visitor&& field) {
+        field("securityType", record.securityType);
+        field("subTypeList", record.subTypeList);
+        field("symbolPostList", record.symbolPostList);
+        field("allowDeleted", record.allowDeleted);
+        field("excludeSubTypeList", record.excludeSubTypeList);
     }
 };
 
@@ -23,4 +23,8 @@ bool FacadeValue<SymbolListType>::fromJson(const QJsonValue& json, SymbolListTyp
 
 QJsonValue FacadeValue<SymbolListType>::toJson(const SymbolListType& value) {
     return Value::toJson(value);
+}
+
+QString FacadeValue<SymbolListType>::whyNot(const QJsonValue& json) {
+    return Value::whyNot(json);
 }

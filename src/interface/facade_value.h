@@ -11,27 +11,44 @@
 #include <QStringList>
 #include <QTime>
 #include <QVariant>
-#include <cmath>
+#include <algorithm>
+#include <iterator>
+#include <limits>
 #include <type_traits>
 
 #include "custom_odd_lot_type.h"
+#include "exact_json.h"
+#include "facade_function.h"
 #include "symbol_list_type.h"
 #include "tag_user_account_info.h"
 
 /// How a parameter's or a result's type is named, read from a text and written as JSON.
 ///
-/// fromJson() and fromText() return false and leave the value alone when it is of another kind.
+/// fromJson() and fromText() return false when the value is of another kind; fromJson() leaves it
+/// alone then. wanted() describes what they accept, to complete "'x' is not ...".
 template <class T, class Enable = void>
 struct FacadeValue;
 
 namespace facade_detail {
 
-inline QJsonValue parseJson(const QString& text, bool* ok) {
+/// `why`, where wanted, is the reason when the text is not one JSON value.
+inline QJsonValue parseJson(const QString& text, bool* ok, QString* why = nullptr) {
     // A document is an array or an object; a bare value is read inside an array.
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson('[' + text.toUtf8() + ']', &error);
     *ok = error.error == QJsonParseError::NoError && document.array().size() == 1;
+    if (!*ok && why) {
+        *why = error.error == QJsonParseError::NoError ? QStringLiteral("it is not one value")
+                                                       : error.errorString();
+    }
     return *ok ? document.array().at(0) : QJsonValue();
+}
+
+/// A text as it stands in a message: not longer than a line.
+inline QString quotedForMessage(const QString& text) {
+    constexpr int kMostLetters = 60;
+    return QStringLiteral("'%1'").arg(
+        text.size() <= kMostLetters ? text : text.left(kMostLetters) + QStringLiteral("..."));
 }
 
 }  // namespace facade_detail
@@ -51,6 +68,7 @@ template <>
 struct FacadeValue<QString> {
     static constexpr int score = 0;  // every text is a text
     static QString name() { return QStringLiteral("QString"); }
+    static QString wanted() { return QStringLiteral("a text"); }
     static bool fromText(const QString& text, QString* value) {
         *value = text;
         return true;
@@ -66,6 +84,7 @@ template <>
 struct FacadeValue<bool> {
     static constexpr int score = 3;
     static QString name() { return QStringLiteral("bool"); }
+    static QString wanted() { return QStringLiteral("true or false"); }
     static bool fromText(const QString& text, bool* value) {
         *value = text == QLatin1String("true");
         return *value || text == QLatin1String("false");
@@ -83,6 +102,11 @@ struct FacadeValue<T, std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<
     static QString name() {
         return sizeof(T) == sizeof(qint64) ? QStringLiteral("qint64") : QStringLiteral("int");
     }
+    static QString wanted() {
+        return QStringLiteral("a whole number from %1 to %2")
+            .arg(std::numeric_limits<T>::min())
+            .arg(std::numeric_limits<T>::max());
+    }
     static bool fromText(const QString& text, T* value) {
         bool ok = false;
         const qlonglong number = text.toLongLong(&ok);
@@ -90,31 +114,64 @@ struct FacadeValue<T, std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<
         return ok && static_cast<qlonglong>(*value) == number;
     }
     static bool fromJson(const QJsonValue& json, T* value) {
-        const double number = json.toDouble();
-        // Beyond 2^53 a JSON number no longer tells one integer from the next.
-        const bool whole = json.isDouble() && std::floor(number) == number &&
-                           std::abs(number) <= 9007199254740992.0;
-        return whole && fromText(QString::number(number, 'f', 0), value);
+        // Only 64 bits hold what JSON needs a text for.
+        qint64 number = 0;
+        if ((json.isString() && sizeof(T) < sizeof(qint64)) || !exactInteger(json, &number) ||
+            static_cast<qint64>(static_cast<T>(number)) != number) {
+            return false;
+        }
+        *value = static_cast<T>(number);
+        return true;
     }
-    static QJsonValue toJson(T value) { return static_cast<qint64>(value); }
+    static QJsonValue toJson(T value) { return exactJson(static_cast<qint64>(value)); }
 };
 
-/// The name of an enumeration; one that has none is not read or written here.
+/// Name and values of an enumeration; one without a specialisation is not read or written here.
 template <class T>
-struct FacadeEnumName;
+struct FacadeEnum;
 
 template <>
-struct FacadeEnumName<CustomOddLotType> {
+struct FacadeEnum<CustomOddLotType> {
     static QString name() { return QStringLiteral("CustomOddLotType"); }
+    static constexpr FacadeEnumValue values[] = {
+        {static_cast<int>(CustomOddLotType::Keep), "Keep"},
+        {static_cast<int>(CustomOddLotType::Down), "Down"},
+        {static_cast<int>(CustomOddLotType::Nearest), "Nearest"},
+        {static_cast<int>(CustomOddLotType::Up), "Up"},
+        {static_cast<int>(CustomOddLotType::ByFlag), "ByFlag"},
+    };
 };
 
-/// An enumeration is its number.
+/// An enumeration is its number; a text may be the name of a value instead.
 template <class T>
 struct FacadeValue<T, std::enable_if_t<std::is_enum_v<T>>> {
     using Number = std::underlying_type_t<T>;
     static constexpr int score = FacadeValue<Number>::score;
-    static QString name() { return FacadeEnumName<T>::name(); }
+    static QString name() { return FacadeEnum<T>::name(); }
+    static QString wanted() {
+        return QStringLiteral("a value of %1 (%2)")
+            .arg(name(), values().join(QStringLiteral(", ")));
+    }
+    /// "0 Keep" and so on.
+    static QStringList values() {
+        QStringList texts;
+        for (const FacadeEnumValue& one : FacadeEnum<T>::values) {
+            texts.append(QStringLiteral("%1 %2").arg(one.number).arg(QLatin1String(one.name)));
+        }
+        return texts;
+    }
+    static bool knows(T value) {
+        return std::any_of(
+            std::begin(FacadeEnum<T>::values), std::end(FacadeEnum<T>::values),
+            [value](const FacadeEnumValue& one) { return one.number == static_cast<int>(value); });
+    }
     static bool fromText(const QString& text, T* value) {
+        for (const FacadeEnumValue& one : FacadeEnum<T>::values) {
+            if (text == QLatin1String(one.name)) {
+                *value = static_cast<T>(one.number);
+                return true;
+            }
+        }
         Number number = 0;
         const bool ok = FacadeValue<Number>::fromText(text, &number);
         *value = static_cast<T>(number);
@@ -137,6 +194,7 @@ template <>
 struct FacadeValue<double> {
     static constexpr int score = 1;
     static QString name() { return QStringLiteral("double"); }
+    static QString wanted() { return QStringLiteral("a number"); }
     static bool fromText(const QString& text, double* value) {
         bool ok = false;
         *value = text.toDouble(&ok);
@@ -153,6 +211,7 @@ template <>
 struct FacadeValue<QDate> {
     static constexpr int score = 1;
     static QString name() { return QStringLiteral("QDate"); }
+    static QString wanted() { return QStringLiteral("a date such as 2026-01-31"); }
     static bool fromText(const QString& text, QDate* value) {
         *value = QDate::fromString(text, Qt::ISODate);
         return value->isValid();
@@ -167,6 +226,7 @@ template <>
 struct FacadeValue<QTime> {
     static constexpr int score = 1;
     static QString name() { return QStringLiteral("QTime"); }
+    static QString wanted() { return QStringLiteral("a time such as 09:30:00"); }
     static bool fromText(const QString& text, QTime* value) {
         *value = QTime::fromString(text, Qt::ISODateWithMs);
         return value->isValid();
@@ -181,6 +241,7 @@ template <>
 struct FacadeValue<QVariant> : FacadeJsonText<QVariant> {
     static constexpr int score = 0;
     static QString name() { return QStringLiteral("QVariant"); }
+    static QString wanted() { return QStringLiteral("a value"); }
     static bool fromText(const QString& text, QVariant* value) {
         if (!FacadeJsonText<QVariant>::fromText(text, value)) {
             *value = text;
@@ -191,11 +252,14 @@ struct FacadeValue<QVariant> : FacadeJsonText<QVariant> {
         *value = json.toVariant();
         return true;
     }
-    static QJsonValue toJson(const QVariant& value) { return QJsonValue::fromVariant(value); }
+    static QJsonValue toJson(const QVariant& value) { return exactJson(value); }
 };
 
 template <class List, class Item>
 struct FacadeList : FacadeJsonText<List> {
+    static QString wanted() {
+        return QStringLiteral("a JSON list, each entry %1").arg(FacadeValue<Item>::wanted());
+    }
     static bool fromJson(const QJsonValue& json, List* value) {
         List list;
         const QJsonArray entries = json.toArray();
@@ -231,6 +295,9 @@ struct FacadeValue<QStringList> : FacadeList<QStringList, QString> {
 template <class T>
 struct FacadeValue<QMap<QString, T>> : FacadeJsonText<QMap<QString, T>> {
     using Map = QMap<QString, T>;
+    static QString wanted() {
+        return QStringLiteral("a JSON object, each entry %1").arg(FacadeValue<T>::wanted());
+    }
     static QString name() {
         return std::is_same_v<T, QVariant>
                    ? QStringLiteral("QVariantMap")
@@ -261,13 +328,51 @@ struct FacadeValue<QMap<QString, T>> : FacadeJsonText<QMap<QString, T>> {
 template <>
 struct FacadeValue<tagUserAccountInfo> : FacadeJsonText<tagUserAccountInfo> {
     static QString name() { return QStringLiteral("tagUserAccountInfo"); }
+    static QString wanted() {
+        return QStringLiteral("a JSON object with fields of tagUserAccountInfo");
+    }
     static bool fromJson(const QJsonValue& json, tagUserAccountInfo* value);
+    static QString whyNot(const QJsonValue& json);
     static QJsonValue toJson(const tagUserAccountInfo& value);
 };
 
 template <>
 struct FacadeValue<SymbolListType> : FacadeJsonText<SymbolListType> {
     static QString name() { return QStringLiteral("SymbolListType"); }
+    static QString wanted() {
+        return QStringLiteral("a JSON object with fields of SymbolListType");
+    }
     static bool fromJson(const QJsonValue& json, SymbolListType* value);
+    static QString whyNot(const QJsonValue& json);
     static QJsonValue toJson(const SymbolListType& value);
 };
+
+namespace facade_detail {
+
+template <class Value, class = void>
+struct HasWhyNot : std::false_type {};
+template <class Value>
+struct HasWhyNot<Value, std::void_t<decltype(&Value::whyNot)>> : std::true_type {};
+
+}  // namespace facade_detail
+
+/// Why a text is not a value of the type; only for such texts.
+template <class T>
+QString whyNotValue(const QString& text) {
+    const QString quoted = facade_detail::quotedForMessage(text);
+    if constexpr (std::is_base_of_v<FacadeJsonText<T>, FacadeValue<T>>) {
+        bool ok = false;
+        QString why;
+        const QJsonValue json = facade_detail::parseJson(text, &ok, &why);
+        if (!ok) {
+            return QStringLiteral("%1 is not JSON (%2)").arg(quoted, why);
+        }
+        if constexpr (facade_detail::HasWhyNot<FacadeValue<T>>::value) {
+            why = FacadeValue<T>::whyNot(json);
+            if (!why.isEmpty()) {
+                return QStringLiteral("%1: %2").arg(quoted, why);
+            }
+        }
+    }
+    return QStringLiteral("%1 is not %2").arg(quoted, FacadeValue<T>::wanted());
+}

@@ -114,6 +114,10 @@ void LocalPlatform::setClock(std::function<QDateTime()> clock) {
     DataStores::businessData().setClock(std::move(clock));
 }
 
+void LocalPlatform::afterQueued(const std::function<void()>& done) {
+    PresenterRegistry::instance().afterQueued(done);
+}
+
 int LocalPlatform::presenterCount() const {
     return PresenterRegistry::instance().count();
 }

@@ -79,6 +79,10 @@ public:
     /// (exchange_clock.h); null brings that one back. `clock` is called on any thread.
     void setClock(std::function<QDateTime()> clock);
 
+    /// Calls `done`, on any thread, once every live presenter has worked off what is queued for its
+    /// object thread now. Any thread.
+    void afterQueued(const std::function<void()>& done);
+
     /// Live presenters, for status lines and tests. Any thread.
     int presenterCount() const;
     /// Requests that were sent and have no outcome yet. Any thread.

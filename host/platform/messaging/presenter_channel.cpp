@@ -125,6 +125,14 @@ void PresenterChannel::enqueue(const IncomingMessage& message) {
     }
 }
 
+void PresenterChannel::post(const std::function<void()>& function) {
+    // Under the mutex the presenter cannot be deleted.
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_started && !m_closing && m_presenter) {
+        QMetaObject::invokeMethod(m_presenter, function, Qt::QueuedConnection);
+    }
+}
+
 bool PresenterChannel::isOwnThread() const {
     return t_messageChannel == this || QThread::currentThread() == m_objectThread.get();
 }

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -52,6 +53,10 @@ public:
     /// The limit of every presenter's queue. Any thread.
     static int mostWaiting();
     static void setMostWaiting(int messages);
+
+    /// Queues a function for the object thread, behind what is queued there. Dropped, without being
+    /// called, when the presenter is not started or its disposal began.
+    void post(const std::function<void()>& function);
 
     bool isClosing() const { return m_closing; }
     /// True when the calling thread is one of this presenter's two.

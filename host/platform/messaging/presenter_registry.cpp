@@ -103,6 +103,14 @@ void PresenterRegistry::disposeAll() {
     joinReaper();
 }
 
+void PresenterRegistry::afterQueued(const std::function<void()>& done) const {
+    // Each queued function shares it; the last one to be called or dropped lets it go.
+    const std::shared_ptr<void> last(nullptr, [done](void*) { done(); });
+    for (const auto& channel : channels()) {
+        channel->post([last] {});
+    }
+}
+
 int PresenterRegistry::count() const {
     return static_cast<int>(channels().size());
 }

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -33,6 +34,10 @@ public:
     void disposeAll();
     /// 2 s at first: making a presenter takes milliseconds.
     void setBuildLimit(std::chrono::milliseconds limit) { m_buildLimit = limit; }
+
+    /// Calls `done`, on any thread, once every presenter has worked off what is queued for its
+    /// object thread now; a presenter that is disposed of meanwhile is not waited for.
+    void afterQueued(const std::function<void()>& done) const;
 
     int count() const;
 

@@ -9,28 +9,28 @@
 
 struct AccountList;
 
-/// What a command about accounts has to say.
+/// What a command about accounts prints.
 struct AccountsAnswer {
     bool interrupted = false;
-    QString error;      ///< for the user, when the account asked about is not known
+    QString error;      ///< for the user, when the account is unknown
     QStringList lines;  ///< for a terminal
     QJsonValue json;    ///< the same as data
 };
 
-/// Tells about the accounts what the exported functions answer, and nothing else: the functions are
-/// called by name, and one that the library lacks is named in the answer.
+/// Describes the accounts with what the exported functions answer, and with nothing else. The
+/// functions are called by name; one that the library lacks is named in the answer.
 class AccountsCommand {
 public:
-    /// `known` are the accounts that the platform lists, since no exported list has frozen ones.
+    /// `known` are the accounts that the platform lists; the exported lists leave frozen ones out.
     AccountsCommand(const FacadeLibrary& library, const FacadeAsk& ask, const QStringList& known);
     ~AccountsCommand();
     Q_DISABLE_COPY(AccountsCommand)
 
-    /// One row per account: those of the exported lists in their order, then the others. What is
-    /// wider than `columns` is cut.
+    /// One row per account: those of the exported lists in their order, then the others. Lines are
+    /// cut to `columns`.
     AccountsAnswer list(int columns);
-    /// Which lists an account is in, and for the others why it is not; an error for one that
-    /// neither the functions nor the platform know.
+    /// Which lists contain an account, and why the others do not; an error for one that neither the
+    /// functions nor the platform know.
     AccountsAnswer why(const QString& account, int columns);
 
 private:
@@ -44,6 +44,6 @@ private:
 
     FacadeQuestions m_facade;
     const QStringList m_known;
-    bool m_securityAccountsTold = false;
+    bool m_knowsSecurityAccounts = false;
     QJsonObject m_securityAccounts;
 };

@@ -3,23 +3,27 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QStandardPaths>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
 #include <limits>
 
 #include "accounts_command.h"
 #include "client.h"
 #include "commonquotahandler/common_quota_handler.h"
+#include "doctor_command.h"
 #include "home_mark.h"
 #include "interrupt_watch.h"
 #include "log_file.h"
+#include "output.h"
 #include "progress_bar.h"
+#include "reference_table.h"
 #include "rules_command.h"
 #include "sample_market.h"
 #include "scenario_command.h"
+#include "start_up_wait.h"
+#include "symbols_command.h"
 #include "ticks_command.h"
 #include "znbusinessdata/c_business_data_base.h"
 
@@ -30,20 +34,15 @@ constexpr int kTickWaitMs = 3000;
 
 enum ExitCode { Well = 0, StartFailed = 1, WrongUsage = 2 };
 
-/// False when the output cannot be written.
-bool printTo(std::FILE* stream, const QString& text) {
-    const bool printed = std::fprintf(stream, "%s\n", text.toUtf8().constData()) >= 0;
-    return std::fflush(stream) == 0 && printed;
-}
-
-void printError(const QString& text) {
-    printTo(stderr, QStringLiteral("velmar-client: ") + text);
-}
-
 QString homeOf(const ShellOptions& options) {
-    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    const QString home =
-        options.homeDir.isEmpty() ? data + QStringLiteral("/velmar") : options.homeDir;
+    QString home = options.homeDir;
+    if (home.isEmpty()) {
+        home = qEnvironmentVariable("VELMAR_HOME");
+    }
+    if (home.isEmpty()) {
+        home = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+               QStringLiteral("/velmar");
+    }
     return QDir(home).absolutePath();
 }
 
@@ -118,7 +117,7 @@ struct WatchedClient {
         }
         return started;
     }
-    /// Asks this client, for as long as it lives.
+    /// Calls functions of this client, which must outlive the result.
     FacadeAsk asking() {
         return [this](const FacadeFunction& function, const QStringList& arguments,
                       QJsonObject* answer) { return client.call(function, arguments, -1, answer); };
@@ -128,13 +127,13 @@ struct WatchedClient {
     InterruptWatch watch;
 };
 
-/// What is read from a file or through a pipe is not cut.
+/// Output to a file or a pipe is not cut.
 int columnsOfOutput() {
     return StatusLine::isTerminal() ? StatusLine::terminalColumns()
                                     : std::numeric_limits<int>::max();
 }
 
-/// Prints why there is no answer to show; Well when there is one.
+/// Prints why a command has no answer; Well when it has one.
 template <class Answer>
 ExitCode faultOf(const Answer& answer) {
     if (answer.interrupted) {
@@ -229,7 +228,7 @@ int runMainJob(const ShellOptions& options) {
     return Well;
 }
 
-/// Of a command that prints its answer on stdout and nothing else.
+/// For commands whose stdout must contain nothing but the answer.
 Client::Listener showOnStderr(ProgressBar& progress) {
     Client::Listener listener;
     listener.marketProgress = [&progress](int done, int total) { progress.show(done, total); };
@@ -245,7 +244,8 @@ int runCall(const ShellOptions& options) {
     }
     const FacadeFunction* const function =
         library.choose(options.functionName, options.arguments, &error);
-    if (!function) {
+    if (!function ||
+        (!options.raw && !FacadeLibrary::knowsValues(*function, options.arguments, &error))) {
         printError(error);
         return WrongUsage;
     }
@@ -259,19 +259,17 @@ int runCall(const ShellOptions& options) {
     if (!watched.start()) {
         return StartFailed;
     }
+    if (!options.early && !awaitStartUp(client, options.waitSeconds * 1000, &error)) {
+        printError(error);
+        return StartFailed;
+    }
     if (!client.call(*function, options.arguments, -1, &answer)) {
         printError(QStringLiteral("interrupted"));
         return StartFailed;
     }
     client.stop();
-    std::fputs(QJsonDocument(answer).toJson(QJsonDocument::Indented).constData(), stdout);
-    return std::fflush(stdout) == 0 ? Well : StartFailed;
-}
-
-QByteArray jsonText(const QJsonValue& value) {
-    const QJsonDocument document =
-        value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject());
-    return document.toJson(QJsonDocument::Indented);
+    printJson(answer);
+    return Well;
 }
 
 int runAccounts(const ShellOptions& options) {
@@ -292,11 +290,52 @@ int runAccounts(const ShellOptions& options) {
     }
     watched.client.stop();
     if (options.asJson) {
-        std::fputs(jsonText(answer.json).constData(), stdout);
+        printJson(answer.json);
     } else {
         printTo(stdout, answer.lines.join(QLatin1Char('\n')));
     }
-    return std::fflush(stdout) == 0 ? Well : StartFailed;
+    return Well;
+}
+
+int runSymbols(const ShellOptions& options) {
+    if (const ExitCode fault = openHome(options)) {
+        return fault;
+    }
+    ProgressBar progress(stderr);
+    WatchedClient watched(clientOptions(options), showOnStderr(progress));
+    if (!watched.start()) {
+        return StartFailed;
+    }
+    ReferenceTable& securities = ReferenceTable::of(ReferenceKind::Security);
+    if (!securities.load()) {
+        printError(QStringLiteral("the securities cannot be read; see the log"));
+        return StartFailed;
+    }
+    const SymbolsAnswer answer =
+        findSymbols(securities.records(), options.symbol, columnsOfOutput());
+    watched.client.stop();
+    if (!answer.error.isEmpty()) {
+        printError(answer.error);
+        return WrongUsage;
+    }
+    printTo(stdout, answer.lines.join(QLatin1Char('\n')));
+    return Well;
+}
+
+int runDoctor(const ShellOptions& options) {
+    DoctorPlaces places;
+    places.homeDir = homeOf(options);
+    places.pluginsDir = pluginsOf(options);
+    places.market.scale = options.scale;
+    const DoctorReport report = examine(places);
+    printTo(stdout, report.lines.join(QLatin1Char('\n')));
+    for (const QString& problem : report.problems) {
+        printTo(stdout, QStringLiteral("problem: %1").arg(problem));
+    }
+    if (report.problems.isEmpty()) {
+        printTo(stdout, QStringLiteral("no problems found"));
+    }
+    return report.problems.isEmpty() ? Well : StartFailed;
 }
 
 /// Waits for the cage and, unless ticks are off, for a tick of the symbol.
@@ -393,15 +432,17 @@ int listFunctions(const ShellOptions& options) {
         printError(error);
         return StartFailed;
     }
-    for (const QString& line : library.listing()) {
-        printTo(stdout, line);
+    const QStringList lines = options.verbose ? library.explanation(options.functionName, &error)
+                                              : library.listing(options.functionName, &error);
+    if (lines.isEmpty()) {
+        printError(error);
+        return WrongUsage;
     }
+    printTo(stdout, lines.join(QLatin1Char('\n')));
     return Well;
 }
 
-}  // namespace
-
-int runShell(const ShellOptions& options) {
+int runCommand(const ShellOptions& options) {
     switch (options.command) {
         case ShellOptions::Command::Run:
             return runMainJob(options);
@@ -409,8 +450,12 @@ int runShell(const ShellOptions& options) {
             return runCall(options);
         case ShellOptions::Command::Accounts:
             return runAccounts(options);
+        case ShellOptions::Command::Symbols:
+            return runSymbols(options);
         case ShellOptions::Command::Rules:
             return runRules(options);
+        case ShellOptions::Command::Doctor:
+            return runDoctor(options);
         case ShellOptions::Command::Ticks:
             return runTicks(options);
         case ShellOptions::Command::Functions:
@@ -418,11 +463,18 @@ int runShell(const ShellOptions& options) {
         case ShellOptions::Command::Scenario:
             return runScenario(options, pluginsOf(options));
         case ShellOptions::Command::Help:
-            std::fputs(shellHelpText().toUtf8().constData(), stdout);
+            printTo(stdout, shellHelpText().trimmed());
             return Well;
         case ShellOptions::Command::Version:
             printTo(stdout, QStringLiteral("velmar-client " VELMAR_VERSION));
             return Well;
     }
     return WrongUsage;
+}
+
+}  // namespace
+
+int runShell(const ShellOptions& options) {
+    const int code = runCommand(options);
+    return outputWritten() ? code : std::max<int>(code, StartFailed);
 }

@@ -14,6 +14,7 @@
 #include "interrupt_watch.h"
 #include "log_file.h"
 #include "main_loop_gate.h"
+#include "output.h"
 #include "scenario_parser.h"
 #include "scenario_player.h"
 #include "shell_options.h"
@@ -33,8 +34,7 @@ constexpr int kInterruptedEndLimitMs = 500;
 constexpr qint64 kMostBytes = 16 * 1024 * 1024;
 
 void print(std::FILE* stream, const QString& text) {
-    std::fprintf(stream, "%s\n", text.toUtf8().constData());
-    std::fflush(stream);
+    printTo(stream, text);
 }
 
 bool readScenario(const QString& fileName, Scenario* scenario, QString* error) {

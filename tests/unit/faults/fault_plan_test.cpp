@@ -17,7 +17,7 @@ private:
         Fault fault;
         LineError error;
         if (!readFault(line, &fault, &error)) {
-            qFatal("%s: %s", qPrintable(line), qPrintable(error.told()));
+            qFatal("%s: %s", qPrintable(line), qPrintable(error.toString()));
         }
         return fault;
     }
@@ -44,7 +44,7 @@ void FaultPlanTest::plan_usedUpFault_isDropped() {
     QString seen = QString::number(plan.size());
     for (int i = 0; i < 3; ++i) {
         plan.take(QStringLiteral("120006"));
-        // One of another type uses nothing up.
+        // Another type does not count.
         plan.take(QStringLiteral("120007"));
         seen += QString::number(plan.size());
     }
@@ -64,12 +64,13 @@ void FaultPlanTest::held_isByRowsForDripAlone_data() {
     QTest::addColumn<QString>("fault");
     QTest::addColumn<int>("rows");
     QTest::addColumn<qint64>("ms");
-    QTest::newRow("delay") << "x 1 delay ms=30" << 4 << qint64(30);
-    QTest::newRow("drip") << "x 1 drip ms=30" << 4 << qint64(120);
-    QTest::newRow("drip of no rows") << "x 1 drip ms=30" << 0 << qint64(0);
-    QTest::newRow("drip, many") << "x 1 drip ms=20" << 100000 << qint64(2000000);
-    QTest::newRow("drip, beyond 32 bits") << "x 1 drip ms=600000" << 4000 << qint64(86400000);
-    QTest::newRow("drip, all there is") << "x 1 drip ms=600000" << 2147483647 << qint64(86400000);
+    QTest::newRow("delay") << "120006 1 delay ms=30" << 4 << qint64(30);
+    QTest::newRow("drip") << "120006 1 drip ms=30" << 4 << qint64(120);
+    QTest::newRow("drip of no rows") << "120006 1 drip ms=30" << 0 << qint64(0);
+    QTest::newRow("drip, many") << "120006 1 drip ms=20" << 100000 << qint64(2000000);
+    QTest::newRow("drip, beyond 32 bits") << "120006 1 drip ms=600000" << 4000 << qint64(86400000);
+    QTest::newRow("drip, all there is")
+        << "120006 1 drip ms=600000" << 2147483647 << qint64(86400000);
 }
 
 void FaultPlanTest::held_isByRowsForDripAlone() {

@@ -20,31 +20,31 @@ void FaultyLinkGatesTest::disconnect_failsRequestsUntilReconnect() {
     Room room({"120006 1 disconnect", "120006 1 disconnect reconnect=3"});
     QVERIFY(room.link->send(requestOf(1)));
     QVERIFY(room.link->send(requestOf(2)));
-    QVERIFY(room.told.waitForLines(3));
-    QCOMPARE(room.told.lines(), (QStringList{"TradeGate NOCONNECT", "failure 1", "failure 2"}));
-    QVERIFY(room.told.body(2).toString().contains(QStringLiteral("TradeGate")));
+    QVERIFY(room.reports.waitForLines(3));
+    QCOMPARE(room.reports.lines(), (QStringList{"TradeGate NOCONNECT", "failure 1", "failure 2"}));
+    QVERIFY(room.reports.body(2).toString().contains(QStringLiteral("TradeGate")));
     QCOMPARE(room.script->requestCount(), 0);
     room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
     QVERIFY(room.link->send(requestOf(3)));
-    QVERIFY(room.told.waitForLines(5));
-    QCOMPARE(sorted(room.told.lines().mid(3)), (QStringList{"TradeGate CONNECTED", "answer 3"}));
+    QVERIFY(room.reports.waitForLines(5));
+    QCOMPARE(sorted(room.reports.lines().mid(3)), (QStringList{"TradeGate CONNECTED", "answer 3"}));
     room.plan->clear();
     room.plan->add(faultOf("120006 1 disconnect reconnect=3"));
     QVERIFY(room.link->send(requestOf(4)));
-    QVERIFY(room.told.waitForLines(8));
-    QCOMPARE(room.told.lines().mid(5),
+    QVERIFY(room.reports.waitForLines(8));
+    QCOMPARE(room.reports.lines().mid(5),
              (QStringList{"TradeGate NOCONNECT", "failure 4", "TradeGate CONNECTED"}));
     QVERIFY(room.link->send(requestOf(5)));
-    QVERIFY(room.told.waitForLines(9));
-    QCOMPARE(room.told.lines().last(), QStringLiteral("answer 5"));
+    QVERIFY(room.reports.waitForLines(9));
+    QCOMPARE(room.reports.lines().last(), QStringLiteral("answer 5"));
 }
 
 void FaultyLinkGatesTest::namedGate_goesDownAlone() {
     Room room;
     room.link->setGate(NetGateType::InfoGate, NET_STATE::NOCONNECT);
     QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.told.waitForLines(2));
-    QCOMPARE(sorted(room.told.lines()), (QStringList{"InfoGate NOCONNECT", "answer 1"}));
+    QVERIFY(room.reports.waitForLines(2));
+    QCOMPARE(sorted(room.reports.lines()), (QStringList{"InfoGate NOCONNECT", "answer 1"}));
 }
 
 void FaultyLinkGatesTest::heldGate_hidesTheStateFromBelow() {
@@ -52,15 +52,15 @@ void FaultyLinkGatesTest::heldGate_hidesTheStateFromBelow() {
     room.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
     room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTED);
     room.script->gateState(NetGateType::InfoGate, NET_STATE::CONNECTED);
-    QVERIFY(room.told.waitForLines(2));
+    QVERIFY(room.reports.waitForLines(2));
     room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    QVERIFY(room.told.waitForLines(3));
-    QCOMPARE(room.told.lines(),
+    QVERIFY(room.reports.waitForLines(3));
+    QCOMPARE(room.reports.lines(),
              (QStringList{"TradeGate NOCONNECT", "InfoGate CONNECTED", "TradeGate CONNECTED"}));
 }
 
 void FaultyLinkGatesTest::heldGate_letGo_hasTheStateFromBelow_data() {
-    QTest::addColumn<QStringList>("below");  // what is told from there while the gate is held
+    QTest::addColumn<QStringList>("below");  // what it reports while the gate is held
     QTest::addColumn<QString>("state");
     QTest::newRow("nothing") << QStringList() << NET_STATE::CONNECTED;
     QTest::newRow("lost") << QStringList{NET_STATE::NOCONNECT} << NET_STATE::NOCONNECT;
@@ -76,17 +76,17 @@ void FaultyLinkGatesTest::heldGate_letGo_hasTheStateFromBelow() {
     Room room;
     room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTED);
     room.script->gateState(NetGateType::InfoGate, NET_STATE::NOCONNECT);
-    QVERIFY(room.told.waitForLines(2));
+    QVERIFY(room.reports.waitForLines(2));
     room.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
-    for (const QString& told : below) {
-        room.script->gateState(NetGateType::TradeGate, told);
+    for (const QString& reports : below) {
+        room.script->gateState(NetGateType::TradeGate, reports);
     }
     QVERIFY(room.script->waitUntilIdle());
     room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    // From here on the link below is heard again.
+    // From here on the reports of the link below are passed on again.
     room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTTING);
-    QVERIFY(room.told.waitForLines(5));
-    QCOMPARE(room.told.lines(),
+    QVERIFY(room.reports.waitForLines(5));
+    QCOMPARE(room.reports.lines(),
              (QStringList{"TradeGate CONNECTED", "InfoGate NOCONNECT", "TradeGate NOCONNECT",
                           "TradeGate " + state, "TradeGate CONNECTTING"}));
 }
@@ -94,11 +94,11 @@ void FaultyLinkGatesTest::heldGate_letGo_hasTheStateFromBelow() {
 void FaultyLinkGatesTest::gateOfAFault_reconnected_hasTheStateFromBelow() {
     Room room({"120006 1 disconnect reconnect=0"});
     room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTTING);
-    QVERIFY(room.told.waitForLines(1));
+    QVERIFY(room.reports.waitForLines(1));
     QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.told.waitForLines(4));
-    QCOMPARE(room.told.lines(), (QStringList{"TradeGate CONNECTTING", "TradeGate NOCONNECT",
-                                             "failure 1", "TradeGate CONNECTTING"}));
+    QVERIFY(room.reports.waitForLines(4));
+    QCOMPARE(room.reports.lines(), (QStringList{"TradeGate CONNECTTING", "TradeGate NOCONNECT",
+                                                "failure 1", "TradeGate CONNECTTING"}));
 }
 
 QTEST_GUILESS_MAIN(FaultyLinkGatesTest)

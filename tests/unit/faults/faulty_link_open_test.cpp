@@ -3,7 +3,7 @@
 #include "faulty_link_room.h"
 #include "vocabulary/net_state.h"
 
-/// What a faulty link still has to do, and what puts an end to it.
+/// The pending work of a faulty link, and what ends it.
 class FaultyLinkOpenTest : public QObject {
     Q_OBJECT
 
@@ -23,12 +23,12 @@ void FaultyLinkOpenTest::open_countsWhatIsHeldOrAwaited() {
     for (quint64 id = 1; id <= 4; ++id) {
         QVERIFY(room.link->send(requestOf(id)));
     }
-    QVERIFY(room.told.waitForLines(2));
-    // The delayed answer and the late time-out; the silent one is nobody's.
+    QVERIFY(room.reports.waitForLines(2));
+    // The delayed answer and the late time-out; the silent one does not count.
     QVERIFY(waitFor([&] { return room.link->openCount() == 2; }));
     QVERIFY(room.link->send(requestOf(5)));
     QVERIFY(room.script->waitUntilIdle());
-    // The held answer, and the end of its waiting.
+    // The held answer, and its time limit.
     QCOMPARE(room.link->openCount(), 4);
     room.link->stop();
     QCOMPARE(room.link->openCount(), 0);
@@ -40,7 +40,7 @@ void FaultyLinkOpenTest::open_answerHeldBelow_isAwaited() {
     QVERIFY(room.link->send(requestOf(1)));
     QCOMPARE(room.link->openCount(), 1);
     room.script->release();
-    QVERIFY(room.told.waitForLines(2));
+    QVERIFY(room.reports.waitForLines(2));
     QVERIFY(waitFor([&] { return room.link->openCount() == 0; }));
 }
 
@@ -54,9 +54,9 @@ void FaultyLinkOpenTest::drip_beyondAllNumbers_isHeldAndNotToldAtOnce() {
     QVERIFY(room.link->send(requestOf(1)));
     QVERIFY(room.script->waitUntilIdle());
     QVERIFY(room.link->send(requestOf(2)));
-    QVERIFY(room.told.waitForLines(1));
+    QVERIFY(room.reports.waitForLines(1));
     room.link->stop();
-    QCOMPARE(room.told.lines(), (QStringList{"answer 2", "failure 1"}));
+    QCOMPARE(room.reports.lines(), (QStringList{"answer 2", "failure 1"}));
 }
 
 void FaultyLinkOpenTest::reconnect_gateTakenDownSince_leavesItDown_data() {
@@ -67,22 +67,23 @@ void FaultyLinkOpenTest::reconnect_gateTakenDownSince_leavesItDown_data() {
 
 void FaultyLinkOpenTest::reconnect_gateTakenDownSince_leavesItDown() {
     QFETCH(bool, byHand);
-    Room room({"a 1 disconnect gate=InfoGate reconnect=20", "b 1 disconnect gate=InfoGate",
-               "c 1 disconnect gate=MarketTcpGate reconnect=30"});
-    QVERIFY(room.link->send(requestOf(1, QStringLiteral("a"))));
+    Room room({"120006 1 disconnect gate=InfoGate reconnect=20",
+               "100002 1 disconnect gate=InfoGate",
+               "100001 1 disconnect gate=MarketTcpGate reconnect=30"});
+    QVERIFY(room.link->send(requestOf(1, QStringLiteral("120006"))));
     if (byHand) {
         room.link->setGate(NetGateType::InfoGate, NET_STATE::NOCONNECT);
     } else {
-        QVERIFY(room.link->send(requestOf(2, QStringLiteral("b"))));
+        QVERIFY(room.link->send(requestOf(2, QStringLiteral("100002"))));
     }
-    // It comes back after the other one would have.
-    QVERIFY(room.link->send(requestOf(3, QStringLiteral("c"))));
-    QVERIFY(waitFor([&] { return room.told.count("MarketTcpGate CONNECTED") == 1; }));
-    const QStringList told = room.told.lines().filter("InfoGate");
-    QVERIFY(told.size() >= 2);
-    QCOMPARE(told.last(), QStringLiteral("InfoGate NOCONNECT"));
+    // This gate comes back later than the other one would have.
+    QVERIFY(room.link->send(requestOf(3, QStringLiteral("100001"))));
+    QVERIFY(waitFor([&] { return room.reports.count("MarketTcpGate CONNECTED") == 1; }));
+    const QStringList reports = room.reports.lines().filter("InfoGate");
+    QVERIFY(reports.size() >= 2);
+    QCOMPARE(reports.last(), QStringLiteral("InfoGate NOCONNECT"));
     room.link->setGate(NetGateType::InfoGate, NET_STATE::CONNECTED);
-    QVERIFY(waitFor([&] { return room.told.lines().last() == "InfoGate CONNECTED"; }));
+    QVERIFY(waitFor([&] { return room.reports.lines().last() == "InfoGate CONNECTED"; }));
 }
 
 void FaultyLinkOpenTest::gateDown_requests_meetNoFaultAndAreNotCounted() {
@@ -90,13 +91,13 @@ void FaultyLinkOpenTest::gateDown_requests_meetNoFaultAndAreNotCounted() {
     for (quint64 id = 1; id <= 3; ++id) {
         QVERIFY(room.link->send(requestOf(id)));
     }
-    QVERIFY(room.told.waitForLines(4));
+    QVERIFY(room.reports.waitForLines(4));
     QCOMPARE(room.plan->list(), (QStringList{"120006 1-2 disconnect # 1", "120006 3 refusal # 1"}));
     room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
     QVERIFY(room.link->send(requestOf(4)));
-    QVERIFY(room.told.waitForLines(7));
-    QCOMPARE(room.told.lines().filter("NOCONNECT").size(), 2);
-    QCOMPARE(room.told.count("failure 4"), 1);
+    QVERIFY(room.reports.waitForLines(7));
+    QCOMPARE(room.reports.lines().filter("NOCONNECT").size(), 2);
+    QCOMPARE(room.reports.count("failure 4"), 1);
     QCOMPARE(room.script->requestCount(), 0);
 }
 

@@ -24,13 +24,13 @@ inline Fault faultOf(const char* line) {
     Fault fault;
     LineError error;
     if (!readFault(QString::fromUtf8(line), &fault, &error)) {
-        qFatal("%s: %s", line, qPrintable(error.told()));
+        qFatal("%s: %s", line, qPrintable(error.toString()));
     }
     return fault;
 }
 
-/// Keeps what it is told, as "answer 3", in order.
-class Told : public GatewayLinkListener {
+/// Keeps what is reported to it, such as "answer 3", in order.
+class Reports : public GatewayLinkListener {
 public:
     void onAnswer(quint64 id, const QString& msgType, const QVariant& body) override {
         add(QStringLiteral("answer"), id, body);
@@ -59,7 +59,7 @@ public:
     bool waitForLines(int count) const {
         return waitFor([this, count] { return lines().size() >= count; });
     }
-    bool toldOn(std::thread::id thread) const {
+    bool calledOn(std::thread::id thread) const {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return std::find(m_threads.begin(), m_threads.end(), thread) != m_threads.end();
     }
@@ -100,12 +100,12 @@ struct Room {
         }
         link = std::make_unique<FaultyLink>(std::move(below), plan);
         QString error;
-        if (!link->start(&told, &error)) {
+        if (!link->start(&reports, &error)) {
             qFatal("%s", qPrintable(error));
         }
     }
 
-    Told told;
+    Reports reports;
     const std::shared_ptr<FaultPlan> plan = std::make_shared<FaultPlan>();
     ScriptedLink* script = nullptr;
     std::unique_ptr<FaultyLink> link;

@@ -48,7 +48,7 @@ QJsonValue json(const T& value) {
     return FacadeValue<T>::toJson(value);
 }
 
-/// What the exported class and the core say to one question.
+/// The answers of the exported class and of the core to one question.
 struct Question {
     QByteArray name;
     std::function<QJsonValue()> facade;
@@ -104,7 +104,7 @@ bool saysSomething(const QJsonValue& value) {
            value != QJsonValue(false);
 }
 
-/// A list of accounts that may wait and may leave out what is on a distributed counter.
+/// A list of accounts with the flags for waiting and for distributed counters.
 struct WaitingList {
     QByteArray name;
     std::function<QStringList(bool wait, bool includeDistributed)> ask;
@@ -118,7 +118,7 @@ QStringList accountsOf(const QList<tagUserAccountInfo>& records) {
     return accounts;
 }
 
-/// Each asked about what "T2", which is distributed, belongs to.
+/// Each called with what "T2", a distributed account, belongs to.
 QList<WaitingList> waitingLists() {
     return {
         {"list", [](bool wait, bool all) { return Facade::GetTradingAccountList(wait, 16, all); }},
@@ -147,7 +147,7 @@ QList<WaitingList> waitingLists() {
          }}};
 }
 
-/// A presenter of another plug-in that hears of changed security accounts.
+/// A presenter of another plug-in that subscribes to changes of security accounts.
 RecordingPresenter* changeListener() {
     auto* const listener = new RecordingPresenter("Test.Listener");
     listener->SubEvent(
@@ -159,7 +159,7 @@ RecordingPresenter* changeListener() {
 
 }  // namespace
 
-/// The account functions of the exported class, over a plug-in that is up.
+/// The account functions of the exported class, with the plug-in up.
 class FacadeAccountsTest : public QObject {
     Q_OBJECT
 
@@ -228,7 +228,7 @@ private slots:
         QCOMPARE(Facade::SetCurrentSecurityAccountMap({{"T1", {{"1", "A1"}}}}), 0);
         QCOMPARE(Facade::SetCurrentSecurityAccountMap({{"T1", {{"1", "A2"}, {"2", "none"}}}}), -1);
         QVERIFY(waitFor([listener] { return !listener->events().isEmpty(); }));
-        // What the presenter was told has run when this comes back; the bus keeps the order.
+        // Runs behind everything queued so far, so a second event would have arrived by then.
         QMetaObject::invokeMethod(
             s_presenter.load(), [] {}, Qt::BlockingQueuedConnection);
         QCOMPARE(listener->events().size(), 1);

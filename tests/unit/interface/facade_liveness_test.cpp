@@ -49,7 +49,7 @@ const QList<std::function<bool()>>& sendingFunctions() {
 
 }  // namespace
 
-/// What a facade call meets when the presenter behind it goes.
+/// Facade calls while the presenter is being destroyed.
 class FacadeLivenessTest : public QObject {
     Q_OBJECT
 
@@ -117,13 +117,13 @@ private slots:
         world.login();
         auto object = std::make_unique<VelmarBusinessDataManager>();
         object->initialize();
-        // Past its start-up, so that nothing but the use keeps it.
+        // After its start-up, so that only the use keeps it alive.
         QMetaObject::invokeMethod(
             object->presenter(), [] {}, Qt::BlockingQueuedConnection);
         auto use = std::make_unique<PresenterUse>();
         QPointer<VelmarBusinessDataManagerPresenterClass> presenter = use->presenter();
         QVERIFY(presenter);
-        // The closing would come to these after the one in use.
+        // These would be closed after the one in use.
         std::vector<QPointer<RecordingPresenter>> unused(5);
         for (auto& one : unused) {
             one = new RecordingPresenter;
@@ -136,7 +136,7 @@ private slots:
             waited = over;
         });
         const bool closing = waitFor([&] { return use->presenter()->isClosing(); });
-        // These go meanwhile, one after the other, which takes longer than it takes for one to go.
+        // These are destroyed meanwhile, which takes longer than destroying one.
         bool allThere = true;
         for (auto& one : unused) {
             allThere = allThere && one;

@@ -49,7 +49,7 @@ QJsonValue out(const QString& name, const QStringList& arguments) {
     return call(name, arguments).value("out").toArray().at(0).toObject().value("value");
 }
 
-/// A plug-in that has loaded its prices, from a server that knows Hong Kong's rates.
+/// A plug-in that has loaded its prices from a server with Hong Kong rates.
 struct LoadedPlugin {
     LoadedPlugin() : world({}, symbols()) {
         world.link().on(Velmar_MsgType::HKStockExchangeRateRequest,
@@ -93,7 +93,7 @@ private slots:
     void priceByTick_overloads_areToldApartByTheirArguments() {
         const LoadedPlugin plugin;
         QVERIFY(LoadedPlugin::wait());
-        // Caged: two percent above the ask of 10.
+        // The limit of the cage: two percent above the ask of 10.
         QVERIFY(qAbs(result("GetPriceByTickAndType", {kTick, "26", "0", "false", "true", "false"})
                          .toDouble() -
                      10.2) < 1e-9);

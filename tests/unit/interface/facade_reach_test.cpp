@@ -13,8 +13,8 @@
 #include "vocabulary/values.h"
 #include "wait_for.h"
 
-// What the table says of each function's reach, held against what the function does when it is the
-// first one that its process calls. There is one first call in a process, so each has a child.
+// Compares the reach of each function in the table with what the function does when it is the first
+// one called in a process; so each is called in a child process of its own.
 
 namespace {
 
@@ -51,7 +51,7 @@ QStringList splitTypes(const QString& text) {
     return types;
 }
 
-/// A text that reads as a value of the type: true, zero, or empty.
+/// A text that is a value of the type: true, zero, or empty.
 QString plainValue(const QString& type) {
     static const QMap<QString, QString> values{
         {"bool", "true"}, {"QString", ""}, {"QStringList", "[]"}, {"tagUserAccountInfo", "{}"}};
@@ -65,10 +65,10 @@ QString plainValue(const QString& type) {
                                                              : QStringLiteral("0");
 }
 
-/// Arguments for a function: plain values, so a wait that is asked for where it can be.
+/// Arguments for a function: plain values; flags are true, so functions wait if they can.
 QStringList argumentsOf(const FacadeFunction& function) {
     if (QLatin1String(function.name) == QLatin1String("CheckOrderMatchSuperEtf")) {
-        // No other side of an order depends on its account.
+        // For other sides the function does not look at the account.
         return {QString(), QString(), SideUnion::financingBuy};
     }
     const QString signature = function.signature();
@@ -83,7 +83,7 @@ QStringList argumentsOf(const FacadeFunction& function) {
 }
 
 /// In a child: calls the functions one after the other, before any log-in, until one waits for the
-/// accounts, and tells how many presenters there are after each.
+/// accounts, and prints the number of presenters after each.
 int askInThisProcess(const QStringList& indices, bool withPlugin) {
     const ClientWorld world;
     if (withPlugin) {
@@ -116,7 +116,8 @@ int askInThisProcess(const QStringList& indices, bool withPlugin) {
     return 0;
 }
 
-/// What a child tells of each function, "waits 1" for one that waits and brought the plug-in up.
+/// What a child prints about each function: "waits 1" for one that waits and brought the plug-in
+/// up.
 QMap<int, QString> askInAChild(const QString& how, const QList<int>& indices) {
     QStringList texts;
     for (const int index : indices) {
@@ -138,7 +139,7 @@ QMap<int, QString> askInAChild(const QString& how, const QList<int>& indices) {
     return said;
 }
 
-/// A wait that a function without a first load reaches only when the plug-in is up.
+/// Whether a function waits only when the plug-in is up already.
 bool waitsWithPluginAlone(unsigned reach) {
     return (reach & FacadeWaits) && (reach & FacadePresenter) && !(reach & FacadeFirstLoad);
 }

@@ -106,7 +106,7 @@ private slots:
 
     void tradability_eachFunction_beforeAndAfterTheLoad() {
         ClientWorld world(accounts(), symbols());
-        // Before any account is known these answer at once, with nothing.
+        // Before any account is known these return empty results at once.
         QVERIFY(Facade::GetSupportSideUnionListByAccount("T1").isEmpty());
         QVERIFY(!Facade::IsSymbolTradableByAccount("T1", "600000.SH"));
         QStringList out{"old"};

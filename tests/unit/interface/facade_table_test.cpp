@@ -3,12 +3,15 @@
 #include <QtTest>
 
 #include "facade_function.h"
+#include "facade_notes.h"
+#include "facade_price_value.h"
 #include "test_paths.h"
+#include "vocabulary/values.h"
 
 namespace {
 
-/// The names of the functions that the exported class declares, in the header's order, an overload
-/// as often as it stands there.
+/// The names of the functions that the exported class declares, in the order of the header, one
+/// entry per overload.
 QStringList declaredNames() {
     QFile header(
         QStringLiteral(VELMAR_SOURCE_DIR "/src/interface/velmar_business_data_interface.h"));
@@ -34,6 +37,41 @@ QStringList tableNames() {
         names.append(QLatin1String(functions[i].name));
     }
     return names;
+}
+
+/// The text between two marks of a file of the tree.
+QString textBetween(const char* file, const char* begin, const char* end) {
+    QFile header(QStringLiteral(VELMAR_SOURCE_DIR "/src/") + QLatin1String(file));
+    const QString text =
+        header.open(QIODevice::ReadOnly) ? QString::fromUtf8(header.readAll()) : QString();
+    const int from = text.indexOf(QLatin1String(begin));
+    return from < 0 ? QString() : text.mid(from, text.indexOf(QLatin1String(end), from) - from);
+}
+
+/// Name and parameter names of each declared function, "Name(a, b)". A parameter without a name is
+/// called "unused".
+QStringList declaredParameters() {
+    const QString text = textBetween("interface/velmar_business_data_interface.h",
+                                     "class VELMAR_BUSINESS_DATA_API", "\n};");
+    static const QRegularExpression declaration(R"(\n    static [^(;]*?(\w+)\(([^;]*)\);)");
+    static const QRegularExpression templateArguments("<[^<>]*>");
+    static const QRegularExpression lastWord("(\\w+)\\s*$");
+    QStringList all;
+    auto found = declaration.globalMatch(text);
+    while (found.hasNext()) {
+        const QRegularExpressionMatch match = found.next();
+        QString list = match.captured(2);
+        while (list.contains(templateArguments)) {
+            list.remove(templateArguments);
+        }
+        QStringList names;
+        for (const QString& one : list.split(',', Qt::SkipEmptyParts)) {
+            const bool isUnnamed = one.trimmed() == QLatin1String("bool");
+            names.append(isUnnamed ? "unused" : lastWord.match(one).captured(1));
+        }
+        all.append(QStringLiteral("%1(%2)").arg(match.captured(1), names.join(", ")));
+    }
+    return all;
 }
 
 /// By name, or by the whole signature where a name has several.
@@ -63,7 +101,85 @@ private slots:
         QCOMPARE(listed, declared);
     }
 
-    void table_reach_isAsTheHeaderTells_data() {
+    void table_parameters_haveTheNamesOfTheHeader() {
+        QStringList declared = declaredParameters();
+        QStringList listed;
+        int count = 0;
+        const FacadeFunction* const functions = velmarFacadeFunctions(&count);
+        for (int i = 0; i < count; ++i) {
+            QStringList names;
+            const auto parameters = functions[i].parameterList();
+            for (const FacadeParameter& parameter : parameters) {
+                QVERIFY2(!parameter.name.isEmpty(), functions[i].name);
+                names.append(parameter.name);
+            }
+            const QString listedNames = QString::fromLatin1(functions[i].parameters);
+            QCOMPARE(names.join(", "), listedNames);
+            listed.append(QStringLiteral("%1(%2)").arg(functions[i].name, listedNames));
+        }
+        declared.sort();
+        listed.sort();
+        QCOMPARE(listed, declared);
+    }
+
+    void table_enumerations_containEveryEnumerator_data() {
+        QTest::addColumn<QString>("declaration");
+        QTest::addColumn<QStringList>("values");
+        QTest::newRow("CustomOddLotType")
+            << textBetween("interface/records/custom_odd_lot_type.h", "enum class", "};")
+            << FacadeValue<CustomOddLotType>::values();
+        QTest::newRow("CustomPriceType")
+            << textBetween("platform/velmarutils/custom_price_type.h", "enum class", "};")
+            << FacadeValue<CustomPriceType>::values();
+        QTest::newRow("RateSideType")
+            << textBetween("interface/records/rate_side_type.h", "enum class", "};")
+            << FacadeValue<RateSideType>::values();
+    }
+    void table_enumerations_containEveryEnumerator() {
+        QFETCH(QString, declaration);
+        QFETCH(QStringList, values);
+        static const QRegularExpression enumerator(R"((\w+) = (\d+))");
+        int count = 0;
+        auto found = enumerator.globalMatch(declaration);
+        while (found.hasNext()) {
+            const QRegularExpressionMatch match = found.next();
+            const QString value = match.captured(2) + ' ' + match.captured(1);
+            QVERIFY2(values.contains(value), qPrintable(value));
+            ++count;
+        }
+        QVERIFY(count > 2 && count <= values.size());
+    }
+
+    void table_needs_followFromTheReachWhereItSaysSo() {
+        int count = 0;
+        const FacadeFunction* const functions = velmarFacadeFunctions(&count);
+        for (int i = 0; i < count; ++i) {
+            if (functions[i].reach & FacadeWaits) {
+                QVERIFY2(functions[i].needs & FacadeAccounts, functions[i].name);
+            }
+        }
+        const auto needsOf = [&](const char* name) {
+            for (int i = 0; i < count; ++i) {
+                if (qstrcmp(functions[i].name, name) == 0) {
+                    return functions[i].needs;
+                }
+            }
+            return ~0U;
+        };
+        QCOMPARE(needsOf("GetAllCageMap"), unsigned(FacadeCage));
+        QCOMPARE(needsOf("GetPriceUnitBySymbol"), unsigned(FacadeSecurities | FacadeHongKong));
+        QCOMPARE(needsOf("GetTraderInfoList"), unsigned(FacadeServer));
+    }
+
+    void notes_ofMasksAndExchanges_containTheValues() {
+        QVERIFY(facadeNote("GetTradingAccountList", "authority").contains("16 trade"));
+        QVERIFY(facadeNote("GetMainSecurityAccount", "exchange")
+                    .contains(Exchange::hhk + QStringLiteral(" Hong Kong by Shanghai")));
+        QCOMPARE(facadeNote("GetHKStockPriceUnit", "price"), QString("in Hong Kong dollars"));
+        QCOMPARE(facadeNote("CheckCagePrice", "price"), QString("in the currency of the symbol"));
+    }
+
+    void table_reach_isAsTheHeaderSays_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<unsigned>("reach");
         const unsigned first = FacadeFirstLoad;
@@ -138,7 +254,7 @@ private slots:
             }
         }
     }
-    void table_reach_isAsTheHeaderTells() {
+    void table_reach_isAsTheHeaderSays() {
         QFETCH(QString, name);
         QFETCH(unsigned, reach);
         QCOMPARE(reachOf(name), reach);

@@ -19,7 +19,7 @@ public:
     std::atomic<int> failures{0};
 };
 
-/// Fails what is under way when it stops, as every link does; it does not stop by itself.
+/// Fails pending requests when it is stopped, as every link does; it does not stop by itself.
 class FailingLink : public GatewayLink {
 public:
     struct Seen {
@@ -72,7 +72,7 @@ void RecordingLinkEndTest::end_whileItRuns_stopsTheLinkBelowFirst() {
     link.reset();
     QCOMPARE(seen->stops, 1);
     QVERIFY(!seen->endedRunning);
-    // What failed at the end still found its way, and its type.
+    // The failure at the end was still recorded, with its type.
     QCOMPARE(listener.failures.load(), 1);
     const auto records = tape->from(0);
     QCOMPARE(static_cast<int>(records.size()), 2);

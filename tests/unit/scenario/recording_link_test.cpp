@@ -51,7 +51,7 @@ private:
         request.body = packRows({{System::msgType, kType}}, {});
         return m_link->send(request);
     }
-    /// What is on the tape, as "answer 120006", requests left out.
+    /// The records of the tape except requests, such as "answer 120006".
     QStringList kept() const {
         static const QMap<RecordKind, QString> kinds{{RecordKind::Answer, "answer"},
                                                      {RecordKind::Failure, "failure"},

@@ -16,11 +16,11 @@ private slots:
     void expectation_keepsItsWords();
     void quotedWords_andJson_areRead();
     void sections_areCutAtRestart();
-    void wrongText_isNamedWithItsPlace_data();
-    void wrongText_isNamedWithItsPlace();
-    void failure_leavesTheResultAlone();
+    void wrongText_isReportedWithItsPlace_data();
+    void wrongText_isReportedWithItsPlace();
+    void failure_doesNotChangeTheResult();
     void cutAndTwistedText_neverDoesHarm();
-    void limits_areKept();
+    void limits_areEnforced();
 
 private:
     static Scenario parsed(const QByteArray& text);
@@ -136,7 +136,7 @@ void ScenarioParserTest::sections_areCutAtRestart() {
     QCOMPARE(scenario.sections.at(2).line, 5);
 }
 
-void ScenarioParserTest::wrongText_isNamedWithItsPlace_data() {
+void ScenarioParserTest::wrongText_isReportedWithItsPlace_data() {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("place");
     QTest::addColumn<QString>("part");
@@ -144,11 +144,11 @@ void ScenarioParserTest::wrongText_isNamedWithItsPlace_data() {
         QTest::newRow(text.left(40).constData())
             << text << QString::fromLatin1(place) << QString::fromUtf8(part);
     };
-    row("", "1:1", "nothing is started");
-    row("start\nrestart\n", "3:1", "nothing is started");
-    row("  begin\n", "1:3", "'begin' is no directive");
-    row("start\n\nstart", "3:1", "started already");
-    row("gate TradeGate up", "1:1", "no client runs");
+    row("", "1:1", "has no start");
+    row("start\nrestart\n", "3:1", "in line 2 has no start");
+    row("  begin\n", "1:3", "'begin' is not a directive");
+    row("start\n\nstart", "3:1", "already started");
+    row("gate TradeGate up", "1:1", "no client is running");
     row("expect log text*=x", "1:1", "nothing is started yet");
     row("start\nready", "2:1", "'start nowait'");
     row("start\nsetting a b", "2:1", "before the start");
@@ -156,34 +156,41 @@ void ScenarioParserTest::wrongText_isNamedWithItsPlace_data() {
     row("market accounts=0", "1:17", "from 1 to");
     row("market size=3", "1:8", "accounts= seed= symbols=");
     row("start\nmarket seed=1", "2:1", "before the first start");
-    row("fault 120006 1 boom", "1:16", "no kind of fault");
+    row("fault 120006 1 boom", "1:16", "not a kind of fault");
     row("fault 120006 0 delay", "1:14", "occurrences");
     row("fault 120006 3-2 delay", "1:14", "occurrences");
     row("fault 120006 1", "1:15", "TYPE OCCURRENCES KIND");
     row("fault 120006 1 delay ms=-1", "1:25", "from 0 to");
     row("fault 120006 1 delay text=x", "1:22", "delay does not take 'text'");
-    row("fault 120006 1 disconnect gate=X", "1:32", "no gate 'X'");
-    row("clock set noon", "1:11", "no time");
+    row("fault 120006 1 disconnect gate=X", "1:32", "'X' is not a gate");
+    row("fault 999 1 timeout", "1:7", "answers no message type '999' (");
+    row("fault 325005 1 timeout", "1:7", "answers no message type");
+    row("fault 100090 1 timeout", "1:7", "answers no message type");
+    row("fault 120006 1 delay", "1:21", "delay takes ms=");
+    row("fault * every drip", "1:19", "drip takes ms=");
+    row("fault 120006 1 extra ms=1", "1:26", "extra takes row=");
+    row("start\npush topic {} within=0", "2:22", "from 1 to");
+    row("clock set noon", "1:11", "not a time");
     row("clock turn 5", "1:7", "set or advance");
     row("start soon", "1:7", "does not belong");
     row("start within=x", "1:14", "within takes");
     row("start\npush topic", "2:11", "header");
     row("start\npush topic [1]", "2:12", "JSON object");
-    row("start\npush topic {\"a\":}", "2:18", "no JSON");
-    row("start\npush topic {\"a\":1", "2:12", "no end");
+    row("start\npush topic {\"a\":}", "2:18", "not JSON");
+    row("start\npush topic {\"a\":1", "2:12", "not closed");
     row("start\ntick 600000", "2:12", "fields");
-    row("start\ngate Nowhere up", "2:6", "no gate");
+    row("start\ngate Nowhere up", "2:6", "not a gate");
     row("start\ngate InfoGate left", "2:15", "up, down or connecting");
     row("start\ncall F 1", "2:9", "'=>'");
     row("start\ncall F a=b => 1", "2:8", "in quotes");
-    row("start\ncall F => nonsense", "2:11", "no JSON value");
+    row("start\ncall F => nonsense", "2:11", "not a JSON value");
     row("start\nexpect", "2:7", "what is expected is missing");
     row("start\nexpect wonders x", "2:8", "cannot be expected");
     row("start\nexpect request", "2:15", "is missing");
-    row("start\nexpect request 1 \"x", "2:18", "no end");
-    row("start\nexpect request 1 a~=\"x(\"", "2:23", "no regular expression");
+    row("start\nexpect request 1 \"x", "2:18", "not closed");
+    row("start\nexpect request 1 a~=\"x(\"", "2:23", "not a regular expression");
     row("start\nexpect request 1 rows#=many", "2:24", "rows takes");
-    row("start\nexpect no request 1 count=2", "2:1", "count goes with");
+    row("start\nexpect no request 1 count=2", "2:1", "count cannot be combined");
     row("start\nexpect log", "2:11", "level or text");
     row("start\ncall \"a\\q\" => 1", "2:8", "unknown escape");
     row("start\ncall \"\\u12g4\" => 1", "2:7", "hexadecimal");
@@ -193,7 +200,7 @@ void ScenarioParserTest::wrongText_isNamedWithItsPlace_data() {
     row(QByteArray("start\na\0b", 9), "2:2", "control character");
 }
 
-void ScenarioParserTest::wrongText_isNamedWithItsPlace() {
+void ScenarioParserTest::wrongText_isReportedWithItsPlace() {
     QFETCH(QByteArray, text);
     QFETCH(QString, place);
     QFETCH(QString, part);
@@ -205,7 +212,7 @@ void ScenarioParserTest::wrongText_isNamedWithItsPlace() {
     QVERIFY2(error.contains(part), qPrintable(error));
 }
 
-void ScenarioParserTest::failure_leavesTheResultAlone() {
+void ScenarioParserTest::failure_doesNotChangeTheResult() {
     Scenario scenario;
     scenario.market.accounts = 3;
     QString error;
@@ -231,11 +238,11 @@ void ScenarioParserTest::cutAndTwistedText_neverDoesHarm() {
             QCOMPARE(read, error.isEmpty());
         }
     }
-    // What ends between two steps after a start is a scenario of its own.
+    // A text cut between two steps after a start is a valid scenario.
     QVERIFY(good > 0);
 }
 
-void ScenarioParserTest::limits_areKept() {
+void ScenarioParserTest::limits_areEnforced() {
     Scenario scenario;
     QString error;
     QVERIFY(!parseScenario(kFile, QByteArray(9000, 'x'), &scenario, &error));

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// A stage where a program of the test's own happens, without any client.
+/// A stage without a client; it lists what the player does.
 class FakeStage : public ScenarioStage {
 public:
     explicit FakeStage(std::shared_ptr<ScenarioTape> tape) : m_tape(std::move(tape)) {}
@@ -37,6 +37,9 @@ public:
         return did(QStringLiteral("ready %1").arg(limitMs));
     }
     int push(const QString& topic, const QVariant& body, const QString& user) override {
+        if (++m_pushes <= pushesToNobody) {
+            return 0;
+        }
         did(QStringLiteral("push %1 %2 for '%3'").arg(topic).arg(body.toList().size()).arg(user));
         m_tape->add(RecordKind::Push, topic, jsonOfBody(body));
         return 1;
@@ -54,7 +57,7 @@ public:
     }
     int pendingRequests() const override { return 0; }
     bool waitUntil(const std::function<bool()>& predicate, int limitMs) override {
-        // Time is a number of questions here.
+        // A millisecond is one evaluation here.
         for (int i = 0; i <= limitMs; ++i) {
             if (predicate()) {
                 return true;
@@ -64,6 +67,7 @@ public:
     }
 
     QStringList done;
+    int pushesToNobody = 0;
 
 private:
     bool did(const QString& what) {
@@ -74,6 +78,7 @@ private:
     const std::shared_ptr<ScenarioTape> m_tape;
     FaultPlan m_plan;
     int m_calls = 0;
+    int m_pushes = 0;
 };
 
 QString client() {
@@ -87,24 +92,25 @@ class ScenarioPlayerTest : public QObject {
 
 private slots:
     void steps_arePlayedInOrder();
-    void unknownEvent_isToldAtItsPlaceBeforeAnythingIsPlayed();
+    void unknownEvent_isReportedAtItsPlaceBeforeAnythingIsPlayed();
     void expectations_lookAtTheTape_data();
     void expectations_lookAtTheTape();
     void call_isRepeatedUntilItsChecksHold();
+    void push_waitsForASubscriberUpToItsLimit();
     void check_seesPartsOfAValue_data();
     void check_seesPartsOfAValue();
     void failedStep_endsTheClientWithItsLine_data();
     void failedStep_endsTheClientWithItsLine();
-    void unreadableFile_isToldApart();
+    void unreadableFile_hasAnExitCodeOfItsOwn();
 
 private:
-    bool play(const QByteArray& text, QString* report);
+    bool play(const QByteArray& text, QString* report, int pushesToNobody = 0);
 
     std::shared_ptr<ScenarioTape> m_tape;
     QStringList m_done;
 };
 
-bool ScenarioPlayerTest::play(const QByteArray& text, QString* report) {
+bool ScenarioPlayerTest::play(const QByteArray& text, QString* report, int pushesToNobody) {
     Scenario scenario;
     if (!parseScenario(QStringLiteral("f.scn"), text, &scenario, report)) {
         return false;
@@ -113,6 +119,7 @@ bool ScenarioPlayerTest::play(const QByteArray& text, QString* report) {
         m_tape = std::make_shared<ScenarioTape>();
     }
     FakeStage stage(m_tape);
+    stage.pushesToNobody = pushesToNobody;
     ScenarioPlayer player(stage, m_tape);
     const bool well = player.play(scenario.fileName, scenario.sections.first(), report);
     m_done = stage.done;
@@ -137,7 +144,7 @@ void ScenarioPlayerTest::steps_arePlayedInOrder() {
     QVERIFY2(play("start fails user=nobody error*=\"such user\"\n", &report), qPrintable(report));
 }
 
-void ScenarioPlayerTest::unknownEvent_isToldAtItsPlaceBeforeAnythingIsPlayed() {
+void ScenarioPlayerTest::unknownEvent_isReportedAtItsPlaceBeforeAnythingIsPlayed() {
     QString report;
     QVERIFY(
         !play("start\nexpect event E\nexpect event E count=1\n"
@@ -191,6 +198,14 @@ void ScenarioPlayerTest::call_isRepeatedUntilItsChecksHold() {
     QVERIFY2(report.contains(QStringLiteral("result is 1")), qPrintable(report));
 }
 
+void ScenarioPlayerTest::push_waitsForASubscriberUpToItsLimit() {
+    QString report;
+    QVERIFY2(play("start\npush t {} within=3\n", &report, 3), qPrintable(report));
+    QCOMPARE(m_done.filter("push t").size(), 1);
+    QVERIFY(!play("start\npush t {} within=3\n", &report, 4));
+    QVERIFY2(report.contains("nobody subscribed to it within 3 ms"), qPrintable(report));
+}
+
 void ScenarioPlayerTest::check_seesPartsOfAValue_data() {
     QTest::addColumn<QString>("line");
     QTest::addColumn<bool>("holds");
@@ -210,6 +225,20 @@ void ScenarioPlayerTest::check_seesPartsOfAValue_data() {
     row("result.list=[1,2,\"x\"]", true);
     row("result.list=[1,2]", false);
     row("result.real=1.5", true);
+    row("result.real=1.50", true);
+    row("result.real=15e-1", true);
+    row("result.real=1.51", false);
+    row("result.real*=1.50", true);
+    row("result.list*=2.0", true);
+    row("result.list=[1.0,2,\"x\"]", true);
+    row("result.list=[1,2.5,\"x\"]", false);
+    row("result.list.1=2.00", true);
+    row("result.digits=1.50", true);
+    row("result.digits=1.5", false);
+    row("result.long=9007199254740993", true);
+    row("result.long=9007199254740992", false);
+    row("result.longs=[9007199254740993]", true);
+    row("result.longs=[9007199254740992]", false);
     row("result.flag=true", true);
     row("result.none=null", true);
     row("result.missing=\"\"", false);
@@ -225,6 +254,9 @@ void ScenarioPlayerTest::check_seesPartsOfAValue() {
     const QJsonObject answer{{"result", QJsonObject{{"text", "ab"},
                                                     {"list", QJsonArray{1, 2, "x"}},
                                                     {"real", 1.5},
+                                                    {"digits", "1.50"},
+                                                    {"long", "9007199254740993"},
+                                                    {"longs", QJsonArray{"9007199254740993"}},
                                                     {"flag", true},
                                                     {"none", QJsonValue::Null},
                                                     {"empty", ""}}}};
@@ -248,11 +280,11 @@ void ScenarioPlayerTest::failedStep_endsTheClientWithItsLine_data() {
     QTest::newRow("missing_log_line") << "3"
                                       << "all is lost";
     QTest::newRow("push_to_nobody") << "3"
-                                    << "nobody has subscribed";
+                                    << "nobody subscribed";
     QTest::newRow("start_that_fails") << "3"
                                       << "not loaded within";
     QTest::newRow("start_that_works") << "2"
-                                      << "started well";
+                                      << "the client started";
     QTest::newRow("second_section") << "6"
                                     << "result is {";
     QTest::newRow("unknown_function") << "3"
@@ -277,7 +309,7 @@ void ScenarioPlayerTest::failedStep_endsTheClientWithItsLine() {
              qPrintable(result.output));
 }
 
-void ScenarioPlayerTest::unreadableFile_isToldApart() {
+void ScenarioPlayerTest::unreadableFile_hasAnExitCodeOfItsOwn() {
     const QString file =
         QStringLiteral(VELMAR_SOURCE_DIR "/tests/unit/scenario/data/no_scenario.scn");
     ChildResult result = runChild(client(), {QStringLiteral("--scenario"), file});

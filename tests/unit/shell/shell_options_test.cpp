@@ -19,6 +19,10 @@ private slots:
     void call_takesEverythingAfterTheFunction();
     void accounts_takesAQuestionAndItsForm();
     void rules_takesASymbol();
+    void symbols_takesAText();
+    void functions_takesANameAnywhere();
+    void call_ownOptions_standBeforeTheFunction();
+    void doctor_takesNothing();
     void ticksWatch_takesSymbolsWithOptionsBetweenThem();
     void clock_isATimeOfTheExchanges_data();
     void clock_isATimeOfTheExchanges();
@@ -100,6 +104,47 @@ void ShellOptionsTest::rules_takesASymbol() {
     QCOMPARE(options.tickRate, 0);
 }
 
+void ShellOptionsTest::symbols_takesAText() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions({"symbols", "find", "虚岚 科"}, &options, &error),
+             qPrintable(error));
+    QCOMPARE(options.command, ShellOptions::Command::Symbols);
+    QCOMPARE(options.symbol, QStringLiteral("虚岚 科"));
+}
+
+void ShellOptionsTest::functions_takesANameAnywhere() {
+    for (const char* line :
+         {"functions --verbose GetIt", "functions GetIt --verbose", "--verbose functions GetIt"}) {
+        ShellOptions options;
+        QString error;
+        QVERIFY2(parseShellOptions(words(line), &options, &error), qPrintable(error));
+        QCOMPARE(options.command, ShellOptions::Command::Functions);
+        QCOMPARE(options.functionName, QStringLiteral("GetIt"));
+        QVERIFY(options.verbose);
+    }
+}
+
+void ShellOptionsTest::call_ownOptions_standBeforeTheFunction() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions(words("call --early --raw GetIt --early"), &options, &error),
+             qPrintable(error));
+    QVERIFY(options.early && options.raw);
+    QCOMPARE(options.arguments, words("--early"));
+    options = ShellOptions();
+    QVERIFY(parseShellOptions(words("call GetIt --raw"), &options, &error));
+    QVERIFY(!options.early && !options.raw);
+}
+
+void ShellOptionsTest::doctor_takesNothing() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions(words("doctor --home /h"), &options, &error), qPrintable(error));
+    QCOMPARE(options.command, ShellOptions::Command::Doctor);
+    QCOMPARE(options.homeDir, QStringLiteral("/h"));
+}
+
 void ShellOptionsTest::ticksWatch_takesSymbolsWithOptionsBetweenThem() {
     ShellOptions options;
     QString error;
@@ -153,7 +198,7 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
     QTest::newRow("no value") << words("--home") << QStringLiteral("home");
     QTest::newRow("command") << words("dance") << QStringLiteral("dance");
     QTest::newRow("call alone") << words("call") << QStringLiteral("call");
-    QTest::newRow("too much") << words("functions x") << QStringLiteral("functions");
+    QTest::newRow("too much") << words("functions x y") << QStringLiteral("functions");
     QTest::newRow("no account") << words("accounts why") << QStringLiteral("why ACCOUNT");
     QTest::newRow("two accounts") << words("accounts why a b") << QStringLiteral("why ACCOUNT");
     QTest::newRow("no question") << words("accounts what") << QStringLiteral("'list'");
@@ -161,6 +206,18 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
     QTest::newRow("no rule") << words("rules explain") << QStringLiteral("explain SYMBOL");
     QTest::newRow("two rules") << words("rules explain A B") << QStringLiteral("explain SYMBOL");
     QTest::newRow("other rules") << words("rules tell A") << QStringLiteral("explain SYMBOL");
+    QTest::newRow("empty user") << QStringList{"--user", ""} << QStringLiteral("--user takes");
+    QTest::newRow("empty home") << QStringList{"--home="} << QStringLiteral("--home takes");
+    QTest::newRow("empty plug-ins")
+        << QStringList{"functions", "--plugins", ""} << QStringLiteral("--plugins takes");
+    QTest::newRow("no text") << words("symbols find") << QStringLiteral("find TEXT");
+    QTest::newRow("two texts") << words("symbols find a b") << QStringLiteral("find TEXT");
+    QTest::newRow("other symbols") << words("symbols all") << QStringLiteral("find TEXT");
+    QTest::newRow("doctor of one") << words("doctor x") << QStringLiteral("no arguments");
+    QTest::newRow("early alone") << words("--early") << QStringLiteral("option of call");
+    QTest::newRow("raw elsewhere") << words("functions --raw") << QStringLiteral("option of call");
+    QTest::newRow("type of a fault")
+        << QStringList{"--fault", "999 1 timeout"} << QStringLiteral("message type '999'");
     QTest::newRow("json alone") << words("--json") << QStringLiteral("json");
     QTest::newRow("json elsewhere") << words("functions --json") << QStringLiteral("json");
     QTest::newRow("wait") << words("--wait soon") << QStringLiteral("--wait");
@@ -170,7 +227,7 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
     QTest::newRow("fault") << QStringList{"--fault", "120006 1 explode"}
                            << QStringLiteral("column 10: 'explode'");
     QTest::newRow("scenario and command")
-        << words("--scenario a.scn functions") << QStringLiteral("no command");
+        << words("--scenario a.scn functions") << QStringLiteral("combined with a command");
     QTest::newRow("scenario and fault")
         << QStringList{"--scenario", "a.scn", "--fault", "* 1 late"} << QStringLiteral("--fault");
     QTest::newRow("no symbols") << words("--ticks ,") << QStringLiteral("--ticks");
@@ -187,9 +244,9 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
     QTest::newRow("tick rate") << words("--tick-rate often") << QStringLiteral("--tick-rate");
     QTest::newRow("high tick rate") << words("--tick-rate 1001") << QStringLiteral("0 to 1000");
     QTest::newRow("scenario and ticks")
-        << words("--scenario a.scn --ticks 600000.SH") << QStringLiteral("no --ticks");
+        << words("--scenario a.scn --ticks 600000.SH") << QStringLiteral("with --ticks");
     QTest::newRow("scenario and body limit")
-        << words("--scenario a.scn --body-limit 1MiB") << QStringLiteral("no --body-limit");
+        << words("--scenario a.scn --body-limit 1MiB") << QStringLiteral("with --body-limit");
     for (const char* size : {"1023", "0", "0KiB", "1025MiB", "1048577KiB", "1073741825", "-4096",
                              "+4096", "64M", "64mib", "64 MiB", "1.5MiB", "MiB", "4096B",
                              "64MiBMiB", "64KiBMiB", "0x10000", "99999999999999999999"}) {
@@ -206,7 +263,8 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
         for (const QString& line :
              {QStringLiteral("--scenario a.scn %1"), QStringLiteral("%1 --scenario a.scn")}) {
             QTest::newRow(qPrintable(line.arg(option)))
-                << words(qPrintable(line.arg(option))) << QStringLiteral("goes with no ") + name;
+                << words(qPrintable(line.arg(option)))
+                << QStringLiteral("cannot be combined with ") + name;
         }
     }
     QTest::newRow("section") << words("--scenario a.scn --scenario-section 0")
@@ -227,7 +285,7 @@ void ShellOptionsTest::faults_standOnBothSidesAndAddUp() {
     ShellOptions options;
     QString error;
     QVERIFY2(parseShellOptions({"--fault", "120006 1 timeout", "--fault=* 2+ late ms=3", "call",
-                                "--fault", "x every garbage", "F", "1"},
+                                "--fault", "120006 every garbage", "F", "1"},
                                &options, &error),
              qPrintable(error));
     QCOMPARE(options.functionName, QStringLiteral("F"));
@@ -235,7 +293,7 @@ void ShellOptionsTest::faults_standOnBothSidesAndAddUp() {
     for (const Fault& fault : options.faults) {
         lines.append(faultText(fault));
     }
-    QCOMPARE(lines, (QStringList{"120006 1 timeout", "* 2+ late ms=3", "x every garbage"}));
+    QCOMPARE(lines, (QStringList{"120006 1 timeout", "* 2+ late ms=3", "120006 every garbage"}));
 }
 
 void ShellOptionsTest::ticks_standOnBothSidesAndAddUp() {

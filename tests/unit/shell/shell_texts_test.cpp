@@ -1,6 +1,7 @@
 #include <QtTest>
 
 #include "facade_library.h"
+#include "output.h"
 #include "progress_bar.h"
 #include "status_line.h"
 #include "test_paths.h"
@@ -13,14 +14,18 @@ private slots:
     void closeNames_mistypedName_leadsWithTheMeantOne_data();
     void closeNames_mistypedName_leadsWithTheMeantOne();
     void closeNames_nothingClose_areNone();
-    void statusText_wideTerminal_tellsEverything();
+    void statusText_wideTerminal_containsEverything();
     void statusText_gateDown_isNamed();
     void statusText_anyWidth_neverLonger();
     void progressText_half_fillsHalfTheBar();
     void progressText_anyWidth_neverLonger();
     void load_fileThatIsNoLibrary_isNamed();
     void load_libraryWithoutTable_isRefused();
-    void listing_ofThePlugin_alignsTheSecondColumn();
+    void listing_ofThePlugin_alignsItsColumns();
+    void listing_unknownName_isReportedWithSimilarOnes();
+    void explanation_ofAFunction_hasUnitsAndValues();
+    void knowsValues_unknownNumber_namesTheArgument();
+    void printable_controlCharacters_areReplaced();
 };
 
 namespace {
@@ -70,7 +75,7 @@ void ShellTextsTest::closeNames_nothingClose_areNone() {
     QCOMPARE(closeNames(QString(), {QStringLiteral("GetFundAccountList")}), QStringList());
 }
 
-void ShellTextsTest::statusText_wideTerminal_tellsEverything() {
+void ShellTextsTest::statusText_wideTerminal_containsEverything() {
     QCOMPARE(
         statusText(someStatus(), 200),
         QStringLiteral("up 01:01:01 | 200 accounts | gates 2/2 up | 3 pending | 2 presenters"));
@@ -98,7 +103,7 @@ void ShellTextsTest::progressText_half_fillsHalfTheBar() {
     QVERIFY(progressText(0, 7, 80).endsWith(
         QStringLiteral("[                                        ]    0 %")));
     QVERIFY(!progressText(7, 7, 80).section('[', 1).section(']', 0, 0).contains(' '));
-    // Rows are counted beyond what 32 bits times a hundred hold.
+    // A hundred times the number of rows exceeds 32 bits.
     QVERIFY(progressText(30000000, 60000000, 80).endsWith(QStringLiteral("  50 %")));
 }
 
@@ -126,29 +131,77 @@ void ShellTextsTest::load_libraryWithoutTable_isRefused() {
     QVERIFY2(error.contains(file), qPrintable(error));
 }
 
-void ShellTextsTest::listing_ofThePlugin_alignsTheSecondColumn() {
+void ShellTextsTest::listing_ofThePlugin_alignsItsColumns() {
     FacadeLibrary library;
     QString error;
     QVERIFY2(library.load(pluginFile(), &error), qPrintable(error));
-    const QStringList lines = library.listing();
-    const QStringList known =
-        lines.filter(QStringLiteral("QStringList GetTradingAccountList(bool, int, bool)"));
+    const QStringList lines = library.listing(QString(), &error);
+    QCOMPARE(lines.size(), library.count());
+    const QStringList known = lines.filter(QStringLiteral(
+        "QStringList GetTradingAccountList(bool wait, int authority, bool includeDistributed)"));
     QCOMPARE(known.size(), 1);
-    QVERIFY(known.first().endsWith(QStringLiteral("waits")));
-    int second = -1;
+    QVERIFY(known.first().startsWith(QStringLiteral("accounts  ")));
+    QVERIFY(known.first().contains(QStringLiteral("  first load, presenter, waits  QString")));
+    const int start = known.first().indexOf(QStringLiteral("QStringList"));
     for (const QString& line : lines) {
-        const int place = line.indexOf(QRegularExpression(QStringLiteral("[a-z ,]*$")),
-                                       line.lastIndexOf(QLatin1Char(')')) + 1);
-        const int start = place + line.mid(place).indexOf(QRegularExpression("\\S"));
-        second = second < 0 ? start : second;
-        QCOMPARE(start, second);
+        QVERIFY2(line.mid(start - 2, 2) == QStringLiteral("  ") && !line.at(start).isSpace(),
+                 qPrintable(line));
     }
+    QCOMPARE(library.listing(QStringLiteral("GetAllCageMap"), &error).size(), 1);
+    QCOMPARE(library.listing(QStringLiteral("IsAccountNormalCounter"), &error).size(), 2);
     const FacadeFunction* const function =
         library.choose(QStringLiteral("GetTradingAccountList"), {"true", "16", "true"}, &error);
     QVERIFY2(function, qPrintable(error));
+}
+
+void ShellTextsTest::listing_unknownName_isReportedWithSimilarOnes() {
+    FacadeLibrary library;
+    QString error;
+    QVERIFY2(library.load(pluginFile(), &error), qPrintable(error));
+    const QString text = QStringLiteral(
+        "no exported function is called GetTradingAccountLst; similar names: "
+        "GetTradingAccountList");
+    QVERIFY(library.listing(QStringLiteral("GetTradingAccountLst"), &error).isEmpty());
+    QVERIFY2(error.startsWith(text), qPrintable(error));
+    error.clear();
     QVERIFY(!library.choose(QStringLiteral("GetTradingAccountLst"), {}, &error));
-    QVERIFY2(error.contains(QStringLiteral("close to it: GetTradingAccountList")),
+    QVERIFY2(error.startsWith(text), qPrintable(error));
+}
+
+void ShellTextsTest::explanation_ofAFunction_hasUnitsAndValues() {
+    FacadeLibrary library;
+    QString error;
+    QVERIFY2(library.load(pluginFile(), &error), qPrintable(error));
+    const QStringList lines = library.explanation(QStringLiteral("GetQtyByOddLotType"), &error);
+    QCOMPARE(lines.first(), QStringLiteral("qint64 GetQtyByOddLotType(QString symbol, "
+                                           "CustomOddLotType type, qint64 qty, bool flag)"));
+    QVERIFY(lines.contains(
+        QStringLiteral("    depends on securities: the securities of the static database")));
+    QVERIFY(lines.contains(
+        QStringLiteral("    type: CustomOddLotType; 0 Keep, 1 Down, 2 Nearest, 3 Up, 4 ByFlag")));
+    QVERIFY(lines.contains(QStringLiteral(
+        "    qty: qint64; in the unit of the symbol: shares, or lots of a contract")));
+    QVERIFY(lines.last().startsWith(QStringLiteral("    returns qint64; in the unit")));
+}
+
+void ShellTextsTest::knowsValues_unknownNumber_namesTheArgument() {
+    FacadeLibrary library;
+    QString error;
+    QVERIFY2(library.load(pluginFile(), &error), qPrintable(error));
+    const QStringList arguments{"600000.SH", "9", "100", "true"};
+    const FacadeFunction* const function =
+        library.choose(QStringLiteral("GetQtyByOddLotType"), arguments, &error);
+    QVERIFY2(function, qPrintable(error));
+    QVERIFY(!FacadeLibrary::knowsValues(*function, arguments, &error));
+    QVERIFY2(error.startsWith(QStringLiteral("argument 2, type: '9' is not a value of")),
              qPrintable(error));
+    QVERIFY(FacadeLibrary::knowsValues(*function, {"600000.SH", "Up", "100", "true"}, &error));
+}
+
+void ShellTextsTest::printable_controlCharacters_areReplaced() {
+    QCOMPARE(printable(QStringLiteral("a\x1b[2J\tb\r\nc\u0085\u202E\x7f")),
+             QStringLiteral("a\uFFFD[2J\tb\uFFFD\nc\uFFFD\uFFFD\uFFFD"));
+    QCOMPARE(printable(QStringLiteral("虚岚科技 é")), QStringLiteral("虚岚科技 é"));
 }
 
 QTEST_GUILESS_MAIN(ShellTextsTest)

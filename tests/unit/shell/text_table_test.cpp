@@ -15,6 +15,7 @@ private slots:
     void lines_narrowTerminal_fitAndKeepTheFirstColumn_data();
     void lines_narrowTerminal_fitAndKeepTheFirstColumn();
     void lines_missingCells_areEmpty();
+    void lines_controlCharactersInCells_areReplaced();
 };
 
 void TextTableTest::width_ofText_countsTerminalColumns_data() {
@@ -78,7 +79,7 @@ void TextTableTest::lines_ofMixedNames_startEachColumnAtOnePlace() {
     const QStringList lines = table.lines(80);
     QCOMPARE(lines.size(), 5);
     for (const QString& line : lines.mid(2)) {
-        // "Account" and "虚远一号" are the widest cells, two columns stand between.
+        // "Account" and "虚远一号" are the widest cells; two spaces separate columns.
         QCOMPARE(displayWidth(line.left(line.lastIndexOf(QLatin1Char('x')))), 7 + 2 + 8 + 2);
     }
     QCOMPARE(displayWidth(lines.at(0).left(lines.at(0).indexOf(QStringLiteral("End")))), 19);
@@ -104,7 +105,7 @@ void TextTableTest::lines_narrowTerminal_fitAndKeepTheFirstColumn() {
     }
     const QString key = QStringLiteral("2000012");
     QCOMPARE(lines.at(2).startsWith(key), columns >= key.size());
-    // Names give way before whole columns do.
+    // Names are cut before whole columns are dropped.
     QCOMPARE(lines.at(0).contains(QStringLiteral("End")), columns >= 32);
 }
 
@@ -114,6 +115,15 @@ void TextTableTest::lines_missingCells_areEmpty() {
     table.addRow({QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")});
     QCOMPARE(table.lines(80), QStringList({QStringLiteral("A  B"), QStringLiteral("-  -"),
                                            QString(), QStringLiteral("1  2")}));
+}
+
+void TextTableTest::lines_controlCharactersInCells_areReplaced() {
+    TextTable table({QStringLiteral("A"), QStringLiteral("B")});
+    table.addRow({QStringLiteral("red\x1b[31m\n"), QStringLiteral("x\u0085\u202E")});
+    table.addRow({QStringLiteral("plain"), QStringLiteral("x")});
+    const QStringList lines = table.lines(80);
+    QCOMPARE(lines.at(2), QStringLiteral("red\uFFFD[31m\uFFFD  x\uFFFD\uFFFD"));
+    QCOMPARE(lines.at(3), QStringLiteral("plain      x"));
 }
 
 QTEST_GUILESS_MAIN(TextTableTest)

@@ -31,7 +31,7 @@ QJsonObject with(QJsonObject one, const QString& field, const QJsonValue& value)
     return one;
 }
 
-/// Functions without a result of their own answer with an empty list.
+/// Functions without a configured result answer with an empty list.
 class Answers final : public FacadeRecorder {
 public:
     QMap<QString, QJsonObject> records;  ///< by account
@@ -44,11 +44,11 @@ protected:
     }
 };
 
-/// List title to whether the account is in it and why not.
+/// Title of a list to whether it contains the account, and why not.
 QMap<QString, QPair<QJsonValue, QString>> listsOf(const AccountsAnswer& answer) {
     QMap<QString, QPair<QJsonValue, QString>> lists;
-    const QJsonArray told = answer.json.toObject().value("lists").toArray();
-    for (const QJsonValue& one : told) {
+    const QJsonArray entries = answer.json.toObject().value("lists").toArray();
+    for (const QJsonValue& one : entries) {
         QStringList reasons;
         const QJsonArray why = one.toObject().value("reasons").toArray();
         for (const QJsonValue& reason : why) {
@@ -84,7 +84,9 @@ private slots:
         AccountsCommand command(m_library, answers.function(), {"T1", "T2", "T3", "T4"});
         const AccountsAnswer answer = command.list(kWide);
         QVERIFY(!answer.interrupted);
-        QCOMPARE(answer.lines.size(), 6);
+        QCOMPARE(answer.lines.size(), 7);
+        QCOMPARE(answer.lines.last(),
+                 QString("May: Q query, E edit, A authority, S subscribe, T trade"));
         const int mayColumn = displayWidth(answer.lines.first().section("May", 0, 0));
         const QStringList starts{"T2", "T1", "T3", "T4"};
         const QStringList letters{"QEAST", "Q---T", "QEAST", "-----"};
@@ -133,7 +135,7 @@ private slots:
         QCOMPARE(lists.value("tradable, distributed counter").second, QString());
         QCOMPARE(lists.value("现货").first, QJsonValue(false));
         QCOMPARE(lists.value("现货").second,
-                 QString("nothing that the functions answer tells why"));
+                 QString("the answers of the functions do not say why"));
     }
 
     void why_missingFromAList_saysWhy_data() {
@@ -180,7 +182,7 @@ private slots:
 
     void why_listedButNotLoaded_saysSo() {
         Answers answers;
-        // Records and texts of others: an account without a record stands in neither.
+        // An account without a record is in no list, whatever others have.
         answers.results = {{"GetTradingAccountList", QJsonArray{"T2"}},
                            {"GetDistributedAccountList", QJsonArray{record("T2")}}};
         AccountsCommand command(m_library, answers.function(), {"T1", "T2"});
@@ -188,11 +190,11 @@ private slots:
         QCOMPARE(answer.error, QString());
         QCOMPARE(answer.lines.value(0), QString("T1"));
         QCOMPARE(answer.lines.value(1), QString("not loaded"));
-        const QJsonObject told = answer.json.toObject();
-        QCOMPARE(told.value("account").toString(), QString("T1"));
-        QCOMPARE(told.value("state").toString(), QString("not loaded"));
-        QCOMPARE(told.value("kind").toString(), QString());
-        QCOMPARE(told.value("counter").toString(), QString());
+        const QJsonObject account = answer.json.toObject();
+        QCOMPARE(account.value("account").toString(), QString("T1"));
+        QCOMPARE(account.value("state").toString(), QString("not loaded"));
+        QCOMPARE(account.value("kind").toString(), QString());
+        QCOMPARE(account.value("counter").toString(), QString());
         const auto lists = listsOf(answer);
         QVERIFY(lists.size() > 10);
         for (const auto& list : lists) {
@@ -205,7 +207,7 @@ private slots:
         Answers answers;
         AccountsCommand command(m_library, answers.function(), {"T000001", "X9"});
         const AccountsAnswer answer = command.why("T00000l", kWide);
-        QCOMPARE(answer.error, QString("no account is called 'T00000l'; close to it: T000001"));
+        QCOMPARE(answer.error, QString("no account is called 'T00000l'; similar names: T000001"));
         QVERIFY(answer.lines.isEmpty());
     }
 
@@ -239,9 +241,9 @@ private slots:
         QCOMPARE(list.output.count("  frozen"), 12);
         const ChildResult why = run({"why", "T000006", "--json"});
         QVERIFY2(why.succeeded(), qPrintable(why.output));
-        const QJsonObject told = QJsonDocument::fromJson(why.output.toUtf8()).object();
-        QCOMPARE(told.value("state").toString(), QString("frozen"));
-        const QJsonArray lists = told.value("lists").toArray();
+        const QJsonObject account = QJsonDocument::fromJson(why.output.toUtf8()).object();
+        QCOMPARE(account.value("state").toString(), QString("frozen"));
+        const QJsonArray lists = account.value("lists").toArray();
         for (const QJsonValue& one : lists) {
             QCOMPARE(one.toObject().value("in"), QJsonValue(false));
             QCOMPARE(one.toObject().value("reasons").toArray(), QJsonArray{"it is frozen"});
