@@ -1,7 +1,8 @@
 # One place for what every target of the tree shares.
 
 add_library(velmar_flags INTERFACE)
-target_compile_options(velmar_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
+target_compile_options(velmar_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+                                        -Wsuggest-override -Wzero-as-null-pointer-constant)
 # Log lines carry file, line and function in every build, not only in debug ones.
 target_compile_definitions(velmar_flags INTERFACE QT_MESSAGELOGCONTEXT QT_NO_FOREACH
                                                   QT_DEPRECATED_WARNINGS)

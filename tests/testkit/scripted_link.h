@@ -65,12 +65,12 @@ private:
     bool m_late = false;
 };
 
-/// A server that answers by script. Any thread may call it; outcomes are reported to the platform on
-/// the link's own thread, in order, never from inside send().
+/// A server that answers by script. Any thread may call it; outcomes are reported to the platform
+/// on the link's own thread, in order, never from inside send().
 ///
-/// The type of a request is its body's System::msgType, or the envelope's type when that is missing.
-/// A script for the envelope's type is used when the body's type has no script. Without a script the
-/// request is refused with a text that names the type.
+/// The type of a request is its body's System::msgType, or the envelope's type when that is
+/// missing. A script for the envelope's type is used when the body's type has no script. Without a
+/// script the request is refused with a text that names the type.
 class ScriptedLink : public GatewayLink {
 public:
     struct Request {

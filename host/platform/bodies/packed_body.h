@@ -14,6 +14,6 @@
 PLATFORM_API bool isPackedBody(const QVariant& value);
 /// The rows, the header first; one empty row when the value is not a packed body.
 PLATFORM_API QList<QVariantMap> rowsOfPackedBody(const QVariant& value);
-/// A body that describes a failure and has a header only: System::requestExeStatus "1", and the text
-/// under System::textDescription and under "58", where readers of the older messages look.
+/// A body that describes a failure and has a header only: System::requestExeStatus "1", and the
+/// text under System::textDescription and under "58", where readers of the older messages look.
 PLATFORM_API QVariant makeErrorBody(const QString& text);

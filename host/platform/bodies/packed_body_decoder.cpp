@@ -63,8 +63,8 @@ private:
     qint64 m_valuesLeft;
     QString m_error;
 
-    /// Rows of a body mostly have the same keys. A key that is equal to the one at the same place in
-    /// the row before shares its text.
+    /// Rows of a body mostly have the same keys. A key that is equal to the one at the same place
+    /// in the row before shares its text.
     struct Key {
         const uchar* data = nullptr;
         quint64 size = 0;
@@ -323,7 +323,8 @@ bool Decoder::readDateTime(const Head& head, QVariant* value) {
     }
     qint64 day = 0;
     qint64 milliseconds = 0;
-    if (!readWhole(0, kLastJulianDay, &day) || !readWhole(0, kMillisecondsOfDay - 1, &milliseconds)) {
+    if (!readWhole(0, kLastJulianDay, &day) ||
+        !readWhole(0, kMillisecondsOfDay - 1, &milliseconds)) {
         return false;
     }
     const QDate date = QDate::fromJulianDay(day);

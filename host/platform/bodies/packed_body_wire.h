@@ -41,9 +41,9 @@ struct Limits {
 PLATFORM_API bool encode(const QVariant& body, QByteArray* bytes, QString* error);
 
 /// Accepts any bytes: false with a text that names the place when they are not exactly one whole
-/// packed body or exceed the limits; `body` is invalid then. Lengths that are not stated beforehand,
-/// keys that occur twice and unknown tags are refused. Memory and time are bounded by the number of
-/// bytes given. Any thread.
+/// packed body or exceed the limits; `body` is invalid then. Lengths that are not stated
+/// beforehand, keys that occur twice and unknown tags are refused. Memory and time are bounded by
+/// the number of bytes given. Any thread.
 PLATFORM_API bool decode(const QByteArray& bytes, QVariant* body, QString* error,
                          const Limits& limits = {});
 

@@ -14,8 +14,8 @@ namespace {
 // The parser refuses texts nested deeper than this, so deeper ones must not be written.
 constexpr int kDepthLimit = 500;
 
-/// Writes JSON. Qt's own writer converts every number to double and so loses the last digits of long
-/// ones.
+/// Writes JSON. Qt's own writer converts every number to double and so loses the last digits of
+/// long ones.
 class Writer {
 public:
     void writeMap(const QVariantMap& values, int depth) {

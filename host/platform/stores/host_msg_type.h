@@ -15,7 +15,8 @@ inline const QString accountTree = QStringLiteral("100002");
 /// data row per security account that the login may see, in the tree's order, with
 /// UserAccount::tradingAccount, securityAccount, securityExchange and isMainAccount.
 inline const QString securityAccounts = QStringLiteral("100004");
-/// Body: data rows with commands for the fault link, which answers itself; never reaches the server.
+/// Body: data rows with commands for the fault link, which answers itself; never reaches the
+/// server.
 inline const QString control = QStringLiteral("100090");
 }  // namespace HostMsgType
 

@@ -2,9 +2,9 @@
 
 #include "data_log.h"
 #include "data_stores.h"
+#include "never_destroyed.h"
 #include "quantity_rule_check.h"
 #include "quantity_sections.h"
-#include "never_destroyed.h"
 #include "reference_table.h"
 #include "vocabulary/fields.h"
 

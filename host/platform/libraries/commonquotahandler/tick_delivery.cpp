@@ -23,8 +23,9 @@ bool beginDelivery() {
     }
     g_undelivered.fetch_sub(1);
     if (!g_overflowLogged.exchange(true)) {
-        qCWarning(lcPlatformData) << "ticks are dropped, the application's thread does not handle them:"
-                                  << kMaxUndelivered << "wait for it";
+        qCWarning(lcPlatformData)
+            << "ticks are dropped, the application's thread does not handle them:"
+            << kMaxUndelivered << "wait for it";
     }
     return false;
 }

@@ -158,7 +158,8 @@ void ZnPresenterClass::ProcOtherMsg(QString, QVariant, QVariant) {}
 void ZnPresenterClass::ProcResponseMsg(QString, QString, QVariant, QVariant) {}
 
 void ZnPresenterClass::initPresenter() {
-    // Once it is marked as built, the presenter may be deleted at any moment, so it is not used then.
+    // Once it is marked as built, the presenter may be deleted at any moment, so it is not used
+    // then.
     const std::shared_ptr<PresenterChannel> channel = m_channel;
     if (isClosing()) {
         qCWarning(lcChannel) << "presenter" << channel->pid() << "is not started: closing";
