@@ -182,8 +182,13 @@ private slots:
         QVERIFY(!cage.initCageMap(room.presenter, true).isEmpty());
         QVERIFY(cage.GetAllCageMap().isEmpty());
         QVERIFY(room.releaseProfile());
-        older.wait();
+        // The user's own figures are in force after all.
+        QCOMPARE(older.get(), QString());
         QCOMPARE(cage.GetAllCageMap().value("U").value(CageField::userBuyUnit).toInt(), 3);
+        QVERIFY(cage.getCageUpdateTime().isValid());
+        QString text;
+        QVERIFY(cage.IsUserCageInfoInited(QString(), text));
+        QVERIFY2(text.isEmpty(), qPrintable(text));
     }
 
     void load_presenterClosesMeanwhile_isContinuedByTheNextOne_data() {
@@ -204,6 +209,7 @@ private slots:
         QCOMPARE(OrderRoom::state(), InitState::Running);
         QCOMPARE(room.sink.count.load(), 0);
         QVERIFY(room.cage.GetAllCageMap().isEmpty());
+        QVERIFY(room.cage.getCageUpdateTime().isNull());
         const RoomPresenter next;
         QCOMPARE(room.cage.initCageMap(next.presenter, false), QString());
         QCOMPARE(room.ticks(), 3);
@@ -219,9 +225,11 @@ private slots:
         room.world.link().onOccurrence(kProfile, 1, userCage(3));
         room.cage.initCageMap(room.presenter, false);
         room.world.link().onOccurrence(kProfile, 2, ScriptedReply::never());
-        room.runOnPresenter([&] { room.cage.initCageMap(room.presenter, true); });
+        std::promise<QString> answer;
+        room.runOnPresenter([&] { answer.set_value(room.cage.initCageMap(room.presenter, true)); });
         QVERIFY(room.world.link().waitForRequestCount(kProfile, 2));
         room.presenter->deleteLater();
+        QCOMPARE(answer.get_future().get(), QStringLiteral("当前状态不可重新初始化价格笼子配置！"));
         QCOMPARE(room.ticks(), 3);
         QCOMPARE(room.sink.count.load(), 1);
         QString text = "untouched";
