@@ -212,20 +212,19 @@ private slots:
 
     void superEtf_beforeTheLoad_answersOnlyAfterIt() {
         m_world.reset();
-        AccountFixture room({TestAccount("T1").withCounter("10086", FundAccountType::Credit)},
-                            symbols());
-        const Tradability rulesOfRoom(identity, room.securityAccounts);
-        room.world.login();
+        AccountFixture fixture({TestAccount("T1").withCounter("10086", FundAccountType::Credit)},
+                               symbols());
+        const Tradability ownRules(identity, fixture.securityAccounts);
+        fixture.world.login();
         const LogCapture log;
         std::atomic<int> answer{-1};
         std::thread asking([&] {
-            answer = rulesOfRoom.CheckOrderMatchSuperEtf("T1", "FUND.SH", SideUnion::financingBuy)
-                         ? 1
-                         : 0;
+            answer =
+                ownRules.CheckOrderMatchSuperEtf("T1", "FUND.SH", SideUnion::financingBuy) ? 1 : 0;
         });
         const bool waits = log.waitFor("GetFundAccountList wait for FundAccountInit");
         const int early = answer;
-        room.load();
+        fixture.load();
         asking.join();
         QVERIFY(waits);
         QCOMPARE(early, -1);
@@ -234,16 +233,16 @@ private slots:
 
     void securityAccounts_asTheReader_loadOnceTheAccountTableIsLoaded() {
         m_world.reset();
-        AccountFixture room({TestAccount("T1")
-                                 .withCounter("10086", FundAccountType::Credit)
-                                 .withSecurityAccount("1", "A1")
-                                 .withSecurityAccount("G", "G1")});
-        SecurityAccountsReader& reader = room.securityAccounts;
+        AccountFixture fixture({TestAccount("T1")
+                                    .withCounter("10086", FundAccountType::Credit)
+                                    .withSecurityAccount("1", "A1")
+                                    .withSecurityAccount("G", "G1")});
+        SecurityAccountsReader& reader = fixture.securityAccounts;
         // Nothing is loaded yet, and nothing blocks.
         QVERIFY(reader.securityExchangesOf("T1").isEmpty());
         QCOMPARE(reader.fundAccountTypeOf("T1"), QString());
-        room.world.login();
-        QVERIFY(room.load());
+        fixture.world.login();
+        QVERIFY(fixture.load());
         QCOMPARE(reader.fundAccountTypeOf("T1"), FundAccountType::Credit);
         QCOMPARE(reader.securityExchangesOf("T1"), (QStringList{"1", "G"}));
         QVERIFY(reader.securityExchangesOf("T2").isEmpty());
