@@ -10,7 +10,7 @@ class FaultyLinkOpenTest : public QObject {
 private slots:
     void open_countsWhatIsHeldOrAwaited();
     void open_answerHeldBelow_isAwaited();
-    void drip_beyondAllNumbers_isHeldAndNotToldAtOnce();
+    void drip_beyondAllNumbers_isHeldAndNotReportedAtOnce();
     void reconnect_gateTakenDownSince_leavesItDown_data();
     void reconnect_gateTakenDownSince_leavesItDown();
     void gateDown_requests_meetNoFaultAndAreNotCounted();
@@ -45,7 +45,7 @@ void FaultyLinkOpenTest::open_answerHeldBelow_isAwaited() {
     QVERIFY(waitFor([&] { return fixture.link->openCount() == 0; }));
 }
 
-void FaultyLinkOpenTest::drip_beyondAllNumbers_isHeldAndNotToldAtOnce() {
+void FaultyLinkOpenTest::drip_beyondAllNumbers_isHeldAndNotReportedAtOnce() {
     Fixture fixture({"120006 1 drip ms=600000"});
     QList<QVariantMap> rows;
     for (int i = 0; i < 4000; ++i) {

@@ -32,7 +32,7 @@ private slots:
     void outcomes_neverComeFromInsideSend();
     void stop_inTheMiddle_givesEachItsOutcome();
     void stop_whileOthersSend_losesNothing();
-    void afterStop_nothingIsTakenOrTold();
+    void afterStop_nothingIsAcceptedOrReported();
 };
 
 void FaultyLinkTest::plan_countsByTypeAndOccurrence_data() {
@@ -352,7 +352,7 @@ void FaultyLinkTest::stop_whileOthersSend_losesNothing() {
     }
 }
 
-void FaultyLinkTest::afterStop_nothingIsTakenOrTold() {
+void FaultyLinkTest::afterStop_nothingIsAcceptedOrReported() {
     Fixture fixture({"120006 1 timeout", "120006 2 timeout silent=true", "120006 3 disconnect"});
     fixture.link->stop();
     fixture.link->stop();

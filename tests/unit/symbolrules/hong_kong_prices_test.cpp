@@ -189,11 +189,11 @@ private slots:
         fixture.link().onOccurrence(kUnits, 1, ScriptedReply::rows({unitRow(0.25, 0.1)}));
         fixture.link().onOccurrence(kUnits, 2, ScriptedReply::rows({unitRow("0.25", "0.2")}));
         fixture.prices.initHKPriceUnit(fixture.presenter);
-        QList<int> asked;
+        QList<int> requested;
         for (const ScriptedLink::Request& request : fixture.link().requests(kUnits)) {
-            asked.append(request.header.value(HKSExchgRate::HKPriceUnitType).toInt());
+            requested.append(request.header.value(HKSExchgRate::HKPriceUnitType).toInt());
         }
-        QCOMPARE(asked, (QList<int>{2, 8}));
+        QCOMPARE(requested, (QList<int>{2, 8}));
         QCOMPARE(fixture.stockUnit(0.2), 0.1);
         QCOMPARE(fixture.fundUnit(0.2), 0.2);
         fixture.prices.initHKPriceUnit(fixture.presenter);
@@ -284,14 +284,14 @@ private slots:
 
     void units_presenterClosesMeanwhile_areLoadedByTheNextOne_data() {
         QTest::addColumn<int>("occurrence");
-        QTest::addColumn<QList<int>>("asked");
+        QTest::addColumn<QList<int>>("requested");
         // Once the presenter is closing the second load is not begun.
         QTest::newRow("during the shares") << 1 << QList<int>{2, 2, 8};
         QTest::newRow("during the funds") << 2 << QList<int>{2, 8, 8};
     }
     void units_presenterClosesMeanwhile_areLoadedByTheNextOne() {
         QFETCH(int, occurrence);
-        QFETCH(QList<int>, asked);
+        QFETCH(QList<int>, requested);
         Fixture fixture;
         fixture.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.1)}));
         fixture.link().onOccurrence(kUnits, occurrence, ScriptedReply::never());
@@ -310,7 +310,7 @@ private slots:
         for (const ScriptedLink::Request& request : fixture.link().requests(kUnits)) {
             types.append(request.header.value(HKSExchgRate::HKPriceUnitType).toInt());
         }
-        QCOMPARE(types, asked);
+        QCOMPARE(types, requested);
         next->deleteLater();
     }
 
@@ -398,10 +398,10 @@ private slots:
         Fixture fixture(StaticDbBuilder()
                             .section(DictionaryKey::HkStockPriceUnitDict, dictionary(kShareSpreads))
                             .section(DictionaryKey::HkFundPriceUnitDict, dictionary(kFundSpreads)));
-        const auto asked = [&] {
+        const auto unitNow = [&] {
             return fund ? fixture.fundUnit(price) : fixture.stockUnit(price);
         };
-        QCOMPARE(asked(), unit);
+        QCOMPARE(unitNow(), unit);
         // The same from the server.
         fixture.link().onOccurrence(kUnits, 1, ScriptedReply::rows(unitRows(kShareSpreads)));
         fixture.link().onOccurrence(kUnits, 2, ScriptedReply::rows(unitRows(kFundSpreads)));
@@ -409,7 +409,7 @@ private slots:
         QVERIFY(VelmarInitStateMgr::instance().IsInited(
             InitTypeCode::HkPriceUnitInfo +
             (fund ? MdcSecurityType::FundType : MdcSecurityType::StockType)));
-        QCOMPARE(asked(), unit);
+        QCOMPARE(unitNow(), unit);
     }
 };
 

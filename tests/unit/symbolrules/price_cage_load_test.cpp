@@ -297,11 +297,11 @@ private slots:
         QCOMPARE(record.value(CageField::buyPercent).toDouble(), 0.02);
         QCOMPARE(fixture.cage.GetCageIndexMap(), indexOf("1", "2", "*", "S"));
         QCOMPARE(fixture.cage.GetCageApplyMap(), (CageRecords{{"ETF", {{"status", "0"}}}}));
-        QStringList asked;
+        QStringList requested;
         for (const ScriptedLink::Request& request : fixture.world.link().requests(kConfig)) {
-            asked.append(request.header.value(System::itemName).toString());
+            requested.append(request.header.value(System::itemName).toString());
         }
-        QCOMPARE(asked,
+        QCOMPARE(requested,
                  (QStringList{SystemItemName::TagPriceCage, SystemItemName::TagPriceCageApply}));
         // The source reported is the union, never the server's default.
         QString text = "untouched";

@@ -75,7 +75,7 @@ private slots:
         QVERIFY2(LocalPlatform::instance().start(other, &error), qPrintable(error));
         QCOMPARE(fixture.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
         QVERIFY(fixture.cage.GetCageMapBySymbol("later").isEmpty());
-        // A cage that was never asked uses the new data.
+        // A cage without earlier look-ups uses the new data.
         PriceCage fresh(fixture.identity, fixture.clock, fixture.sink);
         fresh.initCageMap(nullptr, true);
         QVERIFY(fresh.GetCageMapBySymbol("600000.SH").isEmpty());
@@ -135,7 +135,7 @@ private slots:
         const QVariantMap n = take(false);
         QVERIFY(!m.isEmpty() && !n.isEmpty() && m != n);
         std::atomic<bool> over{false};
-        std::atomic<int> asked{0};
+        std::atomic<int> lookUps{0};
         std::atomic<int> other{0};
         const auto lookUp = [&](int thread) {
             // New symbols all the time, so that a refresh meets first look-ups. The second look-up
@@ -146,22 +146,22 @@ private slots:
                     const QVariantMap found = fixture.cage.GetCageMapBySymbol(symbol);
                     other += found == m || found == n ? 0 : 1;
                 }
-                ++asked;
+                ++lookUps;
             }
         };
         std::thread one(lookUp, 1);
         std::thread two(lookUp, 2);
         for (int round = 0; round < 100; ++round) {
-            const int before = asked;
+            const int before = lookUps;
             take(round % 2 == 0);
             // The tables of every refresh are read before the next refresh.
-            waitFor([&] { return asked > before; });
+            waitFor([&] { return lookUps > before; });
         }
         over = true;
         one.join();
         two.join();
         QCOMPARE(other.load(), 0);
-        QVERIFY(asked > 0);
+        QVERIFY(lookUps > 0);
         for (const char* symbol : {"1-0", "2-0", "600000.SH"}) {
             QCOMPARE(fixture.cage.GetCageMapBySymbol(symbol), n);
         }

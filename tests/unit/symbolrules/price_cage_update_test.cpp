@@ -429,7 +429,7 @@ private slots:
         QCOMPARE(link.underLock(), expected);
     }
 
-    void update_symbolAskedBefore_hasTheNewFigures() {
+    void update_symbolLookedUpBefore_hasTheNewFigures() {
         PriceFixture fixture;
         fixture.cage.initCageMap(nullptr, false);
         const QVariantMap tick{{"Symbol", "600000.SH"},
