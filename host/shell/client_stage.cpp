@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "commonquotahandler/common_quota_handler.h"
+#include "exact_json.h"
 #include "exchange_clock.h"
 #include "faulty_link.h"
 #include "interrupt_watch.h"
@@ -115,7 +116,7 @@ void ClientStage::platformStarted() {
     QObject::connect(
         &feed, &CommonQuotaHandler::sigTickDataUpdate, &m_client->gate(),
         [tape = m_tape](const QString& symbol, const QVariantMap& tick, const QString& source) {
-            QJsonObject fields = QJsonObject::fromVariantMap(tick);
+            QJsonObject fields = exactJsonObject(tick);
             fields.insert(QStringLiteral("source"), source);
             tape->add(RecordKind::Tick, symbol, fields);
         });

@@ -56,6 +56,26 @@ bool writeMark(const QDir& dir, HomeMark::Owner owner, QString* error) {
     return written;
 }
 
+struct Contents {
+    bool isEmpty = false;
+    bool isMarked = false;
+    bool isOlder = false;  ///< a home of a version without marks
+
+    bool isForeign() const { return !isEmpty && !isMarked && !isOlder; }
+};
+
+/// Lists the folder once: the mark is the first file of a home, so a process that is making this
+/// home at the same time never shows other files without it.
+Contents contentsOf(const QDir& dir) {
+    const QStringList entries =
+        dir.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    Contents contents;
+    contents.isEmpty = entries.isEmpty();
+    contents.isMarked = entries.contains(kFileName);
+    contents.isOlder = !contents.isMarked && isOlderHome(dir);
+    return contents;
+}
+
 HomeMark::Outcome refuse(const QString& text, QString* error) {
     *error = text;
     return HomeMark::Outcome::Refused;
@@ -65,6 +85,10 @@ HomeMark::Outcome refuse(const QString& text, QString* error) {
 
 QString HomeMark::fileName() {
     return kFileName;
+}
+
+bool HomeMark::isForeign(const QString& folder) {
+    return QFileInfo(folder).isDir() && contentsOf(QDir(folder)).isForeign();
 }
 
 HomeMark::Outcome HomeMark::take(const QString& folder, Owner owner, QString* error) {
@@ -81,25 +105,21 @@ HomeMark::Outcome HomeMark::take(const QString& folder, Owner owner, QString* er
         return Outcome::Unwritable;
     }
     const QDir dir(folder);
-    // Listed once: the mark is the first file of a home, so a process that is making this home at
-    // the same time never shows other files without it.
-    const QStringList entries =
-        dir.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    const bool isMarked = entries.contains(kFileName);
-    const bool isOlder = !isMarked && isOlderHome(dir);
-    if (!entries.isEmpty() && !isMarked && !isOlder) {
+    const Contents contents = contentsOf(dir);
+    if (contents.isForeign()) {
         return refuse(QStringLiteral("%1 is not empty and is not a home of velmar-client; --home "
                                      "takes a new or empty folder, or a home made before")
                           .arg(folder),
                       error);
     }
-    if (owner == Owner::Scenario && (isOlder || (isMarked && !isOfScenario(dir)))) {
+    if (owner == Owner::Scenario &&
+        (contents.isOlder || (contents.isMarked && !isOfScenario(dir)))) {
         return refuse(QStringLiteral("%1 is a home that the client made; a scenario takes a new or "
                                      "empty folder, or a home that a scenario made")
                           .arg(folder),
                       error);
     }
-    if (!isMarked && !writeMark(dir, isOlder ? Owner::Client : owner, error)) {
+    if (!contents.isMarked && !writeMark(dir, contents.isOlder ? Owner::Client : owner, error)) {
         return Outcome::Unwritable;
     }
     return Outcome::Taken;

@@ -26,4 +26,8 @@ QString fileName();
 /// the folder stays untouched.
 Outcome take(const QString& folder, Owner owner, QString* error);
 
+/// Whether take() would refuse the folder because it contains somebody else's files. Writes
+/// nothing.
+bool isForeign(const QString& folder);
+
 }  // namespace HomeMark

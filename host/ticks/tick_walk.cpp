@@ -11,8 +11,6 @@ constexpr double kSmallestStep = 1e-6;
 constexpr qint64 kFinestScale = 1000000;
 /// Keeps prices, counted in the finest steps, within qint64.
 constexpr double kMaxPrice = 1e9;
-/// A limit above this means that the day has no limit.
-constexpr double kNoLimitFrom = 1e7;
 /// A limit this close to the grid, in steps, counts as on it.
 constexpr double kOnGrid = 1e-6;
 
@@ -49,7 +47,7 @@ void TickWalk::setGrid(double step) {
 void TickWalk::setLimits(const Figures& figures) {
     const double step = price(1);
     m_lower = 1;
-    m_hasUpper = isPrice(figures.upperLimit) && figures.upperLimit <= kNoLimitFrom;
+    m_hasUpper = isPrice(figures.upperLimit) && figures.upperLimit <= TickField::kHighestLimit;
     if (m_hasUpper) {
         m_upper = static_cast<qint64>(std::floor(figures.upperLimit / step + kOnGrid));
     }

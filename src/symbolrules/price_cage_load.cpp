@@ -62,12 +62,12 @@ bool PriceCageLoad::queryUserProfile() {
 
 void PriceCageLoad::takeUserCages(const QVariantMap& profile) {
     // The classes of one row only; adding those of a later row would mix two settings.
-    const bool takesIndex = m_userIndex.isEmpty();
+    const bool takesIndex = m_cageIndex.isEmpty();
     for (auto it = profile.cbegin(); it != profile.cend(); ++it) {
         const QVariantMap record = it.value().toMap();
-        uniteRecord(m_userMap[it.key()], record);
+        uniteRecord(m_cageMap[it.key()], record);
         if (takesIndex) {
-            getCageFieldSecurityType(it.key(), record, m_userIndex);
+            getCageFieldSecurityType(it.key(), record, m_cageIndex);
         }
     }
     m_mapSource = CageSource::User;
@@ -97,7 +97,7 @@ void PriceCageLoad::fillFromOtherSources() {
     if (m_applyMap.isEmpty()) {
         qCWarning(lcSymbolRules) << "获取价格笼子应用设置失败！";
     }
-    if (m_userMap.isEmpty()) {
+    if (m_cageMap.isEmpty()) {
         qCWarning(lcSymbolRules) << "获取价格笼子参数设置失败！";
     }
 }
@@ -117,7 +117,7 @@ void PriceCageLoad::readLocalCopies() {
         if (saved.isValid()) {
             qCInfo(lcSymbolRules) << "读取本地价格笼子参数设置:" << saved;
             m_mapSource = CageSource::LocalCopy;
-            getCageMapUnionFromJson(saved, m_userMap, m_userIndex);
+            getCageMapUnionFromJson(saved, m_cageMap, m_cageIndex);
         }
     }
     logTables("local");
@@ -154,7 +154,7 @@ void PriceCageLoad::queryServerCages() {
         m_serverMap.insert(it.key(), record);
         getCageFieldSecurityType(it.key(), record, m_serverIndex);
     }
-    if (m_userMap.isEmpty()) {
+    if (m_cageMap.isEmpty()) {
         m_mapSource = CageSource::ServerDefault;
     }
     logTables("server");
@@ -180,7 +180,7 @@ void PriceCageLoad::readBuiltIn() {
     }
     if (m_serverMap.isEmpty()) {
         qCInfo(lcSymbolRules) << "读取内置价格笼子参数设置:" << m_builtIn.cage;
-        if (m_userMap.isEmpty()) {
+        if (m_cageMap.isEmpty()) {
             m_mapSource = CageSource::BuiltIn;
         }
         getCageMapUnionFromJson(m_builtIn.cage, m_serverMap, m_serverIndex);
@@ -189,22 +189,22 @@ void PriceCageLoad::readBuiltIn() {
 
 void PriceCageLoad::uniteTables() {
     // A user with as many cages as the server keeps only the own ones.
-    if (m_serverMap.size() > m_userMap.size()) {
-        for (auto it = m_userMap.cbegin(); it != m_userMap.cend(); ++it) {
+    if (m_serverMap.size() > m_cageMap.size()) {
+        for (auto it = m_cageMap.cbegin(); it != m_cageMap.cend(); ++it) {
             m_serverMap.insert(it.key(), it.value());
         }
-        for (auto it = m_userIndex.cbegin(); it != m_userIndex.cend(); ++it) {
+        for (auto it = m_cageIndex.cbegin(); it != m_cageIndex.cend(); ++it) {
             m_serverIndex.insert(it.key(), it.value());
         }
-        m_userMap = m_serverMap;
-        m_userIndex = m_serverIndex;
+        m_cageMap = m_serverMap;
+        m_cageIndex = m_serverIndex;
         m_mapSource = CageSource::United;
     }
     logTables("united");
 }
 
 void PriceCageLoad::warnOfUnusableFigures() const {
-    for (auto cage = m_userMap.cbegin(); cage != m_userMap.cend(); ++cage) {
+    for (auto cage = m_cageMap.cbegin(); cage != m_cageMap.cend(); ++cage) {
         const QStringList fields = unusableCageFields(*cage);
         if (!fields.isEmpty()) {
             qCWarning(lcSymbolRules)
@@ -216,5 +216,5 @@ void PriceCageLoad::warnOfUnusableFigures() const {
 
 void PriceCageLoad::logTables(const char* stage) const {
     qCDebug(lcSymbolRules) << "ZnBusinessDataManager::initCageMap" << stage << m_applyMap
-                           << m_userMap << m_userIndex << m_serverMap << m_serverIndex;
+                           << m_cageMap << m_cageIndex << m_serverMap << m_serverIndex;
 }

@@ -26,10 +26,10 @@ public:
 
     /// Whether a query failed because the presenter is closing.
     bool isBrokenOff() const { return m_isBrokenOff; }
-    bool succeeded() const { return !m_applyMap.isEmpty() && !m_userMap.isEmpty(); }
-    const CageRecords& cageMap() const { return m_userMap; }
+    bool succeeded() const { return !m_applyMap.isEmpty() && !m_cageMap.isEmpty(); }
+    const CageRecords& cageMap() const { return m_cageMap; }
     const CageRecords& applyMap() const { return m_applyMap; }
-    const CageIndex& index() const { return m_userIndex; }
+    const CageIndex& index() const { return m_cageIndex; }
     CageSource mapSource() const { return m_mapSource; }
     CageSource applySource() const { return m_applySource; }
 
@@ -47,8 +47,8 @@ private:
     ZnPresenterClass* const m_presenter;
     const CageBuiltIn& m_builtIn;
     CageRecords m_applyMap;
-    CageRecords m_userMap;
-    CageIndex m_userIndex;
+    CageRecords m_cageMap;
+    CageIndex m_cageIndex;
     CageRecords m_serverMap;
     CageIndex m_serverIndex;
     CageSource m_applySource = CageSource::ServerDefault;

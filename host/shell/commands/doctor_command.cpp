@@ -9,6 +9,7 @@
 #include <QSqlDatabase>
 
 #include "facade_library.h"
+#include "home_mark.h"
 #include "plugin_manager.h"
 
 namespace {
@@ -65,6 +66,10 @@ private:
         } else if (!home.isWritable()) {
             state = QStringLiteral("not writable");
             addProblem(QStringLiteral("%1 is not writable").arg(m_places.homeDir));
+        } else if (HomeMark::isForeign(m_places.homeDir)) {
+            state = QStringLiteral("not a home folder");
+            addProblem(QStringLiteral("%1 is not empty and is not a home of velmar-client")
+                           .arg(m_places.homeDir));
         }
         add(QStringLiteral("home"), QStringLiteral("%1, %2").arg(m_places.homeDir, state));
     }

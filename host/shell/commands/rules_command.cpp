@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 
+#include "price_tolerance.h"
 #include "rules_texts.h"
 #include "static_config.h"
 #include "text_table.h"
@@ -24,13 +25,10 @@ struct RulesCommand::Subject {
 
 namespace {
 
-constexpr double kNothing = 1e-10;
 constexpr int kHongKongSteps = 3000;
 constexpr int kHongKongMax = 99999999;
 // Above every limit: the cage cuts it to the limit.
 constexpr double kHighPrice = 1e8;
-// An upper limit this high means that the day has none.
-constexpr double kNoLimitFrom = 1e7;
 
 inline const QString kAny = QStringLiteral("*");
 inline const QString kDefaultLot = QStringLiteral("100");
@@ -347,7 +345,7 @@ void RulesCommand::addDayLimits(const QVariantMap& tick, TextTable& table) const
     const double most = tick.value(TickField::maxPrice).toDouble();
     table.addRow({say(RulesTexts::kDayLimits),
                   QStringLiteral("%1 - %2").arg(priceText(least), priceText(most)),
-                  most < kNoLimitFrom ? QString() : say(RulesTexts::kNoUpperLimit)});
+                  most <= TickField::kHighestLimit ? QString() : say(RulesTexts::kNoUpperLimit)});
 }
 
 RulesAnswer RulesCommand::explain(const QString& symbol, const RulesFacts& facts, int columns) {

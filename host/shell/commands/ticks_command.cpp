@@ -4,6 +4,7 @@
 #include <QMap>
 #include <array>
 
+#include "text_table.h"
 #include "vocabulary/tick_fields.h"
 
 namespace {
@@ -25,26 +26,6 @@ constexpr std::array<Column, 10> kColumns{{{"Time", 12, false},
                                            {"Ask", 10, true},
                                            {"Ask qty", 9, true},
                                            {"Total qty", 12, true}}};
-
-/// Names and phases come from data; a control or format character in them would act on the
-/// terminal.
-QString printable(const QString& text) {
-    QString clean;
-    for (const uint codePoint : text.toUcs4()) {
-        switch (QChar::category(codePoint)) {
-            case QChar::Other_Control:
-            case QChar::Other_Format:
-            case QChar::Other_Surrogate:
-            case QChar::Separator_Line:
-            case QChar::Separator_Paragraph:
-                clean += QLatin1Char('?');
-                break;
-            default:
-                clean += QString::fromUcs4(&codePoint, 1);
-        }
-    }
-    return clean;
-}
 
 QString phaseText(const QString& phase) {
     static const QMap<QString, QString> texts{
@@ -81,7 +62,7 @@ QString lineOfCells(const QStringList& cells) {
     QString line;
     for (size_t i = 0; i < kColumns.size(); ++i) {
         const Column& column = kColumns.at(i);
-        const QString cell = printable(cells.value(static_cast<int>(i)));
+        const QString cell = harmlessText(cells.value(static_cast<int>(i)));
         line += i == 0 ? QString() : QStringLiteral("  ");
         line +=
             column.isNumber ? cell.rightJustified(column.width) : cell.leftJustified(column.width);

@@ -184,6 +184,15 @@ private slots:
         QVERIFY(!QFile::exists(other + "/settings"));
     }
 
+    void doctor_folderOfSomebodyElse_isAProblemAndStaysAsItIs() {
+        const QString foreign = m_dir.filePath("foreign");
+        QVERIFY(QDir().mkpath(foreign + "/photos"));
+        const Ended ended = run({"doctor", "--home", foreign});
+        QVERIFY2(ended.code == 1, ended.text());
+        QVERIFY2(ended.out.contains(foreign + " is not empty and is not a home"), ended.text());
+        QCOMPARE(QDir(foreign).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList("photos"));
+    }
     void doctor_homeThatIsAFile_isAProblem() {
         const QString file = m_dir.filePath("file");
         QFile made(file);
