@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "message_log.h"
+#include "thread_hand_over.h"
 #include "znwidget/zn_presenter_class.h"
 
 namespace {
@@ -129,7 +130,7 @@ void PresenterChannel::post(const std::function<void()>& function) {
     // Under the mutex the presenter cannot be deleted.
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_started && !m_closing && m_presenter) {
-        QMetaObject::invokeMethod(m_presenter, function, Qt::QueuedConnection);
+        runOnThreadOf(m_presenter, function, Qt::QueuedConnection);
     }
 }
 

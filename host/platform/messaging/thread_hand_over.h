@@ -50,6 +50,7 @@ private:
 /// Runs a functor on the context object's thread: at once when that is the calling one, else
 /// queued. Dropped when the context is gone by then.
 template <class Functor>
-void runOnThreadOf(QObject* context, Functor functor) {
-    QMetaObject::invokeMethod(context, HandedOver<Functor>(std::move(functor)));
+void runOnThreadOf(QObject* context, Functor functor,
+                   Qt::ConnectionType type = Qt::AutoConnection) {
+    QMetaObject::invokeMethod(context, HandedOver<Functor>(std::move(functor)), type);
 }

@@ -3,6 +3,7 @@
 
 #include "client_world.h"
 #include "log_capture.h"
+#include "run_on_thread.h"
 #include "velmar_business_data_manager_presenter_class.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
@@ -288,16 +289,13 @@ private slots:
         auto* const presenter = new TimedPresenter;
         presenter->initPresenter();
         const LogCapture log;
-        QMetaObject::invokeMethod(
-            presenter,
-            [presenter] {
-                const int memory = presenter->startPerformTimer("memory", 3600);
-                const int disk = presenter->startPerformTimer("disk", 3600);
-                presenter->fire(disk);
-                presenter->fire(memory);
-                presenter->fire(memory + disk + 1);  // no timer of a type
-            },
-            Qt::BlockingQueuedConnection);
+        runOnThreadAndWait(presenter, [presenter] {
+            const int memory = presenter->startPerformTimer("memory", 3600);
+            const int disk = presenter->startPerformTimer("disk", 3600);
+            presenter->fire(disk);
+            presenter->fire(memory);
+            presenter->fire(memory + disk + 1);  // no timer of a type
+        });
         QStringList uploads;
         for (const QString& text : log.texts(QtDebugMsg).filter("slotUploadClientPerformance")) {
             uploads.append(text.section('(', 1).section(')', 0, 0));
@@ -314,8 +312,7 @@ private slots:
         };
         const auto settled = [this] {
             // The object thread has run everything that was queued to it before.
-            QMetaObject::invokeMethod(
-                m_presenter, [] {}, Qt::BlockingQueuedConnection);
+            runOnThreadAndWait(m_presenter, [] {});
         };
         send(0x30001);
         settled();
@@ -335,8 +332,7 @@ private slots:
         send(0x30004, QVariantList{2});
         QCOMPARE(log.texts(QtDebugMsg).filter("takeDeals").size(), 0);
         m_presenter->initPresenter();
-        QMetaObject::invokeMethod(
-            m_presenter, [] {}, Qt::BlockingQueuedConnection);
+        runOnThreadAndWait(m_presenter, [] {});
         QCOMPARE(log.texts(QtDebugMsg).filter("takeDeals").size(), 2);
     }
 
