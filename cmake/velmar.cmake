@@ -51,7 +51,7 @@ endfunction()
 
 # velmar_folder(NAME DEPENDS targets... [ROOMS subfolders...] [HEADERS headers...])
 # One OBJECT library per folder: its sources are found by their ending, its include path is its own
-# folder, its rooms and those of the targets that it names, nothing else.
+# folder, its subfolders (ROOMS) and those of the targets that it names, nothing else.
 function(velmar_folder name)
     cmake_parse_arguments(ARG "" "" "DEPENDS;ROOMS;HEADERS" ${ARGN})
     velmar_sources(sources . ${ARG_ROOMS})

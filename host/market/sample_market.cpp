@@ -299,7 +299,7 @@ private:
     QLockFile m_file;
 };
 
-/// Tells the market that another process has just finished from the one before it.
+/// Distinguishes a market that another process has just finished from the one before it.
 struct MarketStamp {
     explicit MarketStamp(const QString& dir)
         : written(QFileInfo(marketStoreFile(dir)).lastModified()) {}
