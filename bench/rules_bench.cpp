@@ -349,7 +349,7 @@ void compare(int threads, const Subject& subject, const std::vector<Sample>& sam
                 subject.name, threads, threads == 1 ? " " : "s", rule, floor, rule / floor);
 }
 
-/// The list that every ticket asks for, over all securities of the market.
+/// The list that every order ticket requests, over all securities of the market.
 void printTradableLists() {
     std::vector<double> lists;
     QStringList symbols;

@@ -14,7 +14,7 @@ if(VELMAR_PRECOMPILE AND NOT VELMAR_FUZZ)
 endif()
 
 # velmar_precompile(TARGET SET HEADERS...)
-# The first target of a set brings its headers; they have to be those of all of the set.
+# The first target of a set names the headers; the others of the set reuse them.
 function(velmar_precompile target set)
     if(NOT VELMAR_PRECOMPILE OR VELMAR_FUZZ)
         return()
@@ -44,19 +44,19 @@ set(VELMAR_COMMON_HEADERS <algorithm> <array> <atomic> <condition_variable> <deq
                           <map> <memory> <mutex> <optional> <random> <shared_mutex> <string>
                           <thread> <vector>)
 
-# velmar_code(TARGET): what is no test.
+# velmar_code(TARGET): options of a target that is not a test.
 function(velmar_code target)
     velmar_precompile(${target} code <QtCore/QtCore> ${VELMAR_COMMON_HEADERS})
 endfunction()
 
-# velmar_folder(NAME DEPENDS targets... [ROOMS subfolders...] [HEADERS headers...])
+# velmar_folder(NAME DEPENDS targets... [SUBFOLDERS subfolders...] [HEADERS headers...])
 # One OBJECT library per folder: its sources are found by their ending, its include path is its own
-# folder, its subfolders (ROOMS) and those of the targets that it names, nothing else.
+# folder, its subfolders and the paths of the targets that it names, nothing else.
 function(velmar_folder name)
-    cmake_parse_arguments(ARG "" "" "DEPENDS;ROOMS;HEADERS" ${ARGN})
-    velmar_sources(sources . ${ARG_ROOMS})
+    cmake_parse_arguments(ARG "" "" "DEPENDS;SUBFOLDERS;HEADERS" ${ARGN})
+    velmar_sources(sources . ${ARG_SUBFOLDERS})
     add_library(${name} OBJECT ${sources} ${ARG_HEADERS})
-    velmar_include_rooms(${name} . ${ARG_ROOMS})
+    velmar_include_folders(${name} . ${ARG_SUBFOLDERS})
     target_link_libraries(${name} PUBLIC Qt5::Core velmar_flags ${ARG_DEPENDS})
     velmar_code(${name})
 endfunction()
@@ -70,8 +70,8 @@ function(velmar_sources variable)
     set(${variable} ${found} PARENT_SCOPE)
 endfunction()
 
-# velmar_include_rooms(TARGET folders...): these subfolders as public include paths.
-function(velmar_include_rooms target)
+# velmar_include_folders(TARGET folders...): these subfolders as public include paths.
+function(velmar_include_folders target)
     list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ OUTPUT_VARIABLE folders)
     target_include_directories(${target} PUBLIC ${folders})
 endfunction()

@@ -13,7 +13,7 @@ import sys
 from include_graph import GENERATED, Tree
 
 FOLDERS = ("src", "host", "examples")
-# The folders of src that have a place of their own; every other one is a companion folder.
+# The folders of src with include rights of their own; every other one is a companion folder.
 NAMED_SRC = ("platform", "base", "requests", "interface", "core", "presenter", "plugin")
 QT_HEADER = re.compile(r"^(Qt?[A-Z]\w*|qt?\w*\.h|Qt\w+/\w+(\.h)?)$")
 STD_HEADER = re.compile(r"^[a-z_0-9]+$")
@@ -25,8 +25,8 @@ RECORDS = "src/interface/records"
 SDK = "src/interface"
 COMPANION = "companion"
 HOST = "host"
-# The rooms of the host; each may include those before it.
-ROOMS = (
+# The layers of the host; each may include those before it.
+LAYERS = (
     "host/platform/bodies",
     "host/platform/stores",
     "host/platform/messaging",
@@ -57,7 +57,7 @@ ALLOWED = {
     "src/plugin": BELOW_PLUGIN,
     SDK: BELOW_PLUGIN | {"src/plugin"},
     "sdk header": {PLATFORM, RECORDS, SDK},
-    # A room of the host sees those before it in ROOMS too.
+    # A layer of the host sees those before it in LAYERS too.
     HOST: {PLATFORM, RECORDS, "sdk header"},
     "examples": {PLATFORM, RECORDS, "sdk header"},
 }
@@ -65,7 +65,7 @@ ALLOWED = {
 
 def own_folder(path):
     """The folder that a file belongs to as a whole: src/accounts, host/gateway, examples/neighbour."""
-    for whole in (RECORDS, *ROOMS):
+    for whole in (RECORDS, *LAYERS):
         if path.startswith(whole + "/"):
             return whole
     return "/".join(path.split("/")[:2])
@@ -90,7 +90,7 @@ def may_include(path, target):
         return True
     kind, target_kind = kind_of(path), kind_of(target)
     if kind == HOST and target_kind == HOST:
-        return room_may_include(own_folder(path), own_folder(target))
+        return layer_may_include(own_folder(path), own_folder(target))
     # The shell shares the table that an example prints, a header over Qt alone.
     if own_folder(path) == "host/shell" and target_kind == "examples":
         return True
@@ -100,8 +100,8 @@ def may_include(path, target):
     return target_kind in allowed or (target_kind == "sdk header" and SDK in allowed)
 
 
-def room_may_include(room, target):
-    return room in ROOMS and target in ROOMS and ROOMS.index(target) < ROOMS.index(room)
+def layer_may_include(layer, target):
+    return layer in LAYERS and target in LAYERS and LAYERS.index(target) < LAYERS.index(layer)
 
 
 def system_header_allowed(path, name):
@@ -118,7 +118,7 @@ def check_line(tree, path, include):
     targets = tree.resolve(path, include)
     if not targets:
         if include.quoted:
-            return f'"{include.name}" is no file of the tree'
+            return f'"{include.name}" is not a file of the tree'
         if not system_header_allowed(path, include.name):
             return f"<{include.name}> is neither Qt nor the standard library"
         return None

@@ -1,5 +1,5 @@
 #pragma once
 
-/// Asks the business data plug-in for its accounts and prints them on stdout. Blocks until the
+/// Reads the accounts from the business data plug-in and prints them on stdout. Blocks until the
 /// account table is loaded.
 void printAccountTable();

@@ -11,7 +11,7 @@ class NeighbourPresenter : public ZnPresenterClass {
 public:
     explicit NeighbourPresenter(QObject* plugin);
 
-    /// On the presenter's message thread, one event at a time. It may ask the exported class.
+    /// On the presenter's message thread, one event at a time. It may call the exported class.
     void ProcEventMsg(QString srcId, QVariant eventId, QVariant body) override;
 
     /// Any thread.

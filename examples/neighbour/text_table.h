@@ -6,8 +6,7 @@
 #include <QVector>
 #include <algorithm>
 
-// A table for a terminal, in which a Chinese character takes two columns and still everything
-// stands in line.
+// A table for a terminal whose columns stay aligned although a Chinese character takes two columns.
 
 /// The columns that a code point takes: 0 for a combining mark, 2 for the wide and full-width ones
 /// of East Asian scripts and for emoji, else 1.

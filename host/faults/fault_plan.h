@@ -16,7 +16,7 @@ enum class FaultKind {
     TimeOut,     ///< no answer; the sender is notified of the time-out
     Failure,     ///< the request fails
     Refusal,     ///< the server refuses it with a text
-    Garbage,     ///< the answer's body is no packed body
+    Garbage,     ///< the answer's body is not a packed body
     Truncate,    ///< the answer's body has fewer rows than its header states
     Extra,       ///< the answer has an additional row
     Duplicate,   ///< the answer comes twice
@@ -58,7 +58,7 @@ bool readFault(const QVector<LineWord>& words, int from, Fault* fault, LineError
 bool readFault(const QString& line, Fault* fault, LineError* error);
 /// The line from which readFault() reads the same fault.
 QString faultText(const Fault& fault);
-/// How long the outcome of a request is delayed whose answer has `dataRows` rows; a day at most.
+/// How long to delay the outcome of a request whose answer has `dataRows` rows; at most a day.
 qint64 heldMs(const Fault& fault, int dataRows);
 
 /// The faults of a link. Each counts the requests of its type since it was added; the first in the

@@ -34,7 +34,7 @@ QVariant refusalOf(const QString& msgType, const QVariantMap& request, const QSt
     return QVariantList{header};
 }
 
-/// The body with its header as it was and fewer rows behind it.
+/// The body with its header unchanged and with fewer rows.
 QVariant truncated(const QVariant& body, int wanted) {
     if (!isPackedBody(body)) {
         return body;
@@ -44,7 +44,7 @@ QVariant truncated(const QVariant& body, int wanted) {
     return rows.mid(0, 1 + std::min(data, wanted < 0 ? data / 2 : wanted));
 }
 
-/// The body with a row more, which its header counts.
+/// The body with one more row; its header states the new number of rows.
 QVariant extended(const QVariant& body, const QVariantMap& row) {
     if (!isPackedBody(body)) {
         return body;

@@ -169,7 +169,7 @@ private:
         return fail(begin + letters, QStringLiteral("not JSON: %1").arg(error.errorString()));
     }
 
-    /// To the bracket that closes the one here.
+    /// Skips to the bracket that closes the one here.
     bool skipJson() {
         const int begin = m_at;
         int depth = 0;

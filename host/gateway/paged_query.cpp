@@ -138,8 +138,8 @@ void addStatuses(const ServerCall& call, const QString& field, bool isWhole,
         row.insert(System::requestExeStatus, RequestExeStatus::success);
         answered.insert(row.value(field).toString());
     }
-    const QStringList asked = call.text(field).split(QLatin1Char(','), Qt::SkipEmptyParts);
-    for (const QString& account : asked) {
+    const QStringList requested = call.text(field).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (const QString& account : requested) {
         if (isWhole && !answered.contains(account)) {
             answered.insert(account);
             answer->rows.append(
@@ -156,7 +156,7 @@ void addPageFields(const PageRequest& page, qint64 lastPosition, HandlerAnswer* 
         answer->header.insert(System::pageSize, page.count);
     } else if (page.mode == PageRequest::Mode::Position) {
         answer->header.insert(System::positionStr,
-                              answer->rows.isEmpty() ? page.asked : positionText(lastPosition));
+                              answer->rows.isEmpty() ? page.requested : positionText(lastPosition));
     }
 }
 
@@ -186,14 +186,14 @@ std::optional<PageRequest> PageRequest::of(const ServerCall& call, int maxCount,
         return page;
     }
     page.mode = Mode::Position;
-    page.asked = position.toString();
+    page.requested = position.toString();
     const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
-    if (!isSingle(position) || page.asked.size() > kPositionWidth ||
-        !std::all_of(page.asked.cbegin(), page.asked.cend(), isDigit)) {
-        *refusal = QStringLiteral("查询位置无效：%1").arg(page.asked);
+    if (!isSingle(position) || page.requested.size() > kPositionWidth ||
+        !std::all_of(page.requested.cbegin(), page.requested.cend(), isDigit)) {
+        *refusal = QStringLiteral("查询位置无效：%1").arg(page.requested);
         return std::nullopt;
     }
-    page.after = page.asked.toLongLong();
+    page.after = page.requested.toLongLong();
     return page;
 }
 

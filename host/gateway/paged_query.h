@@ -60,7 +60,7 @@ struct PageRequest {
     int pageNo = 0;     ///< by page
     qint64 offset = 0;  ///< by page: the number of rows before it
     qint64 after = 0;   ///< by position: that of the client's last row
-    QString asked;      ///< by position: the text in the request
+    QString requested;  ///< by position: the text in the request
 
     /// Empty, with a text for the client, when the request's fields are invalid or ask for more
     /// than `maxCount` rows.

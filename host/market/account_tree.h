@@ -4,7 +4,7 @@
 #include <QStringList>
 #include <QVector>
 
-/// An authority that clients do not know.
+/// An authority that clients do not recognise.
 inline const QString kReportAuthority = QStringLiteral("AccountReport");
 
 /// The accounts of a market: investors, below them products, asset accounts and trading accounts.

@@ -2,25 +2,25 @@
 
 #include <functional>
 
-/// Whether the making of a market is to stop. Asked by loops over many rows, which then return what
-/// they have; the caller asks again and drops it. An empty function never stops.
+/// Whether to stop making a market. Loops over many rows check it and return early with what they
+/// have; their caller checks it again and discards that. An empty function never stops.
 class MarketStop {
 public:
     MarketStop() = default;
-    explicit MarketStop(std::function<bool()> asked) : m_asked(std::move(asked)) {}
+    explicit MarketStop(std::function<bool()> shouldStop) : m_shouldStop(std::move(shouldStop)) {}
 
-    /// Stays true once it was.
+    /// Stays true once it was true.
     bool isSet() const {
-        m_set = m_set || (m_asked && m_asked());
+        m_set = m_set || (m_shouldStop && m_shouldStop());
         return m_set;
     }
-    /// The same, asked for every few hundredth row only.
+    /// The same for a loop at this row; calls the function at every few hundredth row only.
     bool isSetAt(int row) const {
         constexpr int kStride = 512;
         return row % kStride == 0 ? isSet() : m_set;
     }
 
 private:
-    const std::function<bool()> m_asked;
+    const std::function<bool()> m_shouldStop;
     mutable bool m_set = false;
 };

@@ -110,7 +110,7 @@ bool makeContents(const MarketOptions& options, const MarketStop& stop, Contents
     return !stop.isSet();
 }
 
-/// Counts the rows of both files and asks every few hundred of them whether to continue.
+/// Counts the rows of both files and checks every few hundred of them whether to continue.
 class ProgressMeter {
 public:
     ProgressMeter(const MarketProgress& progress, int total)
@@ -239,7 +239,7 @@ bool areSound(const MarketOptions& options, QString* error) {
     return false;
 }
 
-/// The right to make a market in a folder; one process has it at a time.
+/// The lock for making a market in a folder; one process holds it at a time.
 class MakerLock {
 public:
     explicit MakerLock(const QString& dir)
@@ -258,8 +258,8 @@ public:
 
     bool take() { return m_file.tryLock(0); }
 
-    /// Waits for as long as another process has it. False with a text when `watch` interrupted the
-    /// wait or the lock cannot be taken for another reason.
+    /// Waits for as long as another process holds it. False with a text when `watch` interrupted
+    /// the wait or the lock cannot be taken for another reason.
     bool await(const MarketWatch& watch, QString* error) {
         bool said = false;
         while (!m_file.tryLock(kLockTryMs)) {
@@ -375,7 +375,7 @@ MarketProvided provideSampleMarket(const QString& dir, const MarketOptions& opti
         return MarketProvided::Opened;
     }
     MakerLock lock(dir);
-    // What somebody may still want is replaced on request only.
+    // A market that may still be wanted is replaced on request only.
     if (state == MarketState::Unusable || state == MarketState::Other || !lock.prepare(error) ||
         !lock.await(watch, error)) {
         return MarketProvided::Failed;

@@ -49,7 +49,7 @@ struct MarketWatch {
     MarketProgress progress = {};
     /// Called once, with a line for the user, before waiting for another process.
     std::function<void(const QString& text)> waits = {};
-    /// Asked several times a second; true ends the wait or the making.
+    /// Called several times a second; true ends the wait or the making.
     std::function<bool()> interrupted = {};
 };
 

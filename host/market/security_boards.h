@@ -7,7 +7,7 @@
 /// A board: what its securities have in common, and how they are numbered.
 struct SecurityBoard {
     int share;  ///< number of securities in the standard market, see kStandardSymbols
-    int least;  ///< number of securities in a small market, as far as it has room
+    int least;  ///< number of securities in a small market, if its size allows that many
     int limit;  ///< number of ids in the numbering
     QString exchange;
     QString post;

@@ -157,10 +157,10 @@ bool ScenarioPlayer::playPush(const ScenarioStep& step) {
 bool ScenarioPlayer::playCall(const ScenarioStep& step) {
     QJsonObject answer;
     QString error;
-    const auto asked = [&] {
+    const auto isFinal = [&] {
         return !m_stage.call(step.name, step.values, &answer, &error) || allHold(step, answer);
     };
-    if (!m_stage.waitUntil(asked, step.limitMs)) {
+    if (!m_stage.waitUntil(isFinal, step.limitMs)) {
         return fail(missed(step, answer));
     }
     return error.isEmpty() || fail(error);

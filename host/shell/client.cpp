@@ -371,9 +371,8 @@ bool Client::call(const FacadeFunction& function, const QStringList& arguments, 
     const bool inTime = answered;
     if (!inTime) {
         m_ticks.reset();
-        // Ends what the function waits for.
-        m_link = nullptr;
-        LocalPlatform::instance().close();
+        // Ends what the function waits for; stop() takes plug-ins and presenters down in order.
+        LocalPlatform::instance().beginClose();
     }
     caller.join();
     return inTime;

@@ -506,6 +506,6 @@ QString shellHelpText() {
         "\n"
         "The log is log/client.log in the home folder; VELMAR_LOG_DEBUG=1 adds debug lines to it.\n"
         "Exit codes: 0 success; 1 the start-up or the scenario failed, it was interrupted, doctor\n"
-        "found a problem, or the output could not be written; 2 wrong usage, a folder that is no\n"
-        "home, an unknown function, account or security, or an invalid scenario file.\n");
+        "found a problem, or the output could not be written; 2 wrong usage, a folder that is not\n"
+        "a home, an unknown function, account or security, or an invalid scenario file.\n");
 }

@@ -101,7 +101,7 @@ private:
     void securityAccountSettingChanged() override;
     void priceCageInfoFinishInit() override;
 
-    // In the order of construction: each needs at most those above it, named behind it.
+    // In the order of construction: a member uses only members above it, which its comment names.
     const SystemClock m_clock;
     const std::unique_ptr<AccountState> m_accountState;
     const std::unique_ptr<FundAbbrNames> m_fundAbbrNames;

@@ -9,7 +9,7 @@
 // JSON that keeps every digit of a 64-bit integer. A JSON number is a double for most readers, Qt's
 // writer among them, so an integer that a double may not hold is written as its decimal text.
 
-/// The largest integer up to which a double holds every one.
+/// The largest integer up to which a double can represent every integer.
 constexpr qint64 kMostExactInteger = 9007199254740992;
 
 inline QJsonValue exactJson(qint64 number) {
@@ -58,7 +58,7 @@ inline QJsonObject exactJsonObject(const QVariantMap& map) {
     return exactJson(QVariant(map)).toObject();
 }
 
-/// The whole number that a JSON value is: a number, or a decimal text as exactJson() writes it.
+/// A JSON value read as a whole number: a number, or a decimal text as exactJson() writes it.
 /// False for everything else and beyond 64 bits.
 inline bool exactInteger(const QJsonValue& json, qint64* number) {
     bool ok = false;

@@ -43,8 +43,8 @@ struct FacadeMisfit {
     QString why;         ///< "'x' is not a whole number"
 };
 
-/// One exported function as data, for whoever calls by name: a command line, a browser of
-/// functions, the tests. Arguments are texts: a text as it stands, numbers in decimal, booleans as
+/// One exported function as data, for callers by name: a command line, a browser of functions, the
+/// tests. Arguments are texts: a text as it stands, numbers in decimal, booleans as
 /// "true" or "false", enumerations as a number or a name, everything else as JSON. Parameters that
 /// the function only fills may be left out.
 struct FacadeFunction {
@@ -58,7 +58,7 @@ struct FacadeFunction {
     /// Whether the texts can be read as this function's arguments. `score` says how closely, to
     /// choose among overloads: the higher one fits better.
     bool (*fits)(const QStringList& arguments, int* score);
-    /// Why they cannot; only for texts that do not fit.
+    /// Why the texts cannot be read as arguments; only for texts that do not fit.
     FacadeMisfit (*misfit)(const QStringList& arguments);
     /// Whether every argument of an enumeration is one of its values; the texts must fit.
     bool (*knowsValues)(const QStringList& arguments, FacadeMisfit* unknown);

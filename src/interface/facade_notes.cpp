@@ -6,7 +6,7 @@
 
 namespace {
 
-/// "1 Shanghai, 2 Shenzhen" of value and meaning.
+/// "1 Shanghai, 2 Shenzhen" from values and their meanings.
 QString valuesText(const QList<QPair<QString, const char*>>& values) {
     QStringList texts;
     for (const auto& [value, meaning] : values) {
@@ -150,7 +150,7 @@ QHash<QString, QString> makeNotes() {
 }  // namespace
 
 QString facadeNote(const QString& function, const QString& parameter) {
-    // Never destroyed: a call may come while static objects go.
+    // Never destroyed: a call may come while static objects are destroyed.
     static const auto* const notes = new QHash<QString, QString>(makeNotes());
     const auto own = notes->constFind(function + QLatin1Char('.') + parameter);
     return own != notes->cend() ? *own : notes->value(parameter);

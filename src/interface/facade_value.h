@@ -31,7 +31,7 @@ struct FacadeValue;
 
 namespace facade_detail {
 
-/// `why`, where wanted, is the reason when the text is not one JSON value.
+/// `why`, when not null, gets the reason when the text is not one JSON value.
 inline QJsonValue parseJson(const QString& text, bool* ok, QString* why = nullptr) {
     // A document is an array or an object; a bare value is read inside an array.
     QJsonParseError error;
@@ -44,7 +44,7 @@ inline QJsonValue parseJson(const QString& text, bool* ok, QString* why = nullpt
     return *ok ? document.array().at(0) : QJsonValue();
 }
 
-/// A text as it stands in a message: not longer than a line.
+/// A text as a message quotes it: not longer than a line.
 inline QString quotedForMessage(const QString& text) {
     constexpr int kMostLetters = 60;
     return QStringLiteral("'%1'").arg(

@@ -451,10 +451,13 @@ public:
 
     /// The cages in force by cage id. A record has CageField::securityType (a list of
     /// "exchange-type-subtype", "*" for any), controlType (1 ratio, 2 ticks, 3 both) and the
-    /// figures in force: userBuyPercent and userSellPercent as fractions (0.02 is two percent),
-    /// userBuyUnit and userSellUnit as numbers of price ticks; buyPercent, sellPercent, buyUnit and
-    /// sellUnit are the server's defaults, "title" a display name. A source may leave fields out.
-    /// Any thread.
+    /// figures in force: userBuyPercent and userSellPercent (keys "buyPriceLimitRatio" and
+    /// "sellPriceLimitRatio") as fractions (0.02 is two percent), userBuyUnit and userSellUnit
+    /// ("buyPriceLimitUnit", "sellPriceLimitUnit") as numbers of price units; buyPercent,
+    /// sellPercent, buyUnit and sellUnit are the server's defaults, "title" a display name. A price
+    /// unit here is one of the last decimal of the price (GetPricePrecisionBySymbol), which may be
+    /// less than the order's unit (GetPriceUnitBySymbol). A source may leave fields out. Any
+    /// thread.
     static QMap<QString, QVariantMap> GetAllCageMap();
 
     /// The switches in force by function: CageField::status (a bool or a text that converts to one)
@@ -483,23 +486,26 @@ public:
     /// does not block.
     static QTime getCageUpdateTime();
 
-    /// Loads the cages again. Returns a notice for the user when the user's own cages could not be
-    /// read, otherwise an empty text. A failed load leaves the cages in force as they are. Any
-    /// thread; blocks for up to three requests, and for as many again when updateUserCageInfo saved
-    /// something meanwhile.
+    /// Loads the cages again. Returns a notice for the user when the cages in force are not the
+    /// user's own since those could not be read, otherwise an empty text. A failed load leaves the
+    /// cages in force as they are. Before the first presenter exists the sources on this machine
+    /// replace the cages, and the text is empty; once the presenter is closing nothing changes, and
+    /// a text says so. Any thread; blocks for up to three requests, and for as many again when
+    /// updateUserCageInfo saved something meanwhile.
     static QString refreshUserCageInfo();
 
     /// Changes switches by function (CageField::status) and figures by cage id (CageField's
     /// userBuyPercent, userSellPercent as fractions, 0.02 being two percent, userBuyUnit and
-    /// userSellUnit as numbers of price ticks), on the server first. Other fields are ignored. A
-    /// figure that a given record leaves out is emptied and then counts as 0, so pass all four. A
-    /// figure that is not a finite number, or is negative, refuses the whole change; texts of
-    /// numbers are accepted. Returns an empty text on success, otherwise why nothing was changed
-    /// here; after a time-out the server may still have stored the change.
-    /// Any thread; blocks for a request, and every other question about the cage with it. Before
-    /// the cage is loaded it waits for the load, at most for the presenter's time-out. It fails
-    /// without waiting when there is no presenter, on the presenter's own thread, and as long as
-    /// the account list is missing; it also fails when the load found no cage at all.
+    /// userSellUnit as numbers of price units; keys and unit as with GetAllCageMap), on the server
+    /// first. Other fields are ignored. A figure that a given record leaves out is emptied and then
+    /// counts as 0, so pass all four. A figure that is not a finite number, or is negative, refuses
+    /// the whole change; texts of numbers are accepted, for a number of units those of whole ones.
+    /// Returns an empty text on success, otherwise why nothing was changed here; after a time-out
+    /// the server may still have stored the change.
+    /// Any thread; blocks for a request, and every question that reads the cages with it. Before
+    /// the cage is loaded it waits for the load, at most for the presenter's time-out; it then
+    /// fails without waiting on the presenter's own thread and as long as the account list is
+    /// missing, and fails when the load found no cage at all. Without a presenter it always fails.
     static QString updateUserCageInfo(const QMap<QString, QVariantMap>& applyInfo,
                                       const QMap<QString, QVariantMap>& cageInfo);
 };

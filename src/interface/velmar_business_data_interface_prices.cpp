@@ -34,10 +34,11 @@ bool isAccountListLoaded() {
 /// Returns whether there is a cage that can be changed. Does not wait for a load that cannot end:
 /// one that the missing account list holds up, or one on the calling thread.
 bool waitForCage(const VelmarBusinessDataManagerPresenterClass& presenter) {
+    // Read once: a send may change the time-out for its own length.
+    const qint64 limitMs = presenter.getRequestTimeOut() * kMsPerSecond;
     QElapsedTimer timer;
     timer.start();
     while (cageLoadState() < InitState::Failed) {
-        const qint64 limitMs = presenter.getRequestTimeOut() * kMsPerSecond;
         if (presenter.isClosing() || QThread::currentThread() == presenter.thread() ||
             !isAccountListLoaded() || timer.elapsed() >= limitMs) {
             return false;
@@ -142,6 +143,10 @@ QTime VelmarBusinessDataInterface::getCageUpdateTime() {
 
 QString VelmarBusinessDataInterface::refreshUserCageInfo() {
     const PresenterUse use;
+    if (use.hasEnded()) {
+        // Without a presenter the local copies would replace the user's own cages.
+        return QStringLiteral("当前状态不可重新初始化价格笼子配置！");
+    }
     return core().cage().initCageMap(use.presenter(), true);
 }
 

@@ -35,6 +35,9 @@ bool hasHeartBeat(const QString& gate) {
 }
 
 QVariantMap rowOf(const QVariant& body) {
+    if (!body.isValid()) {
+        return {};
+    }
     CUnPackMessageCommon unpacker;
     unpacker.SetUnPackMsg(body, false);
     return unpacker.GetRowValue();

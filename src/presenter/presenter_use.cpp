@@ -31,6 +31,7 @@ PresenterUse::PresenterUse() {
         ++*found;
         m_presenter = present;
     }
+    m_hasEnded = present && !m_presenter;
 }
 
 PresenterUse::~PresenterUse() {

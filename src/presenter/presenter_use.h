@@ -15,6 +15,8 @@ public:
     Q_DISABLE_COPY(PresenterUse)
 
     VelmarBusinessDataManagerPresenterClass* presenter() const { return m_presenter; }
+    /// Whether presenter() is null because the presenter is closing or was deleted.
+    bool hasEnded() const { return m_hasEnded; }
 
     /// Registers a presenter; the last step of its constructor.
     static void enter(const VelmarBusinessDataManagerPresenterClass* added);
@@ -23,4 +25,5 @@ public:
 
 private:
     VelmarBusinessDataManagerPresenterClass* m_presenter = nullptr;
+    bool m_hasEnded = false;
 };

@@ -34,12 +34,13 @@ struct ProcessFailureLog {
 
 void RequestFailureLog::report(const QString& msgType, ServerReply::Outcome outcome,
                                const QString& reason) {
+    const QString what = msgType + QLatin1Char(' ') + nameOf(outcome);
     const qint64 nowMs = m_clock.now().toMSecsSinceEpoch();
     bool isDue = true;
     int since = 0;
     {
         const auto tables = m_repeatsLock.lock();
-        const QPair<QString, QString> key{msgType, reason.left(kKeptReasonLength)};
+        const QPair<QString, QString> key{what, reason.left(kKeptReasonLength)};
         if (!tables->repeats.contains(key)) {
             makeSpace(tables->repeats);
             tables->repeats.insert(key, {nowMs, 0});
@@ -51,7 +52,7 @@ void RequestFailureLog::report(const QString& msgType, ServerReply::Outcome outc
             repeat = isDue ? Repeat{nowMs, 0} : Repeat{repeat.loggedAtMs, since};
         }
     }
-    QString text = QStringLiteral("request %1 %2: %3").arg(msgType, nameOf(outcome), reason);
+    QString text = QStringLiteral("request %1: %2").arg(what, reason);
     if (!isDue) {
         qCDebug(lcRequests).noquote() << text;
         return;

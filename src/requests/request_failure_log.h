@@ -10,9 +10,9 @@
 #include "server_request.h"
 
 /// Logs one warning for each request that did not succeed, with its type, outcome and reason. When
-/// the same type fails again for the same reason, the next warning comes a minute after the last
-/// one at the earliest and contains the number of failures in between; those are logged at debug
-/// level. Any thread.
+/// the same type fails again in the same way for the same reason, the next warning comes a minute
+/// after the last one at the earliest and contains the number of failures in between; those are
+/// logged at debug level. Any thread.
 class RequestFailureLog {
 public:
     /// The clock must outlive the log.
@@ -25,7 +25,8 @@ private:
         qint64 loggedAtMs = 0;
         int since = 0;  ///< failures after the last warning
     };
-    /// By type and reason. When there are too many entries, the oldest one is removed.
+    /// By type with outcome, and reason. When there are too many entries, the oldest one is
+    /// removed.
     using Repeats = QHash<QPair<QString, QString>, Repeat>;
     struct Tables {
         Repeats repeats;

@@ -1,5 +1,8 @@
 #include "server_request.h"
 
+#include <cmath>
+#include <limits>
+
 #include "request_failure_log.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
@@ -81,9 +84,12 @@ int rowCountOf(CUnPackMessageCommon& body, int held) {
     if (!value.isValid()) {
         return held == 0 ? 0 : -1;
     }
-    bool isNumber = false;
-    const int count = value.toInt(&isNumber);
-    return isNumber ? count : -1;
+    // QVariant would round 1.5, read true as 1 and cut a large number to 32 bits.
+    bool isNumber = value.userType() != QMetaType::Bool;
+    const double count = isNumber ? value.toDouble(&isNumber) : 0.0;
+    const bool isWhole = isNumber && count >= 0 && count <= std::numeric_limits<int>::max() &&
+                         count == std::trunc(count);
+    return isWhole ? static_cast<int>(count) : -1;
 }
 
 /// Copies the rows into the reply. Returns false, with a text in the reply, when the row count is

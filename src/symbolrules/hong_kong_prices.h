@@ -11,9 +11,9 @@
 class PriceUnitLadders;
 class ZnPresenterClass;
 
-/// Exchange rates and price ladders of Hong Kong. The server is asked for them once per login: a
-/// failed load is not repeated, but one that a closing presenter broke off is continued by the next
-/// presenter. Any thread. Locks: m_hkRateLock; the ladders have no lock, see
+/// Exchange rates and price ladders of Hong Kong. They are requested from the server once per
+/// login: a failed load is not repeated, but one that a closing presenter broke off is continued by
+/// the next presenter. Any thread. Locks: m_hkRateLock; the ladders have no lock, see
 /// m_hkStockPriceUnitSrvMap.
 class HongKongPrices {
 public:

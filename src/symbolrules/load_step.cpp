@@ -12,11 +12,14 @@ bool LoadStep::begin(const ZnPresenterClass* presenter) {
     if (isClosing(presenter)) {
         return false;
     }
-    // The registry still counts a load that was left as running.
-    return VelmarInitStateMgr::instance().StartInit(m_key) || m_isLeft.exchange(false);
+    // The registry still counts a load that was left as running. Cleared in either case, so that a
+    // mark from before the registry was reset claims nothing later.
+    const bool wasLeft = m_isLeft.exchange(false);
+    return VelmarInitStateMgr::instance().StartInit(m_key) || wasLeft;
 }
 
 void LoadStep::finish(bool succeeded) {
+    m_isLeft = false;
     VelmarInitStateMgr::instance().FinishInit(m_key, succeeded, true);
 }
 

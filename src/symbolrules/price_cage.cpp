@@ -11,6 +11,7 @@
 namespace {
 
 inline const QString kWildcard = QStringLiteral("*");
+inline const QString kNotNow = QStringLiteral("当前状态不可重新初始化价格笼子配置！");
 
 }  // namespace
 
@@ -24,7 +25,7 @@ PriceCage::PriceCage(const SymbolIdentity& identity, const Clock& clock, PriceCa
 
 QString PriceCage::initCageMap(ZnPresenterClass* presenter, bool refresh) {
     if (!refresh && !m_loadStep.begin(presenter)) {
-        return QStringLiteral("当前状态不可重新初始化价格笼子配置！");
+        return kNotNow;
     }
     CageSource mapSource = CageSource::Nothing;
     CageSource applySource = CageSource::Nothing;
@@ -33,21 +34,24 @@ QString PriceCage::initCageMap(ZnPresenterClass* presenter, bool refresh) {
         const Pass pass = beginPass();
         PriceCageLoad load(presenter, m_builtIn);
         const bool hasProfile = presenter && load.queryUserProfile();
-        if (presenter && !load.isBrokenOff()) {
-            noteProfileQuery(pass.number, hasProfile);
-        }
         load.fillFromOtherSources();
         if (load.isBrokenOff()) {
             // What the other sources gave would hide the user's own cage from the next presenter.
             if (!refresh) {
                 m_loadStep.leaveToNextPresenter();
             }
-            return getCageStatusText(m_cageMapSource, m_cageApplySource);
+            return kNotNow;
+        }
+        if (presenter) {
+            noteProfileQuery(pass.number, hasProfile, false);
         }
         // Without the user's record a repeated load has nothing newer than what was saved.
         const bool keepsSaved = isRepeated && presenter && !hasProfile;
         outcome = take(load, pass, keepsSaved);
         if (outcome == Outcome::Taken) {
+            if (presenter) {
+                noteProfileQuery(pass.number, hasProfile, true);
+            }
             load.warnOfUnusableFigures();
         }
         const bool isKept = outcome == Outcome::Kept;
@@ -88,13 +92,14 @@ PriceCage::Outcome PriceCage::take(const PriceCageLoad& load, const Pass& pass, 
     return Outcome::Taken;
 }
 
-void PriceCage::noteProfileQuery(quint64 load, bool succeeded) {
+void PriceCage::noteProfileQuery(quint64 load, bool succeeded, bool isTaken) {
     const QTime now = m_clock.now().time();
     const auto query = m_userCageQueryLock.lock();
-    if (load < query->load) {
+    // A newer query that failed says nothing about the tables that an older load put in force.
+    if (load < query->load && !isTaken) {
         return;
     }
-    query->load = load;
+    query->load = qMax(query->load, load);
     query->m_userCageQueryFailed = !succeeded;
     if (succeeded) {
         query->m_cageUpdateTime = now;

@@ -26,16 +26,17 @@ public:
 
     /// Loads the tables from the first source that has them. Without `refresh` only the first call
     /// loads; every later one returns "当前状态不可重新初始化价格笼子配置！", and so does a call
-    /// with a presenter that is closing. Returns a notice for the user when the user's own record
-    /// could not be read, otherwise an empty text. A refresh that fails leaves the tables as they
-    /// are. Blocks for up to three requests, and for as many again when updateUserCageInfo() saved
-    /// something meanwhile. Without a presenter the sources on this machine are used.
+    /// whose presenter is closing or closes meanwhile. Returns a notice for the user when the
+    /// tables in force are not the user's own since their record could not be read, otherwise an
+    /// empty text. A refresh that fails leaves the tables as they are. Blocks for up to three
+    /// requests, and for as many again when updateUserCageInfo() saved something meanwhile. Without
+    /// a presenter the sources on this machine replace the tables, and the text is empty.
     QString initCageMap(ZnPresenterClass* presenter, bool refresh);
     /// Saves switches (the CageField::status of each record in `applyInfo`, by function) and
     /// figures (the four user fields of each record in `cageInfo`, by cage id) on the server and,
     /// when the server accepted them, in the tables and the local copies. A field that a record
     /// leaves out is emptied. Returns an empty text, or why nothing was changed. Blocks for one
-    /// request, and every other question about the cage with it. Does not wait for the first load.
+    /// request, and every question that reads the tables with it. Does not wait for the first load.
     QString updateUserCageInfo(ZnPresenterClass* presenter, const CageRecords& applyInfo,
                                const CageRecords& cageInfo);
 
@@ -94,7 +95,7 @@ private:
 
     Pass beginPass();
     Outcome take(const PriceCageLoad& load, const Pass& pass, bool keepsSaved);
-    void noteProfileQuery(quint64 load, bool succeeded);
+    void noteProfileQuery(quint64 load, bool succeeded, bool isTaken);
     bool userCageQueryFailed() const;
     bool rememberedCageId(const QString& symbol, QString* cageId) const;
     QString cageIdOf(const QString& symbol, const CageIndex& index) const;

@@ -36,8 +36,12 @@ bool isTicks(const QString& field) {
 /// Whether a figure reads as a finite number: as a whole one where it counts ticks.
 bool isNumber(const QString& field, const QVariant& value) {
     switch (value.userType()) {
+        case QMetaType::Short:
+        case QMetaType::UShort:
         case QMetaType::Int:
         case QMetaType::UInt:
+        case QMetaType::Long:
+        case QMetaType::ULong:
         case QMetaType::LongLong:
         case QMetaType::ULongLong:
             return true;

@@ -47,9 +47,9 @@ QString getCageStatusText(CageSource mapSource, CageSource applySource);
 /// rounded, a text that is not a whole number counts as 0, and a number that an int cannot hold
 /// gives the smallest or largest int.
 int wholeOf(const QVariantMap& cage, const QString& field);
-/// The fields of a cage that make it impossible to work out a limit, each as "name=value": a control
-/// type that CageControl does not have, and figures in force that are given but are not finite
-/// numbers. Texts of numbers count as numbers; a number of ticks must be a whole one.
+/// The fields of a cage with which no limit can be computed, each as "name=value": a control type
+/// that is not one of CageControl, and figures in force that are given but are not finite numbers.
+/// Numeric texts count as numbers, for a number of ticks those of whole numbers.
 QStringList unusableCageFields(const QVariantMap& cage);
 /// The figures in force that a user may not save: those above, and negative ones. A figure that is
 /// left out or null may be saved.

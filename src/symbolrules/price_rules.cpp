@@ -96,12 +96,12 @@ int PriceRules::GetDispFactorBySymbol(const QString& symbol) const {
 double PriceRules::GetPriceByTickAndType(const QVariantMap& tick, const CustomPriceType& type,
                                          const qint64& qty, bool useDispFactor, bool applyCage,
                                          bool isSell, HandicapInfo* handicap) const {
-    const CustomPriceType asked = limitTypeOf(tick, type);
+    const CustomPriceType limitType = limitTypeOf(tick, type);
     const bool takesQty =
-        asked == CustomPriceType::AskForQty || asked == CustomPriceType::BidForQty;
+        limitType == CustomPriceType::AskForQty || limitType == CustomPriceType::BidForQty;
     const qint64 depth =
         useDispFactor && takesQty ? qty / GetDispFactorBySymbol(symbolOf(tick)) : qty;
-    const double price = VelmarBusiUtils::GetPriceByTickAndType(tick, asked, depth, handicap);
+    const double price = VelmarBusiUtils::GetPriceByTickAndType(tick, limitType, depth, handicap);
     // The cage limits a price during continuous trading only; the day's limits always do.
     return applyCage ? m_cage.CheckCagePrice(price, tick, isSell) : price;
 }

@@ -134,17 +134,17 @@ class CheckIncludes(unittest.TestCase):
         for header in ("guarded.h", "account_state.h", "core.h", "presenter.h", "plugin_object.h"):
             self.assert_forbidden("host/shell/x.cpp", f'"{header}"')
 
-    def test_room_of_the_host_sees_those_before_it_only(self):
-        rooms = [path for path in HEADERS if path.startswith("host/")]
-        for at, path in enumerate(rooms):
+    def test_layer_of_the_host_sees_those_before_it_only(self):
+        layers = [path for path in HEADERS if path.startswith("host/")]
+        for at, path in enumerate(layers):
             source = os.path.dirname(path) + "/x.cpp"
-            self.assert_allowed(source, *(f'"{os.path.basename(one)}"' for one in rooms[:at]))
-            later = [os.path.basename(one) for one in rooms[at + 1:]]
+            self.assert_allowed(source, *(f'"{os.path.basename(one)}"' for one in layers[:at]))
+            later = [os.path.basename(one) for one in layers[at + 1:]]
             done = run_on({source: "".join(f'#include "{one}"\n' for one in later)})
             for line in range(1, len(later) + 1):
                 self.assertIn(f"{source}:{line}: ", done.stdout)
 
-    def test_file_of_the_host_outside_its_rooms_reaches_no_room(self):
+    def test_file_of_the_host_outside_its_layers_reaches_no_layer(self):
         self.assert_forbidden("host/elsewhere/x.cpp", '"body.h"')
         self.assert_forbidden("host/platform/x.cpp", '"body.h"')
 

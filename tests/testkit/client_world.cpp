@@ -147,9 +147,9 @@ QVariant ClientWorld::treeAnswer() const {
 }
 
 QVariant ClientWorld::counterAnswer(const QVariant& requestBody) const {
-    const QStringList asked =
+    const QStringList accounts =
         headerOf(requestBody).value(UserAccount::tradingAccount).toString().split(QLatin1Char(','));
-    const QSet<QString> wanted(asked.cbegin(), asked.cend());
+    const QSet<QString> wanted(accounts.cbegin(), accounts.cend());
     QList<QVariantMap> rows;
     for (const TestAccount& account : m_accounts) {
         if (wanted.contains(account.account)) {
@@ -159,13 +159,13 @@ QVariant ClientWorld::counterAnswer(const QVariant& requestBody) const {
     return makeAnswer(requestBody, rows, {{System::requestExeStatus, 0}});
 }
 
-QList<QStringList> ClientWorld::askedAccounts() const {
-    QList<QStringList> asked;
+QList<QStringList> ClientWorld::requestedAccounts() const {
+    QList<QStringList> accounts;
     for (const ScriptedLink::Request& request : m_link->requests(kExternalQuery)) {
-        asked.append(
+        accounts.append(
             request.header.value(UserAccount::tradingAccount).toString().split(QLatin1Char(',')));
     }
-    return asked;
+    return accounts;
 }
 
 struct RecordingPresenter::Shared {

@@ -56,7 +56,7 @@ public:
     /// The counter's answer to a "120006" request.
     QVariant counterAnswer(const QVariant& requestBody) const;
     /// The trading accounts that each "120006" request named, in order.
-    QList<QStringList> askedAccounts() const;
+    QList<QStringList> requestedAccounts() const;
 
 private:
     ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuilder* staticData);

@@ -20,17 +20,17 @@ public:
     virtual ~FacadeRecorder() = default;
 
     QMap<QString, QJsonValue> results;  ///< by name
-    QStringList asked;                  ///< names, in order
+    QStringList calls;                  ///< names, in order
     int interruptAfter = -1;            ///< number of answers; negative for no interrupt
 
     FacadeAsk function() {
         return [this](const FacadeFunction& function, const QStringList& arguments,
                       QJsonObject* answer) {
-            if (asked.size() == interruptAfter) {
+            if (calls.size() == interruptAfter) {
                 return false;
             }
             const QString name = QString::fromLatin1(function.name);
-            asked.append(name);
+            calls.append(name);
             reply(name, arguments, answer);
             return true;
         };

@@ -68,8 +68,7 @@ bool readSecurityAccounts(const ServerCall& call, const QString& userId,
     });
 }
 
-/// An account's own fields have room for one security account, the first; the list of all of them
-/// is a field of its own.
+/// An account's own fields describe its first security account; a further field lists all of them.
 HandlerAnswer accountTree(const ServerCall& call) {
     const QString userId = call.text(UserAccount::loginUserId);
     if (!findUser(call.store, userId)) {

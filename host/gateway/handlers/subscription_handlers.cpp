@@ -15,7 +15,7 @@ HandlerAnswer subscribeTopic(const ServerCall& call) {
         return HandlerAnswer::refused(
             QStringLiteral("主题%1的订阅类型不支持：\"%2\"").arg(topic, action));
     }
-    // Without a user it is made for the user who logged in on this session.
+    // A request without a user subscribes for the user who logged in on this session.
     QString userId = call.text(UserAccount::userID);
     if (userId.isEmpty()) {
         userId = call.subscriptions.user(call.session);

@@ -20,8 +20,8 @@ namespace {
 inline const QString kPluginIid = QStringLiteral("ZNAppPlugin");
 constexpr const char* kMetaIdProperty = "metaId";
 
-/// The oldest plug-in interface whose plug-ins still run here: what a plug-in was built against
-/// stands in its metadata as "CompatVersion".
+/// The oldest plug-in interface whose plug-ins still run here: the version that a plug-in was
+/// built against is "CompatVersion" in its metadata.
 QVersionNumber oldestInterface() {
     return QVersionNumber(2, 0, 0);
 }

@@ -1,5 +1,7 @@
 #include "quantity_rule_check.h"
 
+#include <limits>
+
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 
@@ -34,7 +36,9 @@ int ruleOf(const QMap<QString, QString>& rules, const QVariantMap& security) {
 
 int stepOf(const QMap<QString, QString>& steps, const QVariantMap& security) {
     const double lot = security.value(Security::LotSize).toDouble();
-    return lot > kLeastLot ? static_cast<int>(lot) : ruleOf(steps, security);
+    // A lot that an int cannot hold counts as the largest int.
+    return lot > kLeastLot ? static_cast<int>(qMin<double>(lot, std::numeric_limits<int>::max()))
+                           : ruleOf(steps, security);
 }
 
 }  // namespace

@@ -57,13 +57,13 @@ private slots:
         AccountFixture fixture(numberedAccounts(250));
         fixture.world.login();
         fixture.load();
-        const QList<QStringList> asked = fixture.world.askedAccounts();
-        QCOMPARE(asked.size(), 3);
-        QCOMPARE(asked.at(0).size(), 100);
-        QCOMPARE(asked.at(1).size(), 100);
-        QCOMPARE(asked.at(2).size(), 50);
-        QCOMPARE(asked.at(0).first(), QString("T0001"));
-        QCOMPARE(asked.at(2).last(), QString("T0250"));
+        const QList<QStringList> batches = fixture.world.requestedAccounts();
+        QCOMPARE(batches.size(), 3);
+        QCOMPARE(batches.at(0).size(), 100);
+        QCOMPARE(batches.at(1).size(), 100);
+        QCOMPARE(batches.at(2).size(), 50);
+        QCOMPARE(batches.at(0).first(), QString("T0001"));
+        QCOMPARE(batches.at(2).last(), QString("T0250"));
         QCOMPARE(fixture.lookups.GetTradingAccountList(true, 0, true).size(), 250);
     }
 
@@ -84,7 +84,7 @@ private slots:
         QVERIFY(fixture.load());
         QList<int> sizes;
         QStringList all;
-        for (const QStringList& batch : fixture.world.askedAccounts()) {
+        for (const QStringList& batch : fixture.world.requestedAccounts()) {
             sizes.append(batch.size());
             all += batch;
         }

@@ -105,7 +105,7 @@ private slots:
             return makeAnswer(body, {TestAccount("T1").counter, TestAccount("T2").counter});
         });
         fixture.load();
-        QCOMPARE(fixture.world.askedAccounts().first(), QStringList{"T1"});
+        QCOMPARE(fixture.world.requestedAccounts().first(), QStringList{"T1"});
         QCOMPARE(fixture.record("T2").authorityFlags, 0);
         QVERIFY(fixture.lookups.GetTradingAccountList(true, 0, true).contains("T2"));
         QVERIFY(!fixture.lookups.GetTradingAccountList(true, 1, true).contains("T2"));

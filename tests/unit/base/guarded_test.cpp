@@ -36,7 +36,7 @@ struct HasLock : std::false_type {};
 template <class Guard>
 struct HasLock<Guard, std::void_t<decltype(std::declval<Guard&>().lock())>> : std::true_type {};
 
-// A mutex does not tell readers from writers, so its guard has one operation.
+// A mutex does not distinguish readers from writers, so its guard has one operation.
 static_assert(HasReadAndWrite<Guard>::value && !HasLock<Guard>::value);
 static_assert(HasLock<MutexGuard>::value && !HasReadAndWrite<MutexGuard>::value);
 

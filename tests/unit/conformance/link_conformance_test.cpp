@@ -263,10 +263,10 @@ void LinkConformanceTest::stop_duringRequests_allComeBackAndANewLinkServes() {
                 result = m_world->send(kList, kLogin, &response);
                 const bool isWhole = result == kAnswer && ConformanceWorld::isSuccess(response) &&
                                      rowsOf(response).size() >= 200;
-                const bool isTold = result == kFailure && !textOf(response).isEmpty();
+                const bool hasReason = result == kFailure && !textOf(response).isEmpty();
                 answered += isWhole ? 1 : 0;
-                failed += isTold ? 1 : 0;
-                strange += isWhole || isTold ? 0 : 1;
+                failed += hasReason ? 1 : 0;
+                strange += isWhole || hasReason ? 0 : 1;
             }
         });
     }

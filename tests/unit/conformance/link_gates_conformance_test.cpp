@@ -50,7 +50,7 @@ private:
     }
     /// Waits until a new link has reported every gate as connected.
     bool connectAnew() {
-        const int before = toldSoFar();
+        const int before = callCount();
         m_world->disconnect();
         m_world->connect();
         return waitFor([this, before] {
@@ -59,7 +59,7 @@ private:
             });
         });
     }
-    int toldSoFar() const { return m_world->presenter->log->count(); }
+    int callCount() const { return m_world->presenter->log->count(); }
 
     std::unique_ptr<ConformanceWorld> m_world;
 };
@@ -86,7 +86,7 @@ void LinkGatesConformanceTest::connect_everyGate_isReportedConnectedOnce() {
 }
 
 void LinkGatesConformanceTest::disconnect_everyGate_isReportedLostOnce() {
-    const int before = toldSoFar();
+    const int before = callCount();
     QVERIFY(connectAnew());
     const QVariantList lostAndBack{NET_STATE::NOCONNECT, NET_STATE::CONNECTED};
     for (const GateEvent& event : gateEvents()) {
@@ -104,13 +104,13 @@ void LinkGatesConformanceTest::state_ofOneGate_isReportedAloneAndInOrder_data() 
 void LinkGatesConformanceTest::state_ofOneGate_isReportedAloneAndInOrder() {
     QFETCH(QString, gate);
     const QVariantList states{NET_STATE::NOCONNECT, NET_STATE::CONNECTTING, NET_STATE::CONNECTED};
-    const int before = toldSoFar();
+    const int before = callCount();
     for (const QVariant& state : states) {
         m_world->server->setGate(gate, state.toString());
     }
     QVERIFY(m_world->presenter->log->waitForCount(before + states.size()));
     QCOMPARE(statesOf(gate, before), states);
-    QCOMPARE(toldSoFar(), before + states.size());
+    QCOMPARE(callCount(), before + states.size());
 }
 
 void LinkGatesConformanceTest::tradeGate_lost_failsRequestsUnderWayAndTheNextOnesServe() {
@@ -145,16 +145,16 @@ void LinkGatesConformanceTest::otherGate_lost_leavesRequestsAlone() {
     std::thread caller(
         [&] { result = m_world->send(HostMsgType::securityAccounts, request, &response); });
     const bool isUnderWay = m_world->link->waitForHeld(1);
-    const int before = toldSoFar();
+    const int before = callCount();
     for (const GateEvent& event : gateEvents()) {
         if (event.gate != NetGateType::TradeGate) {
             m_world->server->setGate(event.gate, NET_STATE::NOCONNECT);
         }
     }
-    const bool isTold = m_world->presenter->log->waitForCount(before + 3);
+    const bool areReported = m_world->presenter->log->waitForCount(before + 3);
     m_world->link->release();
     caller.join();
-    QVERIFY(isUnderWay && isTold);
+    QVERIFY(isUnderWay && areReported);
     QCOMPARE(result.load(), kAnswer);
     QVERIFY(ConformanceWorld::isSuccess(response));
 }

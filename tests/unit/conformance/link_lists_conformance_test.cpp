@@ -32,11 +32,11 @@ private slots:
     void pages_anySize_giveTheWholeListInOrder_data();
     void pages_anySize_giveTheWholeListInOrder();
     void pages_each_hasItsNumberSizeAndTrueTotal();
-    void pages_behindTheEnd_areEmptyAndTellTheTotal();
+    void pages_behindTheEnd_areEmptyAndStateTheTotal();
     void positions_anySize_giveTheWholeListInOrder_data();
     void positions_anySize_giveTheWholeListInOrder();
     void positions_areOfOneWidthAndAscend();
-    void positions_behindTheEnd_keepTheAskedOne();
+    void positions_behindTheEnd_keepTheRequestedOne();
     void accounts_joined_areAllInTheAnswer();
     void badPage_isRefused_data();
     void badPage_isRefused();
@@ -84,7 +84,7 @@ void LinkListsConformanceTest::pages_each_hasItsNumberSizeAndTrueTotal() {
     }
 }
 
-void LinkListsConformanceTest::pages_behindTheEnd_areEmptyAndTellTheTotal() {
+void LinkListsConformanceTest::pages_behindTheEnd_areEmptyAndStateTheTotal() {
     const QVariant answer = ask(with(with(kLogin, System::pageNo, 1000), System::pageSize, 50));
     QVERIFY(ConformanceWorld::isSuccess(answer));
     QVERIFY(rowsOf(answer).isEmpty());
@@ -123,7 +123,7 @@ void LinkListsConformanceTest::positions_areOfOneWidthAndAscend() {
     }
 }
 
-void LinkListsConformanceTest::positions_behindTheEnd_keepTheAskedOne() {
+void LinkListsConformanceTest::positions_behindTheEnd_keepTheRequestedOne() {
     const QVariant whole =
         ask(with(with(kLogin, System::positionStr, ""), System::requestNumber, m_all.size()));
     const QString last = headerOf(whole).value(System::positionStr).toString();

@@ -152,9 +152,9 @@ private:
         }
         const int count =
             request.value(byPosition ? System::requestNumber : System::pageSize).toInt();
-        const QString asked = request.value(System::positionStr).toString();
-        bool isCursor = asked.isEmpty();
-        const int after = isCursor ? 0 : asked.toInt(&isCursor);
+        const QString position = request.value(System::positionStr).toString();
+        bool isCursor = position.isEmpty();
+        const int after = isCursor ? 0 : position.toInt(&isCursor);
         const int page = request.value(System::pageNo).toInt();
         if (count < 1 || count > kMaxPageSize || (byPosition ? !isCursor : page < 1)) {
             return makeRefusal(body, QStringLiteral("no such page"));
@@ -165,7 +165,7 @@ private:
             }
             const QList<int> positions = rows.keys().mid(0, count);
             header.insert(System::positionStr,
-                          positions.isEmpty() ? asked : positionOf(positions.last()));
+                          positions.isEmpty() ? position : positionOf(positions.last()));
             return makeAnswer(body, rows.values().mid(0, count), header);
         }
         header.insert(System::pageNo, page);

@@ -10,8 +10,8 @@
 /// Body: UserAccount::loginUserId; UserAccount::tradingAccount, joined with ",", System::startDate,
 /// System::endDate and System::queryDate to select rows; a page as for any list. Answer:
 /// rows of UserAccount::tradingAccount, UserAccount::tradeDate as a whole number yyyymmdd, and
-/// System::requestExeStatus; in the order of the accounts, then of the days. When no page is asked
-/// for, each requested account without a row gets one with a refusal.
+/// System::requestExeStatus; in the order of the accounts, then of the days. In an answer without
+/// pages each requested account without a row gets one with a refusal.
 inline const QString kTradedDays = QStringLiteral("suite.tradedDays");
 
 /// A server with a link, as the suite needs it. It knows the logins of SampleLogin and

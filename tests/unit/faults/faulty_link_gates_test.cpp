@@ -1,6 +1,6 @@
 #include <QtTest>
 
-#include "faulty_link_room.h"
+#include "faulty_link_fixture.h"
 #include "vocabulary/net_state.h"
 #include "vocabulary/values.h"
 
@@ -17,45 +17,47 @@ private slots:
 };
 
 void FaultyLinkGatesTest::disconnect_failsRequestsUntilReconnect() {
-    Room room({"120006 1 disconnect", "120006 1 disconnect reconnect=3"});
-    QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.link->send(requestOf(2)));
-    QVERIFY(room.reports.waitForLines(3));
-    QCOMPARE(room.reports.lines(), (QStringList{"TradeGate NOCONNECT", "failure 1", "failure 2"}));
-    QVERIFY(room.reports.body(2).toString().contains(QStringLiteral("TradeGate")));
-    QCOMPARE(room.script->requestCount(), 0);
-    room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    QVERIFY(room.link->send(requestOf(3)));
-    QVERIFY(room.reports.waitForLines(5));
-    QCOMPARE(sorted(room.reports.lines().mid(3)), (QStringList{"TradeGate CONNECTED", "answer 3"}));
-    room.plan->clear();
-    room.plan->add(faultOf("120006 1 disconnect reconnect=3"));
-    QVERIFY(room.link->send(requestOf(4)));
-    QVERIFY(room.reports.waitForLines(8));
-    QCOMPARE(room.reports.lines().mid(5),
+    Fixture fixture({"120006 1 disconnect", "120006 1 disconnect reconnect=3"});
+    QVERIFY(fixture.link->send(requestOf(1)));
+    QVERIFY(fixture.link->send(requestOf(2)));
+    QVERIFY(fixture.reports.waitForLines(3));
+    QCOMPARE(fixture.reports.lines(),
+             (QStringList{"TradeGate NOCONNECT", "failure 1", "failure 2"}));
+    QVERIFY(fixture.reports.body(2).toString().contains(QStringLiteral("TradeGate")));
+    QCOMPARE(fixture.script->requestCount(), 0);
+    fixture.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
+    QVERIFY(fixture.link->send(requestOf(3)));
+    QVERIFY(fixture.reports.waitForLines(5));
+    QCOMPARE(sorted(fixture.reports.lines().mid(3)),
+             (QStringList{"TradeGate CONNECTED", "answer 3"}));
+    fixture.plan->clear();
+    fixture.plan->add(faultOf("120006 1 disconnect reconnect=3"));
+    QVERIFY(fixture.link->send(requestOf(4)));
+    QVERIFY(fixture.reports.waitForLines(8));
+    QCOMPARE(fixture.reports.lines().mid(5),
              (QStringList{"TradeGate NOCONNECT", "failure 4", "TradeGate CONNECTED"}));
-    QVERIFY(room.link->send(requestOf(5)));
-    QVERIFY(room.reports.waitForLines(9));
-    QCOMPARE(room.reports.lines().last(), QStringLiteral("answer 5"));
+    QVERIFY(fixture.link->send(requestOf(5)));
+    QVERIFY(fixture.reports.waitForLines(9));
+    QCOMPARE(fixture.reports.lines().last(), QStringLiteral("answer 5"));
 }
 
 void FaultyLinkGatesTest::namedGate_goesDownAlone() {
-    Room room;
-    room.link->setGate(NetGateType::InfoGate, NET_STATE::NOCONNECT);
-    QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.reports.waitForLines(2));
-    QCOMPARE(sorted(room.reports.lines()), (QStringList{"InfoGate NOCONNECT", "answer 1"}));
+    Fixture fixture;
+    fixture.link->setGate(NetGateType::InfoGate, NET_STATE::NOCONNECT);
+    QVERIFY(fixture.link->send(requestOf(1)));
+    QVERIFY(fixture.reports.waitForLines(2));
+    QCOMPARE(sorted(fixture.reports.lines()), (QStringList{"InfoGate NOCONNECT", "answer 1"}));
 }
 
 void FaultyLinkGatesTest::heldGate_hidesTheStateFromBelow() {
-    Room room;
-    room.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
-    room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    room.script->gateState(NetGateType::InfoGate, NET_STATE::CONNECTED);
-    QVERIFY(room.reports.waitForLines(2));
-    room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    QVERIFY(room.reports.waitForLines(3));
-    QCOMPARE(room.reports.lines(),
+    Fixture fixture;
+    fixture.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
+    fixture.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTED);
+    fixture.script->gateState(NetGateType::InfoGate, NET_STATE::CONNECTED);
+    QVERIFY(fixture.reports.waitForLines(2));
+    fixture.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
+    QVERIFY(fixture.reports.waitForLines(3));
+    QCOMPARE(fixture.reports.lines(),
              (QStringList{"TradeGate NOCONNECT", "InfoGate CONNECTED", "TradeGate CONNECTED"}));
 }
 
@@ -73,32 +75,32 @@ void FaultyLinkGatesTest::heldGate_letGo_hasTheStateFromBelow_data() {
 void FaultyLinkGatesTest::heldGate_letGo_hasTheStateFromBelow() {
     QFETCH(QStringList, below);
     QFETCH(QString, state);
-    Room room;
-    room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTED);
-    room.script->gateState(NetGateType::InfoGate, NET_STATE::NOCONNECT);
-    QVERIFY(room.reports.waitForLines(2));
-    room.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
+    Fixture fixture;
+    fixture.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTED);
+    fixture.script->gateState(NetGateType::InfoGate, NET_STATE::NOCONNECT);
+    QVERIFY(fixture.reports.waitForLines(2));
+    fixture.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
     for (const QString& reports : below) {
-        room.script->gateState(NetGateType::TradeGate, reports);
+        fixture.script->gateState(NetGateType::TradeGate, reports);
     }
-    QVERIFY(room.script->waitUntilIdle());
-    room.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
+    QVERIFY(fixture.script->waitUntilIdle());
+    fixture.link->setGate(NetGateType::TradeGate, NET_STATE::CONNECTED);
     // From here on the reports of the link below are passed on again.
-    room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTTING);
-    QVERIFY(room.reports.waitForLines(5));
-    QCOMPARE(room.reports.lines(),
+    fixture.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTTING);
+    QVERIFY(fixture.reports.waitForLines(5));
+    QCOMPARE(fixture.reports.lines(),
              (QStringList{"TradeGate CONNECTED", "InfoGate NOCONNECT", "TradeGate NOCONNECT",
                           "TradeGate " + state, "TradeGate CONNECTTING"}));
 }
 
 void FaultyLinkGatesTest::gateOfAFault_reconnected_hasTheStateFromBelow() {
-    Room room({"120006 1 disconnect reconnect=0"});
-    room.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTTING);
-    QVERIFY(room.reports.waitForLines(1));
-    QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.reports.waitForLines(4));
-    QCOMPARE(room.reports.lines(), (QStringList{"TradeGate CONNECTTING", "TradeGate NOCONNECT",
-                                                "failure 1", "TradeGate CONNECTTING"}));
+    Fixture fixture({"120006 1 disconnect reconnect=0"});
+    fixture.script->gateState(NetGateType::TradeGate, NET_STATE::CONNECTTING);
+    QVERIFY(fixture.reports.waitForLines(1));
+    QVERIFY(fixture.link->send(requestOf(1)));
+    QVERIFY(fixture.reports.waitForLines(4));
+    QCOMPARE(fixture.reports.lines(), (QStringList{"TradeGate CONNECTTING", "TradeGate NOCONNECT",
+                                                   "failure 1", "TradeGate CONNECTTING"}));
 }
 
 QTEST_GUILESS_MAIN(FaultyLinkGatesTest)

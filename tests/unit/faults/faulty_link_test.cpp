@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "fault_control.h"
-#include "faulty_link_room.h"
+#include "faulty_link_fixture.h"
 #include "host_msg_type.h"
 #include "vocabulary/net_state.h"
 
@@ -32,7 +32,7 @@ private slots:
     void outcomes_neverComeFromInsideSend();
     void stop_inTheMiddle_givesEachItsOutcome();
     void stop_whileOthersSend_losesNothing();
-    void afterStop_nothingIsTakenOrTold();
+    void afterStop_nothingIsAcceptedOrReported();
 };
 
 void FaultyLinkTest::plan_countsByTypeAndOccurrence_data() {
@@ -112,15 +112,16 @@ void FaultyLinkTest::wrongFaultLine_namesTheColumn() {
 }
 
 void FaultyLinkTest::withoutFault_passesEverything() {
-    Room room;
-    QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.reports.waitForLines(1));
-    room.script->push(QStringLiteral("topic"), packRows({}, {}));
-    room.script->gateState(NetGateType::InfoGate, NET_STATE::CONNECTTING);
-    QVERIFY(room.reports.waitForLines(3));
-    QCOMPARE(room.reports.lines(), (QStringList{"answer 1", "push topic", "InfoGate CONNECTTING"}));
-    room.script->refuseSends(true);
-    QVERIFY(!room.link->send(requestOf(2)));
+    Fixture fixture;
+    QVERIFY(fixture.link->send(requestOf(1)));
+    QVERIFY(fixture.reports.waitForLines(1));
+    fixture.script->push(QStringLiteral("topic"), packRows({}, {}));
+    fixture.script->gateState(NetGateType::InfoGate, NET_STATE::CONNECTTING);
+    QVERIFY(fixture.reports.waitForLines(3));
+    QCOMPARE(fixture.reports.lines(),
+             (QStringList{"answer 1", "push topic", "InfoGate CONNECTTING"}));
+    fixture.script->refuseSends(true);
+    QVERIFY(!fixture.link->send(requestOf(2)));
 }
 
 void FaultyLinkTest::eachKind_hasItsOutcome_data() {
@@ -148,16 +149,16 @@ void FaultyLinkTest::eachKind_hasItsOutcome() {
     QFETCH(QString, fault);
     QFETCH(QStringList, reports);
     QFETCH(int, reached);
-    Room room({qUtf8Printable(fault)});
-    QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.reports.waitForLines(reports.size()));
+    Fixture fixture({qUtf8Printable(fault)});
+    QVERIFY(fixture.link->send(requestOf(1)));
+    QVERIFY(fixture.reports.waitForLines(reports.size()));
     // The next request is not affected, and nothing more is reported for the first.
-    QVERIFY(room.link->send(requestOf(2)));
-    QVERIFY(room.reports.waitForLines(reports.size() + 1));
-    room.link->stop();
-    QCOMPARE(room.reports.lines(), reports + QStringList{"answer 2"});
-    QCOMPARE(room.script->requestCount(), reached + 1);
-    const QVariant body = room.reports.body(reports.size() - 1);
+    QVERIFY(fixture.link->send(requestOf(2)));
+    QVERIFY(fixture.reports.waitForLines(reports.size() + 1));
+    fixture.link->stop();
+    QCOMPARE(fixture.reports.lines(), reports + QStringList{"answer 2"});
+    QCOMPARE(fixture.script->requestCount(), reached + 1);
+    const QVariant body = fixture.reports.body(reports.size() - 1);
     if (fault.contains(QLatin1String("garbage"))) {
         QCOMPARE(body, QVariant(QStringLiteral("garbage")));
     } else if (fault.contains(QLatin1String("extra"))) {
@@ -170,10 +171,10 @@ void FaultyLinkTest::eachKind_hasItsOutcome() {
 }
 
 void FaultyLinkTest::refusal_carriesTextAndClientMsgId() {
-    Room room({"120006 1 refusal text=\"没有权限\""});
-    QVERIFY(room.link->send(requestOf(9)));
-    QVERIFY(room.reports.waitForLines(1));
-    const QVariantMap header = headerOf(room.reports.body(0));
+    Fixture fixture({"120006 1 refusal text=\"没有权限\""});
+    QVERIFY(fixture.link->send(requestOf(9)));
+    QVERIFY(fixture.reports.waitForLines(1));
+    const QVariantMap header = headerOf(fixture.reports.body(0));
     QCOMPARE(header.value(System::textDescription).toString(), QStringLiteral("没有权限"));
     QCOMPARE(header.value("58").toString(), QStringLiteral("没有权限"));
     QCOMPARE(header.value(System::clientMsgID).toString(), QStringLiteral("c9"));
@@ -181,74 +182,74 @@ void FaultyLinkTest::refusal_carriesTextAndClientMsgId() {
 }
 
 void FaultyLinkTest::truncated_headerStatesMoreRowsThanTheBodyHas() {
-    Room room({"120006 1 truncate", "120006 2 truncate rows=3", "120006 3 truncate rows=99"});
+    Fixture fixture({"120006 1 truncate", "120006 2 truncate rows=3", "120006 3 truncate rows=99"});
     int at = 0;
     for (const int rows : {2, 3, 4}) {
-        QVERIFY(room.link->send(requestOf(static_cast<quint64>(at + 1))));
-        QVERIFY(room.reports.waitForLines(at + 1));
-        QCOMPARE(rowsOf(room.reports.body(at)).size(), rows);
-        QCOMPARE(headerOf(room.reports.body(at)).value(System::subGroupNumber).toInt(), 4);
+        QVERIFY(fixture.link->send(requestOf(static_cast<quint64>(at + 1))));
+        QVERIFY(fixture.reports.waitForLines(at + 1));
+        QCOMPARE(rowsOf(fixture.reports.body(at)).size(), rows);
+        QCOMPARE(headerOf(fixture.reports.body(at)).value(System::subGroupNumber).toInt(), 4);
         ++at;
     }
 }
 
 void FaultyLinkTest::silentTimeOut_reportsNothing() {
-    Room room({"120006 1 timeout silent=true"});
-    QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.link->send(requestOf(2)));
-    QVERIFY(room.reports.waitForLines(1));
-    room.link->stop();
-    QCOMPARE(room.reports.lines(), QStringList{"answer 2"});
+    Fixture fixture({"120006 1 timeout silent=true"});
+    QVERIFY(fixture.link->send(requestOf(1)));
+    QVERIFY(fixture.link->send(requestOf(2)));
+    QVERIFY(fixture.reports.waitForLines(1));
+    fixture.link->stop();
+    QCOMPARE(fixture.reports.lines(), QStringList{"answer 2"});
 }
 
 void FaultyLinkTest::reorder_reversesAndGivesUpWaiting() {
-    Room room({"120006 1-3 reorder count=3 ms=60000", "120006 4-5 reorder count=3 ms=5"});
+    Fixture fixture({"120006 1-3 reorder count=3 ms=60000", "120006 4-5 reorder count=3 ms=5"});
     for (const quint64 id : {1, 2, 3}) {
-        QVERIFY(room.link->send(requestOf(id)));
-        QVERIFY(room.script->waitUntilIdle());
+        QVERIFY(fixture.link->send(requestOf(id)));
+        QVERIFY(fixture.script->waitUntilIdle());
     }
-    QVERIFY(room.reports.waitForLines(3));
-    QCOMPARE(room.reports.lines(), (QStringList{"answer 3", "answer 2", "answer 1"}));
-    QVERIFY(room.link->send(requestOf(4)));
-    QVERIFY(room.reports.waitForLines(4));
-    QCOMPARE(room.reports.lines().last(), QStringLiteral("answer 4"));
+    QVERIFY(fixture.reports.waitForLines(3));
+    QCOMPARE(fixture.reports.lines(), (QStringList{"answer 3", "answer 2", "answer 1"}));
+    QVERIFY(fixture.link->send(requestOf(4)));
+    QVERIFY(fixture.reports.waitForLines(4));
+    QCOMPARE(fixture.reports.lines().last(), QStringLiteral("answer 4"));
 }
 
 void FaultyLinkTest::drip_takesLongerTheMoreRows() {
-    Room room({"* every drip ms=60000"});
-    room.script->on(QStringLiteral("empty"), ScriptedReply::rows({}));
-    QVERIFY(room.link->send(requestOf(1)));
-    QVERIFY(room.script->waitUntilIdle());
-    QVERIFY(room.link->send(requestOf(2, QStringLiteral("empty"))));
-    QVERIFY(room.reports.waitForLines(1));
-    QCOMPARE(room.reports.lines(), QStringList{"answer 2"});
-    room.link->stop();
-    QCOMPARE(room.reports.lines(), (QStringList{"answer 2", "failure 1"}));
+    Fixture fixture({"* every drip ms=60000"});
+    fixture.script->on(QStringLiteral("empty"), ScriptedReply::rows({}));
+    QVERIFY(fixture.link->send(requestOf(1)));
+    QVERIFY(fixture.script->waitUntilIdle());
+    QVERIFY(fixture.link->send(requestOf(2, QStringLiteral("empty"))));
+    QVERIFY(fixture.reports.waitForLines(1));
+    QCOMPARE(fixture.reports.lines(), QStringList{"answer 2"});
+    fixture.link->stop();
+    QCOMPARE(fixture.reports.lines(), (QStringList{"answer 2", "failure 1"}));
 }
 
 void FaultyLinkTest::sharedEnvelope_messageTypeOfTheBodyCounts() {
-    Room room({"120006 1 failure"});
+    Fixture fixture({"120006 1 failure"});
     Fault ofTheEnvelope = faultOf("* 1 timeout");
     ofTheEnvelope.msgType = QStringLiteral("325005");
-    room.plan->add(ofTheEnvelope);
-    room.script->on(QStringLiteral("other"), ScriptedReply::rows({}));
+    fixture.plan->add(ofTheEnvelope);
+    fixture.script->on(QStringLiteral("other"), ScriptedReply::rows({}));
     GatewayRequest request = requestOf(1, QStringLiteral("other"));
     request.msgType = QStringLiteral("325005");
-    QVERIFY(room.link->send(request));
-    QVERIFY(room.reports.waitForLines(1));
+    QVERIFY(fixture.link->send(request));
+    QVERIFY(fixture.reports.waitForLines(1));
     request = requestOf(2, QStringLiteral("120006"));
     request.msgType = QStringLiteral("325005");
-    QVERIFY(room.link->send(request));
-    QVERIFY(room.reports.waitForLines(2));
-    QCOMPARE(room.reports.lines(), (QStringList{"answer 1", "failure 2"}));
+    QVERIFY(fixture.link->send(request));
+    QVERIFY(fixture.reports.waitForLines(2));
+    QCOMPARE(fixture.reports.lines(), (QStringList{"answer 1", "failure 2"}));
 }
 
 void FaultyLinkTest::control_addsListsAndClears() {
-    Room room({"* every failure"});
-    const auto ask = [&room](quint64 id, const QList<QVariantMap>& rows) {
-        const bool sent = room.link->send(requestOf(id, HostMsgType::control, rows));
-        return sent && room.reports.waitForLines(static_cast<int>(id))
-                   ? room.reports.body(static_cast<int>(id) - 1)
+    Fixture fixture({"* every failure"});
+    const auto ask = [&fixture](quint64 id, const QList<QVariantMap>& rows) {
+        const bool sent = fixture.link->send(requestOf(id, HostMsgType::control, rows));
+        return sent && fixture.reports.waitForLines(static_cast<int>(id))
+                   ? fixture.reports.body(static_cast<int>(id) - 1)
                    : QVariant();
     };
     QVariant body =
@@ -262,65 +263,65 @@ void FaultyLinkTest::control_addsListsAndClears() {
              QStringLiteral("120006 2 refusal text=x # 0"));
     body = ask(2, {{{FaultField::command, "clear"}}, {{FaultField::command, "list"}}});
     QVERIFY(rowsOf(body).isEmpty());
-    QCOMPARE(room.plan->size(), 0);
-    QCOMPARE(room.script->requestCount(), 0);
+    QCOMPARE(fixture.plan->size(), 0);
+    QCOMPARE(fixture.script->requestCount(), 0);
 }
 
 void FaultyLinkTest::control_wrongRow_changesNothing() {
-    Room room;
-    QVERIFY(room.link->send(
+    Fixture fixture;
+    QVERIFY(fixture.link->send(
         requestOf(1, HostMsgType::control,
                   {{{FaultField::command, "add"}, {FaultField::fault, "120006 1 late"}},
                    {{FaultField::command, "add"}, {FaultField::fault, "120006 1 never"}}})));
-    QVERIFY(
-        room.link->send(requestOf(2, HostMsgType::control, {{{FaultField::command, "forget"}}})));
-    QVERIFY(room.link->send(requestOf(3, HostMsgType::control)));
-    QVERIFY(room.reports.waitForLines(3));
-    const auto text = [&room](int at) {
-        return headerOf(room.reports.body(at)).value(System::textDescription).toString();
+    QVERIFY(fixture.link->send(
+        requestOf(2, HostMsgType::control, {{{FaultField::command, "forget"}}})));
+    QVERIFY(fixture.link->send(requestOf(3, HostMsgType::control)));
+    QVERIFY(fixture.reports.waitForLines(3));
+    const auto text = [&fixture](int at) {
+        return headerOf(fixture.reports.body(at)).value(System::textDescription).toString();
     };
     QVERIFY2(text(0).startsWith(QStringLiteral("row 2, column 10: 'never'")), qPrintable(text(0)));
     QVERIFY2(text(1).contains(QStringLiteral("'forget'")), qPrintable(text(1)));
     QVERIFY2(text(2).contains(QStringLiteral("has no command")), qPrintable(text(2)));
-    QCOMPARE(room.plan->size(), 0);
+    QCOMPARE(fixture.plan->size(), 0);
 }
 
 void FaultyLinkTest::outcomes_neverComeFromInsideSend() {
-    Room room({"120006 1 timeout", "120006 2 failure", "120006 3 refusal", "120006 4 garbage",
-               "120006 5 disconnect gate=InfoGate", "120006 6 late", "120006 7 duplicate"});
+    Fixture fixture({"120006 1 timeout", "120006 2 failure", "120006 3 refusal", "120006 4 garbage",
+                     "120006 5 disconnect gate=InfoGate", "120006 6 late", "120006 7 duplicate"});
     quint64 id = 0;
     while (id < 7) {
-        QVERIFY(room.link->send(requestOf(++id)));
+        QVERIFY(fixture.link->send(requestOf(++id)));
     }
-    QVERIFY(room.link->send(requestOf(++id, HostMsgType::control)));
-    QVERIFY(room.reports.waitForLines(11));
-    QVERIFY(!room.reports.calledOn(std::this_thread::get_id()));
+    QVERIFY(fixture.link->send(requestOf(++id, HostMsgType::control)));
+    QVERIFY(fixture.reports.waitForLines(11));
+    QVERIFY(!fixture.reports.calledOn(std::this_thread::get_id()));
 }
 
 void FaultyLinkTest::stop_inTheMiddle_givesEachItsOutcome() {
-    Room room({"120006 1 delay ms=60000", "120006 2 timeout ms=60000",
-               "120006 3-4 reorder count=9 ms=60000", "120006 5 late ms=60000",
-               "120006 6 disconnect gate=InfoGate reconnect=60000"});
+    Fixture fixture({"120006 1 delay ms=60000", "120006 2 timeout ms=60000",
+                     "120006 3-4 reorder count=9 ms=60000", "120006 5 late ms=60000",
+                     "120006 6 disconnect gate=InfoGate reconnect=60000"});
     for (quint64 id = 1; id <= 6; ++id) {
-        QVERIFY(room.link->send(requestOf(id)));
+        QVERIFY(fixture.link->send(requestOf(id)));
     }
-    QVERIFY(room.script->waitUntilIdle());
-    QVERIFY(room.reports.waitForLines(3));
-    room.link->stop();
-    const QStringList lines = room.reports.lines();
+    QVERIFY(fixture.script->waitUntilIdle());
+    QVERIFY(fixture.reports.waitForLines(3));
+    fixture.link->stop();
+    const QStringList lines = fixture.reports.lines();
     QCOMPARE(lines.size(), 7);
     for (const char* line : {"failure 1", "failure 2", "failure 3", "failure 4", "timeout 5",
                              "InfoGate NOCONNECT", "failure 6"}) {
-        QCOMPARE(room.reports.count(QString::fromLatin1(line)), 1);
+        QCOMPARE(fixture.reports.count(QString::fromLatin1(line)), 1);
     }
 }
 
 void FaultyLinkTest::stop_whileOthersSend_losesNothing() {
     for (int round = 0; round < 20; ++round) {
-        Room room({"120006 1-20 delay ms=1", "120006 21-40 failure", "120006 41-60 reorder count=3",
-                   "120006 61-80 refusal"});
+        Fixture fixture({"120006 1-20 delay ms=1", "120006 21-40 failure",
+                         "120006 41-60 reorder count=3", "120006 61-80 refusal"});
         // The script's own thread drops what it has not reported when it stops.
-        room.script->on(kType, ScriptedReply::rows({}).held());
+        fixture.script->on(kType, ScriptedReply::rows({}).held());
         std::atomic<quint64> last{0};
         std::atomic<bool> begun{false};
         std::vector<quint64> taken[2];
@@ -329,7 +330,7 @@ void FaultyLinkTest::stop_whileOthersSend_losesNothing() {
             senders.emplace_back([&] {
                 for (int i = 0; i < 60; ++i) {
                     const quint64 id = ++last;
-                    if (room.link->send(requestOf(id))) {
+                    if (fixture.link->send(requestOf(id))) {
                         list.push_back(id);
                     }
                     begun = true;
@@ -337,30 +338,30 @@ void FaultyLinkTest::stop_whileOthersSend_losesNothing() {
             });
         }
         QVERIFY(waitFor([&] { return begun.load(); }));
-        room.link->stop();
+        fixture.link->stop();
         for (std::thread& sender : senders) {
             sender.join();
         }
-        const QStringList lines = room.reports.lines();
+        const QStringList lines = fixture.reports.lines();
         for (const QString& line : lines) {
             QCOMPARE(lines.count(line), 1);
         }
         // Intercepted requests have their outcome; the script may drop those that reached it.
-        const int below = room.script->requestCount();
+        const int below = fixture.script->requestCount();
         QCOMPARE(lines.size() + below, static_cast<int>(taken[0].size() + taken[1].size()));
     }
 }
 
-void FaultyLinkTest::afterStop_nothingIsTakenOrTold() {
-    Room room({"120006 1 timeout", "120006 2 timeout silent=true", "120006 3 disconnect"});
-    room.link->stop();
-    room.link->stop();
+void FaultyLinkTest::afterStop_nothingIsAcceptedOrReported() {
+    Fixture fixture({"120006 1 timeout", "120006 2 timeout silent=true", "120006 3 disconnect"});
+    fixture.link->stop();
+    fixture.link->stop();
     for (quint64 id = 1; id <= 4; ++id) {
-        QVERIFY(!room.link->send(requestOf(id)));
+        QVERIFY(!fixture.link->send(requestOf(id)));
     }
-    QVERIFY(!room.link->send(requestOf(5, HostMsgType::control)));
-    room.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
-    QVERIFY(room.reports.lines().isEmpty());
+    QVERIFY(!fixture.link->send(requestOf(5, HostMsgType::control)));
+    fixture.link->setGate(NetGateType::TradeGate, NET_STATE::NOCONNECT);
+    QVERIFY(fixture.reports.lines().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(FaultyLinkTest)

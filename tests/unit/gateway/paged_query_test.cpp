@@ -70,7 +70,7 @@ private slots:
     void byPage_behindTheEnd_isEmptyWithTheTotal();
     void byPosition_followed_givesEveryRowOnceInOrder_data();
     void byPosition_followed_givesEveryRowOnceInOrder();
-    void byPosition_emptyPart_keepsTheAskedPosition();
+    void byPosition_emptyPart_keepsTheRequestedPosition();
     void byPosition_texts_areOfOneWidthAndInOrder();
     void noPage_givesEverything();
     void filters_give_whatFulfilsThemAll_data();
@@ -172,7 +172,7 @@ void PagedQueryTest::byPosition_followed_givesEveryRowOnceInOrder() {
     QCOMPARE(requests, 5);
 }
 
-void PagedQueryTest::byPosition_emptyPart_keepsTheAskedPosition() {
+void PagedQueryTest::byPosition_emptyPart_keepsTheRequestedPosition() {
     const QString last = positionText(kDeals);
     const HandlerAnswer answer = ask({{System::positionStr, last}, {System::requestNumber, 20}});
     QVERIFY(answer.rows.isEmpty());
@@ -205,7 +205,7 @@ void PagedQueryTest::filters_give_whatFulfilsThemAll_data() {
                                  << QList<int>{2, 5, 8};
     QTest::newRow("two accounts") << QVariantMap{{account, "A2,A0"}, {System::endDate, "20260101"}}
                                   << QList<int>{2, 3, 5, 6, 8, 9};
-    QTest::newRow("an account twice and one that is none")
+    QTest::newRow("an account twice and an unknown one")
         << QVariantMap{{account, "A2,,A2,x'--"}, {System::endDate, 20260101}}
         << QList<int>{2, 5, 8};
     QTest::newRow("unknown account") << QVariantMap{{account, "T"}} << QList<int>();

@@ -57,7 +57,7 @@ private slots:
     void anyAnswer_requestWithoutId_hasNoId();
     void anyRefusal_header_hasStatusAndBothTexts();
     void unknownType_isRefusedByName();
-    void sharedEnvelope_bodyTellsType();
+    void sharedEnvelope_typeIsReadFromTheBody();
     void unknownEnvelope_knownBodyType_isRefusedByName();
     void sharedEnvelope_unknownBodyType_isRefusedByName();
     void garbageBody_isRefused_data();
@@ -295,7 +295,7 @@ void ServerEngineTest::unknownType_isRefusedByName() {
     QVERIFY(header.value(System::textDescription).toString().contains("noSuchType"));
 }
 
-void ServerEngineTest::sharedEnvelope_bodyTellsType() {
+void ServerEngineTest::sharedEnvelope_typeIsReadFromTheBody() {
     const QVariant body = packRows({{System::msgType, HostMsgType::accountTree},
                                     {UserAccount::loginUserId, SampleLogin::user}},
                                    {});

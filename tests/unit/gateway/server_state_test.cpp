@@ -203,7 +203,7 @@ void ServerStateTest::open_inMemory_eachHasItsOwn() {
 void ServerStateTest::open_damagedOrForeignFile_isRefusedByName_data() {
     QTest::addColumn<QByteArray>("content");
     QTest::newRow("text")
-        << QByteArray("no database at all, but long enough to be looked at").repeated(99);
+        << QByteArray("not a database, but long enough to be read as one").repeated(99);
     QTest::newRow("torn header")
         << QByteArray("SQLite format 3\0torn", 20).leftJustified(4096, '\xff');
 }

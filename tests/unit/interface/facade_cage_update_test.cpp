@@ -132,6 +132,22 @@ private slots:
         QCOMPARE(plugin.world.link().requestCount(kSave), 0);
     }
 
+    void refresh_presenterClosed_leavesTheCages() {
+        Plugin plugin;
+        plugin.start();
+        QVERIFY(Plugin::waitForLoad());
+        const auto cages = Facade::GetAllCageMap();
+        QVERIFY(!cages.isEmpty());
+        const QTime read = Facade::getCageUpdateTime();
+        plugin.world.link().clearRequests();
+        Plugin::present()->deleteLater();
+        QCOMPARE(Facade::refreshUserCageInfo(),
+                 QStringLiteral("当前状态不可重新初始化价格笼子配置！"));
+        QCOMPARE(Facade::GetAllCageMap(), cages);
+        QCOMPARE(Facade::getCageUpdateTime(), read);
+        QCOMPARE(plugin.world.link().requestCount(kProfile), 0);
+    }
+
     void update_accountListMissing_failsAtOnce() {
         Plugin plugin(Plugin::Login::Missing);
         plugin.start();

@@ -90,7 +90,7 @@ private slots:
         QCOMPARE(out("GetHKStockExchangeRate", {}).toObject().keys(), QStringList{"G"});
     }
 
-    void priceByTick_overloads_areToldApartByTheirArguments() {
+    void priceByTick_overloads_areChosenByTheirArguments() {
         const LoadedPlugin plugin;
         QVERIFY(LoadedPlugin::wait());
         // The limit of the cage: two percent above the ask of 10.

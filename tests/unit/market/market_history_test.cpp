@@ -17,7 +17,7 @@ class MarketHistoryTest : public QObject {
 private slots:
     void initTestCase();
 
-    void rows_ofTheFirstAccount_areAsManyAsAsked();
+    void rows_ofTheFirstAccount_areAsManyAsRequested();
     void rows_ofOthers_areSome();
     void days_countTheRowsOfBothTables();
     void days_areTradeDaysOfOneYear();
@@ -40,7 +40,7 @@ void MarketHistoryTest::initTestCase() {
     QVERIFY2(m_market.make(&error), qPrintable(error));
 }
 
-void MarketHistoryTest::rows_ofTheFirstAccount_areAsManyAsAsked() {
+void MarketHistoryTest::rows_ofTheFirstAccount_areAsManyAsRequested() {
     // Of forty orders, eight are cancelled or partly cancelled by a request.
     const QString orders = QStringLiteral(
         "SELECT COUNT(*) FROM history_order WHERE"

@@ -365,10 +365,13 @@ private slots:
     }
 
     void push_unknownTypeOrGarbage_isDropped() {
+        const LogCapture log;
         m_presenter->ProcSubMsg({}, "nothing", QVariant("garbage"));
         m_presenter->ProcSubMsg({}, Velmar_MsgType::ClientPatchInfoPush, QVariant("garbage"));
         m_presenter->ProcResponseMsg({}, {}, "nothing", QVariant("garbage"));
         QCOMPARE(m_counts->took(), Counts{});
+        QVERIFY(!log.contains("takeClientPatchInfo"));
+        QVERIFY(!log.contains("was refused"));
     }
 
     void event_withoutARecord_isIgnoredWithOneLogLine_data() {
@@ -399,7 +402,18 @@ private slots:
         send(id != 0 ? id : named(EventMsgName::BUSI_MSG_ADD), body);
         QCOMPARE(m_counts->took(), Counts{});
         QCOMPARE(added, 0);
-        QCOMPARE(log.texts().filter("it carries no record").size(), 1);
+        QStringList own;
+        for (const LogCapture::Line& line : log.lines()) {
+            if (line.category.startsWith("velmar.presenter")) {
+                own.append(line.text);
+            }
+        }
+        QCOMPARE(own.size(), 1);
+        QVERIFY2(own.first().contains("it carries no record"), qPrintable(own.first()));
+        // The platform reports a packed body that it cannot read; a missing one needs no such line.
+        const bool isPacked = id != 0x35000;
+        const bool isUnreadable = body.isValid() && body.type() != QVariant::List;
+        QCOMPARE(log.texts(QtWarningMsg).size(), isPacked && isUnreadable ? 1 : 0);
     }
 
     void response_refused_isOneWarning() {

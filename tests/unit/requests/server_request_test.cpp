@@ -113,6 +113,10 @@ private slots:
         QTest::newRow("missing") << QVariant() << "holds 1 rows, its row count is missing";
         QTest::newRow("negative") << QVariant(-1) << "holds 1 rows, its row count is \"-1\"";
         QTest::newRow("no number") << QVariant("x") << "holds 1 rows, its row count is \"x\"";
+        QTest::newRow("fraction") << QVariant(0.5) << "holds 1 rows, its row count is \"0.5\"";
+        QTest::newRow("bool") << QVariant(true) << "holds 1 rows, its row count is \"true\"";
+        QTest::newRow("beyond 32 bits")
+            << QVariant(4294967297LL) << "holds 1 rows, its row count is \"4294967297\"";
     }
     void answer_badRowCount_isAFailure() {
         QFETCH(QVariant, rowCount);

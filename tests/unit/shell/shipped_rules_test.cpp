@@ -23,7 +23,7 @@ QString jsonOf(const QVariantMap& record) {
 
 }  // namespace
 
-/// The rules that ship with the sample market, asked through the exported class: one security of
+/// The rules that ship with the sample market, read through the exported class: one security of
 /// each board, one contract and one new issue each. The figures are the exchanges' own, see
 /// host/market/rules/data.
 class ShippedRulesTest : public QObject {

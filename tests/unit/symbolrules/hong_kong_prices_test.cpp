@@ -55,18 +55,18 @@ QMap<QString, QString> dictionary(const QList<QPair<double, double>>& spreads) {
     return values;
 }
 
-struct Room {
-    explicit Room(const StaticDbBuilder& data = {}) : world({}, data) {
+struct Fixture {
+    explicit Fixture(const StaticDbBuilder& data = {}) : world({}, data) {
         presenter->initPresenter();
         ladders.load();
     }
-    ~Room() {
+    ~Fixture() {
         if (presenter) {
             presenter->deleteLater();
         }
     }
-    Room(const Room&) = delete;
-    Room& operator=(const Room&) = delete;
+    Fixture(const Fixture&) = delete;
+    Fixture& operator=(const Fixture&) = delete;
 
     double rate(const QString& exchange, RateSideType side) {
         return prices.GetHKStockRate(presenter, exchange, side);
@@ -92,40 +92,40 @@ class HongKongPricesTest : public QObject {
 
 private slots:
     void rates_loaded_haveTheMeanBesideBothSides() {
-        Room room;
-        room.link().on(
+        Fixture fixture;
+        fixture.link().on(
             kRates, ScriptedReply::rows({rateRow("G", 0.90, 0.96), rateRow("S", "0.80", "0.90")}));
         QMap<QString, QVariantMap> rates{{"old", {}}};
-        room.prices.GetHKStockExchangeRate(room.presenter, rates);
+        fixture.prices.GetHKStockExchangeRate(fixture.presenter, rates);
         QCOMPARE(QStringList(rates.keys()), (QStringList{"G", "S"}));
         QCOMPARE(rates.value("G").value(HKSExchgRate::HKSExchgRateMid).toDouble(), 0.93);
-        QCOMPARE(room.rate("G", RateSideType::Mid), 0.93);
-        QCOMPARE(room.rate("G", RateSideType::Buy), 0.90);
-        QCOMPARE(room.rate("G", RateSideType::Sell), 0.96);
-        QCOMPARE(room.rate("S", RateSideType::Mid), 0.85);
-        QCOMPARE(room.link().requestCount(kRates), 1);
+        QCOMPARE(fixture.rate("G", RateSideType::Mid), 0.93);
+        QCOMPARE(fixture.rate("G", RateSideType::Buy), 0.90);
+        QCOMPARE(fixture.rate("G", RateSideType::Sell), 0.96);
+        QCOMPARE(fixture.rate("S", RateSideType::Mid), 0.85);
+        QCOMPARE(fixture.link().requestCount(kRates), 1);
         // An empty request: only its own type.
-        QCOMPARE(QStringList(room.link().lastRequest(kRates).header.keys()),
+        QCOMPARE(QStringList(fixture.link().lastRequest(kRates).header.keys()),
                  QStringList{System::msgType});
     }
 
     void rates_exchangeTwice_keepTheLaterRow() {
-        Room room;
-        room.link().on(kRates,
-                       ScriptedReply::rows({rateRow("G", 0.5, 0.5), rateRow("G", 0.9, 0.9)}));
-        QCOMPARE(room.rate("G", RateSideType::Mid), 0.9);
+        Fixture fixture;
+        fixture.link().on(kRates,
+                          ScriptedReply::rows({rateRow("G", 0.5, 0.5), rateRow("G", 0.9, 0.9)}));
+        QCOMPARE(fixture.rate("G", RateSideType::Mid), 0.9);
     }
 
     void rates_unknownExchangeFieldOrSide_areZero() {
-        Room room;
-        room.link().on(kRates, ScriptedReply::rows({{{UserAccount::securityExchange, "G"},
-                                                     {HKSExchgRate::HKSExchgRateSell, 0.9}}}));
-        QCOMPARE(room.rate("G", RateSideType::Sell), 0.9);
-        QCOMPARE(room.rate("G", RateSideType::Mid), 0.45);
-        QCOMPARE(room.rate("G", RateSideType::Buy), 0.0);
-        QCOMPARE(room.rate("X", RateSideType::Sell), 0.0);
-        QCOMPARE(room.rate("G", static_cast<RateSideType>(3)), 0.0);
-        QCOMPARE(room.rate("G", static_cast<RateSideType>(-1)), 0.0);
+        Fixture fixture;
+        fixture.link().on(kRates, ScriptedReply::rows({{{UserAccount::securityExchange, "G"},
+                                                        {HKSExchgRate::HKSExchgRateSell, 0.9}}}));
+        QCOMPARE(fixture.rate("G", RateSideType::Sell), 0.9);
+        QCOMPARE(fixture.rate("G", RateSideType::Mid), 0.45);
+        QCOMPARE(fixture.rate("G", RateSideType::Buy), 0.0);
+        QCOMPARE(fixture.rate("X", RateSideType::Sell), 0.0);
+        QCOMPARE(fixture.rate("G", static_cast<RateSideType>(3)), 0.0);
+        QCOMPARE(fixture.rate("G", static_cast<RateSideType>(-1)), 0.0);
     }
 
     void rates_failedLoad_staysFailedAndIsNotRepeated_data() {
@@ -140,95 +140,95 @@ private slots:
         const ScriptedReply replies[] = {ScriptedReply::refusal("no rates"),
                                          ScriptedReply::failure("broken"), ScriptedReply::timeOut(),
                                          ScriptedReply::garbage()};
-        Room room;
-        room.link().on(kRates, replies[kind]);
-        room.prices.initHKExchangeRate(room.presenter);
+        Fixture fixture;
+        fixture.link().on(kRates, replies[kind]);
+        fixture.prices.initHKExchangeRate(fixture.presenter);
         QCOMPARE(VelmarInitStateMgr::instance().GetInitState(InitTypeCode::HkExchangeRate),
                  InitState::Failed);
-        room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
-        QCOMPARE(room.rate("G", RateSideType::Mid), 0.0);
+        fixture.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
+        QCOMPARE(fixture.rate("G", RateSideType::Mid), 0.0);
         QMap<QString, QVariantMap> rates;
-        room.prices.GetHKStockExchangeRate(room.presenter, rates);
+        fixture.prices.GetHKStockExchangeRate(fixture.presenter, rates);
         QVERIFY(rates.isEmpty());
-        QCOMPARE(room.link().requestCount(kRates), 1);
+        QCOMPARE(fixture.link().requestCount(kRates), 1);
     }
 
     void rates_loadUnderWay_areZeroAtOnceWithoutARequest() {
-        Room room;
-        room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}).held());
-        auto first =
-            std::async(std::launch::async, [&room] { return room.rate("G", RateSideType::Mid); });
-        QVERIFY(room.link().waitForRequestCount(kRates, 1));
-        QCOMPARE(room.rate("G", RateSideType::Mid), 0.0);
+        Fixture fixture;
+        fixture.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}).held());
+        auto first = std::async(std::launch::async,
+                                [&fixture] { return fixture.rate("G", RateSideType::Mid); });
+        QVERIFY(fixture.link().waitForRequestCount(kRates, 1));
+        QCOMPARE(fixture.rate("G", RateSideType::Mid), 0.0);
         QMap<QString, QVariantMap> rates{{"old", {}}};
-        room.prices.GetHKStockExchangeRate(room.presenter, rates);
+        fixture.prices.GetHKStockExchangeRate(fixture.presenter, rates);
         QVERIFY(rates.isEmpty());
         // The request is still pending, so nobody waited for it.
         QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
-        QCOMPARE(room.link().requestCount(kRates), 1);
-        QVERIFY(waitFor([&] { return room.link().release(kRates) == 1; }));
+        QCOMPARE(fixture.link().requestCount(kRates), 1);
+        QVERIFY(waitFor([&] { return fixture.link().release(kRates) == 1; }));
         QCOMPARE(first.get(), 0.9);
-        QCOMPARE(room.rate("G", RateSideType::Mid), 0.9);
-        QCOMPARE(room.link().requestCount(kRates), 1);
+        QCOMPARE(fixture.rate("G", RateSideType::Mid), 0.9);
+        QCOMPARE(fixture.link().requestCount(kRates), 1);
     }
 
     void rates_noPresenter_areEmptyWithoutARequest() {
-        Room room;
-        room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
+        Fixture fixture;
+        fixture.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
         QMap<QString, QVariantMap> rates{{"old", {}}};
-        room.prices.GetHKStockExchangeRate(nullptr, rates);
+        fixture.prices.GetHKStockExchangeRate(nullptr, rates);
         QVERIFY(rates.isEmpty());
-        QCOMPARE(room.prices.GetHKStockRate(nullptr, "G", RateSideType::Mid), 0.0);
-        QCOMPARE(room.link().requestCount(kRates), 0);
+        QCOMPARE(fixture.prices.GetHKStockRate(nullptr, "G", RateSideType::Mid), 0.0);
+        QCOMPARE(fixture.link().requestCount(kRates), 0);
         // The step is still to be claimed.
-        QCOMPARE(room.rate("G", RateSideType::Mid), 0.9);
+        QCOMPARE(fixture.rate("G", RateSideType::Mid), 0.9);
     }
 
     void units_load_asksForStocksThenFunds() {
-        Room room;
-        room.link().onOccurrence(kUnits, 1, ScriptedReply::rows({unitRow(0.25, 0.1)}));
-        room.link().onOccurrence(kUnits, 2, ScriptedReply::rows({unitRow("0.25", "0.2")}));
-        room.prices.initHKPriceUnit(room.presenter);
-        QList<int> asked;
-        for (const ScriptedLink::Request& request : room.link().requests(kUnits)) {
-            asked.append(request.header.value(HKSExchgRate::HKPriceUnitType).toInt());
+        Fixture fixture;
+        fixture.link().onOccurrence(kUnits, 1, ScriptedReply::rows({unitRow(0.25, 0.1)}));
+        fixture.link().onOccurrence(kUnits, 2, ScriptedReply::rows({unitRow("0.25", "0.2")}));
+        fixture.prices.initHKPriceUnit(fixture.presenter);
+        QList<int> requested;
+        for (const ScriptedLink::Request& request : fixture.link().requests(kUnits)) {
+            requested.append(request.header.value(HKSExchgRate::HKPriceUnitType).toInt());
         }
-        QCOMPARE(asked, (QList<int>{2, 8}));
-        QCOMPARE(room.stockUnit(0.2), 0.1);
-        QCOMPARE(room.fundUnit(0.2), 0.2);
-        room.prices.initHKPriceUnit(room.presenter);
-        QCOMPARE(room.link().requestCount(kUnits), 2);
+        QCOMPARE(requested, (QList<int>{2, 8}));
+        QCOMPARE(fixture.stockUnit(0.2), 0.1);
+        QCOMPARE(fixture.fundUnit(0.2), 0.2);
+        fixture.prices.initHKPriceUnit(fixture.presenter);
+        QCOMPARE(fixture.link().requestCount(kUnits), 2);
     }
 
     void units_loadUnderWay_comeFromTheBuiltInLadder() {
-        Room room(StaticDbBuilder()
-                      .section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}})
-                      .section(DictionaryKey::HkFundPriceUnitDict, {{"250", "0.4"}}));
-        room.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.1)}).held());
-        const auto load = std::async(std::launch::async,
-                                     [&room] { room.prices.initHKPriceUnit(room.presenter); });
-        QVERIFY(room.link().waitForRequestCount(kUnits, 1));
-        QCOMPARE(room.stockUnit(0.2), 0.3);
+        Fixture fixture(StaticDbBuilder()
+                            .section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}})
+                            .section(DictionaryKey::HkFundPriceUnitDict, {{"250", "0.4"}}));
+        fixture.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.1)}).held());
+        const auto load = std::async(
+            std::launch::async, [&fixture] { fixture.prices.initHKPriceUnit(fixture.presenter); });
+        QVERIFY(fixture.link().waitForRequestCount(kUnits, 1));
+        QCOMPARE(fixture.stockUnit(0.2), 0.3);
         QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
-        QVERIFY(waitFor([&] { return room.link().release(kUnits) == 1; }));
+        QVERIFY(waitFor([&] { return fixture.link().release(kUnits) == 1; }));
         // The ladder of funds is requested after the ladder of shares.
-        QVERIFY(room.link().waitForRequestCount(kUnits, 2));
-        QCOMPARE(room.stockUnit(0.2), 0.1);
-        QCOMPARE(room.fundUnit(0.2), 0.4);
-        QVERIFY(waitFor([&] { return room.link().release(kUnits) == 1; }));
+        QVERIFY(fixture.link().waitForRequestCount(kUnits, 2));
+        QCOMPARE(fixture.stockUnit(0.2), 0.1);
+        QCOMPARE(fixture.fundUnit(0.2), 0.4);
+        QVERIFY(waitFor([&] { return fixture.link().release(kUnits) == 1; }));
         load.wait();
-        QCOMPARE(room.fundUnit(0.2), 0.1);
+        QCOMPARE(fixture.fundUnit(0.2), 0.1);
     }
 
     void units_stocksClaimedElsewhere_fundsAreStillLoaded() {
-        Room room;
+        Fixture fixture;
         VelmarInitStateMgr::instance().StartInit(InitTypeCode::HkPriceUnitInfo +
                                                  MdcSecurityType::StockType);
-        room.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.2)}));
-        room.prices.initHKPriceUnit(room.presenter);
-        QCOMPARE(room.link().requestCount(kUnits), 1);
-        QCOMPARE(room.fundUnit(0.2), 0.2);
-        QCOMPARE(room.stockUnit(0.2), 0.001);
+        fixture.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.2)}));
+        fixture.prices.initHKPriceUnit(fixture.presenter);
+        QCOMPARE(fixture.link().requestCount(kUnits), 1);
+        QCOMPARE(fixture.fundUnit(0.2), 0.2);
+        QCOMPARE(fixture.stockUnit(0.2), 0.001);
     }
 
     void units_failedOrEmptyAnswer_leaveTheBuiltInLadder_data() {
@@ -238,76 +238,79 @@ private slots:
     }
     void units_failedOrEmptyAnswer_leaveTheBuiltInLadder() {
         QFETCH(bool, refused);
-        Room room(StaticDbBuilder()
-                      .section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}})
-                      .section(DictionaryKey::HkFundPriceUnitDict, {{"250", "0.4"}}));
-        room.link().on(kUnits, refused ? ScriptedReply::refusal("none") : ScriptedReply::rows({}));
-        room.prices.initHKPriceUnit(room.presenter);
+        Fixture fixture(StaticDbBuilder()
+                            .section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}})
+                            .section(DictionaryKey::HkFundPriceUnitDict, {{"250", "0.4"}}));
+        fixture.link().on(kUnits,
+                          refused ? ScriptedReply::refusal("none") : ScriptedReply::rows({}));
+        fixture.prices.initHKPriceUnit(fixture.presenter);
         for (const QString& type : {MdcSecurityType::StockType, MdcSecurityType::FundType}) {
             QCOMPARE(
                 VelmarInitStateMgr::instance().GetInitState(InitTypeCode::HkPriceUnitInfo + type),
                 InitState::Failed);
         }
-        QCOMPARE(room.stockUnit(0.2), 0.3);
-        QCOMPARE(room.fundUnit(0.2), 0.4);
+        QCOMPARE(fixture.stockUnit(0.2), 0.3);
+        QCOMPARE(fixture.fundUnit(0.2), 0.4);
     }
 
     void units_inexactBounds_areRoundedToThousandths() {
-        Room room;
+        Fixture fixture;
         // 0.57 and 1.005 dollars are a little less than 570 and 1005 thousandths as doubles.
-        room.link().on(kUnits, ScriptedReply::rows({unitRow(0.57, 0.1), unitRow(1.005, 0.2)}));
-        room.prices.initHKPriceUnit(room.presenter);
-        QCOMPARE(room.stockUnit(0.57), 0.1);
-        QCOMPARE(room.stockUnit(0.571), 0.2);
-        QCOMPARE(room.stockUnit(1.005), 0.2);
+        fixture.link().on(kUnits, ScriptedReply::rows({unitRow(0.57, 0.1), unitRow(1.005, 0.2)}));
+        fixture.prices.initHKPriceUnit(fixture.presenter);
+        QCOMPARE(fixture.stockUnit(0.57), 0.1);
+        QCOMPARE(fixture.stockUnit(0.571), 0.2);
+        QCOMPARE(fixture.stockUnit(1.005), 0.2);
     }
 
     void rates_presenterClosesMeanwhile_areLoadedByTheNextOne() {
-        Room room;
-        room.link().onOccurrence(kRates, 1, ScriptedReply::never());
-        room.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
-        invokeOn(room.presenter, [&room] { room.prices.initHKExchangeRate(room.presenter); });
-        QVERIFY(room.link().waitForRequestCount(kRates, 1));
-        room.presenter->deleteLater();
+        Fixture fixture;
+        fixture.link().onOccurrence(kRates, 1, ScriptedReply::never());
+        fixture.link().on(kRates, ScriptedReply::rows({rateRow("G", 0.9, 0.9)}));
+        invokeOn(fixture.presenter,
+                 [&fixture] { fixture.prices.initHKExchangeRate(fixture.presenter); });
+        QVERIFY(fixture.link().waitForRequestCount(kRates, 1));
+        fixture.presenter->deleteLater();
         QCOMPARE(VelmarInitStateMgr::instance().GetInitState(InitTypeCode::HkExchangeRate),
                  InitState::Running);
         auto* const next = new RecordingPresenter;
         next->initPresenter();
-        QCOMPARE(room.prices.GetHKStockRate(next, "G", RateSideType::Mid), 0.9);
+        QCOMPARE(fixture.prices.GetHKStockRate(next, "G", RateSideType::Mid), 0.9);
         QVERIFY(VelmarInitStateMgr::instance().IsInited(InitTypeCode::HkExchangeRate));
-        room.prices.initHKExchangeRate(next);
-        QCOMPARE(room.link().requestCount(kRates), 2);
+        fixture.prices.initHKExchangeRate(next);
+        QCOMPARE(fixture.link().requestCount(kRates), 2);
         next->deleteLater();
     }
 
     void units_presenterClosesMeanwhile_areLoadedByTheNextOne_data() {
         QTest::addColumn<int>("occurrence");
-        QTest::addColumn<QList<int>>("asked");
+        QTest::addColumn<QList<int>>("requested");
         // Once the presenter is closing the second load is not begun.
         QTest::newRow("during the shares") << 1 << QList<int>{2, 2, 8};
         QTest::newRow("during the funds") << 2 << QList<int>{2, 8, 8};
     }
     void units_presenterClosesMeanwhile_areLoadedByTheNextOne() {
         QFETCH(int, occurrence);
-        QFETCH(QList<int>, asked);
-        Room room;
-        room.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.1)}));
-        room.link().onOccurrence(kUnits, occurrence, ScriptedReply::never());
-        invokeOn(room.presenter, [&room] { room.prices.initHKPriceUnit(room.presenter); });
-        QVERIFY(room.link().waitForRequestCount(kUnits, occurrence));
-        room.presenter->deleteLater();
-        QCOMPARE(room.stockUnit(0.2), occurrence == 1 ? 0.001 : 0.1);
-        QCOMPARE(room.fundUnit(0.2), 0.001);
+        QFETCH(QList<int>, requested);
+        Fixture fixture;
+        fixture.link().on(kUnits, ScriptedReply::rows({unitRow(0.25, 0.1)}));
+        fixture.link().onOccurrence(kUnits, occurrence, ScriptedReply::never());
+        invokeOn(fixture.presenter,
+                 [&fixture] { fixture.prices.initHKPriceUnit(fixture.presenter); });
+        QVERIFY(fixture.link().waitForRequestCount(kUnits, occurrence));
+        fixture.presenter->deleteLater();
+        QCOMPARE(fixture.stockUnit(0.2), occurrence == 1 ? 0.001 : 0.1);
+        QCOMPARE(fixture.fundUnit(0.2), 0.001);
         auto* const next = new RecordingPresenter;
         next->initPresenter();
-        room.prices.initHKPriceUnit(next);
-        QCOMPARE(room.stockUnit(0.2), 0.1);
-        QCOMPARE(room.fundUnit(0.2), 0.1);
+        fixture.prices.initHKPriceUnit(next);
+        QCOMPARE(fixture.stockUnit(0.2), 0.1);
+        QCOMPARE(fixture.fundUnit(0.2), 0.1);
         QList<int> types;
-        for (const ScriptedLink::Request& request : room.link().requests(kUnits)) {
+        for (const ScriptedLink::Request& request : fixture.link().requests(kUnits)) {
             types.append(request.header.value(HKSExchgRate::HKPriceUnitType).toInt());
         }
-        QCOMPARE(types, asked);
+        QCOMPARE(types, requested);
         next->deleteLater();
     }
 
@@ -334,34 +337,35 @@ private slots:
         QFETCH(QVariant, unit);
         QFETCH(double, unitAtOne);
         QFETCH(bool, warns);
-        Room room;
+        Fixture fixture;
         // A row whose bound counts as 0 leaves a price of 1 to this one.
-        room.link().onOccurrence(kUnits, 1,
-                                 ScriptedReply::rows({unitRow(bound, unit), unitRow(6.0, 0.9)}));
+        fixture.link().onOccurrence(kUnits, 1,
+                                    ScriptedReply::rows({unitRow(bound, unit), unitRow(6.0, 0.9)}));
         const LogCapture log;
-        room.prices.initHKPriceUnit(room.presenter);
+        fixture.prices.initHKPriceUnit(fixture.presenter);
         QCOMPARE(log.texts(QtWarningMsg).filter("unusable row").size(), warns ? 1 : 0);
-        QCOMPARE(room.stockUnit(1.0), unitAtOne);
+        QCOMPARE(fixture.stockUnit(1.0), unitAtOne);
     }
 
     void unit_otherType_usesTheLadderOfSharesOnceItsOwnStepIsDone() {
-        Room room(StaticDbBuilder().section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}}));
-        room.link().onOccurrence(kUnits, 1, ScriptedReply::rows({unitRow(0.25, 0.1)}));
-        room.link().onOccurrence(kUnits, 2, ScriptedReply::rows({unitRow(0.25, 0.2)}));
-        const auto unit = [&room] { return room.prices.GetHKStockPriceUnit(0.2, "5"); };
+        Fixture fixture(
+            StaticDbBuilder().section(DictionaryKey::HkStockPriceUnitDict, {{"250", "0.3"}}));
+        fixture.link().onOccurrence(kUnits, 1, ScriptedReply::rows({unitRow(0.25, 0.1)}));
+        fixture.link().onOccurrence(kUnits, 2, ScriptedReply::rows({unitRow(0.25, 0.2)}));
+        const auto unit = [&fixture] { return fixture.prices.GetHKStockPriceUnit(0.2, "5"); };
         QCOMPARE(unit(), 0.3);
         // Loading the shares does not count as loading this type.
-        room.prices.initHKPriceUnit(room.presenter);
-        QCOMPARE(room.stockUnit(0.2), 0.1);
+        fixture.prices.initHKPriceUnit(fixture.presenter);
+        QCOMPARE(fixture.stockUnit(0.2), 0.1);
         QCOMPARE(unit(), 0.3);
         VelmarInitStateMgr::instance().FinishInit(InitTypeCode::HkPriceUnitInfo + "5", true, true);
         QCOMPARE(unit(), 0.1);
     }
 
     void unit_emptyLadder_isOneThousandth() {
-        const Room room;
-        QCOMPARE(room.stockUnit(12.0), 0.001);
-        QCOMPARE(room.fundUnit(12.0), 0.001);
+        const Fixture fixture;
+        QCOMPARE(fixture.stockUnit(12.0), 0.001);
+        QCOMPARE(fixture.fundUnit(12.0), 0.001);
     }
 
     void unit_everyBoundOfTheSpreadTable_belongsToTheBandBelow_data() {
@@ -391,19 +395,21 @@ private slots:
         QFETCH(bool, fund);
         QFETCH(double, price);
         QFETCH(double, unit);
-        Room room(StaticDbBuilder()
-                      .section(DictionaryKey::HkStockPriceUnitDict, dictionary(kShareSpreads))
-                      .section(DictionaryKey::HkFundPriceUnitDict, dictionary(kFundSpreads)));
-        const auto asked = [&] { return fund ? room.fundUnit(price) : room.stockUnit(price); };
-        QCOMPARE(asked(), unit);
+        Fixture fixture(StaticDbBuilder()
+                            .section(DictionaryKey::HkStockPriceUnitDict, dictionary(kShareSpreads))
+                            .section(DictionaryKey::HkFundPriceUnitDict, dictionary(kFundSpreads)));
+        const auto unitNow = [&] {
+            return fund ? fixture.fundUnit(price) : fixture.stockUnit(price);
+        };
+        QCOMPARE(unitNow(), unit);
         // The same from the server.
-        room.link().onOccurrence(kUnits, 1, ScriptedReply::rows(unitRows(kShareSpreads)));
-        room.link().onOccurrence(kUnits, 2, ScriptedReply::rows(unitRows(kFundSpreads)));
-        room.prices.initHKPriceUnit(room.presenter);
+        fixture.link().onOccurrence(kUnits, 1, ScriptedReply::rows(unitRows(kShareSpreads)));
+        fixture.link().onOccurrence(kUnits, 2, ScriptedReply::rows(unitRows(kFundSpreads)));
+        fixture.prices.initHKPriceUnit(fixture.presenter);
         QVERIFY(VelmarInitStateMgr::instance().IsInited(
             InitTypeCode::HkPriceUnitInfo +
             (fund ? MdcSecurityType::FundType : MdcSecurityType::StockType)));
-        QCOMPARE(asked(), unit);
+        QCOMPARE(unitNow(), unit);
     }
 };
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <limits>
 
-#include "price_room.h"
+#include "price_fixture.h"
 
 namespace {
 
@@ -20,8 +20,8 @@ struct Figures {
     int ticks;
 };
 
-/// A room with one cage, which covers the main board of Shanghai unless given another class.
-struct CageRoom : PriceRoom {
+/// A fixture with one cage, which covers the main board of Shanghai unless given another class.
+struct CageFixture : PriceFixture {
     void setCage(double ratio, int ticks, int control) {
         setCage({ratio, ticks}, {ratio, ticks}, control);
     }
@@ -118,11 +118,11 @@ private slots:
         QFETCH(int, control);
         QFETCH(double, buy);
         QFETCH(double, sell);
-        CageRoom room;
-        room.setCage(0.02, 10, control);
+        CageFixture fixture;
+        fixture.setCage(0.02, 10, control);
         const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
-        QVERIFY(isSame(room.limit(tick, false), buy));
-        QVERIFY(isSame(room.limit(tick, true), sell));
+        QVERIFY(isSame(fixture.limit(tick, false), buy));
+        QVERIFY(isSame(fixture.limit(tick, true), sell));
     }
 
     void limit_figuresNotWholeNumbers_areReadAsWholeNumbers_data() {
@@ -156,14 +156,14 @@ private slots:
         QFETCH(QString, control);
         QFETCH(double, buy);
         QFETCH(double, sell);
-        CageRoom room;
-        room.setCageText(
+        CageFixture fixture;
+        fixture.setCageText(
             QString(R"({"M":{"securityType":["1-2-*"],"buyPercent":0.02,"sellPercent":0.02,)"
                     R"("buyUnit":%1,"sellUnit":%1,"controlType":%2}})")
                 .arg(units, control));
         const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
-        QCOMPARE(room.limit(tick, false), buy);
-        QCOMPARE(room.limit(tick, true), sell);
+        QCOMPARE(fixture.limit(tick, false), buy);
+        QCOMPARE(fixture.limit(tick, true), sell);
     }
 
     void limit_sidesWithDifferentFigures_useTheirOwn_data() {
@@ -191,13 +191,13 @@ private slots:
         QFETCH(int, control);
         QFETCH(double, buy);
         QFETCH(double, sell);
-        CageRoom room;
-        room.setCage({buyRatio, buyTicks}, {sellRatio, sellTicks}, control);
+        CageFixture fixture;
+        fixture.setCage({buyRatio, buyTicks}, {sellRatio, sellTicks}, control);
         const QVariantMap tick = tickOf("600000.SH", 9.90, 10.10);
-        QCOMPARE(room.limit(tick, false), buy);
-        QCOMPARE(room.limit(tick, true), sell);
-        QVERIFY(isSame(room.cage.CheckCagePrice(20.0, tick, false), buy));
-        QVERIFY(isSame(room.cage.CheckCagePrice(1.0, tick, true), sell));
+        QCOMPARE(fixture.limit(tick, false), buy);
+        QCOMPARE(fixture.limit(tick, true), sell);
+        QVERIFY(isSame(fixture.cage.CheckCagePrice(20.0, tick, false), buy));
+        QVERIFY(isSame(fixture.cage.CheckCagePrice(1.0, tick, true), sell));
     }
 
     void limit_typeWithAnotherTick_isOnThatTick_data() {
@@ -235,20 +235,20 @@ private slots:
         QFETCH(double, base);
         QFETCH(double, buy);
         QFETCH(double, sell);
-        CageRoom room;
-        room.setCage({0.012345, 7}, {0.023456, 11}, control, covered);
+        CageFixture fixture;
+        fixture.setCage({0.012345, 7}, {0.023456, 11}, control, covered);
         const QVariantMap tick = tickOf(symbol, base, base);
-        QCOMPARE(room.limit(tick, false), buy);
-        QCOMPARE(room.limit(tick, true), sell);
+        QCOMPARE(fixture.limit(tick, false), buy);
+        QCOMPARE(fixture.limit(tick, true), sell);
     }
 
     void limit_offTheTick_isRoundedInwards() {
-        CageRoom room;
-        room.setCage(0.02, 10, 1);
+        CageFixture fixture;
+        fixture.setCage(0.02, 10, 1);
         // 10.03 x 1.02 = 10.2306, 10.03 x 0.98 = 9.8294.
         const QVariantMap tick = tickOf("600000.SH", 10.03, 10.03);
-        QVERIFY(isSame(room.limit(tick, false), 10.23));
-        QVERIFY(isSame(room.limit(tick, true), 9.83));
+        QVERIFY(isSame(fixture.limit(tick, false), 10.23));
+        QVERIFY(isSame(fixture.limit(tick, true), 9.83));
     }
 
     void limit_otherPhaseOrNoCage_isMissing_data() {
@@ -261,25 +261,25 @@ private slots:
     void limit_otherPhaseOrNoCage_isMissing() {
         QFETCH(QString, symbol);
         QFETCH(QVariant, phase);
-        CageRoom room;
-        room.setCage(0.02, 10, 3);
+        CageFixture fixture;
+        fixture.setCage(0.02, 10, 3);
         QVariantMap tick = tickOf(symbol, 10.0, 10.0);
         tick.insert("TradingPhaseCode", phase);
         tick.insert("MaxPx", 11.0);
         double limit = 5.0;
-        QVERIFY(!room.cage.getCageLimitPrice(limit, tick, false));
+        QVERIFY(!fixture.cage.getCageLimitPrice(limit, tick, false));
         QCOMPARE(limit, 0.0);
         // Only the day's limits apply.
-        QCOMPARE(room.cage.CheckCagePrice(10.5, tick, false), 10.5);
-        QCOMPARE(room.cage.CheckCagePrice(12.0, tick, false), 11.0);
+        QCOMPARE(fixture.cage.CheckCagePrice(10.5, tick, false), 10.5);
+        QCOMPARE(fixture.cage.CheckCagePrice(12.0, tick, false), 11.0);
     }
 
     void limit_phaseAsNumber_countsAsItsText() {
-        CageRoom room;
-        room.setCage(0.02, 10, 3);
+        CageFixture fixture;
+        fixture.setCage(0.02, 10, 3);
         QVariantMap tick = tickOf("600000.SH", 10.0, 10.0);
         tick.insert("TradingPhaseCode", 3);
-        QVERIFY(isSame(room.limit(tick, false), 10.2));
+        QVERIFY(isSame(fixture.limit(tick, false), 10.2));
     }
 
     void check_priceOutside_becomesTheLimit_data() {
@@ -298,19 +298,19 @@ private slots:
         QFETCH(bool, sell);
         QFETCH(double, price);
         QFETCH(double, checked);
-        CageRoom room;
-        room.setCage(0.02, 10, 3);
+        CageFixture fixture;
+        fixture.setCage(0.02, 10, 3);
         const QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
-        QVERIFY(std::abs(room.cage.CheckCagePrice(price, tick, sell) - checked) < 1e-12);
+        QVERIFY(std::abs(fixture.cage.CheckCagePrice(price, tick, sell) - checked) < 1e-12);
     }
 
     void check_unknownControlOfABuy_leavesTheDaysLowerLimit() {
-        CageRoom room;
-        room.setCage(0.02, 10, 0);
+        CageFixture fixture;
+        fixture.setCage(0.02, 10, 0);
         QVariantMap tick = tickOf("600000.SH", 10.00, 10.00);
-        QCOMPARE(room.cage.CheckCagePrice(10.0, tick, false), 0.0);
+        QCOMPARE(fixture.cage.CheckCagePrice(10.0, tick, false), 0.0);
         tick.insert("MinPx", 9.0);
-        QCOMPARE(room.cage.CheckCagePrice(10.0, tick, false), 9.0);
+        QCOMPARE(fixture.cage.CheckCagePrice(10.0, tick, false), 9.0);
     }
 
     void mainBoards_pricesFromHalfTo2000_areTwoPercentOrTenTicks_data() {
@@ -323,14 +323,14 @@ private slots:
     }
     void mainBoards_pricesFromHalfTo2000_areTwoPercentOrTenTicks() {
         QFETCH(int, cents);
-        PriceRoom room;
-        room.cage.initCageMap(nullptr, false);
+        PriceFixture fixture;
+        fixture.cage.initCageMap(nullptr, false);
         for (const char* symbol : {"600000.SH", "000001.SZ", "300001.SZ"}) {
             const QVariantMap tick = tickOf(symbol, cents / 100.0, cents / 100.0);
             double limit = 0.0;
-            QVERIFY(room.cage.getCageLimitPrice(limit, tick, false));
+            QVERIFY(fixture.cage.getCageLimitPrice(limit, tick, false));
             QVERIFY2(isSame(limit, highestBuy(cents)), qPrintable(QString::number(limit)));
-            QVERIFY(room.cage.getCageLimitPrice(limit, tick, true));
+            QVERIFY(fixture.cage.getCageLimitPrice(limit, tick, true));
             QVERIFY2(isSame(limit, lowestSell(cents)), qPrintable(QString::number(limit)));
         }
     }
@@ -352,12 +352,12 @@ private slots:
         QFETCH(double, base);
         QFETCH(double, buy);
         QFETCH(double, sell);
-        PriceRoom room;
-        room.cage.initCageMap(nullptr, false);
+        PriceFixture fixture;
+        fixture.cage.initCageMap(nullptr, false);
         double limit = 0.0;
-        QVERIFY(room.cage.getCageLimitPrice(limit, tickOf("600000.SH", base, base), false));
+        QVERIFY(fixture.cage.getCageLimitPrice(limit, tickOf("600000.SH", base, base), false));
         QVERIFY2(isSame(limit, buy), qPrintable(QString::number(limit)));
-        QVERIFY(room.cage.getCageLimitPrice(limit, tickOf("600000.SH", base, base), true));
+        QVERIFY(fixture.cage.getCageLimitPrice(limit, tickOf("600000.SH", base, base), true));
         QVERIFY2(isSame(limit, sell), qPrintable(QString::number(limit)));
     }
 
@@ -381,24 +381,24 @@ private slots:
         QFETCH(double, base);
         QFETCH(double, buy);
         QFETCH(double, sell);
-        CageRoom room;
-        room.cage.initCageMap(nullptr, false);
+        CageFixture fixture;
+        fixture.cage.initCageMap(nullptr, false);
         const QVariantMap tick = tickOf(symbol, base, base);
-        QCOMPARE(room.limit(tick, false), buy);
-        QCOMPARE(room.limit(tick, true), sell);
+        QCOMPARE(fixture.limit(tick, false), buy);
+        QCOMPARE(fixture.limit(tick, true), sell);
     }
 
     void limit_anyFigures_isNeverWiderThanTheySay() {
-        CageRoom room;
-        QVERIFY(rc::check("limits stay inside what type, base and units say", [&room] {
+        CageFixture fixture;
+        QVERIFY(rc::check("limits stay inside what type, base and units say", [&fixture] {
             const double ratio = *rc::gen::inRange(0, 2000) / 10000.0;
             const int ticks = *rc::gen::inRange(0, 100);
             const int control = *rc::gen::inRange(0, 5);
             const double base = *rc::gen::inRange(1, 300000) / 100.0;
-            room.setCage(ratio, ticks, control);
+            fixture.setCage(ratio, ticks, control);
             const QVariantMap tick = tickOf("600000.SH", base, base);
-            const double buy = room.limit(tick, false);
-            const double sell = room.limit(tick, true);
+            const double buy = fixture.limit(tick, false);
+            const double sell = fixture.limit(tick, true);
             const double up = control == 1   ? base * (1 + ratio)
                               : control == 2 ? base + ticks * 0.01
                               : control == 3 ? std::max(base * (1 + ratio), base + ticks * 0.01)
@@ -414,8 +414,8 @@ private slots:
             RC_ASSERT(isSame(buy, std::round(buy * 100) / 100));
             RC_ASSERT(isSame(sell, std::round(sell * 100) / 100));
             const double price = *rc::gen::inRange(0, 400000) / 100.0;
-            RC_ASSERT(room.cage.CheckCagePrice(price, tick, false) <= std::max(buy, 0.0) + 1e-9);
-            RC_ASSERT(room.cage.CheckCagePrice(price, tick, true) >= sell - 1e-9);
+            RC_ASSERT(fixture.cage.CheckCagePrice(price, tick, false) <= std::max(buy, 0.0) + 1e-9);
+            RC_ASSERT(fixture.cage.CheckCagePrice(price, tick, true) >= sell - 1e-9);
         }));
     }
 };

@@ -5,7 +5,7 @@
 
 #include "local_platform.h"
 #include "log_capture.h"
-#include "price_room.h"
+#include "price_fixture.h"
 #include "wait_for.h"
 
 namespace {
@@ -45,19 +45,19 @@ private slots:
     void cageOfSymbol_builtIn_followsTheIndexLevelByLevel() {
         QFETCH(QString, symbol);
         QFETCH(QString, cageId);
-        PriceRoom room;
-        room.cage.initCageMap(nullptr, false);
-        const QVariantMap expected = room.cage.GetAllCageMap().value(cageId);
+        PriceFixture fixture;
+        fixture.cage.initCageMap(nullptr, false);
+        const QVariantMap expected = fixture.cage.GetAllCageMap().value(cageId);
         QCOMPARE(expected.isEmpty(), cageId.isEmpty());
-        QCOMPARE(room.cage.GetCageMapBySymbol(symbol), expected);
+        QCOMPARE(fixture.cage.GetCageMapBySymbol(symbol), expected);
     }
 
     void cageOfSymbol_lookedUpBefore_isRemembered() {
-        PriceRoom room;
-        room.cage.initCageMap(nullptr, false);
-        const QVariantMap mainBoard = room.cage.GetAllCageMap().value("1");
-        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
-        QVERIFY(room.cage.GetCageMapBySymbol("later").isEmpty());
+        PriceFixture fixture;
+        fixture.cage.initCageMap(nullptr, false);
+        const QVariantMap mainBoard = fixture.cage.GetAllCageMap().value("1");
+        QCOMPARE(fixture.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
+        QVERIFY(fixture.cage.GetCageMapBySymbol("later").isEmpty());
         // Reference data in which the two have changed places.
         const auto share = [](const QString& type) {
             return QVariantMap{{UserAccount::securityExchange, Exchange::sh},
@@ -65,7 +65,7 @@ private slots:
                                {MDCFieldDefine::mdcSubSecurityType, "02001"}};
         };
         LocalPlatform::Options other;
-        other.homeDir = room.world.homeDir();
+        other.homeDir = fixture.world.homeDir();
         other.staticDbFile = other.homeDir + "/other.sqlite";
         StaticDbBuilder()
             .reference("security", "later", share(MdcSecurityType::StockType))
@@ -73,42 +73,42 @@ private slots:
             .write(other.staticDbFile);
         QString error;
         QVERIFY2(LocalPlatform::instance().start(other, &error), qPrintable(error));
-        QCOMPARE(room.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
-        QVERIFY(room.cage.GetCageMapBySymbol("later").isEmpty());
-        // A cage that was never asked uses the new data.
-        PriceCage fresh(room.identity, room.clock, room.sink);
+        QCOMPARE(fixture.cage.GetCageMapBySymbol("600000.SH"), mainBoard);
+        QVERIFY(fixture.cage.GetCageMapBySymbol("later").isEmpty());
+        // A cage without earlier look-ups uses the new data.
+        PriceCage fresh(fixture.identity, fixture.clock, fixture.sink);
         fresh.initCageMap(nullptr, true);
         QVERIFY(fresh.GetCageMapBySymbol("600000.SH").isEmpty());
         QCOMPARE(fresh.GetCageMapBySymbol("later"), mainBoard);
     }
 
     void cageOfSymbol_levelThatFails_doesNotFallBackToAHigherWildcard() {
-        PriceRoom room;
-        room.world.link().on(
+        PriceFixture fixture;
+        fixture.world.link().on(
             kConfig,
             ScriptedReply::rows({{{System::itemValue,
                                    R"({"any":{"securityType":["*-*-*"],"controlType":1},)"
                                    R"("own":{"securityType":["1-2-02001"],"controlType":1}})"}}}));
-        room.cage.initCageMap(room.presenter, false);
-        const auto cageOf = [&room](const QString& symbol) {
-            return room.cage.GetAllCageMap().key(room.cage.GetCageMapBySymbol(symbol));
+        fixture.cage.initCageMap(fixture.presenter, false);
+        const auto cageOf = [&fixture](const QString& symbol) {
+            return fixture.cage.GetAllCageMap().key(fixture.cage.GetCageMapBySymbol(symbol));
         };
         QCOMPARE(cageOf("600000.SH"), QString("own"));
         QCOMPARE(cageOf("000001.SZ"), QString("any"));
-        QVERIFY(room.cage.GetCageMapBySymbol("688001.SH").isEmpty());
-        QVERIFY(room.cage.GetCageMapBySymbol("510050.SH").isEmpty());
+        QVERIFY(fixture.cage.GetCageMapBySymbol("688001.SH").isEmpty());
+        QVERIFY(fixture.cage.GetCageMapBySymbol("510050.SH").isEmpty());
     }
 
     void cageOfSymbol_manyThreadsAtOnce_agree() {
-        PriceRoom room;
-        room.cage.initCageMap(nullptr, false);
-        const QVariantMap expected = room.cage.GetAllCageMap().value("1");
+        PriceFixture fixture;
+        fixture.cage.initCageMap(nullptr, false);
+        const QVariantMap expected = fixture.cage.GetAllCageMap().value("1");
         std::atomic<int> different{0};
         std::vector<std::thread> threads;
         for (int i = 0; i < 6; ++i) {
             threads.emplace_back([&] {
                 for (const char* symbol : {"600000.SH", "000001.SZ", "300001.SZ"}) {
-                    different += room.cage.GetCageMapBySymbol(symbol) == expected ? 0 : 1;
+                    different += fixture.cage.GetCageMapBySymbol(symbol) == expected ? 0 : 1;
                 }
             });
         }
@@ -120,22 +120,22 @@ private slots:
 
     void cageOfSymbol_refreshedMeanwhile_isTheOldOrTheNewOneWhole() {
         const LogCapture quiet;
-        PriceRoom room;
-        const auto take = [&room](bool isM) {
+        PriceFixture fixture;
+        const auto take = [&fixture](bool isM) {
             const QString id = isM ? "M" : "N";
             const QString text = QString(R"({"%1":{"securityType":["*-*-*"],"buyUnit":%2,)"
                                          R"("sellUnit":%2,"controlType":2}})")
                                      .arg(id)
                                      .arg(isM ? 3 : 5);
-            room.world.link().on(kConfig, ScriptedReply::rows({{{System::itemValue, text}}}));
-            room.cage.initCageMap(room.presenter, true);
-            return room.cage.GetAllCageMap().value(id);
+            fixture.world.link().on(kConfig, ScriptedReply::rows({{{System::itemValue, text}}}));
+            fixture.cage.initCageMap(fixture.presenter, true);
+            return fixture.cage.GetAllCageMap().value(id);
         };
         const QVariantMap m = take(true);
         const QVariantMap n = take(false);
         QVERIFY(!m.isEmpty() && !n.isEmpty() && m != n);
         std::atomic<bool> over{false};
-        std::atomic<int> asked{0};
+        std::atomic<int> lookUps{0};
         std::atomic<int> other{0};
         const auto lookUp = [&](int thread) {
             // New symbols all the time, so that a refresh meets first look-ups. The second look-up
@@ -143,27 +143,27 @@ private slots:
             for (int i = 0; !over; ++i) {
                 const QString symbol = QStringLiteral("%1-%2").arg(thread).arg(i);
                 for (int turn = 0; turn < 2; ++turn) {
-                    const QVariantMap found = room.cage.GetCageMapBySymbol(symbol);
+                    const QVariantMap found = fixture.cage.GetCageMapBySymbol(symbol);
                     other += found == m || found == n ? 0 : 1;
                 }
-                ++asked;
+                ++lookUps;
             }
         };
         std::thread one(lookUp, 1);
         std::thread two(lookUp, 2);
         for (int round = 0; round < 100; ++round) {
-            const int before = asked;
+            const int before = lookUps;
             take(round % 2 == 0);
             // The tables of every refresh are read before the next refresh.
-            waitFor([&] { return asked > before; });
+            waitFor([&] { return lookUps > before; });
         }
         over = true;
         one.join();
         two.join();
         QCOMPARE(other.load(), 0);
-        QVERIFY(asked > 0);
+        QVERIFY(lookUps > 0);
         for (const char* symbol : {"1-0", "2-0", "600000.SH"}) {
-            QCOMPARE(room.cage.GetCageMapBySymbol(symbol), n);
+            QCOMPARE(fixture.cage.GetCageMapBySymbol(symbol), n);
         }
     }
 };

@@ -22,9 +22,9 @@ CageRecords ticksChange(int ticks) {
     return {{"U", {{CageField::userBuyUnit, ticks}}}};
 }
 
-/// A room whose server has as many cages as the user, so that only the user's own are in force.
-struct OrderRoom : PriceRoom {
-    OrderRoom() {
+/// A fixture whose server has as many cages as the user, so that only the user's own are in force.
+struct OrderFixture : PriceFixture {
+    OrderFixture() {
         world.link().on(kConfig, items({{SystemItemName::TagPriceCage, R"({"S":{}})"}}));
         world.link().on(kSave, ScriptedReply::rows({}));
     }
@@ -57,87 +57,87 @@ private slots:
     }
     void load_saveCameMeanwhile_isRepeatedWithOneSignal() {
         QFETCH(bool, refresh);
-        OrderRoom room;
-        room.world.link().onOccurrence(kProfile, 1, userCage(3).held());
-        room.world.link().onOccurrence(kProfile, 2, userCage(7));
-        auto load = room.load(refresh);
-        QVERIFY(room.world.link().waitForRequestCount(kProfile, 1));
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, {}, ticksChange(7)), QString());
-        QCOMPARE(room.ticks(), 7);
-        QVERIFY(room.releaseProfile());
+        OrderFixture fixture;
+        fixture.world.link().onOccurrence(kProfile, 1, userCage(3).held());
+        fixture.world.link().onOccurrence(kProfile, 2, userCage(7));
+        auto load = fixture.load(refresh);
+        QVERIFY(fixture.world.link().waitForRequestCount(kProfile, 1));
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, {}, ticksChange(7)), QString());
+        QCOMPARE(fixture.ticks(), 7);
+        QVERIFY(fixture.releaseProfile());
         QCOMPARE(load.get(), QString());
-        QCOMPARE(room.ticks(), 7);
+        QCOMPARE(fixture.ticks(), 7);
         // Not only what was saved: the repeated load's tables are complete.
-        QVERIFY(room.cage.GetCageIndexMap().contains("1"));
-        QVERIFY(room.cage.IsCageApply("ETF"));
-        QCOMPARE(room.world.link().requestCount(kProfile), 2);
-        QCOMPARE(room.sink.count.load(), 1);
-        QCOMPARE(OrderRoom::state(), InitState::Done);
+        QVERIFY(fixture.cage.GetCageIndexMap().contains("1"));
+        QVERIFY(fixture.cage.IsCageApply("ETF"));
+        QCOMPARE(fixture.world.link().requestCount(kProfile), 2);
+        QCOMPARE(fixture.sink.count.load(), 1);
+        QCOMPARE(OrderFixture::state(), InitState::Done);
     }
 
     void load_saveInEachPass_isRepeatedUntilNoneCame() {
-        OrderRoom room;
-        room.world.link().onOccurrence(kProfile, 1, userCage(1).held());
-        room.world.link().onOccurrence(kProfile, 2, userCage(2).held());
-        room.world.link().onOccurrence(kProfile, 3, userCage(9));
-        auto load = room.load(false);
+        OrderFixture fixture;
+        fixture.world.link().onOccurrence(kProfile, 1, userCage(1).held());
+        fixture.world.link().onOccurrence(kProfile, 2, userCage(2).held());
+        fixture.world.link().onOccurrence(kProfile, 3, userCage(9));
+        auto load = fixture.load(false);
         for (int pass = 1; pass <= 2; ++pass) {
-            QVERIFY(room.world.link().waitForRequestCount(kProfile, pass));
-            QCOMPARE(room.cage.updateUserCageInfo(room.presenter, {}, ticksChange(7 + pass)),
+            QVERIFY(fixture.world.link().waitForRequestCount(kProfile, pass));
+            QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, {}, ticksChange(7 + pass)),
                      QString());
-            QVERIFY(room.releaseProfile());
+            QVERIFY(fixture.releaseProfile());
         }
         load.wait();
-        QCOMPARE(room.ticks(), 9);
-        QCOMPARE(room.world.link().requestCount(kProfile), 3);
-        QCOMPARE(room.sink.count.load(), 1);
+        QCOMPARE(fixture.ticks(), 9);
+        QCOMPARE(fixture.world.link().requestCount(kProfile), 3);
+        QCOMPARE(fixture.sink.count.load(), 1);
     }
 
     void load_savedBeforeItBegan_isNotRepeated() {
-        OrderRoom room;
-        room.world.link().on(kProfile, userCage(3));
-        room.cage.initCageMap(room.presenter, false);
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, {}, ticksChange(7)), QString());
-        room.world.link().clearRequests();
-        room.world.link().on(kProfile, userCage(7));
-        room.cage.initCageMap(room.presenter, true);
-        QCOMPARE(room.world.link().requestCount(kProfile), 1);
+        OrderFixture fixture;
+        fixture.world.link().on(kProfile, userCage(3));
+        fixture.cage.initCageMap(fixture.presenter, false);
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, {}, ticksChange(7)), QString());
+        fixture.world.link().clearRequests();
+        fixture.world.link().on(kProfile, userCage(7));
+        fixture.cage.initCageMap(fixture.presenter, true);
+        QCOMPARE(fixture.world.link().requestCount(kProfile), 1);
     }
 
     void load_saveThatFailed_doesNotRepeatIt() {
-        OrderRoom room;
-        room.world.link().on(kSave, ScriptedReply::refusal("busy"));
-        room.world.link().onOccurrence(kProfile, 1, userCage(3).held());
-        auto load = room.load(false);
-        QVERIFY(room.world.link().waitForRequestCount(kProfile, 1));
-        QVERIFY(!room.cage.updateUserCageInfo(room.presenter, {}, ticksChange(7)).isEmpty());
-        QVERIFY(room.releaseProfile());
+        OrderFixture fixture;
+        fixture.world.link().on(kSave, ScriptedReply::refusal("busy"));
+        fixture.world.link().onOccurrence(kProfile, 1, userCage(3).held());
+        auto load = fixture.load(false);
+        QVERIFY(fixture.world.link().waitForRequestCount(kProfile, 1));
+        QVERIFY(!fixture.cage.updateUserCageInfo(fixture.presenter, {}, ticksChange(7)).isEmpty());
+        QVERIFY(fixture.releaseProfile());
         load.wait();
-        QCOMPARE(room.ticks(), 3);
-        QCOMPARE(room.world.link().requestCount(kProfile), 1);
+        QCOMPARE(fixture.ticks(), 3);
+        QCOMPARE(fixture.world.link().requestCount(kProfile), 1);
     }
 
     void repeatedLoad_userQueryFails_keepsTheSavedTables() {
-        OrderRoom room;
-        room.world.link().onOccurrence(kProfile, 1, userCage(1));
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().onOccurrence(kProfile, 2, userCage(3).held());
-        room.world.link().onOccurrence(kProfile, 3, ScriptedReply::refusal("busy"));
-        auto refresh = room.load(true);
-        QVERIFY(room.world.link().waitForRequestCount(kProfile, 2));
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, {}, ticksChange(7)), QString());
-        const CageRecords saved = room.cage.GetAllCageMap();
-        QVERIFY(room.releaseProfile());
+        OrderFixture fixture;
+        fixture.world.link().onOccurrence(kProfile, 1, userCage(1));
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().onOccurrence(kProfile, 2, userCage(3).held());
+        fixture.world.link().onOccurrence(kProfile, 3, ScriptedReply::refusal("busy"));
+        auto refresh = fixture.load(true);
+        QVERIFY(fixture.world.link().waitForRequestCount(kProfile, 2));
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, {}, ticksChange(7)), QString());
+        const CageRecords saved = fixture.cage.GetAllCageMap();
+        QVERIFY(fixture.releaseProfile());
         // The user's own figures are in force, so there is nothing to notify the user of.
         QCOMPARE(refresh.get(), QString());
-        QCOMPARE(room.cage.GetAllCageMap(), saved);
-        QVERIFY(room.cage.GetCageIndexMap().contains("1"));
+        QCOMPARE(fixture.cage.GetAllCageMap(), saved);
+        QVERIFY(fixture.cage.GetCageIndexMap().contains("1"));
         QString text = "untouched";
-        QVERIFY(room.cage.IsGetUserCageInfo(text));
+        QVERIFY(fixture.cage.IsGetUserCageInfo(text));
         QCOMPARE(text, QString());
-        QCOMPARE(room.sink.count.load(), 2);
-        QCOMPARE(OrderRoom::state(), InitState::Done);
-        QVERIFY(room.cage.IsUserCageInfoInited("ETF", text));
+        QCOMPARE(fixture.sink.count.load(), 2);
+        QCOMPARE(OrderFixture::state(), InitState::Done);
+        QVERIFY(fixture.cage.IsUserCageInfoInited("ETF", text));
         QVERIFY(text.startsWith("查询价格笼子设置失败"));
     }
 
@@ -148,42 +148,47 @@ private slots:
     }
     void olderLoad_afterANewerRefresh_changesNothing() {
         QFETCH(bool, answers);
-        OrderRoom room;
-        room.world.link().onOccurrence(
+        OrderFixture fixture;
+        fixture.world.link().onOccurrence(
             kProfile, 1, (answers ? userCage(3) : ScriptedReply::refusal("busy")).held());
-        room.world.link().onOccurrence(kProfile, 2, userCage(7));
-        auto older = room.load(false);
-        QVERIFY(room.world.link().waitForRequestCount(kProfile, 1));
-        QCOMPARE(room.cage.initCageMap(room.presenter, true), QString());
-        const CageRecords refreshed = room.cage.GetAllCageMap();
-        QCOMPARE(room.ticks(), 7);
-        QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 30, 15));
-        room.clock.m_now = room.clock.m_now.addSecs(60);
-        QVERIFY(room.releaseProfile());
+        fixture.world.link().onOccurrence(kProfile, 2, userCage(7));
+        auto older = fixture.load(false);
+        QVERIFY(fixture.world.link().waitForRequestCount(kProfile, 1));
+        QCOMPARE(fixture.cage.initCageMap(fixture.presenter, true), QString());
+        const CageRecords refreshed = fixture.cage.GetAllCageMap();
+        QCOMPARE(fixture.ticks(), 7);
+        QCOMPARE(fixture.cage.getCageUpdateTime(), QTime(9, 30, 15));
+        fixture.clock.m_now = fixture.clock.m_now.addSecs(60);
+        QVERIFY(fixture.releaseProfile());
         QCOMPARE(older.get(), QString());
-        QCOMPARE(room.cage.GetAllCageMap(), refreshed);
-        QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 30, 15));
+        QCOMPARE(fixture.cage.GetAllCageMap(), refreshed);
+        QCOMPARE(fixture.cage.getCageUpdateTime(), QTime(9, 30, 15));
         QString text = "untouched";
-        QVERIFY(room.cage.IsUserCageInfoInited("ETF", text));
+        QVERIFY(fixture.cage.IsUserCageInfoInited("ETF", text));
         QCOMPARE(text, QString("untouched"));
-        QCOMPARE(OrderRoom::state(), InitState::Done);
-        QCOMPARE(room.sink.count.load(), 2);
+        QCOMPARE(OrderFixture::state(), InitState::Done);
+        QCOMPARE(fixture.sink.count.load(), 2);
     }
 
     void newerRefreshThatFailed_doesNotStopTheOlderLoad() {
-        OrderRoom room;
-        room.world.link().onOccurrence(kProfile, 1, userCage(3).held());
-        room.world.link().onOccurrence(kProfile, 2, ScriptedReply::refusal("busy"));
-        PriceCage cage(room.identity, room.clock, room.sink, CageBuiltIn{});
-        room.world.link().on(kConfig, items({}));
-        auto older =
-            std::async(std::launch::async, [&] { return cage.initCageMap(room.presenter, false); });
-        QVERIFY(room.world.link().waitForRequestCount(kProfile, 1));
-        QVERIFY(!cage.initCageMap(room.presenter, true).isEmpty());
+        OrderFixture fixture;
+        fixture.world.link().onOccurrence(kProfile, 1, userCage(3).held());
+        fixture.world.link().onOccurrence(kProfile, 2, ScriptedReply::refusal("busy"));
+        PriceCage cage(fixture.identity, fixture.clock, fixture.sink, CageBuiltIn{});
+        fixture.world.link().on(kConfig, items({}));
+        auto older = std::async(std::launch::async,
+                                [&] { return cage.initCageMap(fixture.presenter, false); });
+        QVERIFY(fixture.world.link().waitForRequestCount(kProfile, 1));
+        QVERIFY(!cage.initCageMap(fixture.presenter, true).isEmpty());
         QVERIFY(cage.GetAllCageMap().isEmpty());
-        QVERIFY(room.releaseProfile());
-        older.wait();
+        QVERIFY(fixture.releaseProfile());
+        // The user's own figures are in force after all.
+        QCOMPARE(older.get(), QString());
         QCOMPARE(cage.GetAllCageMap().value("U").value(CageField::userBuyUnit).toInt(), 3);
+        QVERIFY(cage.getCageUpdateTime().isValid());
+        QString text;
+        QVERIFY(cage.IsUserCageInfoInited(QString(), text));
+        QVERIFY2(text.isEmpty(), qPrintable(text));
     }
 
     void load_presenterClosesMeanwhile_isContinuedByTheNextOne_data() {
@@ -193,58 +198,62 @@ private slots:
     }
     void load_presenterClosesMeanwhile_isContinuedByTheNextOne() {
         QFETCH(QString, heldType);
-        OrderRoom room;
-        room.world.link().on(kProfile, userCage(3));
-        room.world.link().onOccurrence(heldType, 1, ScriptedReply::never());
-        room.runOnPresenter([&] { room.cage.initCageMap(room.presenter, false); });
-        QVERIFY(room.world.link().waitForRequestCount(heldType, 1));
-        room.presenter->deleteLater();
-        QVERIFY(room.presenter.isNull());
+        OrderFixture fixture;
+        fixture.world.link().on(kProfile, userCage(3));
+        fixture.world.link().onOccurrence(heldType, 1, ScriptedReply::never());
+        fixture.runOnPresenter([&] { fixture.cage.initCageMap(fixture.presenter, false); });
+        QVERIFY(fixture.world.link().waitForRequestCount(heldType, 1));
+        fixture.presenter->deleteLater();
+        QVERIFY(fixture.presenter.isNull());
         // Neither ended nor replaced by the local sources.
-        QCOMPARE(OrderRoom::state(), InitState::Running);
-        QCOMPARE(room.sink.count.load(), 0);
-        QVERIFY(room.cage.GetAllCageMap().isEmpty());
-        const RoomPresenter next;
-        QCOMPARE(room.cage.initCageMap(next.presenter, false), QString());
-        QCOMPARE(room.ticks(), 3);
-        QCOMPARE(room.sink.count.load(), 1);
-        QCOMPARE(OrderRoom::state(), InitState::Done);
+        QCOMPARE(OrderFixture::state(), InitState::Running);
+        QCOMPARE(fixture.sink.count.load(), 0);
+        QVERIFY(fixture.cage.GetAllCageMap().isEmpty());
+        QVERIFY(fixture.cage.getCageUpdateTime().isNull());
+        const OwnedPresenter next;
+        QCOMPARE(fixture.cage.initCageMap(next.presenter, false), QString());
+        QCOMPARE(fixture.ticks(), 3);
+        QCOMPARE(fixture.sink.count.load(), 1);
+        QCOMPARE(OrderFixture::state(), InitState::Done);
         // It is continued only once.
-        QCOMPARE(room.cage.initCageMap(next.presenter, false),
+        QCOMPARE(fixture.cage.initCageMap(next.presenter, false),
                  QStringLiteral("当前状态不可重新初始化价格笼子配置！"));
     }
 
     void refresh_presenterClosesMeanwhile_leavesTheTables() {
-        OrderRoom room;
-        room.world.link().onOccurrence(kProfile, 1, userCage(3));
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().onOccurrence(kProfile, 2, ScriptedReply::never());
-        room.runOnPresenter([&] { room.cage.initCageMap(room.presenter, true); });
-        QVERIFY(room.world.link().waitForRequestCount(kProfile, 2));
-        room.presenter->deleteLater();
-        QCOMPARE(room.ticks(), 3);
-        QCOMPARE(room.sink.count.load(), 1);
+        OrderFixture fixture;
+        fixture.world.link().onOccurrence(kProfile, 1, userCage(3));
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().onOccurrence(kProfile, 2, ScriptedReply::never());
+        std::promise<QString> answer;
+        fixture.runOnPresenter(
+            [&] { answer.set_value(fixture.cage.initCageMap(fixture.presenter, true)); });
+        QVERIFY(fixture.world.link().waitForRequestCount(kProfile, 2));
+        fixture.presenter->deleteLater();
+        QCOMPARE(answer.get_future().get(), QStringLiteral("当前状态不可重新初始化价格笼子配置！"));
+        QCOMPARE(fixture.ticks(), 3);
+        QCOMPARE(fixture.sink.count.load(), 1);
         QString text = "untouched";
-        QVERIFY(room.cage.IsGetUserCageInfo(text));
+        QVERIFY(fixture.cage.IsGetUserCageInfo(text));
         QCOMPARE(text, QString());
     }
 
     void load_presenterAlreadyClosing_isNotBegun() {
-        OrderRoom room;
-        room.world.link().on(kProfile, userCage(3));
+        OrderFixture fixture;
+        fixture.world.link().on(kProfile, userCage(3));
         std::promise<bool> closing;
-        room.runOnPresenter([&] {
-            room.presenter->deleteLater();  // from its own thread, so it returns at once
-            const bool isClosing = waitFor([&] { return room.presenter->isClosing(); });
-            room.cage.initCageMap(room.presenter, false);
+        fixture.runOnPresenter([&] {
+            fixture.presenter->deleteLater();  // from its own thread, so it returns at once
+            const bool isClosing = waitFor([&] { return fixture.presenter->isClosing(); });
+            fixture.cage.initCageMap(fixture.presenter, false);
             closing.set_value(isClosing);
         });
         QVERIFY(closing.get_future().get());
-        QCOMPARE(OrderRoom::state(), InitState::None);
-        QCOMPARE(room.world.link().requestCount(), 0);
-        const RoomPresenter next;
-        room.cage.initCageMap(next.presenter, false);
-        QCOMPARE(room.ticks(), 3);
+        QCOMPARE(OrderFixture::state(), InitState::None);
+        QCOMPARE(fixture.world.link().requestCount(), 0);
+        const OwnedPresenter next;
+        fixture.cage.initCageMap(next.presenter, false);
+        QCOMPARE(fixture.ticks(), 3);
     }
 };
 

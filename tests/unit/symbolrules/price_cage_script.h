@@ -1,6 +1,6 @@
 #pragma once
 
-#include "price_room.h"
+#include "price_fixture.h"
 
 // The sources of a load of the cage, for the scripts of the tests.
 

@@ -12,7 +12,7 @@
 
 #include "local_platform.h"
 #include "log_capture.h"
-#include "price_room.h"
+#include "price_fixture.h"
 #include "thread_state.h"
 #include "wait_for.h"
 #include "zncore/zn_core.h"
@@ -86,14 +86,14 @@ class PriceCageUpdateTest : public QObject {
 
 private slots:
     void update_accepted_changesTablesAndLocalCopies() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().on(kWrite, ScriptedReply::rows({}));
-        const CageIndex index = room.cage.GetCageIndexMap();
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}));
+        const CageIndex index = fixture.cage.GetCageIndexMap();
         const LogCapture log;
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange),
                  QString());
-        const QVariantMap cage = room.cage.GetAllCageMap().value("1");
+        const QVariantMap cage = fixture.cage.GetAllCageMap().value("1");
         QCOMPARE(cage.value(CageField::userBuyPercent).toDouble(), 0.015);
         QCOMPARE(cage.value(CageField::userBuyUnit).toInt(), 8);
         QCOMPARE(cage.value(CageField::userSellPercent).toDouble(), 0.016);
@@ -101,16 +101,16 @@ private slots:
         // Only the four figures; the rest of the record stays.
         QCOMPARE(cage.value(CageField::controlType).toInt(), 3);
         QVERIFY(cage.contains("title"));
-        QVERIFY(!room.cage.IsCageApply("ETF"));
-        QVERIFY(room.cage.IsCageApply("New"));
-        QCOMPARE(room.cage.GetCageApplyMap().value("ETF").value("title").toString(),
+        QVERIFY(!fixture.cage.IsCageApply("ETF"));
+        QVERIFY(fixture.cage.IsCageApply("New"));
+        QCOMPARE(fixture.cage.GetCageApplyMap().value("ETF").value("title").toString(),
                  QString("ETF套利"));
-        QCOMPARE(room.cage.GetCageApplyMap().value("New"),
+        QCOMPARE(fixture.cage.GetCageApplyMap().value("New"),
                  (QVariantMap{{CageField::status, true}}));
-        QCOMPARE(room.cage.GetCageIndexMap(), index);
+        QCOMPARE(fixture.cage.GetCageIndexMap(), index);
         // The tables are the user's own now.
         QString text = "untouched";
-        QVERIFY(room.cage.IsGetUserCageInfo(text));
+        QVERIFY(fixture.cage.IsGetUserCageInfo(text));
         QCOMPARE(text, QString());
         const QString apply = savedSetting(ETFTradeSetting::Self_AllPriceCageApply).toString();
         const QString cages = savedSetting(ETFTradeSetting::Self_AllPriceCageMap).toString();
@@ -123,11 +123,11 @@ private slots:
     }
 
     void update_sent_hasARowForEachTable() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().on(kWrite, ScriptedReply::rows({}));
-        room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
-        const ScriptedLink::Request request = room.world.link().lastRequest(kWrite);
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}));
+        fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange);
+        const ScriptedLink::Request request = fixture.world.link().lastRequest(kWrite);
         QCOMPARE(request.header.value(System::msgType).toString(), kWrite);
         QCOMPARE(request.header.value(System::subGroupNumber).toInt(), 2);
         QCOMPARE(request.rows.size(), 2);
@@ -147,31 +147,31 @@ private slots:
     }
 
     void update_writtenThenLoaded_isTheSame() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().on(kWrite, ScriptedReply::rows({}));
-        room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
-        const QList<QVariantMap> rows = room.world.link().lastRequest(kWrite).rows;
-        const CageRecords before = room.cage.GetAllCageMap();
-        room.world.link().on(kProfile, ScriptedReply::rows(rows));
-        QCOMPARE(room.cage.initCageMap(room.presenter, true), QString());
-        QCOMPARE(room.cage.GetAllCageMap().value("1").value(CageField::userBuyPercent),
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}));
+        fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange);
+        const QList<QVariantMap> rows = fixture.world.link().lastRequest(kWrite).rows;
+        const CageRecords before = fixture.cage.GetAllCageMap();
+        fixture.world.link().on(kProfile, ScriptedReply::rows(rows));
+        QCOMPARE(fixture.cage.initCageMap(fixture.presenter, true), QString());
+        QCOMPARE(fixture.cage.GetAllCageMap().value("1").value(CageField::userBuyPercent),
                  before.value("1").value(CageField::userBuyPercent));
-        QVERIFY(room.cage.IsCageApply("New"));
-        QVERIFY(!room.cage.IsCageApply("ETF"));
+        QVERIFY(fixture.cage.IsCageApply("New"));
+        QVERIFY(!fixture.cage.IsCageApply("ETF"));
         QString text = "untouched";
-        QVERIFY(room.cage.IsGetUserCageInfo(text));
+        QVERIFY(fixture.cage.IsGetUserCageInfo(text));
         QCOMPARE(text, QString());
     }
 
     void update_unknownCage_getsARecordOfTheFourFigures() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().on(kWrite, ScriptedReply::rows({}));
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, {},
-                                              {{"X", {{CageField::userBuyUnit, 5}, {"t", 1}}}}),
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}));
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, {},
+                                                 {{"X", {{CageField::userBuyUnit, 5}, {"t", 1}}}}),
                  QString());
-        const QVariantMap record = room.cage.GetAllCageMap().value("X");
+        const QVariantMap record = fixture.cage.GetAllCageMap().value("X");
         QCOMPARE(QStringList(record.keys()),
                  (QStringList{CageField::userBuyPercent, CageField::userBuyUnit,
                               CageField::userSellPercent, CageField::userSellUnit}));
@@ -195,59 +195,60 @@ private slots:
         QFETCH(QString, log);
         const ScriptedReply replies[] = {ScriptedReply::timeOut(), ScriptedReply::refusal("满%1"),
                                          ScriptedReply::failure("断线")};
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        const CageRecords cages = room.cage.GetAllCageMap();
-        const CageRecords apply = room.cage.GetCageApplyMap();
-        room.world.link().on(kWrite, replies[kind]);
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
+        const CageRecords cages = fixture.cage.GetAllCageMap();
+        const CageRecords apply = fixture.cage.GetCageApplyMap();
+        fixture.world.link().on(kWrite, replies[kind]);
         const LogCapture capture;
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange), text);
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange),
+                 text);
         QVERIFY(capture.contains(QtDebugMsg, log));
-        QCOMPARE(room.cage.GetAllCageMap(), cages);
-        QCOMPARE(room.cage.GetCageApplyMap(), apply);
+        QCOMPARE(fixture.cage.GetAllCageMap(), cages);
+        QCOMPARE(fixture.cage.GetCageApplyMap(), apply);
         QVERIFY(!savedSetting(ETFTradeSetting::Self_AllPriceCageApply).isValid());
         QVERIFY(!savedSetting(ETFTradeSetting::Self_AllPriceCageMap).isValid());
     }
 
     void update_acceptedByAnAnswerWithMissingRows_isAccepted() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
         // The rows of this answer are not read.
-        room.world.link().on(kWrite, ScriptedReply::rows({}, {{System::subGroupNumber, 2}}));
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}, {{System::subGroupNumber, 2}}));
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange),
                  QString());
-        QVERIFY(!room.cage.IsCageApply("ETF"));
+        QVERIFY(!fixture.cage.IsCageApply("ETF"));
     }
 
     void update_noPresenter_returnsItsTextAndChangesNothing() {
-        PriceRoom room;
-        room.cage.initCageMap(nullptr, false);
-        const CageRecords cages = room.cage.GetAllCageMap();
-        QCOMPARE(room.cage.updateUserCageInfo(nullptr, kApplyChange, kCageChange),
+        PriceFixture fixture;
+        fixture.cage.initCageMap(nullptr, false);
+        const CageRecords cages = fixture.cage.GetAllCageMap();
+        QCOMPARE(fixture.cage.updateUserCageInfo(nullptr, kApplyChange, kCageChange),
                  QStringLiteral("prtClass为空，无法上报价格笼子设置至后台！"));
-        QCOMPARE(room.cage.GetAllCageMap(), cages);
-        QCOMPARE(room.world.link().requestCount(kWrite), 0);
+        QCOMPARE(fixture.cage.GetAllCageMap(), cages);
+        QCOMPARE(fixture.world.link().requestCount(kWrite), 0);
     }
 
     void update_underWay_doesNotBlockQuestionsThatNeedNoTable() {
-        PriceRoom room;
-        room.world.link().on(kProfile, ScriptedReply::rows({}));
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().on(kWrite, ScriptedReply::rows({}).held());
-        const auto writer = std::async(std::launch::async, [&room] {
-            room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
+        PriceFixture fixture;
+        fixture.world.link().on(kProfile, ScriptedReply::rows({}));
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}).held());
+        const auto writer = std::async(std::launch::async, [&fixture] {
+            fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange);
         });
-        QVERIFY(room.world.link().waitForRequestCount(kWrite, 1));
+        QVERIFY(fixture.world.link().waitForRequestCount(kWrite, 1));
         QString text = "untouched";
-        QVERIFY(room.cage.IsGetUserCageInfo(text));
-        QVERIFY(room.cage.IsUserCageInfoInited(QString(), text));
+        QVERIFY(fixture.cage.IsGetUserCageInfo(text));
+        QVERIFY(fixture.cage.IsUserCageInfoInited(QString(), text));
         QCOMPARE(text, QString("untouched"));
-        QCOMPARE(room.cage.getCageUpdateTime(), QTime(9, 30, 15));
+        QCOMPARE(fixture.cage.getCageUpdateTime(), QTime(9, 30, 15));
         // The request is still pending, so none of the questions waited for it.
         QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
-        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
+        QVERIFY(waitFor([&] { return fixture.world.link().release(kWrite) == 1; }));
         writer.wait();
-        QVERIFY(!room.cage.IsCageApply("ETF"));
+        QVERIFY(!fixture.cage.IsCageApply("ETF"));
     }
 
     void update_underWay_blocksEveryReaderOfTheTables_data() {
@@ -261,58 +262,58 @@ private slots:
     }
     void update_underWay_blocksEveryReaderOfTheTables() {
         QFETCH(int, question);
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
         const QVariantMap tick{
             {"Symbol", "600000.SH"}, {"TradingPhaseCode", "3"}, {"Sell1Price", 10.0}};
-        room.cage.CheckCagePrice(10.0, tick, false);  // reads the reference data once
+        fixture.cage.CheckCagePrice(10.0, tick, false);  // reads the reference data once
         const std::function<void()> questions[] = {
-            [&] { room.cage.GetAllCageMap(); },
-            [&] { room.cage.GetCageApplyMap(); },
-            [&] { room.cage.GetCageIndexMap(); },
-            [&] { room.cage.IsCageApply("ETF"); },
-            [&] { room.cage.GetCageMapBySymbol("600000.SH"); },
-            [&] { room.cage.CheckCagePrice(10.0, tick, false); }};
-        room.world.link().on(kWrite, ScriptedReply::rows({}).held());
-        const auto writer = std::async(std::launch::async, [&room] {
-            room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
+            [&] { fixture.cage.GetAllCageMap(); },
+            [&] { fixture.cage.GetCageApplyMap(); },
+            [&] { fixture.cage.GetCageIndexMap(); },
+            [&] { fixture.cage.IsCageApply("ETF"); },
+            [&] { fixture.cage.GetCageMapBySymbol("600000.SH"); },
+            [&] { fixture.cage.CheckCagePrice(10.0, tick, false); }};
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}).held());
+        const auto writer = std::async(std::launch::async, [&fixture] {
+            fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange);
         });
-        QVERIFY(room.world.link().waitForRequestCount(kWrite, 1));
+        QVERIFY(fixture.world.link().waitForRequestCount(kWrite, 1));
         // Only m_cageLock held for writing keeps all of them out.
         const Question asked(questions[question]);
         const bool decided = asked.waitUntilAnsweredOrBlocked();
         const bool early = asked.isAnswered;
-        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
+        QVERIFY(waitFor([&] { return fixture.world.link().release(kWrite) == 1; }));
         asked.result.wait();
         QVERIFY(decided);
         QVERIFY(!early);
     }
 
     void update_twoAtOnce_keepsTheChangesOfBoth() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().on(kWrite, ScriptedReply::rows({}).held());
-        const auto update = [&room](const QString& function, int ticks) {
-            return std::async(std::launch::async, [&room, function, ticks] {
-                return room.cage.updateUserCageInfo(
-                    room.presenter, {{function, {{CageField::status, true}}}},
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}).held());
+        const auto update = [&fixture](const QString& function, int ticks) {
+            return std::async(std::launch::async, [&fixture, function, ticks] {
+                return fixture.cage.updateUserCageInfo(
+                    fixture.presenter, {{function, {{CageField::status, true}}}},
                     {{function, {{CageField::userBuyUnit, ticks}}}});
             });
         };
         auto one = update("One", 1);
         auto two = update("Two", 2);
         // The second is not sent before the first one is answered.
-        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
-        QVERIFY(room.world.link().waitForRequestCount(kWrite, 2));
-        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
+        QVERIFY(waitFor([&] { return fixture.world.link().release(kWrite) == 1; }));
+        QVERIFY(fixture.world.link().waitForRequestCount(kWrite, 2));
+        QVERIFY(waitFor([&] { return fixture.world.link().release(kWrite) == 1; }));
         QCOMPARE(one.get(), QString());
         QCOMPARE(two.get(), QString());
-        QVERIFY(room.cage.IsCageApply("One") && room.cage.IsCageApply("Two"));
-        const CageRecords cages = room.cage.GetAllCageMap();
+        QVERIFY(fixture.cage.IsCageApply("One") && fixture.cage.IsCageApply("Two"));
+        const CageRecords cages = fixture.cage.GetAllCageMap();
         QCOMPARE(cages.value("One").value(CageField::userBuyUnit).toInt(), 1);
         QCOMPARE(cages.value("Two").value(CageField::userBuyUnit).toInt(), 2);
         // The later request and the local copies contain both.
-        const QList<QVariantMap> rows = room.world.link().lastRequest(kWrite).rows;
+        const QList<QVariantMap> rows = fixture.world.link().lastRequest(kWrite).rows;
         for (const QString& json :
              {rows.at(0).value(System::profileData).toString(),
               rows.at(1).value(System::profileData).toString(),
@@ -356,31 +357,31 @@ private slots:
         QFETCH(QString, field);
         QFETCH(QVariant, value);
         QFETCH(bool, accepted);
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        const CageRecords before = room.cage.GetAllCageMap();
-        room.world.link().on(kWrite, ScriptedReply::rows({}));
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
+        const CageRecords before = fixture.cage.GetAllCageMap();
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}));
         const LogCapture log;
-        const QString text =
-            room.cage.updateUserCageInfo(room.presenter, kApplyChange, {{"1", {{field, value}}}});
+        const QString text = fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange,
+                                                             {{"1", {{field, value}}}});
         QCOMPARE(text.isEmpty(), accepted);
-        QCOMPARE(room.world.link().requestCount(kWrite), accepted ? 1 : 0);
+        QCOMPARE(fixture.world.link().requestCount(kWrite), accepted ? 1 : 0);
         if (!accepted) {
             QVERIFY(text.startsWith("设置失败，失败原因：") && text.contains(field));
             QVERIFY(log.contains(QtWarningMsg, "changes of price cage \"1\" are refused"));
-            QCOMPARE(room.cage.GetAllCageMap(), before);
-            QVERIFY(room.cage.IsCageApply("ETF"));
+            QCOMPARE(fixture.cage.GetAllCageMap(), before);
+            QVERIFY(fixture.cage.IsCageApply("ETF"));
         }
     }
 
     void update_figureLeftOut_isEmptied() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().on(kWrite, ScriptedReply::rows({}));
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, {},
-                                              {{"1", {{CageField::userBuyUnit, 5}}}}),
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}));
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, {},
+                                                 {{"1", {{CageField::userBuyUnit, 5}}}}),
                  QString());
-        const QVariantMap cage = room.cage.GetAllCageMap().value("1");
+        const QVariantMap cage = fixture.cage.GetAllCageMap().value("1");
         QCOMPARE(cage.value(CageField::userBuyUnit).toInt(), 5);
         for (const QString& field :
              {CageField::userBuyPercent, CageField::userSellPercent, CageField::userSellUnit}) {
@@ -389,35 +390,35 @@ private slots:
     }
 
     void update_noPresenterWhileOneIsUnderWay_returnsAtOnce() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);
-        room.world.link().on(kWrite, ScriptedReply::rows({}).held());
-        const auto writer = std::async(std::launch::async, [&room] {
-            room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange);
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}).held());
+        const auto writer = std::async(std::launch::async, [&fixture] {
+            fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange);
         });
-        QVERIFY(room.world.link().waitForRequestCount(kWrite, 1));
-        QCOMPARE(room.cage.updateUserCageInfo(nullptr, kApplyChange, kCageChange),
+        QVERIFY(fixture.world.link().waitForRequestCount(kWrite, 1));
+        QCOMPARE(fixture.cage.updateUserCageInfo(nullptr, kApplyChange, kCageChange),
                  QStringLiteral("prtClass为空，无法上报价格笼子设置至后台！"));
         QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
-        QVERIFY(waitFor([&] { return room.world.link().release(kWrite) == 1; }));
+        QVERIFY(waitFor([&] { return fixture.world.link().release(kWrite) == 1; }));
     }
 
     void requests_loadsAndUpdate_areSentUnderALockByTheUpdateOnly() {
 #ifdef QT_NO_DEBUG
         QSKIP("only debug builds record the held locks");
 #endif
-        PriceRoom room;
+        PriceFixture fixture;
         auto made = std::make_unique<LockNotingLink>();
         LockNotingLink& link = *made;
         QString error;
         QVERIFY2(LocalPlatform::instance().setLink(std::move(made), &error), qPrintable(error));
         link.on(kWrite, ScriptedReply::rows({}));
-        room.hongKong.initHKExchangeRate(room.presenter);
-        room.hongKong.initHKPriceUnit(room.presenter);
-        room.cage.initCageMap(room.presenter, false);
-        room.cage.initCageMap(room.presenter, true);
+        fixture.hongKong.initHKExchangeRate(fixture.presenter);
+        fixture.hongKong.initHKPriceUnit(fixture.presenter);
+        fixture.cage.initCageMap(fixture.presenter, false);
+        fixture.cage.initCageMap(fixture.presenter, true);
         // No price may be checked against figures that the server is replacing at that moment.
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange),
                  QString());
         const QMap<QString, QList<bool>> expected{
             {Velmar_MsgType::HKStockExchangeRateRequest, {false}},
@@ -428,24 +429,24 @@ private slots:
         QCOMPARE(link.underLock(), expected);
     }
 
-    void update_symbolAskedBefore_hasTheNewFigures() {
-        PriceRoom room;
-        room.cage.initCageMap(nullptr, false);
+    void update_symbolLookedUpBefore_hasTheNewFigures() {
+        PriceFixture fixture;
+        fixture.cage.initCageMap(nullptr, false);
         const QVariantMap tick{{"Symbol", "600000.SH"},
                                {"TradingPhaseCode", "3"},
                                {"Buy1Price", 10.0},
                                {"Sell1Price", 10.0}};
         const auto limit = [&](bool isSell) {
             double found = -1.0;
-            return room.cage.getCageLimitPrice(found, tick, isSell) ? found : -2.0;
+            return fixture.cage.getCageLimitPrice(found, tick, isSell) ? found : -2.0;
         };
         QCOMPARE(limit(false), 10.20);
         QCOMPARE(limit(true), 9.80);
-        room.world.link().on(kWrite, ScriptedReply::rows({}));
-        QCOMPARE(room.cage.updateUserCageInfo(room.presenter, kApplyChange, kCageChange),
+        fixture.world.link().on(kWrite, ScriptedReply::rows({}));
+        QCOMPARE(fixture.cage.updateUserCageInfo(fixture.presenter, kApplyChange, kCageChange),
                  QString());
-        const QVariantMap cage = room.cage.GetCageMapBySymbol("600000.SH");
-        QCOMPARE(cage, room.cage.GetAllCageMap().value("1"));
+        const QVariantMap cage = fixture.cage.GetCageMapBySymbol("600000.SH");
+        QCOMPARE(cage, fixture.cage.GetAllCageMap().value("1"));
         QCOMPARE(cage.value(CageField::userBuyPercent).toDouble(), 0.015);
         // 1.5 percent and 8 ticks up, 1.6 percent and 7 ticks down, the wider of the two.
         QCOMPARE(limit(false), 10.15);
@@ -453,43 +454,43 @@ private slots:
     }
 
     void inited_beforeTheLoad_isFalse() {
-        PriceRoom room;
+        PriceFixture fixture;
         QString text = "untouched";
-        QVERIFY(!room.cage.IsUserCageInfoInited("ETF", text));
+        QVERIFY(!fixture.cage.IsUserCageInfoInited("ETF", text));
         VelmarInitStateMgr::instance().StartInit(InitTypeCode::PriceCageInfo);
-        QVERIFY(!room.cage.IsUserCageInfoInited("ETF", text));
+        QVERIFY(!fixture.cage.IsUserCageInfoInited("ETF", text));
         QCOMPARE(text, QString("untouched"));
     }
 
     void inited_severalAdvices_areGivenInTheirOrder() {
-        PriceRoom room;
-        room.cage.initCageMap(room.presenter, false);  // the profile is refused
+        PriceFixture fixture;
+        fixture.cage.initCageMap(fixture.presenter, false);  // the profile is refused
         QString text;
-        QVERIFY(room.cage.IsUserCageInfoInited("Strategy", text));
+        QVERIFY(fixture.cage.IsUserCageInfoInited("Strategy", text));
         QCOMPARE(text, QStringLiteral("查询价格笼子设置失败，请点击右上角【设置】，"
                                       "在【价格笼子设置】中确认当前价格笼子的启用情况及参数详情，"
                                       "如不符合预期，您可手工刷新或重新设置。"));
-        room.world.link().on(kProfile, ScriptedReply::rows({}));
-        room.cage.initCageMap(room.presenter, true);
+        fixture.world.link().on(kProfile, ScriptedReply::rows({}));
+        fixture.cage.initCageMap(fixture.presenter, true);
         const QString off = QStringLiteral(
             "当前未启用价格笼子控制，买卖股票易出现废单，"
             "建议点击右上角【设置】，在【价格笼子设置】中启用并调整参数值。");
         for (const char* key : {"Strategy", "nobody"}) {
-            QVERIFY(room.cage.IsUserCageInfoInited(key, text));
+            QVERIFY(fixture.cage.IsUserCageInfoInited(key, text));
             QCOMPARE(text, off);
         }
         for (const char* key : {"ETF", ""}) {
             text = "untouched";
-            QVERIFY(room.cage.IsUserCageInfoInited(key, text));
+            QVERIFY(fixture.cage.IsUserCageInfoInited(key, text));
             QCOMPARE(text, QString("untouched"));
         }
     }
 
     void inited_afterAFailedLoad_isTrue() {
-        PriceRoom room(CageBuiltIn{});
-        room.cage.initCageMap(nullptr, false);
+        PriceFixture fixture(CageBuiltIn{});
+        fixture.cage.initCageMap(nullptr, false);
         QString text = "untouched";
-        QVERIFY(room.cage.IsUserCageInfoInited(QString(), text));
+        QVERIFY(fixture.cage.IsUserCageInfoInited(QString(), text));
         QCOMPARE(text, QString("untouched"));
     }
 };

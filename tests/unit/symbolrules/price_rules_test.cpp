@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "price_room.h"
+#include "price_fixture.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ bool isHandicap(const HandicapInfo& handicap, int level, double price, qint64 qt
     return handicap.level == level && isNear(handicap.price, price) && handicap.qty == qty;
 }
 
-struct RulesRoom : PriceRoom {
+struct RulesFixture : PriceFixture {
     /// The first overload, without cage and handicap.
     double price(const QVariantMap& tick, int code, qint64 qty = 0, bool useFactor = false) {
         return prices.GetPriceByTickAndType(tick, type(code), qty, useFactor, false, false,
@@ -90,16 +90,16 @@ private slots:
         QFETCH(QString, side);
         QFETCH(double, price);
         QFETCH(QString, unit);
-        const RulesRoom room;
-        QCOMPARE(room.prices.GetPriceUnitStringBySymbol(symbol, price, side), unit);
-        QCOMPARE(room.prices.GetPriceUnitBySymbol(symbol, price, side), unit.toDouble());
+        const RulesFixture fixture;
+        QCOMPARE(fixture.prices.GetPriceUnitStringBySymbol(symbol, price, side), unit);
+        QCOMPARE(fixture.prices.GetPriceUnitBySymbol(symbol, price, side), unit.toDouble());
     }
 
     void unit_emptyLadder_isOneThousandthAsText() {
-        const PriceRoom room;
+        const PriceFixture fixture;
         const PriceUnitLadders empty;
         const HongKongPrices hongKong(empty);
-        const PriceRules rules(room.identity, hongKong, room.cage);
+        const PriceRules rules(fixture.identity, hongKong, fixture.cage);
         QCOMPARE(rules.GetPriceUnitStringBySymbol("02001.HK", 12.0, SideUnion::normalBuy),
                  QString("0.001"));
     }
@@ -125,8 +125,8 @@ private slots:
         QFETCH(QString, symbol);
         QFETCH(QString, side);
         QFETCH(int, precision);
-        const RulesRoom room;
-        QCOMPARE(room.prices.GetPricePrecisionBySymbol(symbol, side), precision);
+        const RulesFixture fixture;
+        QCOMPARE(fixture.prices.GetPricePrecisionBySymbol(symbol, side), precision);
     }
 
     void displayFactor_withAndWithoutSuffix_isThatOfTheMarket_data() {
@@ -142,8 +142,8 @@ private slots:
     void displayFactor_withAndWithoutSuffix_isThatOfTheMarket() {
         QFETCH(QString, symbol);
         QFETCH(int, factor);
-        const RulesRoom room;
-        QCOMPARE(room.prices.GetDispFactorBySymbol(symbol), factor);
+        const RulesFixture fixture;
+        QCOMPARE(fixture.prices.GetDispFactorBySymbol(symbol), factor);
     }
 
     void protectedLimit_sharesAndFundsOfShanghaiAndBeijing_haveIt_data() {
@@ -163,8 +163,8 @@ private slots:
     void protectedLimit_sharesAndFundsOfShanghaiAndBeijing_haveIt() {
         QFETCH(QString, symbol);
         QFETCH(bool, supported);
-        const RulesRoom room;
-        QCOMPARE(room.prices.IsSymbolSupportProtectedLimitPrice(symbol), supported);
+        const RulesFixture fixture;
+        QCOMPARE(fixture.prices.IsSymbolSupportProtectedLimitPrice(symbol), supported);
     }
 
     void priceByType_eachType_isItsPrice_data() {
@@ -191,11 +191,11 @@ private slots:
         QFETCH(int, code);
         QFETCH(double, maxPx);
         QFETCH(double, price);
-        RulesRoom room;
+        RulesFixture fixture;
         QVariantMap tick = tickOf("600000.SH");
         tick.insert("MaxPx", maxPx);
-        QVERIFY2(isNear(room.price(tick, code), price),
-                 qPrintable(QString::number(room.price(tick, code))));
+        QVERIFY2(isNear(fixture.price(tick, code), price),
+                 qPrintable(QString::number(fixture.price(tick, code))));
     }
 
     void priceByType_depth_takesTheQuantityInDisplayUnits_data() {
@@ -212,8 +212,8 @@ private slots:
         QFETCH(int, code);
         QFETCH(bool, useFactor);
         QFETCH(double, price);
-        RulesRoom room;
-        QVERIFY(isNear(room.price(tickOf("600000.SH"), code, 25000, useFactor), price));
+        RulesFixture fixture;
+        QVERIFY(isNear(fixture.price(tickOf("600000.SH"), code, 25000, useFactor), price));
     }
 
     void priceByType_anyType_fillsTheHandicap_data() {
@@ -237,10 +237,10 @@ private slots:
         QFETCH(int, level);
         QFETCH(double, price);
         QFETCH(qint64, qty);
-        const RulesRoom room;
+        const RulesFixture fixture;
         HandicapInfo handicap{7, 3.21, 77};
-        room.prices.GetPriceByTickAndType(tickOf("600000.SH"), type(code), 25000, useFactor,
-                                          applyCage, false, &handicap);
+        fixture.prices.GetPriceByTickAndType(tickOf("600000.SH"), type(code), 25000, useFactor,
+                                             applyCage, false, &handicap);
         QVERIFY(isHandicap(handicap, level, price, qty));
     }
 
@@ -262,36 +262,36 @@ private slots:
         QFETCH(int, code);
         QFETCH(bool, sell);
         QFETCH(double, price);
-        RulesRoom room;
-        room.cage.initCageMap(nullptr, false);
+        RulesFixture fixture;
+        fixture.cage.initCageMap(nullptr, false);
         QVariantMap tick = tickOf("600000.SH");
         tick.insert("TradingPhaseCode", phase);
-        QVERIFY2(isNear(room.caged(tick, code, sell), price),
-                 qPrintable(QString::number(room.caged(tick, code, sell))));
+        QVERIFY2(isNear(fixture.caged(tick, code, sell), price),
+                 qPrintable(QString::number(fixture.caged(tick, code, sell))));
     }
 
     void priceByType_withoutCage_isNotCheckedEither() {
-        RulesRoom room;
+        RulesFixture fixture;
         QVariantMap tick = tickOf("600000.SH");
         tick.insert("Sell1Price", 12.0);  // beyond the day's limit of 11
-        QCOMPARE(room.price(tick, 11), 12.0);
-        QCOMPARE(room.caged(tick, 11, false), 11.0);
+        QCOMPARE(fixture.price(tick, 11), 12.0);
+        QCOMPARE(fixture.caged(tick, 11, false), 11.0);
     }
 
     void priceByType_missingQuote_isCheckedLikeAnyPrice() {
-        RulesRoom room;
+        RulesFixture fixture;
         QVariantMap tick = tickOf("600000.SH");
         tick.remove("Buy3Price");
-        QCOMPARE(room.price(tick, 3), 0.0);
-        QCOMPARE(room.caged(tick, 3, false), 9.0);
-        QCOMPARE(room.caged(tick, 3, true), 9.0);
+        QCOMPARE(fixture.price(tick, 3), 0.0);
+        QCOMPARE(fixture.caged(tick, 3, false), 9.0);
+        QCOMPARE(fixture.caged(tick, 3, true), 9.0);
         // The cage allows a sell down to 9.80, whatever the day's limits.
-        room.cage.initCageMap(nullptr, false);
-        QCOMPARE(room.caged(tick, 3, false), 9.0);
-        QVERIFY(isNear(room.caged(tick, 3, true), 9.80));
+        fixture.cage.initCageMap(nullptr, false);
+        QCOMPARE(fixture.caged(tick, 3, false), 9.0);
+        QVERIFY(isNear(fixture.caged(tick, 3, true), 9.80));
         tick.remove("MinPx");
-        QCOMPARE(room.caged(tick, 3, false), 0.0);
-        QVERIFY(isNear(room.caged(tick, 3, true), 9.80));
+        QCOMPARE(fixture.caged(tick, 3, false), 0.0);
+        QVERIFY(isNear(fixture.caged(tick, 3, true), 9.80));
     }
 
     void byRatio_eachBoard_hasItsOwnRule_data() {
@@ -318,11 +318,11 @@ private slots:
         QFETCH(int, code);
         QFETCH(double, last);
         QFETCH(double, price);
-        RulesRoom room;
+        RulesFixture fixture;
         QVariantMap tick = tickOf(symbol);
         tick.insert("LastPx", last);
-        QVERIFY2(isNear(room.byRatio(tick, code, 0.02), price),
-                 qPrintable(QString::number(room.byRatio(tick, code, 0.02))));
+        QVERIFY2(isNear(fixture.byRatio(tick, code, 0.02), price),
+                 qPrintable(QString::number(fixture.byRatio(tick, code, 0.02))));
     }
 
     void byRatio_ratioTypes_useNeitherQuantityNorHandicap_data() {
@@ -340,35 +340,35 @@ private slots:
         QFETCH(QString, symbol);
         QFETCH(int, code);
         QFETCH(double, price);
-        const RulesRoom room;
+        const RulesFixture fixture;
         for (const qint64 qty : {Q_INT64_C(0), Q_INT64_C(250), Q_INT64_C(-1)}) {
             HandicapInfo handicap{7, 3.21, 77};
-            QCOMPARE(
-                room.prices.GetPriceByTickAndType(tickOf(symbol), type(code), qty, 0.02, &handicap),
-                price);
+            QCOMPARE(fixture.prices.GetPriceByTickAndType(tickOf(symbol), type(code), qty, 0.02,
+                                                          &handicap),
+                     price);
             QVERIFY(isHandicap(handicap, 7, 3.21, 77));
         }
     }
 
     void byRatio_otherTypes_fillTheHandicap() {
-        const RulesRoom room;
+        const RulesFixture fixture;
         HandicapInfo handicap{7, 3.21, 77};
-        QCOMPARE(
-            room.prices.GetPriceByTickAndType(tickOf("600000.SH"), type(29), 250, 0.02, &handicap),
-            9.97);
+        QCOMPARE(fixture.prices.GetPriceByTickAndType(tickOf("600000.SH"), type(29), 250, 0.02,
+                                                      &handicap),
+                 9.97);
         QVERIFY(isHandicap(handicap, 3, 9.97, 300));
     }
 
     void byRatio_unlimitedDay_keepsTheType() {
-        RulesRoom room;
+        RulesFixture fixture;
         QVariantMap tick = tickOf("600000.SH");
         tick.insert("MaxPx", 1e9);
-        QCOMPARE(room.byRatio(tick, 26, 0.02), 1e9);
+        QCOMPARE(fixture.byRatio(tick, 26, 0.02), 1e9);
     }
 
     void byRatio_depth_takesTheQuantityAsGiven() {
-        RulesRoom room;
-        QVERIFY(isNear(room.byRatio(tickOf("600000.SH"), 28, 0.02, 250), 10.03));
+        RulesFixture fixture;
+        QVERIFY(isNear(fixture.byRatio(tickOf("600000.SH"), 28, 0.02, 250), 10.03));
     }
 };
 

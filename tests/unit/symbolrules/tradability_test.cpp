@@ -15,22 +15,22 @@
 
 namespace {
 
-/// Accounts as a test defines them; records which questions were asked.
+/// Accounts as a test defines them; records which of their functions were called.
 class FakeAccounts final : public SecurityAccountsReader {
 public:
-    void waitForAccounts() const override { asked.append("wait"); }
+    void waitForAccounts() const override { calls.append("wait"); }
     QString fundAccountTypeOf(const QString& account) const override {
-        asked.append("type");
+        calls.append("type");
         return types.value(account);
     }
     QStringList securityExchangesOf(const QString& account) override {
-        asked.append("exchanges");
+        calls.append("exchanges");
         return exchanges.value(account);
     }
 
     QMap<QString, QString> types;
     QMap<QString, QStringList> exchanges;
-    mutable QStringList asked;
+    mutable QStringList calls;
 };
 
 QVariantMap record(const QString& exchange, const QString& type, const QString& subType,
@@ -132,7 +132,7 @@ private slots:
             QVERIFY2(rules.IsSymbolTradableByAccount(account, symbol) == tradable.contains(symbol),
                      symbol);
         }
-        QVERIFY(!accounts.asked.contains("wait"));
+        QVERIFY(!accounts.calls.contains("wait"));
     }
 
     void filter_eachField_admitsOrRefuses_data() {
@@ -180,7 +180,7 @@ private slots:
         QCOMPARE(out, (QStringList{"BOND.SH", "FUND.SH", "GONE.SH", "STOCK.SH"}));
         rules.GetTradableSymbolListByAccount("nobody", out);
         QVERIFY(out.isEmpty());
-        QVERIFY(!accounts.asked.contains("wait"));
+        QVERIFY(!accounts.calls.contains("wait"));
     }
 
     void superEtf_financedFundOnAMarginAccount_matchesOnly_data() {
@@ -205,27 +205,26 @@ private slots:
         QFETCH(QString, side);
         QFETCH(bool, matches);
         QCOMPARE(rules.CheckOrderMatchSuperEtf(account, symbol, side), matches);
-        // First the wait; for another side nothing is asked.
-        QCOMPARE(accounts.asked,
+        // First the wait; for another side nothing is called.
+        QCOMPARE(accounts.calls,
                  side == SideUnion::financingBuy ? (QStringList{"wait", "type"}) : QStringList());
     }
 
     void superEtf_beforeTheLoad_answersOnlyAfterIt() {
         m_world.reset();
-        AccountFixture room({TestAccount("T1").withCounter("10086", FundAccountType::Credit)},
-                            symbols());
-        const Tradability rulesOfRoom(identity, room.securityAccounts);
-        room.world.login();
+        AccountFixture fixture({TestAccount("T1").withCounter("10086", FundAccountType::Credit)},
+                               symbols());
+        const Tradability ownRules(identity, fixture.securityAccounts);
+        fixture.world.login();
         const LogCapture log;
         std::atomic<int> answer{-1};
         std::thread asking([&] {
-            answer = rulesOfRoom.CheckOrderMatchSuperEtf("T1", "FUND.SH", SideUnion::financingBuy)
-                         ? 1
-                         : 0;
+            answer =
+                ownRules.CheckOrderMatchSuperEtf("T1", "FUND.SH", SideUnion::financingBuy) ? 1 : 0;
         });
         const bool waits = log.waitFor("GetFundAccountList wait for FundAccountInit");
         const int early = answer;
-        room.load();
+        fixture.load();
         asking.join();
         QVERIFY(waits);
         QCOMPARE(early, -1);
@@ -234,16 +233,16 @@ private slots:
 
     void securityAccounts_asTheReader_loadOnceTheAccountTableIsLoaded() {
         m_world.reset();
-        AccountFixture room({TestAccount("T1")
-                                 .withCounter("10086", FundAccountType::Credit)
-                                 .withSecurityAccount("1", "A1")
-                                 .withSecurityAccount("G", "G1")});
-        SecurityAccountsReader& reader = room.securityAccounts;
+        AccountFixture fixture({TestAccount("T1")
+                                    .withCounter("10086", FundAccountType::Credit)
+                                    .withSecurityAccount("1", "A1")
+                                    .withSecurityAccount("G", "G1")});
+        SecurityAccountsReader& reader = fixture.securityAccounts;
         // Nothing is loaded yet, and nothing blocks.
         QVERIFY(reader.securityExchangesOf("T1").isEmpty());
         QCOMPARE(reader.fundAccountTypeOf("T1"), QString());
-        room.world.login();
-        QVERIFY(room.load());
+        fixture.world.login();
+        QVERIFY(fixture.load());
         QCOMPARE(reader.fundAccountTypeOf("T1"), FundAccountType::Credit);
         QCOMPARE(reader.securityExchangesOf("T1"), (QStringList{"1", "G"}));
         QVERIFY(reader.securityExchangesOf("T2").isEmpty());

@@ -62,7 +62,7 @@ private slots:
     void step_onAHoliday_theMarketIsClosed();
     void newDay_beginsAtTheRecordsFigures();
     void subscribedSymbols_areFedToo_untilTakenOut();
-    void slotThatAsksBack_meetsNoLock();
+    void slotThatCallsTheFeed_meetsNoLock();
     void catchUp_publishesTheRate_data();
     void catchUp_publishesTheRate();
     void catchUp_afterAStall_skipsWhatIsOlderThanASecond();
@@ -356,7 +356,7 @@ void TickSteppingTest::subscribedSymbols_areFedToo_untilTakenOut() {
     QCOMPARE(m_taken.first().tick.value("DealCount").toInt(), 2);
 }
 
-void TickSteppingTest::slotThatAsksBack_meetsNoLock() {
+void TickSteppingTest::slotThatCallsTheFeed_meetsNoLock() {
     TickFeed feed(options({"A"}));
     int depth = 0;
     int deepest = 0;

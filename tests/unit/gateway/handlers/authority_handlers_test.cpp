@@ -45,7 +45,7 @@ QVariantMap change(const QVariant& value) {
 
 }  // namespace
 
-/// The sample market's server, asked for authorities and traders.
+/// Requests for authorities and traders to the sample market's server.
 class AuthorityHandlersTest : public QObject {
     Q_OBJECT
 

@@ -392,10 +392,10 @@ void ServerPagedQueryTest::timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOn
     QStringList seen;
     const auto note = [&] { seen.append(QString::number(m_presenter->getRequestTimeOut())); };
     std::thread first([&] { queryOf(kType, byPosition, 30000); });
-    const bool firstAsked = link().waitForRequestCount(kType, 1);
+    const bool firstSent = link().waitForRequestCount(kType, 1);
     note();
     std::thread second([&] { queryOf(kOtherType, byPosition, 20000); });
-    const bool secondAsked = link().waitForRequestCount(kOtherType, 1);
+    const bool secondSent = link().waitForRequestCount(kOtherType, 1);
     note();
     // The query that continues first requests its second page while the other's first page waits.
     link().release(endsFirst);
@@ -408,7 +408,7 @@ void ServerPagedQueryTest::timeOuts_ofTwoThreads_eachKeepsItsOwnAndTheStandingOn
     link().release();
     (firstEndsFirst ? second : first).join();
     note();
-    QVERIFY(firstAsked && secondAsked && wentOn);
+    QVERIFY(firstSent && secondSent && wentOn);
     QCOMPARE(seen, (QStringList{"30", "20", firstEndsFirst ? "20" : "30", "7"}));
     for (const ScriptedLink::Request& request : link().requests()) {
         QCOMPARE(request.timeOutMs, request.type == kType ? 30000 : 20000);

@@ -149,7 +149,7 @@ private slots:
         QTest::newRow("no number") << QVariant(std::numeric_limits<double>::quiet_NaN());
         QTest::newRow("infinite") << QVariant(-std::numeric_limits<double>::infinity());
         QTest::newRow("beyond 63 bits") << QVariant(qulonglong(1) << 63);
-        QTest::newRow("bytes that are no text") << QVariant(QByteArray("\xff\xfe"));
+        QTest::newRow("bytes that are not a text") << QVariant(QByteArray("\xff\xfe"));
         QTest::newRow("half a character") << QVariant(QString(QChar(0xd83d)));
         QTest::newRow("rectangle") << QVariant(QRect(1, 2, 3, 4));
     }

@@ -28,10 +28,10 @@ void HostLoginTest::login_accepted_setsTheLoginAndTheAccountTree() {
                                     {HostField::authorityTypes, AuthorityType::AccountQuery}}}));
     QString error;
     QVERIFY2(LocalPlatform::instance().login("U1", "secret", &error), qPrintable(error));
-    const QVariantMap asked = link().lastRequest(HostMsgType::login).header;
-    QCOMPARE(asked.value(UserAccount::loginUserId), QVariant("U1"));
-    QCOMPARE(asked.value(HostField::password), QVariant("secret"));
-    QCOMPARE(asked.value(System::msgType), QVariant(HostMsgType::login));
+    const QVariantMap header = link().lastRequest(HostMsgType::login).header;
+    QCOMPARE(header.value(UserAccount::loginUserId), QVariant("U1"));
+    QCOMPARE(header.value(HostField::password), QVariant("secret"));
+    QCOMPARE(header.value(System::msgType), QVariant(HostMsgType::login));
     QCOMPARE(link().lastRequest(HostMsgType::accountTree).header.value(UserAccount::loginUserId),
              QVariant("U1"));
     CBusinessDataBase* const data = CBusinessDataBase::GetInstance();

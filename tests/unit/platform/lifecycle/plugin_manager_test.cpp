@@ -132,7 +132,7 @@ void PluginManagerTest::load_metaDataThatDoesNotFit_isRefusedUnloaded_data() {
         << QByteArray("ZNAppPlugin") << QByteArray("ZNAppWidget") << "\"ZNAppWidget\"";
     QTest::newRow("older CompatVersion")
         << QByteArray("2.0.0") << QByteArray("1.9.9") << "version 1.9.9 of the plug-in interface";
-    QTest::newRow("CompatVersion is no version")
+    QTest::newRow("CompatVersion is not a version")
         << QByteArray("2.0.0") << QByteArray("newer") << "no \"CompatVersion\"";
     QTest::newRow("no CompatVersion")
         << QByteArray("CompatVersion") << QByteArray("ComputVersion") << "no \"CompatVersion\"";

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr int kInfoGateState = 0x1000B;
-inline const QString kAsked = QStringLiteral("asked.while.starting");
+inline const QString kSentWhileStarting = QStringLiteral("sent.while.starting");
 
 /// Runs something in the middle of its start.
 class SlowToStart : public ScriptedLink {
@@ -64,11 +64,12 @@ private slots:
         int result = -1;
         std::thread caller;
         auto next = std::make_unique<SlowToStart>();
-        next->on(kAsked, ScriptedReply::rows({}));
+        next->on(kSentWhileStarting, ScriptedReply::rows({}));
         next->whileStarting = [&]() {
             caller = std::thread([&]() {
                 QVariant response;
-                result = presenter->sendRequest_Sync(makeMessage(presenter, kAsked), response);
+                result = presenter->sendRequest_Sync(makeMessage(presenter, kSentWhileStarting),
+                                                     response);
             });
             // It is pending, and no link can have taken it yet.
             QVERIFY(waitFor([]() { return LocalPlatform::instance().pendingRequestCount() == 1; }));

@@ -40,6 +40,8 @@ private slots:
         QTest::newRow("lot of one") << "A.SGE" << security("9", "09100", 1) << QString();
         QTest::newRow("lot above the minimum") << "A.SGE" << security("9", "09100", 10) << "1 10";
         QTest::newRow("lot beside the minimum") << "A.SH" << security("2", "02001", 30) << "100 30";
+        QTest::newRow("lot beyond an int")
+            << "A.SH" << security("2", "02001", 1e300) << "100 2147483647";
         QTest::newRow("lot below one") << "A.SH" << security("2", "02001", 0.5) << "100 0";
         QTest::newRow("lot that counts as none")
             << "A.SH" << security("2", "02001", 1e-11) << QString();

@@ -117,10 +117,10 @@ private slots:
         for (const char* function : {"GetTradingAccountList", "GetFundAccountListByFundProp",
                                      "GetDistributedAccountList", "GetHKAccountInfoList",
                                      "GetHStockCirculateAccountList", "GetAllSecurityAccountMap"}) {
-            QVERIFY2(answers.asked.contains(function), function);
+            QVERIFY2(answers.calls.contains(function), function);
         }
         QVERIFY(answer.lines.filter("is not exported").isEmpty());
-        QCOMPARE(answer.json.toObject().value("lists").toArray().size(), answers.asked.size() - 2);
+        QCOMPARE(answer.json.toObject().value("lists").toArray().size(), answers.calls.size() - 2);
     }
 
     void why_accountInAList_saysSo() {
@@ -251,7 +251,7 @@ private slots:
         const AccountsAnswer answer = command.list(kWide);
         QVERIFY(answer.lines.contains("GetAllSecurityAccountMap is not exported"));
         QVERIFY(answer.lines.contains("GetFundAccountList is not exported"));
-        QVERIFY(answers.asked.isEmpty());
+        QVERIFY(answers.calls.isEmpty());
     }
 
     void interrupt_endsTheQuestions() {
@@ -260,7 +260,7 @@ private slots:
         answers.interruptAfter = 3;
         AccountsCommand command(m_library, answers.function(), {"T1"});
         QVERIFY(command.why("T1", kWide).interrupted);
-        QCOMPARE(answers.asked.size(), 3);
+        QCOMPARE(answers.calls.size(), 3);
     }
 
     void program_accounts_answersFromTheRunningClient() {

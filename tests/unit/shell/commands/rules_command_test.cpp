@@ -17,7 +17,7 @@ constexpr int kWide = std::numeric_limits<int>::max();
 inline const QString kProgram = QStringLiteral(VELMAR_BINARY_DIR "/bin/velmar-client");
 inline const QString kSymbol = QStringLiteral("688001.SH");
 
-/// The answers about one symbol, and what was asked of its cage.
+/// The answers about one symbol, and the calls that check a price against its cage.
 class Answers final : public FacadeRecorder {
 public:
     Answers() {
@@ -42,7 +42,7 @@ public:
 
     QString notice;
     QMap<QString, int> largestWhen;  ///< by the order as JSON
-    QList<QStringList> cageAsked;
+    QList<QStringList> cageCalls;
     double buyLimit = 10.2;
     double sellLimit = 9.8;
     QMap<QString, QString> symbols;  ///< by code and exchange, "600000 1"
@@ -74,13 +74,13 @@ protected:
             answer->insert("result", symbols.value(arguments.join(' ')));
         }
         if (name == "CheckCagePrice") {
-            cageAsked.append(arguments);
+            cageCalls.append(arguments);
             answer->insert("result", arguments.last() == "true" ? sellLimit : buyLimit);
         }
     }
 };
 
-/// The line of a rule, blanks made one.
+/// The line of a rule, with each run of blanks reduced to one.
 QString lineOf(const RulesAnswer& answer, const QString& rule) {
     for (const QString& line : answer.lines) {
         if (line.startsWith(rule + "  ")) {
@@ -109,16 +109,16 @@ private slots:
     }
 
     void languageOfEnvironment_firstVariableThatIsSet_decides() {
-        const auto asked = [](const char* all, const char* messages, const char* lang) {
+        const auto languageWith = [](const char* all, const char* messages, const char* lang) {
             qputenv("LC_ALL", all);
             qputenv("LC_MESSAGES", messages);
             qputenv("LANG", lang);
             return languageOfEnvironment();
         };
-        QCOMPARE(asked("", "", "zh_CN.UTF-8"), TextLanguage::Chinese);
-        QCOMPARE(asked("", "en_US.UTF-8", "zh_CN.UTF-8"), TextLanguage::English);
-        QCOMPARE(asked("zh_TW", "en_US.UTF-8", "C"), TextLanguage::Chinese);
-        QCOMPARE(asked("", "", ""), TextLanguage::English);
+        QCOMPARE(languageWith("", "", "zh_CN.UTF-8"), TextLanguage::Chinese);
+        QCOMPARE(languageWith("", "en_US.UTF-8", "zh_CN.UTF-8"), TextLanguage::English);
+        QCOMPARE(languageWith("zh_TW", "en_US.UTF-8", "C"), TextLanguage::Chinese);
+        QCOMPARE(languageWith("", "", ""), TextLanguage::English);
     }
 
     void step_eachSource_isNamed_data() {
@@ -233,7 +233,7 @@ private slots:
                  QString("largest order 300000 Hong Kong: 3000 steps, at most 99999999"));
     }
 
-    void largestOrder_eachCondition_isAskedOnItsOwn() {
+    void largestOrder_eachCondition_isCheckedOnItsOwn() {
         Answers answers;
         answers.largestWhen = {{R"({"orderType":"1"})", 50000}};
         RulesFacts facts;
@@ -426,7 +426,7 @@ private slots:
             },
             TextLanguage::English);
         QVERIFY(answer.lines.contains("请点击【设置】"));
-        // Of no function in particular.
+        // An empty key: the question is not about one function.
         QCOMPARE(keys, QStringList(QString()));
     }
 
@@ -456,9 +456,9 @@ private slots:
         // Without a bid the ask is the base.
         QCOMPARE(lineOf(answer, "cage: sell at least"),
                  QString("cage: sell at least 10.29 base price 10.5 (Sell1Price)"));
-        QCOMPARE(answers.cageAsked.size(), 2);
+        QCOMPARE(answers.cageCalls.size(), 2);
         const QJsonObject tick =
-            QJsonDocument::fromJson(answers.cageAsked.first().at(1).toUtf8()).object();
+            QJsonDocument::fromJson(answers.cageCalls.first().at(1).toUtf8()).object();
         QCOMPARE(tick.value("TradingPhaseCode").toString(), QString("3"));
         QVERIFY(!tick.contains("MaxPx") && !tick.contains("MinPx"));
         QVERIFY(answer.lines.join(' ').contains("continuous trading (phase 3) only"));
@@ -488,11 +488,11 @@ private slots:
         answers.results.insert("IsUserCageInfoInited", false);
         RulesFacts facts;
         facts.cageWaitSeconds = 20;
-        answers.asked.clear();
+        answers.calls.clear();
         const RulesAnswer answer = explain(answers, facts);
         QVERIFY(answer.lines.contains(
             "the price cage was not loaded within 20 s; it is left out below"));
-        QVERIFY(!answers.asked.contains("GetCageMapBySymbol"));
+        QVERIFY(!answers.calls.contains("GetCageMapBySymbol"));
         QCOMPARE(explain(answers, facts, TextLanguage::Chinese).lines.filter("20秒").size(), 1);
     }
 
@@ -529,7 +529,7 @@ private slots:
         Answers answers;
         answers.interruptAfter = 6;
         QVERIFY(explain(answers, {}).interrupted);
-        QCOMPARE(answers.asked.size(), 6);
+        QCOMPARE(answers.calls.size(), 6);
     }
 
     void program_rules_answersFromTheRunningClient() {
@@ -569,7 +569,7 @@ private:
                         TextLanguage language = TextLanguage::English) {
         return RulesCommand(m_library, answers.function(), language).explain(kSymbol, facts, kWide);
     }
-    /// With answers that `more` adds to or puts in the place of those by name.
+    /// With answers to which `more` adds some, or replaces them by name.
     template <class More>
     RulesAnswer explainWith(Answers& answers, More more, TextLanguage language) {
         const auto byName = answers.function();

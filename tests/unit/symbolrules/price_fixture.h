@@ -101,32 +101,32 @@ private:
 };
 
 /// A presenter that is disposed of with this object.
-struct RoomPresenter {
-    RoomPresenter() { presenter->initPresenter(); }
-    ~RoomPresenter() {
+struct OwnedPresenter {
+    OwnedPresenter() { presenter->initPresenter(); }
+    ~OwnedPresenter() {
         if (presenter) {
             presenter->deleteLater();
         }
     }
-    RoomPresenter(const RoomPresenter&) = delete;
-    RoomPresenter& operator=(const RoomPresenter&) = delete;
+    OwnedPresenter(const OwnedPresenter&) = delete;
+    OwnedPresenter& operator=(const OwnedPresenter&) = delete;
 
     // A platform that closes disposes of its presenters too.
     const QPointer<RecordingPresenter> presenter = new RecordingPresenter;
 };
 
 /// The price companions with a platform of their own and a presenter to send through.
-struct PriceRoom {
-    explicit PriceRoom(const CageBuiltIn& builtIn = CageBuiltIn::standard(),
-                       const StaticDbBuilder& data = priceData())
+struct PriceFixture {
+    explicit PriceFixture(const CageBuiltIn& builtIn = CageBuiltIn::standard(),
+                          const StaticDbBuilder& data = priceData())
         : world({}, data), cage(identity, clock, sink, builtIn) {
         world.login();
         world.link().clearRequests();
         ladders.load();
         sink.cage = &cage;
     }
-    PriceRoom(const PriceRoom&) = delete;
-    PriceRoom& operator=(const PriceRoom&) = delete;
+    PriceFixture(const PriceFixture&) = delete;
+    PriceFixture& operator=(const PriceFixture&) = delete;
 
     /// Queues a functor on the presenter's object thread, which a closing presenter waits for.
     template <class Functor>
@@ -143,6 +143,6 @@ struct PriceRoom {
     PriceCage cage;
     PriceRules prices{identity, hongKong, cage};
     // Last, so that it is disposed of before the companions that its thread may use.
-    const RoomPresenter owned;
+    const OwnedPresenter owned;
     const QPointer<RecordingPresenter>& presenter = owned.presenter;
 };

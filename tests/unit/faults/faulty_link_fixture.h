@@ -90,8 +90,8 @@ inline GatewayRequest requestOf(quint64 id, const QString& type = kType,
 }
 
 /// A faulty link over a scripted one that answers with four rows.
-struct Room {
-    explicit Room(const QList<const char*>& faults = {}) {
+struct Fixture {
+    explicit Fixture(const QList<const char*>& faults = {}) {
         auto below = std::make_unique<ScriptedLink>();
         script = below.get();
         script->on(kType, ScriptedReply::rows({{{"n", 1}}, {{"n", 2}}, {{"n", 3}}, {{"n", 4}}}));
