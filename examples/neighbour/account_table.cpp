@@ -46,16 +46,33 @@ QString typeText(const QString& fundAccountType) {
     return texts.value(fundAccountType, fundAccountType);
 }
 
+struct Authority {
+    int bit;
+    char letter;
+    const char* word;
+};
+
+constexpr Authority kAuthorities[] = {{1, 'Q', "query"},
+                                      {2, 'E', "edit"},
+                                      {4, 'A', "authority"},
+                                      {8, 'S', "subscribe"},
+                                      {16, 'T', "trade"}};
+
 QString authorityText(int flags) {
-    const struct {
-        int bit;
-        QChar letter;
-    } letters[] = {{1, 'Q'}, {2, 'E'}, {4, 'A'}, {8, 'S'}, {16, 'T'}};
     QString text;
-    for (const auto& authority : letters) {
-        text += flags & authority.bit ? authority.letter : QChar('-');
+    for (const Authority& one : kAuthorities) {
+        text += QLatin1Char(flags & one.bit ? one.letter : '-');
     }
     return text;
+}
+
+QString authorityLegend() {
+    QStringList texts;
+    for (const Authority& one : kAuthorities) {
+        texts.append(
+            QStringLiteral("%1 %2").arg(QLatin1Char(one.letter)).arg(QLatin1String(one.word)));
+    }
+    return QStringLiteral("May: ") + texts.join(QStringLiteral(", "));
 }
 
 TextTable tableOf(const QList<tagUserAccountInfo>& accounts) {
@@ -91,6 +108,7 @@ void printAccountTable() {
         print(QStringLiteral("... %1 more (NEIGHBOUR_ROWS=all shows them)")
                   .arg(accounts.size() - shown));
     }
+    print(authorityLegend());
     print(QStringLiteral("%1 accounts that are not frozen, %2 tradable ones on a distributed "
                          "counter; %3 products, %4 of them tradable")
               .arg(accounts.size())

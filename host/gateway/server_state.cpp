@@ -1,9 +1,11 @@
 #include "server_state.h"
 
 #include <QDataStream>
+#include <QFileInfo>
 #include <QIODevice>
 #include <QSqlQuery>
 #include <QStringList>
+#include <QUrl>
 #include <QVector>
 #include <atomic>
 
@@ -53,6 +55,15 @@ QString behindPrefix(const QString& prefix) {
     return QString::fromUcs4(points.constData(), points.size());
 }
 
+/// The name by which SQLite opens a file for reading only. Reading a file in WAL mode creates the
+/// files of its log; where no log exists, SQLite is made to read without one.
+QString readOnlyUrl(const QString& file) {
+    const bool hasLog = QFileInfo::exists(file + QStringLiteral("-wal"));
+    QUrl url = QUrl::fromLocalFile(QFileInfo(file).absoluteFilePath());
+    url.setQuery(hasLog ? QStringLiteral("mode=ro") : QStringLiteral("mode=ro&immutable=1"));
+    return QString::fromLatin1(url.toEncoded());
+}
+
 /// A null text would be bound as NULL, which never compares equal.
 QVariant bound(const QString& text) {
     return text.isNull() ? QString(QLatin1String("")) : text;
@@ -97,7 +108,26 @@ std::shared_ptr<ServerState> ServerState::inMemory() {
     return state;
 }
 
+QString ServerState::problemOf(const QString& file) {
+    const QFileInfo info(file);
+    if (!info.exists()) {
+        return {};
+    }
+    // What is not a file cannot be opened for writing either, and fails with the words of open().
+    const ServerState state(file, info.isFile() ? readOnlyUrl(file) : file,
+                            QStringLiteral("QSQLITE_OPEN_URI"));
+    bool isEmpty = false;
+    const DatabaseFault fault = state.check(&isEmpty);
+    return fault ? fault.sentence(file, kRepair) : QString();
+}
+
 DatabaseFault ServerState::prepare() {
+    bool isEmpty = false;
+    const DatabaseFault fault = check(&isEmpty);
+    return !fault && isEmpty ? makeTables() : fault;
+}
+
+DatabaseFault ServerState::check(bool* isEmpty) const {
     QString verdict;
     const DatabaseFault fault =
         run(QStringLiteral("PRAGMA quick_check(1)"), {},
@@ -105,20 +135,18 @@ DatabaseFault ServerState::prepare() {
     if (fault) {
         return fault;
     }
-    return verdict == QLatin1String("ok") ? checkFormat() : DatabaseFault::damaged(verdict);
+    return verdict == QLatin1String("ok") ? checkFormat(isEmpty) : DatabaseFault::damaged(verdict);
 }
 
-DatabaseFault ServerState::checkFormat() {
+DatabaseFault ServerState::checkFormat(bool* isEmpty) const {
     int tables = 0;
     QString format;
     DatabaseFault fault =
         run(QStringLiteral("SELECT count(*) FROM sqlite_master"), {},
             [&tables](const QSqlQuery& query) { tables = query.value(0).toInt(); });
-    if (fault) {
+    *isEmpty = tables == 0;
+    if (fault || *isEmpty) {
         return fault;
-    }
-    if (tables == 0) {
-        return makeTables();
     }
     fault = run(QStringLiteral("SELECT value FROM meta WHERE key = 'format'"), {},
                 [&format](const QSqlQuery& query) { format = query.value(0).toString(); });

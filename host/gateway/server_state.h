@@ -24,6 +24,9 @@ public:
     /// memory, as long as this object. Null with a log line and a text that names the file, the
     /// reason and the remedy on failure.
     static std::shared_ptr<ServerState> open(const QString& file, QString* error);
+    /// Why open() would fail on the file, in the same words; empty for a sound file and for a
+    /// missing one. Neither creates nor changes it.
+    static QString problemOf(const QString& file);
     /// The same as open() with an empty name; aborts the process on failure.
     static std::shared_ptr<ServerState> inMemory();
     Q_DISABLE_COPY(ServerState)
@@ -45,8 +48,11 @@ public:
 
 private:
     ServerState(const QString& file, const QString& database, const QString& options);
+    /// Makes the tables of an empty database.
     DatabaseFault prepare();
-    DatabaseFault checkFormat();
+    /// `isEmpty` is whether the database has no tables yet.
+    DatabaseFault check(bool* isEmpty) const;
+    DatabaseFault checkFormat(bool* isEmpty) const;
     DatabaseFault makeTables();
     DatabaseFault run(const QString& sql, const QVariantList& values = {},
                       const std::function<void(const QSqlQuery&)>& onRow = {}) const;

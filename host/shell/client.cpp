@@ -53,6 +53,10 @@ QString Client::libraryFile(const QString& pluginsDir, const QString& library) {
     return QDir(pluginsDir).filePath(QStringLiteral("lib%1.so").arg(library));
 }
 
+QString Client::serverStateFile(const QString& homeDir) {
+    return QDir(homeDir).filePath(QStringLiteral("server_state.sqlite"));
+}
+
 QString Client::marketDir() const {
     return sampleMarketDir(m_options.homeDir, m_options.market);
 }
@@ -196,9 +200,7 @@ QString Client::ticksText() const {
 }
 
 bool Client::connectServer(QString* error) {
-    // Beside the market, so that it survives when the market is made again.
-    const auto state = ServerState::open(
-        QDir(m_options.homeDir).filePath(QStringLiteral("server_state.sqlite")), error);
+    const auto state = ServerState::open(serverStateFile(m_options.homeDir), error);
     if (!state) {
         return false;
     }
@@ -321,8 +323,11 @@ bool Client::waitForAccounts(int limitMs, QString* error) {
         return false;
     }
     if (!inTime) {
-        *error = QStringLiteral("the accounts were not loaded within %1 s; the log has the reason")
-                     .arg(limitMs / 1000);
+        *error = QStringLiteral(
+                     "the accounts were not loaded within %1 s (requests without an answer: %2); "
+                     "--wait, in a scenario within=, sets the limit")
+                     .arg(limitMs / 1000)
+                     .arg(LocalPlatform::instance().pendingRequestCount());
         return false;
     }
     const QStringList accounts = platformAccounts();

@@ -102,6 +102,9 @@ public:
 
     /// The trading accounts on which the login holds any authority, as listed by the platform.
     static QStringList platformAccounts();
+    /// What the embedded server keeps of what clients wrote. Beside the market, so that it survives
+    /// when the market is made again.
+    static QString serverStateFile(const QString& homeDir);
     /// The file of a plug-in library by its name.
     static QString libraryFile(const QString& pluginsDir, const QString& library);
 

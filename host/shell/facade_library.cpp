@@ -33,10 +33,14 @@ struct FlagWord {
 };
 
 constexpr FlagWord kReachWords[] = {
-    {FacadeFirstLoad, "first load", "brings the plug-in up first if nobody has"},
-    {FacadePresenter, "presenter", "is empty without a presenter"},
+    {FacadeFirstLoad, "first load", "initialises the plug-in first if that has not happened yet"},
+    {FacadePresenter, "presenter",
+     "without a presenter, returns an empty, false or zero result at once "
+     "(updateUserCageInfo: the reason)"},
     {FacadeWaits, "waits", "may wait for the account table"},
 };
+
+constexpr char kPlainReach[] = "plain";
 
 constexpr FlagWord kNeedsWords[] = {
     {FacadeAccounts, "accounts", "the account table, which the start-up loads first"},
@@ -75,7 +79,26 @@ QString needsText(unsigned needs) {
 }
 
 QString reachText(unsigned reach) {
-    return flagText(reach, kReachWords, "plain");
+    return flagText(reach, kReachWords, kPlainReach);
+}
+
+/// What the words in the column of the reach mean.
+QStringList reachLegend() {
+    int width = 0;
+    for (const FlagWord& one : kReachWords) {
+        width = std::max(width, static_cast<int>(qstrlen(one.word)));
+    }
+    const auto line = [width](const char* word, const char* explanation) {
+        return QStringLiteral("  %1  %2")
+            .arg(QLatin1String(word), -width)
+            .arg(QLatin1String(explanation));
+    };
+    QStringList lines{QStringLiteral("Reach:")};
+    for (const FlagWord& one : kReachWords) {
+        lines.append(line(one.word, one.explanation));
+    }
+    lines.append(line(kPlainReach, "none of these"));
+    return lines;
 }
 
 QStringList explanationOf(const FacadeFunction& function) {
@@ -164,7 +187,7 @@ bool FacadeLibrary::knowsValues(const FacadeFunction& function, const QStringLis
     if (function.knowsValues(arguments, &unknown)) {
         return true;
     }
-    *error = misfitText(function, unknown);
+    *error = misfitText(function, unknown) + QStringLiteral("; --raw passes it anyway");
     return false;
 }
 
@@ -199,19 +222,26 @@ QVector<const FacadeFunction*> FacadeLibrary::named(const QString& name, QString
 
 QStringList FacadeLibrary::listing(const QString& name, QString* error) const {
     const auto functions = named(name, error);
-    int needsWidth = 0;
-    int reachWidth = 0;
+    if (functions.isEmpty()) {
+        return {};
+    }
+    const QString needsTitle = QStringLiteral("Depends on");
+    const QString reachTitle = QStringLiteral("Reach");
+    int needsWidth = needsTitle.size();
+    int reachWidth = reachTitle.size();
     for (const FacadeFunction* function : functions) {
         needsWidth = std::max(needsWidth, needsText(function->needs).size());
         reachWidth = std::max(reachWidth, reachText(function->reach).size());
     }
-    QStringList lines;
+    const auto line = [=](const QString& needs, const QString& reach, const QString& function) {
+        return needs.leftJustified(needsWidth + 2) + reach.leftJustified(reachWidth + 2) + function;
+    };
+    QStringList lines{line(needsTitle, reachTitle, QStringLiteral("Function"))};
     for (const FacadeFunction* function : functions) {
-        lines.append(needsText(function->needs).leftJustified(needsWidth + 2) +
-                     reachText(function->reach).leftJustified(reachWidth + 2) +
-                     function->declaration());
+        lines.append(
+            line(needsText(function->needs), reachText(function->reach), function->declaration()));
     }
-    return lines;
+    return lines << QString() << reachLegend();
 }
 
 QStringList FacadeLibrary::explanation(const QString& name, QString* error) const {

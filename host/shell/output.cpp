@@ -47,7 +47,7 @@ bool printTo(std::FILE* stream, const QString& text) {
 }
 
 void printError(const QString& text) {
-    printTo(stderr, QStringLiteral("velmar-client: ") + text);
+    printTo(stderr, QStringLiteral("velmar-client: ") + harmlessText(text));
 }
 
 void printJson(const QJsonValue& value) {

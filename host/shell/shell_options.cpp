@@ -44,18 +44,19 @@ const QString kVersion = QStringLiteral("version");
 const QString kEarly = QStringLiteral("early");
 const QString kRaw = QStringLiteral("raw");
 
+const QStringList kWithValue{kHome,     kPlugins, kPlugin, kUser,     kWait,  kScale, kFault,
+                             kScenario, kSection, kTicks,  kTickRate, kClock, kCount, kBodyLimit};
+const QStringList kFlags{kRebuild, kVerbose, kStay, kOnce, kMarketHours, kVersion, kEarly, kRaw};
+
 void addOptions(QCommandLineParser& parser, bool everywhere) {
     if (!everywhere) {
         parser.setOptionsAfterPositionalArgumentsMode(
             QCommandLineParser::ParseAsPositionalArguments);
     }
-    for (const QString& withValue :
-         {kHome, kPlugins, kPlugin, kUser, kWait, kScale, kFault, kScenario, kSection, kTicks,
-          kTickRate, kClock, kCount, kBodyLimit}) {
+    for (const QString& withValue : kWithValue) {
         parser.addOption(QCommandLineOption(withValue, QString(), QStringLiteral("value")));
     }
-    for (const QString& flag :
-         {kRebuild, kVerbose, kStay, kOnce, kMarketHours, kVersion, kEarly, kRaw}) {
+    for (const QString& flag : kFlags) {
         parser.addOption(QCommandLineOption(flag));
     }
     parser.addOption(QCommandLineOption(QStringList{QStringLiteral("h"), kHelp}));
@@ -430,6 +431,14 @@ bool parseShellOptions(const QStringList& arguments, ShellOptions* options, QStr
         return false;
     }
     return takeCommand(command, rest, options, error) && belongTogether(*options, error);
+}
+
+bool isShellOption(const QString& word) {
+    if (!word.startsWith(QLatin1String("--"))) {
+        return false;
+    }
+    const QString name = word.mid(2).section(QLatin1Char('='), 0, 0);
+    return name == kHelp || kWithValue.contains(name) || kFlags.contains(name);
 }
 
 QString shellHelpText() {

@@ -62,5 +62,8 @@ struct ShellOptions {
 /// it looks like an option.
 bool parseShellOptions(const QStringList& arguments, ShellOptions* options, QString* error);
 
+/// Whether a word is an option of the command line, such as "--early" or "--wait=3".
+bool isShellOption(const QString& word);
+
 /// What --help prints.
 QString shellHelpText();

@@ -83,12 +83,12 @@ QHash<QString, QString> makeNotes() {
         {"exchanges", exchangeText() + QStringLiteral("; an empty list for any")},
         {"fundAccountType", fundAccountTypeText()},
         {"accountMap", "trading account to exchange to security account"},
-        {"orderList", "trading accounts in display order"},
+        {"orderList", "trading accounts in account order"},
         {"abbrMap", "trading account to name; an empty name removes it"},
         {"GetTorviEventMsgIdByStr.name", "the name of an event"},
         {"UpdateFundAccountInfo.name", "the display name"},
         {"authType", "a section of the static configuration's authType"},
-        {"key", "a trading account, or a user id where the type is of users"},
+        {"key", "a trading account, or a user id for an authType of users"},
         {"IsCageApply.key", "a function of GetCageApplyMap"},
         {"IsUserCageInfoInited.key", "a function of GetCageApplyMap"},
         {"userType", "an empty text for every type"},
@@ -116,8 +116,13 @@ QHash<QString, QString> makeNotes() {
         {"applyCage", "brings the price inside the cage and the day's limits"},
         {"isSell", "a sale when true"},
         {"ratio", "0.02 is two percent"},
-        {"applyInfo", "function of GetCageApplyMap to a record with its status"},
-        {"cageInfo", "cage id of GetAllCageMap to a record with the figures that change"},
+        {"applyInfo",
+         "function of GetCageApplyMap to a record with status, \"1\" for on and \"0\" for off; "
+         "without status it is off; other keys are ignored"},
+        {"cageInfo",
+         "cage id of GetAllCageMap to a record with buyPriceLimitRatio and sellPriceLimitRatio "
+         "(0.02 is two percent), buyPriceLimitUnit and sellPriceLimitUnit (whole numbers of price "
+         "units); a figure left out is emptied, so give all four; other keys are ignored"},
         {"GetQtyStepBySymbol.result", shares},
         {"GetMinQtyPerOrderBySymbol.result", shares},
         {"GetMaxQtyPerOrderBySymbol.result", shares},
@@ -132,6 +137,11 @@ QHash<QString, QString> makeNotes() {
         {"GetHKStockPriceUnit.result", "in Hong Kong dollars"},
         {"CheckCagePrice.result", yuan},
         {"SetCurrentSecurityAccountMap.result", "0, or -1 when entries were refused"},
+        {"GetAllCageMap.result",
+         "cage id to a record: title, securityType (exchange-type-subtype, * for any), controlType "
+         "(1 ratio, 2 price units, 3 the wider of both), the figures in force as in "
+         "updateUserCageInfo, and the server's defaults buyPercent, buyUnit, sellPercent, "
+         "sellUnit"},
         {"updateUserCageInfo.result", "empty on success, else why nothing was changed"},
         {"refreshUserCageInfo.result", "a notice for the user, often empty"},
     };

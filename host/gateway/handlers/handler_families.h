@@ -2,8 +2,8 @@
 
 #include "server_call.h"
 
-// The families of message types; NAME_handlers.cpp defines addNameHandlers(). A new family stands
-// in these two lists.
+// The families of message types; NAME_handlers.cpp defines addNameHandlers(). A new family is
+// entered in both lists below.
 void addSessionHandlers(ServerHandlers& handlers);
 void addAccountHandlers(ServerHandlers& handlers);
 void addAuthorityHandlers(ServerHandlers& handlers);

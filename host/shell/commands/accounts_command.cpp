@@ -2,6 +2,7 @@
 
 #include <QJsonArray>
 #include <QSet>
+#include <algorithm>
 
 #include "account_lists.h"
 #include "text_table.h"
@@ -97,6 +98,17 @@ QJsonObject AccountsCommand::describe(const QJsonObject& record) const {
     return described;
 }
 
+QString AccountsCommand::whyNoExchanges(const QJsonObject& record) const {
+    if (AccountRecord::isNotLoaded(record)) {
+        return QStringLiteral("unknown (the account is not loaded)");
+    }
+    // GetAllSecurityAccountMap leaves frozen accounts out.
+    if (AccountRecord::isFrozen(record)) {
+        return QStringLiteral("unknown (the account is frozen)");
+    }
+    return m_knowsSecurityAccounts ? QStringLiteral("none") : QStringLiteral("unknown");
+}
+
 AccountsAnswer AccountsCommand::list(int columns) {
     readSecurityAccounts();
     TextTable table({QStringLiteral("Account"), QStringLiteral("Name"), QStringLiteral("Kind"),
@@ -127,7 +139,7 @@ AccountsAnswer AccountsCommand::list(int columns) {
 QStringList AccountsCommand::reasons(const AccountList& list, const QJsonObject& record) const {
     using Counter = AccountList::Counter;
     if (AccountRecord::isNotLoaded(record)) {
-        // What the record says is nothing that anybody described.
+        // Without the counter's row nothing in the record is known.
         return {QStringLiteral("the counter sent no row for it")};
     }
     if (AccountRecord::isFrozen(record)) {
@@ -154,7 +166,7 @@ QStringList AccountsCommand::reasons(const AccountList& list, const QJsonObject&
         const QString wanted = exchangeTexts(list.exchanges);
         if (!m_knowsSecurityAccounts) {
             found.append(
-                QStringLiteral("a security account at %1 cannot be described of").arg(wanted));
+                QStringLiteral("whether it has a security account at %1 is unknown").arg(wanted));
         } else if (!QSet<QString>(held.cbegin(), held.cend())
                         .intersects(
                             QSet<QString>(list.exchanges.cbegin(), list.exchanges.cend()))) {
@@ -212,7 +224,7 @@ AccountsAnswer AccountsCommand::why(const QString& account, int columns) {
     }
     described.insert(QStringLiteral("lists"), lists);
     const QString exchanges = exchangeTexts(exchangesOf(account));
-    answer.lines = QStringList{
+    QStringList heading{
         QStringLiteral("%1  %2").arg(account, AccountRecord::text(described, "name")).trimmed(),
         AccountRecord::isNotLoaded(record)
             ? AccountRecord::stateText(record)
@@ -222,9 +234,11 @@ AccountsAnswer AccountsCommand::why(const QString& account, int columns) {
                        authorityLetters(AccountRecord::number(record, "authorityFlags")),
                        AccountRecord::stateText(record)),
         QStringLiteral("security accounts at: %1")
-            .arg(exchanges.isEmpty() ? QStringLiteral("none described of") : exchanges),
+            .arg(exchanges.isEmpty() ? whyNoExchanges(record) : exchanges),
         QString()};
-    answer.lines += table.lines(columns);
+    // A name with a line break must not look like a line of this output.
+    std::transform(heading.cbegin(), heading.cend(), heading.begin(), &harmlessText);
+    answer.lines = heading + table.lines(columns);
     answer.json = described;
     answer.interrupted = m_facade.interrupted();
     return answer;

@@ -38,6 +38,8 @@ private:
     QList<QJsonObject> allRecords();
     void readSecurityAccounts();
     QStringList exchangesOf(const QString& account) const;
+    /// What to show for an account without exchanges: "none", or that it is unknown, and why.
+    QString whyNoExchanges(const QJsonObject& record) const;
     QStringList reasons(const AccountList& list, const QJsonObject& record) const;
     QJsonObject describe(const QJsonObject& record) const;
     QJsonObject judge(const AccountList& list, const QJsonObject& record);

@@ -24,6 +24,7 @@
 #include "scenario_command.h"
 #include "start_up_wait.h"
 #include "symbols_command.h"
+#include "text_table.h"
 #include "ticks_command.h"
 #include "znbusinessdata/c_business_data_base.h"
 
@@ -164,7 +165,7 @@ public:
 private:
     static void printStep(const QElapsedTimer& timer, const QString& text) {
         const double ms = static_cast<double>(timer.nsecsElapsed()) / 1e6;
-        printTo(stdout, QStringLiteral("%1 ms  %2").arg(ms, 8, 'f', 1).arg(text));
+        printTo(stdout, QStringLiteral("%1 ms  %2").arg(ms, 8, 'f', 1).arg(harmlessText(text)));
     }
 
     QElapsedTimer m_step;
@@ -235,6 +236,18 @@ Client::Listener showOnStderr(ProgressBar& progress) {
     return listener;
 }
 
+/// What to add when the arguments of a known function fit none of its overloads and one of them is
+/// an option of the client.
+QString misplacedOptionHint(const FacadeLibrary& library, const ShellOptions& options) {
+    QString unknown;
+    const auto option =
+        std::find_if(options.arguments.cbegin(), options.arguments.cend(), &isShellOption);
+    return option == options.arguments.cend() ||
+                   library.listing(options.functionName, &unknown).isEmpty()
+               ? QString()
+               : QStringLiteral("; options such as %1 go before the function").arg(*option);
+}
+
 int runCall(const ShellOptions& options) {
     QString error;
     FacadeLibrary library;
@@ -244,6 +257,9 @@ int runCall(const ShellOptions& options) {
     }
     const FacadeFunction* const function =
         library.choose(options.functionName, options.arguments, &error);
+    if (!function) {
+        error += misplacedOptionHint(library, options);
+    }
     if (!function ||
         (!options.raw && !FacadeLibrary::knowsValues(*function, options.arguments, &error))) {
         printError(error);
@@ -327,10 +343,14 @@ int runDoctor(const ShellOptions& options) {
     places.homeDir = homeOf(options);
     places.pluginsDir = pluginsOf(options);
     places.market.scale = options.scale;
+    if (!options.verbose) {
+        // The problems of the report say the same.
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    }
     const DoctorReport report = examine(places);
     printTo(stdout, report.lines.join(QLatin1Char('\n')));
     for (const QString& problem : report.problems) {
-        printTo(stdout, QStringLiteral("problem: %1").arg(problem));
+        printTo(stdout, QStringLiteral("problem: %1").arg(harmlessText(problem)));
     }
     if (report.problems.isEmpty()) {
         printTo(stdout, QStringLiteral("no problems found"));

@@ -8,9 +8,12 @@
 #include <QSettings>
 #include <QSqlDatabase>
 
+#include "client.h"
 #include "facade_library.h"
 #include "home_mark.h"
 #include "plugin_manager.h"
+#include "server_state.h"
+#include "text_table.h"
 
 namespace {
 
@@ -25,13 +28,14 @@ public:
         examineHome();
         examineSettings();
         examineMarket();
+        examineServerState();
         examinePlugins();
         return m_report;
     }
 
 private:
     void add(const QString& subject, const QString& text) {
-        m_report.lines.append(subject.leftJustified(10) + text);
+        m_report.lines.append(harmlessText(subject.leftJustified(10) + text));
     }
     void addProblem(const QString& text) { m_report.problems.append(text); }
 
@@ -127,6 +131,21 @@ private:
                 add(subject, QStringLiteral("unusable"));
                 addProblem(reason);
                 return;
+        }
+    }
+
+    void examineServerState() {
+        const QString file = Client::serverStateFile(m_places.homeDir);
+        const QString subject = QStringLiteral("server");
+        if (!QFileInfo::exists(file)) {
+            add(subject, QStringLiteral("nothing written yet"));
+            return;
+        }
+        const QString problem = ServerState::problemOf(file);
+        add(subject, problem.isEmpty() ? QStringLiteral("readable, %1").arg(file)
+                                       : QStringLiteral("unusable"));
+        if (!problem.isEmpty()) {
+            addProblem(problem);
         }
     }
 

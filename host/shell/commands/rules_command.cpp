@@ -243,10 +243,11 @@ void RulesCommand::addFigures(const QJsonObject& cage, TextTable& table) const {
         QString standardShare;
         QString standardUnits;
     };
-    const auto figures = [&cage](const QString& share, const QString& units) {
-        return QStringLiteral("%1, %2").arg(
-            priceText(cage.value(share).toVariant().toDouble()),
-            QString::number(RulesCrossCheck::wholeOf(cage.value(units))));
+    const auto figures = [this, &cage](const QString& share, const QString& units) {
+        constexpr double kPercent = 100;
+        return say(RulesTexts::kFigures)
+            .arg(priceText(cage.value(share).toVariant().toDouble() * kPercent),
+                 QString::number(RulesCrossCheck::wholeOf(cage.value(units))));
     };
     for (const Side& side :
          {Side{RulesTexts::kBuyFigures, CageField::userBuyPercent, CageField::userBuyUnit,
@@ -266,9 +267,9 @@ void RulesCommand::addFigures(const QJsonObject& cage, TextTable& table) const {
         RulesTexts::kControlShare, RulesTexts::kControlUnits, RulesTexts::kControlWider};
     const int kind = RulesCrossCheck::wholeOf(cage.value(CageField::controlType));
     const bool known = kind >= 1 && kind <= static_cast<int>(kinds.size());
-    table.addRow(
-        {say(RulesTexts::kControl), QString::number(kind),
-         say(known ? kinds.at(static_cast<size_t>(kind - 1)) : RulesTexts::kControlOther)});
+    table.addRow({say(RulesTexts::kControl),
+                  say(known ? kinds.at(static_cast<size_t>(kind - 1)) : RulesTexts::kControlOther),
+                  QStringLiteral("%1 %2").arg(CageField::controlType, QString::number(kind))});
 }
 
 /// Returns the unit.
@@ -373,8 +374,8 @@ RulesAnswer RulesCommand::explain(const QString& symbol, const RulesFacts& facts
     }
     addDayLimits(tick, table);
     answer.lines = QStringList{
-        QStringLiteral("%1  %2").arg(symbol,
-                                     security.record.value(Security::chineseName).toString()),
+        harmlessText(QStringLiteral("%1  %2").arg(
+            symbol, security.record.value(Security::chineseName).toString())),
         say(RulesTexts::kIdentity)
             .arg(security.exchange, security.identity.type, security.identity.subType),
         facts.tick.isEmpty()

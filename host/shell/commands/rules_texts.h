@@ -40,13 +40,14 @@ constexpr LocalText kNoCage{"no price cage covers this security", "该证券没�
 constexpr LocalText kCageUnread{"the price cage was not loaded within %1 s; it is left out below",
                                 "价格笼子在%1秒内未加载完成，以下内容不含价格笼子"};
 constexpr LocalText kCageClass{"cage %1, class %2", "笼子 %1，证券类别 %2"};
-constexpr LocalText kBuyFigures{"buying: share and price units", "买入：比例与价位数"};
-constexpr LocalText kSellFigures{"selling: share and price units", "卖出：比例与价位数"};
-constexpr LocalText kControl{"limit taken from", "生效方式"};
-constexpr LocalText kControlShare{"the share", "按比例"};
+constexpr LocalText kBuyFigures{"buy limit", "买入幅度"};
+constexpr LocalText kSellFigures{"sell limit", "卖出幅度"};
+constexpr LocalText kFigures{"%1 % or %2 price units", "%1%或%2个价位"};
+constexpr LocalText kControl{"which limit counts", "生效方式"};
+constexpr LocalText kControlShare{"the percentage", "按比例"};
 constexpr LocalText kControlUnits{"the price units", "按价位数"};
-constexpr LocalText kControlWider{"the wider one", "取较宽者"};
-constexpr LocalText kControlOther{"unknown kind: 0 for buying, the wider one for selling",
+constexpr LocalText kControlWider{"the wider of the two", "取较宽者"};
+constexpr LocalText kControlOther{"unknown: 0 for buying, the wider of the two for selling",
                                   "未知方式：买入为0，卖出取较宽者"};
 constexpr LocalText kCageUnit{"price unit of the cage", "笼子价位单位"};
 constexpr LocalText kCageDecimals{"%1 decimals of a price; orders step by %2 at %3",
@@ -66,7 +67,7 @@ constexpr LocalText kTickOfFeed{"tick of the feed, %1, phase %2", "行情推送 
 constexpr LocalText kTickOfRecord{"no tick received; prices of the security's record are used",
                                   "未收到行情，以证券档案中的价格代替"};
 constexpr LocalText kNotContinuous{
-    "the cage acts in continuous trading (phase 3) only; its limits are shown as if it were that",
+    "the cage applies in continuous trading (phase 3) only; the limits below assume that phase",
     "价格笼子仅在连续竞价（阶段3）生效，以下限价按连续竞价计算"};
 constexpr LocalText kBuyLimit{"cage: buy at most", "笼子：最高买入价"};
 constexpr LocalText kSellLimit{"cage: sell at least", "笼子：最低卖出价"};

@@ -132,7 +132,7 @@ private:
             QSKIP("this system does not allow a test to mount a disk");
         }
         QCOMPARE(code, 0);
-        QVERIFY2(text.contains("no room left on its disk") && text.contains("free some space"),
+        QVERIFY2(text.contains("the disk is full") && text.contains("free some space"),
                  qPrintable(text));
         QVERIFY2(!text.contains("damaged") && !text.contains("move it away"), qPrintable(text));
     }

@@ -175,6 +175,13 @@ private slots:
         QVERIFY(facadeNote("GetTradingAccountList", "authority").contains("16 trade"));
         QVERIFY(facadeNote("GetMainSecurityAccount", "exchange")
                     .contains(Exchange::hhk + QStringLiteral(" Hong Kong by Shanghai")));
+        for (const QString& field : {CageField::userBuyPercent, CageField::userSellPercent,
+                                     CageField::userBuyUnit, CageField::userSellUnit}) {
+            QVERIFY2(facadeNote("updateUserCageInfo", "cageInfo").contains(field),
+                     qPrintable(field));
+        }
+        QVERIFY(facadeNote("updateUserCageInfo", "applyInfo").contains(CageField::status));
+        QVERIFY(facadeNote("GetAllCageMap", "result").contains(CageField::controlType));
         QCOMPARE(facadeNote("GetHKStockPriceUnit", "price"), QString("in Hong Kong dollars"));
         QCOMPARE(facadeNote("CheckCagePrice", "price"), QString("in the currency of the symbol"));
     }

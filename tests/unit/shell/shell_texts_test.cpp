@@ -22,6 +22,7 @@ private slots:
     void load_fileThatIsNoLibrary_isNamed();
     void load_libraryWithoutTable_isRefused();
     void listing_ofThePlugin_alignsItsColumns();
+    void listing_hasHeadingsAndALegendOfTheReach();
     void listing_unknownName_isReportedWithSimilarOnes();
     void explanation_ofAFunction_hasUnitsAndValues();
     void knowsValues_unknownNumber_namesTheArgument();
@@ -135,8 +136,9 @@ void ShellTextsTest::listing_ofThePlugin_alignsItsColumns() {
     FacadeLibrary library;
     QString error;
     QVERIFY2(library.load(pluginFile(), &error), qPrintable(error));
-    const QStringList lines = library.listing(QString(), &error);
-    QCOMPARE(lines.size(), library.count());
+    QStringList lines = library.listing(QString(), &error);
+    lines = lines.mid(0, lines.indexOf(QString()));
+    QCOMPARE(lines.size(), library.count() + 1);
     const QStringList known = lines.filter(QStringLiteral(
         "QStringList GetTradingAccountList(bool wait, int authority, bool includeDistributed)"));
     QCOMPARE(known.size(), 1);
@@ -147,11 +149,30 @@ void ShellTextsTest::listing_ofThePlugin_alignsItsColumns() {
         QVERIFY2(line.mid(start - 2, 2) == QStringLiteral("  ") && !line.at(start).isSpace(),
                  qPrintable(line));
     }
-    QCOMPARE(library.listing(QStringLiteral("GetAllCageMap"), &error).size(), 1);
-    QCOMPARE(library.listing(QStringLiteral("IsAccountNormalCounter"), &error).size(), 2);
+    QCOMPARE(library.listing(QStringLiteral("GetAllCageMap"), &error).indexOf(QString()), 2);
+    QCOMPARE(library.listing(QStringLiteral("IsAccountNormalCounter"), &error).indexOf(QString()),
+             3);
     const FacadeFunction* const function =
         library.choose(QStringLiteral("GetTradingAccountList"), {"true", "16", "true"}, &error);
     QVERIFY2(function, qPrintable(error));
+}
+
+void ShellTextsTest::listing_hasHeadingsAndALegendOfTheReach() {
+    FacadeLibrary library;
+    QString error;
+    QVERIFY2(library.load(pluginFile(), &error), qPrintable(error));
+    const QStringList lines = library.listing(QStringLiteral("GetTradingAccountList"), &error);
+    const QString& heading = lines.first();
+    QVERIFY2(heading.startsWith(QStringLiteral("Depends on  Reach  ")), qPrintable(heading));
+    QCOMPARE(heading.indexOf(QStringLiteral("Function")),
+             lines.at(1).indexOf(QStringLiteral("QStringList Get")));
+    QCOMPARE(lines.at(3), QStringLiteral("Reach:"));
+    QCOMPARE(lines.size(), 8);
+    for (const char* word : {"first load", "presenter", "waits", "plain"}) {
+        QCOMPARE(
+            lines.mid(4).filter(QRegularExpression(QStringLiteral("^  %1  +\\S").arg(word))).size(),
+            1);
+    }
 }
 
 void ShellTextsTest::listing_unknownName_isReportedWithSimilarOnes() {
@@ -195,6 +216,7 @@ void ShellTextsTest::knowsValues_unknownNumber_namesTheArgument() {
     QVERIFY(!FacadeLibrary::knowsValues(*function, arguments, &error));
     QVERIFY2(error.startsWith(QStringLiteral("argument 2, type: '9' is not a value of")),
              qPrintable(error));
+    QVERIFY2(error.endsWith(QStringLiteral("; --raw passes it anyway")), qPrintable(error));
     QVERIFY(FacadeLibrary::knowsValues(*function, {"600000.SH", "Up", "100", "true"}, &error));
 }
 

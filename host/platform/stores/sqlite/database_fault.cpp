@@ -3,6 +3,7 @@
 #include <QFileInfo>
 #include <QSqlError>
 #include <QStorageInfo>
+#include <QStringList>
 
 namespace {
 
@@ -25,6 +26,13 @@ bool isDiskFull(const QString& file) {
     constexpr qint64 kLeastBytes = 64 * 1024;
     const QStorageInfo storage(QFileInfo(file).absolutePath());
     return storage.isValid() && storage.bytesAvailable() < kLeastBytes;
+}
+
+/// SQLite's text and that of Qt's driver, which QSqlError::text() joins without a mark.
+QString detailOf(const QSqlError& error) {
+    QStringList texts{error.driverText().simplified(), error.databaseText().simplified()};
+    texts.removeAll(QString());
+    return texts.join(QStringLiteral(": "));
 }
 
 DatabaseFault::Kind kindOf(int code, const QString& file) {
@@ -53,12 +61,12 @@ DatabaseFault::Kind kindOf(int code, const QString& file) {
 
 DatabaseFault DatabaseFault::of(const QSqlError& error, const QString& file) {
     const Kind kind = kindOf(error.nativeErrorCode().toInt(), file);
-    const QString detail = error.text().simplified();
+    const QString detail = detailOf(error);
     switch (kind) {
         case Kind::Busy:
             return {kind, QStringLiteral("is in use by another process (%1)").arg(detail)};
         case Kind::DiskFull:
-            return {kind, QStringLiteral("has no room left on its disk (%1)").arg(detail)};
+            return {kind, QStringLiteral("cannot be written: the disk is full (%1)").arg(detail)};
         case Kind::Damaged:
             return damaged(detail);
         case Kind::Unreadable:

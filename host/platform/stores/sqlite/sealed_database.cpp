@@ -42,8 +42,7 @@ DatabaseFault metaFault(const SqliteConnection& connection, QMap<QString, QStrin
             meta->insert(row.value(0).toString(), row.value(1).toString());
         });
     if (fault.kind == Kind::Other) {
-        return DatabaseFault::foreign(
-            QStringLiteral("has no description of itself: it %1").arg(fault.text));
+        return DatabaseFault::foreign(QStringLiteral("has no meta table: it %1").arg(fault.text));
     }
     if (fault) {
         return fault;

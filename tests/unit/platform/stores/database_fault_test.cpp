@@ -39,6 +39,9 @@ private slots:
             connection.run("INSERT INTO t VALUES(?)", {QString(100000, 'x')}, {});
         QCOMPARE(fault.kind, Kind::DiskFull);
         expectAdvice(fault, "space");
+        QVERIFY2(fault.text.startsWith("cannot be written: the disk is full (Unable to") &&
+                     fault.text.contains(": database or disk is full)"),
+                 qPrintable(fault.text));
     }
 
     void fileThatAnotherHolds_isReportedAsBusy() {

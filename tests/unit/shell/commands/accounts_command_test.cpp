@@ -203,6 +203,39 @@ private slots:
         }
     }
 
+    void why_noExchanges_isNoneOrUnknown_data() {
+        QTest::addColumn<QJsonObject>("one");
+        QTest::addColumn<bool>("answered");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("normal") << record("T1") << true << "none";
+        QTest::newRow("frozen") << with(record("T1"), "accountStatus", AccountStatus::freezing)
+                                << true << "unknown (the account is frozen)";
+        QTest::newRow("not loaded")
+            << QJsonObject() << true << "unknown (the account is not loaded)";
+        QTest::newRow("no answer") << record("T1") << false << "unknown";
+    }
+    void why_noExchanges_isNoneOrUnknown() {
+        QFETCH(QJsonObject, one);
+        QFETCH(bool, answered);
+        QFETCH(QString, shown);
+        Answers answers;
+        answers.records = {{"T1", one}};
+        if (answered) {
+            answers.results = {{"GetAllSecurityAccountMap", QJsonObject()}};
+        }
+        AccountsCommand command(m_library, answers.function(), {"T1"});
+        QCOMPARE(command.why("T1", kWide).lines.value(2), "security accounts at: " + shown);
+    }
+
+    void why_nameWithALineBreak_staysInTheHeading() {
+        Answers answers;
+        answers.records = {{"T1", with(record("T1"), "accountName", "A\nyes  forged")}};
+        AccountsCommand command(m_library, answers.function(), {"T1"});
+        const AccountsAnswer answer = command.why("T1", kWide);
+        QCOMPARE(answer.lines.first(), QStringLiteral("T1  A\uFFFDyes  forged"));
+        QCOMPARE(answer.json.toObject().value("name").toString(), QString("A\nyes  forged"));
+    }
+
     void why_unknownAccount_namesCloseOnes() {
         Answers answers;
         AccountsCommand command(m_library, answers.function(), {"T000001", "X9"});

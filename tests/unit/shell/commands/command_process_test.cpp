@@ -92,9 +92,27 @@ private slots:
         QVERIFY2(refused.code == 2 && refused.out.isEmpty(), refused.text());
         QVERIFY2(refused.err.contains("argument 2, type: '9' is not a value of CustomOddLotType"),
                  refused.text());
+        QVERIFY2(refused.err.contains("--raw passes it"), refused.text());
         const Ended passed = run(QStringList{"call", "--raw"} + call);
         QVERIFY2(passed.code == 0, passed.text());
         QCOMPARE(passed.result().toString(), QString("9007199254740993"));
+    }
+
+    void call_optionBehindTheFunction_isNamed() {
+        const QString hint = "; options such as --early go before the function";
+        const Ended known = run({"call", "GetAllCageMap", "--early"});
+        QVERIFY2(known.code == 2 && known.err.contains(hint), known.text());
+        const Ended word = run({"call", "GetAllCageMap", "early"});
+        QVERIFY2(word.code == 2 && !word.err.contains("options such as"), word.text());
+        const Ended unknown = run({"call", "GetAllCages", "--early"});
+        QVERIFY2(unknown.code == 2 && !unknown.err.contains(hint), unknown.text());
+    }
+
+    void error_withALineBreakInAName_isOneLine() {
+        const Ended ended = run({"call", "A\nvelmar-client: forged"});
+        QVERIFY2(ended.code == 2, ended.text());
+        QCOMPARE(ended.err.count('\n'), 1);
+        QVERIFY2(ended.err.contains(QStringLiteral("A\uFFFDvelmar-client: forged")), ended.text());
     }
 
     void output_thatCannotBeWritten_isAFailure_data() {
@@ -174,7 +192,7 @@ private slots:
             QVERIFY(file.open(QFile::WriteOnly) && file.write(QByteArray(8192, 'x')) == 8192);
         }
         const Ended ended = run({"doctor", "--home", other, "--plugins", other + "/plugins"});
-        QVERIFY2(ended.code == 1, ended.text());
+        QVERIFY2(ended.code == 1 && ended.err.isEmpty(), ended.text());
         for (const QString& part :
              {"problem: " + other + "/market/market.sqlite",
               "problem: " + other + "/plugins/libStrange.so: not a plug-in",
@@ -182,6 +200,53 @@ private slots:
             QVERIFY2(ended.out.contains(part), ended.text());
         }
         QVERIFY(!QFile::exists(other + "/settings"));
+    }
+
+    void doctor_damagedServerState_isNamedAsTheStartDoes_data() {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("garbage") << QByteArray(8192, 'x');
+        QTest::newRow("folder") << QByteArray();
+    }
+    void doctor_damagedServerState_isNamedAsTheStartDoes() {
+        QFETCH(QByteArray, content);
+        const QString state = home() + "/server_state.sqlite";
+        const QString kept = m_dir.filePath("kept.sqlite");
+        const bool hadOne = QFile::rename(state, kept);
+        if (content.isEmpty()) {
+            QVERIFY(QDir().mkpath(state));
+        } else {
+            QFile file(state);
+            QVERIFY(file.open(QFile::WriteOnly) && file.write(content) == content.size());
+        }
+        const Ended doctor = run({"doctor"});
+        const Ended start = run({"--once"});
+        QFile file(state);
+        const QByteArray after = file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+        QDir().rmdir(state);
+        QFile::remove(state);
+        QVERIFY(!hadOne || QFile::rename(kept, state));
+        QVERIFY2(doctor.code == 1 && doctor.err.isEmpty(), doctor.text());
+        const QString problem = doctor.out.section("problem: ", 1).trimmed();
+        QVERIFY2(problem.startsWith(state), doctor.text());
+        QVERIFY2(start.code == 1 && start.err.contains(problem), start.text());
+        QCOMPARE(after, content);
+    }
+
+    void doctor_soundServerState_isLeftAsItIs() {
+        QVERIFY(run({"accounts", "list"}).code == 0);
+        const QString state = home() + "/server_state.sqlite";
+        const auto files = [this] { return QDir(home()).entryList(QDir::Files | QDir::Hidden); };
+        const auto bytes = [&state] {
+            QFile file(state);
+            return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+        };
+        const QStringList filesBefore = files();
+        const QByteArray bytesBefore = bytes();
+        QVERIFY(!bytesBefore.isEmpty());
+        const Ended ended = run({"doctor"});
+        QVERIFY2(ended.code == 0 && ended.out.contains("readable, " + state), ended.text());
+        QCOMPARE(files(), filesBefore);
+        QCOMPARE(bytes(), bytesBefore);
     }
 
     void doctor_folderOfSomebodyElse_isAProblemAndStaysAsItIs() {

@@ -308,36 +308,51 @@ private slots:
         const RulesAnswer answer = explain(answers, {});
         QCOMPARE(lineOf(answer, "price cage"),
                  QString("price cage 科创板股票： cage 7, class 1-2-*"));
-        QCOMPARE(lineOf(answer, "buying: share and price units"),
-                 QString("buying: share and price units 0.02, 10 as the server's default"));
-        QVERIFY(lineOf(answer, "selling: share and price units")
-                    .endsWith("the user's own; the server's default is 0.05, 10"));
+        QCOMPARE(lineOf(answer, "buy limit"),
+                 QString("buy limit 2 % or 10 price units as the server's default"));
+        QVERIFY(lineOf(answer, "sell limit")
+                    .endsWith("the user's own; the server's default is 5 % or 10 price units"));
         answers.setCage({});
-        QVERIFY(lineOf(explain(answers, {}), "buying: share and price units")
-                    .endsWith("the server has no default"));
+        QVERIFY(lineOf(explain(answers, {}), "buy limit").endsWith("the server has no default"));
         QVERIFY(lineOf(answer, "cage tables").contains("the user's"));
         answers.notice = "价格笼子应用设置:初始化失败\n价格笼子参数设置:初始化失败";
         QVERIFY(
             lineOf(explain(answers, {}), "cage tables").endsWith("价格笼子参数设置:初始化失败"));
     }
 
+    void cage_figures_inChinese_areAPercentageAndUnits() {
+        Answers answers;
+        answers.setCage({});
+        const RulesAnswer answer = explain(answers, {}, TextLanguage::Chinese);
+        QVERIFY2(lineOf(answer, "买入幅度").startsWith("买入幅度 2%或10个价位 "),
+                 qPrintable(answer.lines.join('\n')));
+    }
+
+    void nameWithALineBreak_staysInTheHeading() {
+        Answers answers;
+        QJsonObject record = answers.results.value("GetSecurityDetailsBySymbol").toObject();
+        record.insert("chineseName", "A\nforged");
+        answers.results.insert("GetSecurityDetailsBySymbol", record);
+        QVERIFY(explain(answers, {}).lines.first().endsWith(QStringLiteral("A\uFFFDforged")));
+    }
+
     void cage_controlType_isShownInWords_data() {
         QTest::addColumn<QJsonValue>("type");
         QTest::addColumn<QString>("english");
         QTest::addColumn<QString>("chinese");
-        QTest::newRow("share") << QJsonValue(1) << "1 the share"
-                               << "1 按比例";
-        QTest::newRow("units") << QJsonValue(2) << "2 the price units"
-                               << "2 按价位数";
-        QTest::newRow("both") << QJsonValue(3) << "3 the wider one"
-                              << "3 取较宽者";
-        QTest::newRow("rounded") << QJsonValue(2.6) << "3 the wider one"
-                                 << "3 取较宽者";
-        const QString unknown = "unknown kind: 0 for buying, the wider one for selling";
-        QTest::newRow("none") << QJsonValue(0) << "0 " + unknown
-                              << "0 未知方式：买入为0，卖出取较宽者";
-        QTest::newRow("unknown") << QJsonValue(4) << "4 " + unknown
-                                 << "4 未知方式：买入为0，卖出取较宽者";
+        QTest::newRow("share") << QJsonValue(1) << "the percentage controlType 1"
+                               << "按比例 controlType 1";
+        QTest::newRow("units") << QJsonValue(2) << "the price units controlType 2"
+                               << "按价位数 controlType 2";
+        QTest::newRow("both") << QJsonValue(3) << "the wider of the two controlType 3"
+                              << "取较宽者 controlType 3";
+        QTest::newRow("rounded") << QJsonValue(2.6) << "the wider of the two controlType 3"
+                                 << "取较宽者 controlType 3";
+        const QString unknown = "unknown: 0 for buying, the wider of the two for selling";
+        QTest::newRow("none") << QJsonValue(0) << unknown + " controlType 0"
+                              << "未知方式：买入为0，卖出取较宽者 controlType 0";
+        QTest::newRow("unknown") << QJsonValue(4) << unknown + " controlType 4"
+                                 << "未知方式：买入为0，卖出取较宽者 controlType 4";
     }
     void cage_controlType_isShownInWords() {
         QFETCH(QJsonValue, type);
@@ -348,7 +363,8 @@ private slots:
         QJsonObject cage = answers.results.value("GetCageMapBySymbol").toObject();
         cage.insert(CageField::controlType, type);
         answers.results.insert("GetCageMapBySymbol", cage);
-        QCOMPARE(lineOf(explain(answers, {}), "limit taken from"), "limit taken from " + english);
+        QCOMPARE(lineOf(explain(answers, {}), "which limit counts"),
+                 "which limit counts " + english);
         QCOMPARE(lineOf(explain(answers, {}, TextLanguage::Chinese), "生效方式"),
                  "生效方式 " + chinese);
     }
@@ -361,8 +377,8 @@ private slots:
         cage.insert(CageField::userSellUnit, 1e300);
         answers.results.insert("GetCageMapBySymbol", cage);
         const RulesAnswer answer = explain(answers, {});
-        QVERIFY(lineOf(answer, "buying: share and price units").contains(" 0.02, 10 "));
-        QVERIFY(lineOf(answer, "selling: share and price units").contains(" 0.02, 2147483647 "));
+        QVERIFY(lineOf(answer, "buy limit").contains(" 2 % or 10 price units "));
+        QVERIFY(lineOf(answer, "sell limit").contains(" 2 % or 2147483647 price units "));
     }
 
     void switches_onlyThoseThatAreOn_areListed_data() {
