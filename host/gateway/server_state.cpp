@@ -129,7 +129,7 @@ DatabaseFault ServerState::prepare() {
 
 DatabaseFault ServerState::check(bool* isEmpty) const {
     QString verdict;
-    const DatabaseFault fault =
+    DatabaseFault fault =
         run(QStringLiteral("PRAGMA quick_check(1)"), {},
             [&verdict](const QSqlQuery& query) { verdict = query.value(0).toString(); });
     if (fault) {

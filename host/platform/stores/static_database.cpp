@@ -19,7 +19,7 @@ QString sentenceOf(const QString& file, const DatabaseFault& fault) {
 
 DatabaseFault readSections(const QString& file, QHash<QString, QMap<QString, QString>>* sections) {
     QMap<QString, QString> meta;
-    const DatabaseFault fault = SealedDatabase::check(file, &meta);
+    DatabaseFault fault = SealedDatabase::check(file, &meta);
     if (fault) {
         return fault;
     }

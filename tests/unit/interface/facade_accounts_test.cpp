@@ -9,6 +9,7 @@
 #include "local_platform.h"
 #include "log_capture.h"
 #include "process_per_case.h"
+#include "run_on_thread.h"
 #include "security_accounts.h"
 #include "velmar_business_data_interface.h"
 #include "velmar_business_data_manager_presenter_class.h"
@@ -229,8 +230,7 @@ private slots:
         QCOMPARE(Facade::SetCurrentSecurityAccountMap({{"T1", {{"1", "A2"}, {"2", "none"}}}}), -1);
         QVERIFY(waitFor([listener] { return !listener->events().isEmpty(); }));
         // Runs behind everything queued so far, so a second event would have arrived by then.
-        QMetaObject::invokeMethod(
-            s_presenter.load(), [] {}, Qt::BlockingQueuedConnection);
+        runOnThreadAndWait(s_presenter.load(), [] {});
         QCOMPARE(listener->events().size(), 1);
         const RecordingPresenter::Event event = listener->events().first();
         QCOMPARE(event.source, s_presenter.load()->pluginPid());

@@ -10,6 +10,7 @@
 #include "log_capture.h"
 #include "presenter_use.h"
 #include "process_per_case.h"
+#include "run_on_thread.h"
 #include "velmar_business_data_interface.h"
 #include "velmar_business_data_manager.h"
 #include "vocabulary/fields.h"
@@ -118,8 +119,7 @@ private slots:
         auto object = std::make_unique<VelmarBusinessDataManager>();
         object->initialize();
         // After its start-up, so that only the use keeps it alive.
-        QMetaObject::invokeMethod(
-            object->presenter(), [] {}, Qt::BlockingQueuedConnection);
+        runOnThreadAndWait(object->presenter(), [] {});
         auto use = std::make_unique<PresenterUse>();
         QPointer<VelmarBusinessDataManagerPresenterClass> presenter = use->presenter();
         QVERIFY(presenter);

@@ -7,6 +7,7 @@
 #include "local_platform.h"
 #include "log_capture.h"
 #include "process_per_case.h"
+#include "run_on_thread.h"
 #include "velmar_business_data_manager.h"
 #include "velmar_business_data_manager_plugin.h"
 #include "velmarutils/velmar_utils.h"
@@ -111,8 +112,7 @@ private slots:
             connection.first();
             QVERIFY2(log.waitFor(connection.second), qPrintable(connection.second));
             // Further slots that the signal reaches on the object thread have run as well.
-            QMetaObject::invokeMethod(
-                presenter, [] {}, Qt::BlockingQueuedConnection);
+            runOnThreadAndWait(presenter, [] {});
             QCOMPARE(log.texts(QtDebugMsg).filter(connection.second).size(), 1);
         }
     }

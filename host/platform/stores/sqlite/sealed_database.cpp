@@ -37,7 +37,7 @@ DatabaseFault pageFault(const SqliteConnection& connection) {
 }
 
 DatabaseFault metaFault(const SqliteConnection& connection, QMap<QString, QString>* meta) {
-    const DatabaseFault fault = connection.run(
+    DatabaseFault fault = connection.run(
         QStringLiteral("SELECT key, value FROM meta"), {}, [meta](const QSqlQuery& row) {
             meta->insert(row.value(0).toString(), row.value(1).toString());
         });

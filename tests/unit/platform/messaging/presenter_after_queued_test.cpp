@@ -4,6 +4,7 @@
 
 #include "living_presenter.h"
 #include "local_platform.h"
+#include "thread_hand_over.h"
 #include "wait_for.h"
 
 class PresenterAfterQueuedTest : public QObject {
@@ -19,7 +20,7 @@ private slots:
         std::mutex held;
         held.lock();
         presenter->onSlot = [&held] { const std::lock_guard<std::mutex> wait(held); };
-        QMetaObject::invokeMethod(
+        runOnThreadOf(
             presenter, [presenter] { presenter->slotWork(); }, Qt::QueuedConnection);
         presenter->initPresenter();
         QVERIFY(waitFor([&] { return trace->entered.load(); }));
@@ -47,7 +48,7 @@ private slots:
         auto* const presenter = new LivingPresenter;
         const std::shared_ptr<Trace> trace = presenter->trace;
         presenter->onSlot = [presenter] { presenter->waitForTheEnd(); };
-        QMetaObject::invokeMethod(
+        runOnThreadOf(
             presenter, [presenter] { presenter->slotWork(); }, Qt::QueuedConnection);
         presenter->initPresenter();
         QVERIFY(waitFor([&] { return trace->entered.load(); }));

@@ -129,9 +129,9 @@ private slots:
         QCOMPARE(contentOf(databaseFile()), content);
     }
 
-    void fileWithoutDescription_isNamed() {
+    void fileWithoutMetaTable_isNamed() {
         StaticDbBuilder().section("Dict", {{"a", "1"}}).withoutMeta().write(databaseFile());
-        expectRefusal(databaseFile(), "no description");
+        expectRefusal(databaseFile(), "no meta table");
     }
 
     void fileThatWasNotWrittenToItsEnd_isNamed() {
