@@ -16,6 +16,10 @@ enum class LockRank : int {
     AccountRows = 220,      ///< m_accountRowsLock
     Cage = 300,             ///< m_cageLock
     HeartBeat = 400,        ///< m_heartBeatLock
+    Profit = 450,           ///< m_profitLock
+    Position = 500,         ///< m_positionLock
+    LastPrice = 510,        ///< m_lastPriceLock
+    MarketValue = 520,      ///< m_marketValueLock
     Leaf = 900              ///< held for one access only
 };
 

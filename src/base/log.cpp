@@ -17,6 +17,7 @@ VELMAR_CATEGORY(lcPresenter, "velmar.presenter")
 VELMAR_CATEGORY(lcInterface, "velmar.interface")
 VELMAR_CATEGORY(lcAccounts, "velmar.accounts")
 VELMAR_CATEGORY(lcSymbolRules, "velmar.symbolrules")
+VELMAR_CATEGORY(lcOrders, "velmar.orders")
 VELMAR_CATEGORY(lcRequests, "velmar.requests")
 
 #undef VELMAR_CATEGORY

@@ -11,6 +11,7 @@ const QLoggingCategory& lcPresenter();
 const QLoggingCategory& lcInterface();
 const QLoggingCategory& lcAccounts();
 const QLoggingCategory& lcSymbolRules();
+const QLoggingCategory& lcOrders();
 const QLoggingCategory& lcRequests();
 
 /// Logs at debug level that something arrived which no code of this build reads.

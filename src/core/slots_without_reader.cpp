@@ -8,7 +8,6 @@
         logWithoutReader(lcCore(), "ZnBusinessDataManager::" #name); \
     }
 
-VELMAR_WITHOUT_READER(slotPositionUpdated, QVariantMap)
 VELMAR_WITHOUT_READER(slotRecvBusiMsgPush, QVariantMap, bool)
 VELMAR_WITHOUT_READER(slotNetReconnect, QString, ZnPresenterClass*)
 VELMAR_WITHOUT_READER(slotNetDisconnected, QString)

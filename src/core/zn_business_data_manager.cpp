@@ -7,18 +7,22 @@
 #include "account_edits.h"
 #include "account_lookups.h"
 #include "account_state.h"
+#include "businessdatamanager/business_data_interface.h"
 #include "commonquotahandler/common_quota_handler.h"
 #include "external_account_query.h"
 #include "fund_abbr_names.h"
 #include "fund_account_table.h"
 #include "hong_kong_prices.h"
 #include "log.h"
+#include "market_values.h"
+#include "order_messages.h"
 #include "price_cage.h"
 #include "price_rules.h"
 #include "price_unit_ladders.h"
 #include "quantity_rules.h"
 #include "risk_notice_waiver.h"
 #include "security_accounts.h"
+#include "symbol_data.h"
 #include "symbol_identity.h"
 #include "tradability.h"
 #include "trader_table.h"
@@ -71,7 +75,11 @@ ZnBusinessDataManager::ZnBusinessDataManager(QObject* parent)
                                               static_cast<PriceCageSink&>(*this))),
       m_priceRules(
           std::make_unique<PriceRules>(*m_symbolIdentity, *m_hongKongPrices, *m_priceCage)),
-      m_riskNoticeWaiver(std::make_unique<RiskNoticeWaiver>(m_clock)) {
+      m_riskNoticeWaiver(std::make_unique<RiskNoticeWaiver>(m_clock)),
+      m_orderMessages(std::make_unique<OrderMessages>(*m_securityAccounts)),
+      m_symbolData(
+          std::make_unique<SymbolData>(*m_symbolIdentity, *m_priceRules, *m_hongKongPrices)),
+      m_marketValues(std::make_unique<MarketValues>(*m_symbolData)) {
     qCInfo(lcCore) << "init ZnBusinessDataManager";
     setObjectName(QStringLiteral("ZnBusinessDataManager"));
     if (s_firstConstruction.exchange(false)) {
@@ -104,6 +112,10 @@ void ZnBusinessDataManager::slotTradeFeeSettingChanged() {
     m_quantityRules->slotTradeFeeSettingChanged();
 }
 
+void ZnBusinessDataManager::slotPositionUpdated(QVariantMap dataMap) {
+    m_marketValues->slotPositionUpdated(dataMap);
+}
+
 void ZnBusinessDataManager::registerMetaTypes() {
     qRegisterMetaType<QList<QVariantMap>>("QList<QVariantMap>");
     qRegisterMetaType<QList<QVariantMap>>("QList<QVariantMap>&");
@@ -128,6 +140,14 @@ void ZnBusinessDataManager::startTickFeed() {
 void ZnBusinessDataManager::openSettings() {
     m_fundAbbrNames->open(this);
     m_riskNoticeWaiver->open(this);
+}
+
+void ZnBusinessDataManager::RequeryFundInfo(ZnPresenterClass* presenter) const {
+    if (!presenter) {
+        return;
+    }
+    qCDebug(lcCore) << "ZnBusinessDataManager::RequeryFundInfo";
+    BusinessDataInterface::RequeryAccountFundInfo(presenter);
 }
 
 void ZnBusinessDataManager::InitData() {

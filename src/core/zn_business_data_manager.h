@@ -19,6 +19,8 @@ class ExternalAccountQuery;
 class FundAbbrNames;
 class FundAccountTable;
 class HongKongPrices;
+class MarketValues;
+class OrderMessages;
 class PriceCage;
 class PriceRules;
 class PriceUnitLadders;
@@ -27,6 +29,7 @@ class RiskNoticeWaiver;
 class SecurityAccounts;
 class TraderTable;
 class UserAuthorities;
+class SymbolData;
 class SymbolIdentity;
 class Tradability;
 class ZnPresenterClass;
@@ -48,6 +51,10 @@ public:
     /// The last part of the start-up: loads what needs the account tables.
     void InitData();
 
+    /// Has the neighbouring data plug-in read the funds of all accounts again. Does nothing without
+    /// a presenter.
+    void RequeryFundInfo(ZnPresenterClass* presenter) const;
+
     FundAccountTable& fundAccounts() { return *m_fundAccountTable; }
     SecurityAccounts& securityAccounts() { return *m_securityAccounts; }
     const AccountLookups& lookups() const { return *m_accountLookups; }
@@ -61,6 +68,8 @@ public:
     HongKongPrices& hongKongPrices() { return *m_hongKongPrices; }
     PriceCage& cage() { return *m_priceCage; }
     const PriceRules& prices() const { return *m_priceRules; }
+    const OrderMessages& orderMessages() const { return *m_orderMessages; }
+    MarketValues& marketValues() { return *m_marketValues; }
     const RiskNoticeWaiver& riskNoticeWaiver() const { return *m_riskNoticeWaiver; }
     int newMsgIdIndex() const { return curNewMsgIdIndex; }
 
@@ -121,5 +130,8 @@ private:
     const std::unique_ptr<PriceCage> m_priceCage;                // identity, clock
     const std::unique_ptr<PriceRules> m_priceRules;              // identity, Hong Kong, cage
     const std::unique_ptr<RiskNoticeWaiver> m_riskNoticeWaiver;  // clock
+    const std::unique_ptr<OrderMessages> m_orderMessages;        // security accounts
+    const std::unique_ptr<SymbolData> m_symbolData;              // identity, prices, Hong Kong
+    const std::unique_ptr<MarketValues> m_marketValues;          // symbol data
     int curNewMsgIdIndex = 0;
 };

@@ -1,5 +1,6 @@
 #include "facade_call.h"
 #include "facade_notes.h"
+#include "facade_order_value.h"
 #include "facade_price_value.h"
 #include "velmar_business_data_interface.h"
 
@@ -151,6 +152,24 @@ constexpr FacadeFunction kFunctions[] = {
     VELMAR_ENTRY(refreshUserCageInfo, FacadePresenter, FacadeCage | FacadeServer, ""),
     VELMAR_ENTRY(updateUserCageInfo, FacadePresenter, FacadeCage | FacadeServer,
                  "applyInfo, cageInfo"),
+
+    // Orders, profit and market value.
+    VELMAR_ENTRY(NewOrderList, kFirst | FacadeWaits, FacadeAccounts | FacadeSecurities,
+                 "list, numericType, packFlag"),
+    VELMAR_ENTRY(NewOrderListForInstance, kFirst | FacadeWaits, FacadeAccounts | FacadeSecurities,
+                 "list, msgType"),
+    VELMAR_ENTRY(OrderCancelRequest, kFirst, FacadeNothing, "order, numericType"),
+    VELMAR_ENTRY(GetVelmarOrderStation, FacadePlain, FacadeNothing, "prefix"),
+    VELMAR_ENTRY(CanOrderUpdate, FacadePlain, FacadeNothing, "oldOrder, newOrder"),
+    VELMAR_ENTRY(GetRealizedProfitByAccount, FacadePresenter, FacadeNothing, "tradingAccount"),
+    VELMAR_ENTRY(GetRealizedProfitByAccountAndSymbol, FacadePresenter, FacadeNothing,
+                 "tradingAccount, symbol, securityAccount"),
+    VELMAR_ENTRY(GetRealizedProfitMapByAccount, FacadePresenter, FacadeNothing, "tradingAccount"),
+    VELMAR_ENTRY(GetAllRealizedProfitMap, FacadePresenter, FacadeNothing, ""),
+    VELMAR_ENTRY(GetMarketValueByTradingAccount, kFirst, FacadeAccounts, "tradingAccount"),
+    VELMAR_ENTRY(calcMarketValue, FacadePlain, FacadeSecurities,
+                 "error, symbol, quantity, price, multiplier"),
+    VELMAR_ENTRY(RequeryFundInfo, FacadePresenter, FacadeNothing, ""),
 };
 
 #undef VELMAR_OVERLOAD

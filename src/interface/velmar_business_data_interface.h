@@ -13,6 +13,7 @@
 #include "rate_side_type.h"
 #include "symbol_list_type.h"
 #include "tag_user_account_info.h"
+#include "velmar_market_value_info.h"
 #include "velmarutils/velmar_busi_utils.h"
 
 #ifdef VELMAR_BUSINESS_DATA_LIBRARY
@@ -20,6 +21,8 @@
 #else
 #define VELMAR_BUSINESS_DATA_API Q_DECL_IMPORT
 #endif
+
+class CMessageCommon;
 
 /// The public interface of the library: static functions that read the client's business data, and
 /// a few that change it. Never instantiated. Results are copies that the caller keeps.
@@ -508,4 +511,59 @@ public:
     /// missing, and fails when the load found no cage at all. Without a presenter it always fails.
     static QString updateUserCageInfo(const QMap<QString, QVariantMap>& applyInfo,
                                       const QMap<QString, QVariantMap>& cageInfo);
+
+    // Orders. These build messages and send nothing; the caller owns the message until it hands it
+    // to a presenter's send operation, which sets the source id before.
+
+    /// The message of a batch of new orders. Element 0 of `list` is the batch's header record, the
+    /// others are orders. Quantities in the unit of the symbol. `numericType` selects the numeric
+    /// message type "261202". Any thread; first load; waits when a record without a security
+    /// account has an exchange. Null for an empty list.
+    static CMessageCommon* NewOrderList(const QList<QVariantMap>& list, bool numericType,
+                                        bool packFlag);
+    /// The same for the instance of a strategy, with a message type of the caller's choice. Any
+    /// thread; first load; waits as NewOrderList.
+    static CMessageCommon* NewOrderListForInstance(const QList<QVariantMap>& list,
+                                                   const QString& msgType);
+    /// The message that cancels an order, by its System::clientMsgID, Security::orderID and
+    /// clOrdID. `numericType` selects the numeric message type "261212". Any thread; first load.
+    static CMessageCommon* OrderCancelRequest(const QVariantMap& order, bool numericType);
+    /// Where orders of this client come from: host name, system and its version joined by ";", with
+    /// the prefix in front unless it is empty. Any thread; does not block.
+    static QString GetVelmarOrderStation(QString prefix);
+    /// Whether the incoming record `newOrder` may replace the stored one: its status change is
+    /// listed in the status table, its quantities Security::cumQty and cancelledQty do not shrink,
+    /// and one of them has grown if the status is the same. Any thread; does not block; needs no
+    /// plug-in object.
+    static bool CanOrderUpdate(const QVariantMap& oldOrder, const QVariantMap& newOrder);
+
+    // Realized profit: the difference of the average sell and buy price over the matched quantity,
+    // less commissions, in the currency of the symbol; from the deals of the day alone.
+
+    /// Of one trading account. Any thread; presenter; does not block. 0 for an unknown account.
+    static double GetRealizedProfitByAccount(const QString& tradingAccount);
+    /// Of a symbol in an account; an empty security account sums all of them. Any thread;
+    /// presenter; does not block. 0 for what is unknown.
+    static double GetRealizedProfitByAccountAndSymbol(const QString& tradingAccount,
+                                                      const QString& symbol,
+                                                      const QString& securityAccount);
+    /// Symbol to security account to profit. Any thread; presenter; does not block. Empty for an
+    /// unknown account.
+    static QMap<QString, QMap<QString, double>> GetRealizedProfitMapByAccount(
+        const QString& tradingAccount);
+    /// The same by trading account. Any thread; presenter; does not block.
+    static QMap<QString, QMap<QString, QMap<QString, double>>> GetAllRealizedProfitMap();
+
+    // Market value and funds.
+
+    /// The market value of an account's positions. Any thread; first load; does not block. Empty
+    /// for an account without positions.
+    static VelmarMarketValueInfo GetMarketValueByTradingAccount(const QString& tradingAccount);
+    /// The value of a quantity (pieces) at a price (currency per piece). `multiplier` counts for
+    /// futures alone. Returns 0 with `error` set for a bond whose accrued interest is unknown; sets
+    /// it in no other case. Any thread; does not block.
+    static double calcMarketValue(QString& error, const QString& symbol, const qint64& quantity,
+                                  const double& price, const double& multiplier);
+    /// Has the funds of all accounts read again. Any thread; presenter.
+    static void RequeryFundInfo();
 };

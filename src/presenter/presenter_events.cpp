@@ -2,7 +2,6 @@
 
 #include "event_ids.h"
 #include "log.h"
-#include "post.h"
 #include "velmar_business_data_manager_presenter_class.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/names.h"
@@ -80,8 +79,8 @@ void VelmarBusinessDataManagerPresenterClass::ProcEventMsg(QString, QVariant eve
         case EventIds::executionsReloaded:
             queueRealizedProfitRefresh();
             return;
-        case EventIds::dealUpdated:
-        case EventIds::dealsAdded:
+        case EventIds::normalDeal:
+        case EventIds::marginDeal:
             queueDeals(body);
             return;
         default:
@@ -167,25 +166,4 @@ void VelmarBusinessDataManagerPresenterClass::procGateState(const QString& gate,
 QMap<QString, NetDelayStat> VelmarBusinessDataManagerPresenterClass::heartBeatInfo() const {
     const auto heartBeats = m_heartBeatLock.read();
     return heartBeats->m_heartBeatInfo;
-}
-
-void VelmarBusinessDataManagerPresenterClass::queueRealizedProfitInit() {
-    invokeOn(this, [this] {
-        if (!m_realizedProfitInited) {
-            initRealizedProfit();
-            m_realizedProfitInited = true;
-        }
-    });
-}
-
-void VelmarBusinessDataManagerPresenterClass::queueRealizedProfitRefresh() {
-    invokeOn(this, [this] {
-        if (m_realizedProfitInited) {
-            initRealizedProfit();
-        }
-    });
-}
-
-void VelmarBusinessDataManagerPresenterClass::queueDeals(const QVariant& body) {
-    invokeOn(this, [this, body] { takeDeals(body); });
 }

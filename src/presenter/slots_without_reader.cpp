@@ -9,7 +9,6 @@
     }
 
 VELMAR_WITHOUT_READER(slotBusiMsgRead, QVariantMap)
-VELMAR_WITHOUT_READER(slotInitPosData, void)
 VELMAR_WITHOUT_READER(queryBusiMsg, void)
 VELMAR_WITHOUT_READER(slotBusiMsgAdd, QVariantMap&)
 VELMAR_WITHOUT_READER(slotClientInfoUpload, QList<QVariantMap>)
@@ -19,8 +18,6 @@ VELMAR_WITHOUT_READER(slotMultiDelaySettingChanged, void)
 VELMAR_WITHOUT_READER(slotSendStaticDbErrorInfo, void)
 VELMAR_WITHOUT_READER(slotNetElapseUpdated, QString, QTime, int)
 VELMAR_WITHOUT_READER(slotNetReconnect, QString)
-VELMAR_WITHOUT_READER(initRealizedProfit, void)
-VELMAR_WITHOUT_READER(takeDeals, const QVariant&)
 VELMAR_WITHOUT_READER(takeClientPatchInfo, const QList<QVariantMap>&)
 
 #undef VELMAR_WITHOUT_READER

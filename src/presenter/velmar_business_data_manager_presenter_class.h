@@ -13,6 +13,7 @@
 
 #include "guarded.h"
 #include "net_delay_stat.h"
+#include "realized_profit.h"
 #include "velmarutils/velmar_statistic_assist.h"
 #include "znwidget/zn_presenter_class.h"
 
@@ -43,6 +44,9 @@ public:
     const QMap<QString, VelmarStatisticAssist>& netElapseStat() const { return m_netElapseStat; }
     /// Menu ids by message type; contains only the types that have a relation.
     const QMap<QString, QStringList>& busiMsgMenuMap() const { return m_busiMsgMenuMap; }
+
+    /// Realized profit of the day. Any thread.
+    const RealizedProfit& realizedProfit() const { return m_realizedProfit; }
 
     /// The heart-beat records by gate, without the gates that were never connected. Any thread.
     QMap<QString, NetDelayStat> heartBeatInfo() const;
@@ -140,6 +144,7 @@ private:
     QMap<QString, int> m_performTimerMap;
     QMap<QString, VelmarStatisticAssist> m_netElapseStat;
     QMap<QString, QStringList> m_busiMsgMenuMap;
+    RealizedProfit m_realizedProfit;
     bool m_realizedProfitInited = false;  // object thread only
 };
 

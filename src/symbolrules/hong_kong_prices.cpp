@@ -133,6 +133,11 @@ void HongKongPrices::GetHKStockExchangeRate(ZnPresenterClass* presenter,
     rates = tables->m_hkRateMap;
 }
 
+QMap<QString, QVariantMap> HongKongPrices::heldRates() const {
+    const auto tables = m_hkRateLock.read();
+    return tables->m_hkRateMap;
+}
+
 double HongKongPrices::GetHKStockRate(ZnPresenterClass* presenter, const QString& exchange,
                                       RateSideType side) {
     if (!presenter) {

@@ -34,6 +34,8 @@ public:
     /// Fills `rates` with the rate rows by exchange. Empty without a presenter and after a failed
     /// load; also empty, without blocking, while another caller loads. Loads if nobody has yet.
     void GetHKStockExchangeRate(ZnPresenterClass* presenter, QMap<QString, QVariantMap>& rates);
+    /// The rate rows by exchange that are loaded so far. Does not block.
+    QMap<QString, QVariantMap> heldRates() const;
     /// One figure of an exchange's rate. 0 without a presenter, for an unknown exchange or side,
     /// and after a failed load; also 0, without blocking, while another caller loads. Loads if
     /// nobody has yet.

@@ -28,6 +28,7 @@ void dropData() {
     DataStores::clearReferenceTables();
     SecurityBook::instance().clear();
     TickDelivery::reset();
+    NeighbourSlot::set(nullptr);
     HomeFolder::set(QString());
 }
 
@@ -77,6 +78,10 @@ bool LocalPlatform::start(const Options& options, QString* error) {
 
 bool LocalPlatform::setLink(std::unique_ptr<GatewayLink> link, QString* error) {
     return RequestBroker::instance().setLink(std::move(link), error);
+}
+
+void LocalPlatform::setNeighbourData(std::shared_ptr<NeighbourData> provider) {
+    NeighbourSlot::set(std::move(provider));
 }
 
 void LocalPlatform::beginClose() {

@@ -10,6 +10,7 @@
 
 #include "body_size.h"
 #include "gateway_link.h"
+#include "neighbour_data.h"
 #include "page_limits.h"
 #include "platform_export.h"
 
@@ -45,6 +46,9 @@ public:
     /// has stopped and the other started. False with a text when it does not start; the platform
     /// has no link then. `error` may be null.
     bool setLink(std::unique_ptr<GatewayLink> link, QString* error);
+
+    /// Replaces what answers BusinessDataInterface; null leaves it empty. Any thread.
+    void setNeighbourData(std::shared_ptr<NeighbourData> provider);
 
     /// Logs in over the link and loads the account tree. Blocks for both requests, 10 s each. Sets
     /// the cache's Constants::USER_ACCOUNTLIST_INITED at the end. False with a text on failure.

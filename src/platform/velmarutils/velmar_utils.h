@@ -88,6 +88,10 @@ public:
     /// list it.
     static bool isHKTypeSymbol(const QString& symbol);
 
+    /// Where orders of this client come from: host name, system and its version joined by ";", the
+    /// same throughout a run. A prefix that is not empty stands in front of them.
+    static QString GetVelmarOrderStation(const QString& prefix);
+
     /// The configuration directories of the user and of the installation, both ending in "/".
     static QString GetUserCfgFileDir();
     static QString GetDefaultUserCfgFileDir();

@@ -1,0 +1,5 @@
+#include "order_arbitration.h"
+
+bool canOrderUpdate(const QVariantMap&, const QVariantMap&) {
+    return false;
+}
