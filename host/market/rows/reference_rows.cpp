@@ -50,9 +50,12 @@ ReferenceRow bondRow(int number, const QVariantMap& bond) {
     return {kindOf("bond"), text(bond, Security::symbol), record};
 }
 
+/// The multiplier of gold counts kilograms, the unit of trade counts grams.
 ReferenceRow goldRow(const QVariantMap& gold) {
+    constexpr int kGramsPerKilogram = 1000;
     QVariantMap record = gold;
-    record.insert(GoldTrade::TradeUnitQty, gold.value(Security::contractMultiplier));
+    record.insert(GoldTrade::TradeUnitQty,
+                  gold.value(Security::contractMultiplier).toInt() * kGramsPerKilogram);
     return {kindOf("gold"), text(gold, Security::symbol), record};
 }
 
