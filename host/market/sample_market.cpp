@@ -96,7 +96,8 @@ bool makeContents(const MarketOptions& options, const MarketStop& stop, Contents
                       makeCalendarRows(calendar) + makeSpreadRows(rules) + menus +
                       makeMessageRows(tree, calendar, lastDay) +
                       makePositionRows(options.seed, tree, securities) +
-                      makePositionRows(options.seed + 1, ofSecond, securities);
+                      makePositionRows(options.seed + 1, ofSecond, securities) +
+                      makeCashRows(options.seed, tree) + makeCashRows(options.seed + 1, ofSecond);
     contents->history = std::make_unique<HistoryRows>(
         options.seed, options.allHistoryOrders(), tree, securities,
         calendar.days(TradeDayType::Shares, QDate(kHistoryYear, 1, 1), lastDay));
