@@ -121,6 +121,7 @@ private:
     bool waitForAccountList() const;
     bool initFundAccountSteps();
     void loadPrices();
+    void startPosTimer();
     void subscribeBusiMsgTopic();
 
     // what arrives
@@ -142,7 +143,7 @@ private:
     ZnBusinessDataManager* const m_dataManager;
     Guarded<HeartBeatTables> m_heartBeatLock{"m_heartBeatLock", LockRank::HeartBeat};
     Guarded<GateTables> m_gateStateLock{"m_gateStateLock", LockRank::Leaf};
-    QTimer* m_posTimer = nullptr;
+    QTimer* m_posTimer = nullptr;  // object thread only
     bool m_alwaysSaveDB = false;
     SharedSettings* m_patchSettings = nullptr;
     QTimer* m_threadNumTimer = nullptr;
