@@ -117,6 +117,7 @@ private:
     bool waitForAccountList() const;
     bool initFundAccountSteps();
     void loadPrices();
+    void startPosTimer();
     void subscribeBusiMsgTopic();
 
     // what arrives
@@ -137,7 +138,7 @@ private:
     ZnBusinessDataManager* const m_dataManager;
     Guarded<HeartBeatTables> m_heartBeatLock{"m_heartBeatLock", LockRank::HeartBeat};
     Guarded<GateTables> m_gateStateLock{"m_gateStateLock", LockRank::Leaf};
-    QTimer* m_posTimer = nullptr;
+    QTimer* m_posTimer = nullptr;  // object thread only
     bool m_alwaysSaveDB = false;
     SharedSettings* m_patchSettings = nullptr;
     QTimer* m_threadNumTimer = nullptr;
