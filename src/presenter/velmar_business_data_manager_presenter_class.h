@@ -19,6 +19,7 @@
 
 class QTimer;
 class SharedSettings;
+class VelmarDelayBuffer;
 class ZnBusinessDataManager;
 
 /// The plug-in's connection to the message layer: subscribes to pushes and events, turns what
@@ -108,6 +109,9 @@ private:
         QMap<QString, QString> m_gateStateMap;
     };
 
+    /// Whether the realized profit was never loaded, is being loaded first or anew, or is loaded.
+    enum class ProfitState { None, Loading, Loaded };
+
     // construction
     void subscribeEvents();
     void readSettings();
@@ -133,6 +137,7 @@ private:
     void queueDeals(const QVariant& body);
     void initRealizedProfit();
     void takeDeals(const QVariant& body);
+    void addBufferedDeals();
     void takeClientPatchInfo(const QList<QVariantMap>& patches);
 
     ZnBusinessDataManager* const m_dataManager;
@@ -146,7 +151,9 @@ private:
     QMap<QString, VelmarStatisticAssist> m_netElapseStat;
     QMap<QString, QStringList> m_busiMsgMenuMap;
     RealizedProfit m_realizedProfit;
-    bool m_realizedProfitInited = false;  // object thread only
+    /// Set on the object thread. Deals that come while it is None are dropped.
+    std::atomic<ProfitState> m_realizedProfitInited{ProfitState::None};
+    VelmarDelayBuffer* m_dealBuffer = nullptr;  // object thread only
 };
 
 /// The presenter of the plug-in object that was initialised last, null before the first one. It is
