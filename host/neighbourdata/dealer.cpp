@@ -284,7 +284,7 @@ Dealer::SecurityPtr Dealer::chooseToBuy(const TradingDesk::Account& account) {
         const QVector<TradingDesk::Holding> holdings = m_desk->holdings(account.tradingAccount);
         if (!holdings.isEmpty()) {
             const TradingDesk::Holding& one = holdings.at(m_random.below(holdings.size()));
-            const SecurityPtr held = m_securities->find(one.symbol);
+            SecurityPtr held = m_securities->find(one.symbol);
             if (held && held->exchange == one.exchange &&
                 account.securityAccounts.contains(one.exchange) &&
                 DealerSecurities::deals(account.fundAccountType, held->type)) {
