@@ -76,7 +76,7 @@ ZnBusinessDataManager::ZnBusinessDataManager(QObject* parent)
       m_priceRules(
           std::make_unique<PriceRules>(*m_symbolIdentity, *m_hongKongPrices, *m_priceCage)),
       m_riskNoticeWaiver(std::make_unique<RiskNoticeWaiver>(m_clock)),
-      m_orderMessages(std::make_unique<OrderMessages>(*m_securityAccounts)),
+      m_orderMessages(std::make_unique<OrderMessages>(*m_securityAccounts, m_clock)),
       m_symbolData(
           std::make_unique<SymbolData>(*m_symbolIdentity, *m_priceRules, *m_hongKongPrices)),
       m_marketValues(std::make_unique<MarketValues>(*m_symbolData)) {
@@ -96,6 +96,7 @@ ZnBusinessDataManager::~ZnBusinessDataManager() = default;
 void ZnBusinessDataManager::startUp() {
     qCInfo(lcCore) << "init ZnBusinessDataManager curNewMsgIdIndex";
     curNewMsgIdIndex = VelmarEventMsgID::TORVI_BASE_TYPE;
+    m_marketValues->loadStandardBonds();
     registerMetaTypes();
     m_quantityRules->initSymbolQtyRules();
     loadReferenceData();
@@ -134,7 +135,11 @@ void ZnBusinessDataManager::loadReferenceData() {
 }
 
 void ZnBusinessDataManager::startTickFeed() {
-    CommonQuotaHandler::instance().Init();
+    CommonQuotaHandler& ticks = CommonQuotaHandler::instance();
+    ticks.Init();
+    // With this object as the context, since the handler belongs to the thread that the slots have.
+    connect(&ticks, &CommonQuotaHandler::sigTickDataUpdate, this,
+            [this](const QString& symbol) { m_marketValues->takeTick(symbol); });
 }
 
 void ZnBusinessDataManager::openSettings() {
@@ -151,6 +156,7 @@ void ZnBusinessDataManager::RequeryFundInfo(ZnPresenterClass* presenter) const {
 }
 
 void ZnBusinessDataManager::InitData() {
+    m_marketValues->initPosData();
     ZnNewStockDataHandler::instance().init(ZnNewStockDataHandler::Issues);
     loadNewStocks();
     qCInfo(lcCore) << kInitDataTag << "初始化新股信息";

@@ -1,13 +1,21 @@
 #include <QStringList>
 #include <QSysInfo>
 
+#include "never_destroyed.h"
 #include "velmarutils/velmar_utils.h"
 
+namespace {
+
+/// Of this machine; read once, since reading it takes longer than building an order.
+struct Station {
+    QString text = QStringList{QSysInfo::machineHostName(), QSysInfo::productType(),
+                               QSysInfo::productVersion()}
+                       .join(QLatin1Char(';'));
+};
+
+}  // namespace
+
 QString VelmarUtils::GetVelmarOrderStation(const QString& prefix) {
-    QStringList parts{QSysInfo::machineHostName(), QSysInfo::productType(),
-                      QSysInfo::productVersion()};
-    if (!prefix.isEmpty()) {
-        parts.prepend(prefix);
-    }
-    return parts.join(QLatin1Char(';'));
+    const QString& station = neverDestroyed<Station>().text;
+    return prefix.isEmpty() ? station : prefix + QLatin1Char(';') + station;
 }
