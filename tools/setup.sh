@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing; quick and silent when all are there.
 #
-# usage: tools/setup.sh [run|test|lint|fuzz]...     (default: run)
+# usage: tools/setup.sh [run|test|lint|fuzz|bench]...     (default: run)
 # Exit codes: 0 everything is there, 1 something could not be installed, 2 unknown argument.
 set -euo pipefail
 
@@ -10,10 +10,11 @@ for purpose in "${@:-run}"; do
     case "$purpose" in
         run) packages+=(g++ cmake ninja-build ccache qtbase5-dev libqt5sql5-sqlite) ;;
         test) packages+=(git python3 librapidcheck-dev) ;;
+        bench) packages+=(libquickfix-dev) ;;
         fuzz) packages+=(git clang-14 libclang-rt-14-dev) ;;
         lint) packages+=(git python3 clang-format-14 clang-tidy-14) ;;
         *)
-            echo "setup: unknown argument '$purpose' (run, test, lint, fuzz)" >&2
+            echo "setup: unknown argument '$purpose' (run, test, lint, fuzz, bench)" >&2
             exit 2
             ;;
     esac

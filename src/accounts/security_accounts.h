@@ -32,7 +32,7 @@ public:
     ChosenMap GetCurrentSecurityAccountMap();
     Chosen GetCurrentSecurityAccountByTradingAccount(const QString& tradingAccount);
     QString GetCurrentSecurityAccountByTradingAndExchange(const QString& tradingAccount,
-                                                          const QString& exchange);
+                                                          const QString& exchange) override;
     /// Stores and saves each entry that is legal, and calls the sink when an entry changed. Returns
     /// 0, or -1 when an entry was refused.
     int SetCurrentSecurityAccountMap(const ChosenMap& accountMap);

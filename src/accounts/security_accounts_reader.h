@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-/// What the symbol rules need to know about an account. Any thread.
+/// What the symbol rules and the order messages need to know about an account. Any thread.
 class SecurityAccountsReader {
 public:
     virtual ~SecurityAccountsReader() = default;
@@ -16,4 +16,8 @@ public:
     /// The exchanges on which the account has security accounts. Loads that table first if needed;
     /// empty before the account tables are loaded. Does not wait.
     virtual QStringList securityExchangesOf(const QString& tradingAccount) = 0;
+    /// The security account that the user chose for orders on an exchange, the exchange's main one
+    /// by default; empty when unknown. Waits for the account tables.
+    virtual QString GetCurrentSecurityAccountByTradingAndExchange(const QString& tradingAccount,
+                                                                  const QString& exchange) = 0;
 };

@@ -76,7 +76,7 @@ ZnBusinessDataManager::ZnBusinessDataManager(QObject* parent)
       m_priceRules(
           std::make_unique<PriceRules>(*m_symbolIdentity, *m_hongKongPrices, *m_priceCage)),
       m_riskNoticeWaiver(std::make_unique<RiskNoticeWaiver>(m_clock)),
-      m_orderMessages(std::make_unique<OrderMessages>(*m_securityAccounts)),
+      m_orderMessages(std::make_unique<OrderMessages>(*m_securityAccounts, m_clock)),
       m_symbolData(
           std::make_unique<SymbolData>(*m_symbolIdentity, *m_priceRules, *m_hongKongPrices)),
       m_marketValues(std::make_unique<MarketValues>(*m_symbolData)) {

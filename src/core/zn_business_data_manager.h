@@ -130,7 +130,7 @@ private:
     const std::unique_ptr<PriceCage> m_priceCage;                // identity, clock
     const std::unique_ptr<PriceRules> m_priceRules;              // identity, Hong Kong, cage
     const std::unique_ptr<RiskNoticeWaiver> m_riskNoticeWaiver;  // clock
-    const std::unique_ptr<OrderMessages> m_orderMessages;        // security accounts
+    const std::unique_ptr<OrderMessages> m_orderMessages;        // security accounts, clock
     const std::unique_ptr<SymbolData> m_symbolData;              // identity, prices, Hong Kong
     const std::unique_ptr<MarketValues> m_marketValues;          // symbol data
     int curNewMsgIdIndex = 0;

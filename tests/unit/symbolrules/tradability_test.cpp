@@ -27,6 +27,10 @@ public:
         calls.append("exchanges");
         return exchanges.value(account);
     }
+    QString GetCurrentSecurityAccountByTradingAndExchange(const QString&, const QString&) override {
+        calls.append("current");
+        return {};
+    }
 
     QMap<QString, QString> types;
     QMap<QString, QStringList> exchanges;

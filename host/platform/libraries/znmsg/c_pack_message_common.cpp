@@ -14,6 +14,10 @@ int CPackMessageCommon::AddVaule(QString key, QVariant value) {
 
 int CPackMessageCommon::AddRowVaule(const QVariantMap& row) {
     QVariantMap& current = m_rows[m_current];
+    if (current.isEmpty()) {
+        current = row;
+        return 0;
+    }
     for (auto it = row.cbegin(); it != row.cend(); ++it) {
         current.insert(it.key(), it.value());
     }

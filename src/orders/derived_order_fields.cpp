@@ -1,0 +1,73 @@
+#include "derived_order_fields.h"
+
+#include <QLocale>
+#include <cmath>
+#include <vector>
+
+#include "never_destroyed.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/values.h"
+
+namespace {
+
+enum class OrderKind { Market, Other, Any };
+enum class MinQty { Zero, OrderQty };
+
+struct DerivationRule {
+    OrderKind orderKind;
+    QString priceType;
+    QString timeInForce;
+    QString maxPriceLevels;
+    MinQty minQty;
+};
+
+struct DerivationRules {
+    // timeInForce: "0" the day, "3" deal or cancel, "7" after hours. maxPriceLevels: "0" any.
+    const std::vector<DerivationRule> rules{
+        {OrderKind::Other, PriceType::limitPriceAllDealOrCancel, "3", "0", MinQty::OrderQty},
+        {OrderKind::Other, PriceType::fixedPriceAfterMarket, "7", "0", MinQty::Zero},
+        {OrderKind::Market, PriceType::shDealOrbeLimit5, "0", "5", MinQty::Zero},
+        {OrderKind::Market, PriceType::shDealOrCancel5, "3", "5", MinQty::Zero},
+        {OrderKind::Market, PriceType::szDealOrCancel5, "3", "5", MinQty::Zero},
+        {OrderKind::Market, PriceType::szDealOrCancel, "3", "0", MinQty::Zero},
+        {OrderKind::Market, PriceType::szOpponentOptimization, "0", "1", MinQty::Zero},
+        {OrderKind::Market, PriceType::szSelfOptimization, "0", "0", MinQty::Zero},
+        {OrderKind::Market, PriceType::szAllDealOrCancel, "3", "0", MinQty::OrderQty},
+        {OrderKind::Any, PriceType::shEntrustAfterHours, "7", "0", MinQty::Zero},
+    };
+};
+
+bool isFloatingPoint(const QVariant& value) {
+    return value.userType() == QMetaType::Double || value.userType() == QMetaType::Float;
+}
+
+/// A number in decimal, 1000000 and not 1e+06; a text as it stands; empty for NaN and infinities.
+QString decimalText(const QVariant& quantity) {
+    if (!isFloatingPoint(quantity)) {
+        return quantity.toString();
+    }
+    const double number = quantity.toDouble();
+    return std::isfinite(number) ? QString::number(number, 'f', QLocale::FloatingPointShortest)
+                                 : QString();
+}
+
+}  // namespace
+
+std::optional<DerivedOrderFields> derivedOrderFields(const QVariantMap& order) {
+    const QString priceType = order.value(CustomField::priceType).toString();
+    if (priceType.isEmpty()) {
+        return {};
+    }
+    const bool isMarket = order.value(Security::orderType).toString() == OrderType::market;
+    const OrderKind orderKind = isMarket ? OrderKind::Market : OrderKind::Other;
+    for (const DerivationRule& rule : neverDestroyed<DerivationRules>().rules) {
+        const bool applies = rule.orderKind == OrderKind::Any || rule.orderKind == orderKind;
+        if (applies && rule.priceType == priceType) {
+            return DerivedOrderFields{rule.timeInForce, rule.maxPriceLevels,
+                                      rule.minQty == MinQty::OrderQty
+                                          ? decimalText(order.value(Security::orderQty))
+                                          : QStringLiteral("0")};
+        }
+    }
+    return {};
+}
