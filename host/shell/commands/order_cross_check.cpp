@@ -104,14 +104,15 @@ Verdict OrderCrossCheck::judge(const QVariantMap& stored, const QVariantMap& upd
     if (!std::isfinite(cum) || !std::isfinite(cancelled)) {
         return Verdict::NotFinite;
     }
-    const double cumGrowth = cum - qty(stored, Security::cumQty);
-    const double cancelGrowth = cancelled - qty(stored, Security::cancelledQty);
-    if (cumGrowth < -kSameQty || cancelGrowth < -kSameQty) {
+    const double storedCum = qty(stored, Security::cumQty);
+    const double storedCancelled = qty(stored, Security::cancelledQty);
+    if (cum < storedCum - kSameQty || cancelled < storedCancelled - kSameQty) {
         return Verdict::Shrinks;
     }
     const bool isSameStatus = status == text(stored, Security::orderStatus);
-    const bool hasGrown = cumGrowth > kSameQty || cancelGrowth > kSameQty;
-    return isSameStatus && !hasGrown ? Verdict::NothingNew : Verdict::Accepted;
+    const bool isNothingNew =
+        cum <= storedCum + kSameQty && cancelled <= storedCancelled + kSameQty;
+    return isSameStatus && isNothingNew ? Verdict::NothingNew : Verdict::Accepted;
 }
 
 bool OrderCrossCheck::isStored(Verdict verdict) {

@@ -5,8 +5,7 @@
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
-
-#include "utf8_text.h"
+#include <QTextCodec>
 
 namespace {
 
@@ -41,14 +40,15 @@ int columnOf(const QByteArray& line, int byte) {
     return column;
 }
 
-bool isUtf8(const QByteArray& bytes, QString* text) {
-    return textOfUtf8(reinterpret_cast<const uchar*>(bytes.constData()), bytes.size(), text);
+bool isUtf8(const QByteArray& bytes) {
+    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
+    QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
+    return state.invalidChars == 0 && state.remainingChars == 0;
 }
 
 /// The column of the first character that is not UTF-8; 0 when all of them are.
 int columnOfBadByte(const QByteArray& line) {
-    QString text;
-    if (isUtf8(line, &text)) {
+    if (isUtf8(line)) {
         return 0;
     }
     int good = 0;
@@ -62,7 +62,7 @@ int columnOfBadByte(const QByteArray& line) {
         } else if (first >= 0xC0) {
             size = 2;
         }
-        if (good + size > line.size() || !isUtf8(line.mid(good, size), &text)) {
+        if (good + size > line.size() || !isUtf8(line.mid(good, size))) {
             break;
         }
         good += size;
@@ -106,15 +106,19 @@ private:
 class JsonReader final : public RecordReader {
 protected:
     void take(const QByteArray& line) override {
+        int begin = 0;
+        while (line.at(begin) == ' ' || line.at(begin) == '\t') {
+            ++begin;
+        }
+        if (line.at(begin) != '{') {
+            addFault(columnOf(line, begin), QStringLiteral("not a JSON object"));
+            return;
+        }
         QJsonParseError error;
         const QJsonDocument document = QJsonDocument::fromJson(line, &error);
         if (error.error != QJsonParseError::NoError) {
             addFault(columnOf(line, qBound(0, error.offset, line.size())),
                      QStringLiteral("not JSON (%1)").arg(error.errorString()));
-            return;
-        }
-        if (!document.isObject()) {
-            addFault(columnOf(line, line.indexOf('[')), QStringLiteral("not a JSON object"));
             return;
         }
         QVariantMap fields;

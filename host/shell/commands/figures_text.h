@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+
+// How the commands about money write numbers.
+
+/// Two decimals.
+inline QString moneyText(double amount) {
+    return QString::number(amount, 'f', 2);
+}
+
+/// A price, a rate or a quantity: as many digits as it has, at most 12.
+inline QString numberText(double number) {
+    return QString::number(number, 'g', 12);
+}
+
+/// A figure that a running table and a fresh reckoning give differently.
+struct FigureDifference {
+    QString account;
+    QString item;
+    QString figure;
+    double running = 0;
+    double fresh = 0;
+};
