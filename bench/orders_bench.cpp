@@ -26,16 +26,17 @@ constexpr int kRounds = 15;
 constexpr int kRowsOfRound = 10000;
 constexpr int kUpdates = 20000;
 constexpr double kTolerance = 1e-10;
+inline const QString kOrderPrice = QStringLiteral("orderPrice");
 
 QVariantMap orderOf(int number) {
     return {{UserAccount::tradingAccount, QStringLiteral("T000001")},
             {UserAccount::securityExchange, Exchange::sh},
-            {Security::symbol, QStringLiteral("600000.SH")},
+            {Security::symbol, QStringLiteral("%1.SH").arg(600000 + number % 50)},
             {System::clientMsgID, QString::number(1000000 + number)},
             {Security::clOrdID, QStringLiteral("C%1").arg(number)},
             {Security::side, SideUnion::normalBuy},
             {Security::orderQty, 100 * (1 + number % 50)},
-            {QStringLiteral("orderPrice"), 10.0 + number % 100 / 100.0},
+            {kOrderPrice, 10.0 + number % 100 / 100.0},
             {Security::orderType, OrderType::market},
             {CustomField::priceType, PriceType::shDealOrCancel5},
             {Instruction::InstructionID, QStringLiteral("I%1").arg(number)}};
@@ -55,25 +56,32 @@ Message built(const QList<QVariantMap>& list) {
     return Message(Facade::NewOrderList(list, false, false));
 }
 
-/// The rows of a built message as texts, for the other library.
-std::vector<OrderTexts> textsOf(const CMessageCommon& message) {
+/// The rows of a built message, for the other library.
+std::vector<PlainOrder> plainOrders(const CMessageCommon& message) {
     CUnPackMessageCommon unpacker;
     unpacker.SetUnPackMsg(message.GetMsg(), false);
-    std::vector<OrderTexts> orders;
+    std::vector<PlainOrder> orders;
     for (int row = 1; unpacker.SetCurrentRow(row); ++row) {
-        OrderTexts order;
         const QVariantMap record = unpacker.GetRowValue();
-        for (auto field = record.cbegin(); field != record.cend(); ++field) {
-            order.emplace_back(field.key().toStdString(), field->toString().toStdString());
-        }
-        orders.push_back(std::move(order));
+        const auto text = [&record](const QString& key) {
+            return record.value(key).toString().toStdString();
+        };
+        orders.push_back(
+            {text(UserAccount::tradingAccount), text(UserAccount::securityAccount),
+             text(UserAccount::securityExchange), text(Security::securityID),
+             text(System::clientMsgID), text(Security::clOrdID), text(CustomField::priceType),
+             text(Security::side), text(Security::orderType), text(Security::parentOrderID),
+             text(Security::orderFlowType), text(Security::orderStation),
+             record.value(Security::orderQty).toDouble(), record.value(kOrderPrice).toDouble(),
+             record.value(Security::maxPriceLevels).toInt(),
+             record.value(Security::minQty).toDouble(), text(Security::timeInForce)});
     }
     return orders;
 }
 
 void reportList(int rows) {
     const QList<QVariantMap> list = listOf(rows);
-    const std::vector<OrderTexts> texts = textsOf(*built(list));
+    const std::vector<PlainOrder> plain = plainOrders(*built(list));
     const int repeats = std::max(1, kRowsOfRound / rows);
     const double orders = double(rows) * repeats;
     std::vector<double> build;
@@ -99,7 +107,7 @@ void reportList(int rows) {
         }));
         other.push_back(millisecondsOf([&] {
             for (int i = 0; i < repeats; ++i) {
-                bytes += static_cast<qint64>(serialiseWithQuickFix(texts));
+                bytes += static_cast<qint64>(serialiseWithQuickFix(plain));
             }
         }));
     }

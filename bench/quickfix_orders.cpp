@@ -5,18 +5,44 @@
 
 // The library's headers need C++14: they contain exception specifications.
 
-std::size_t serialiseWithQuickFix(const std::vector<OrderTexts>& orders) {
-    // Tags for the fields' positions; those of our own fields are in the range for users.
-    constexpr int kFirstUserTag = 5000;
+namespace {
+
+// Fields without a standard tag get one of the range for users.
+constexpr int kPriceTypeTag = 5001;
+constexpr int kInstructionTag = 5002;
+constexpr int kFlowTypeTag = 5003;
+constexpr int kStationTag = 5004;
+constexpr int kClientMessageTag = 5005;
+constexpr int kSecurityAccountTag = 5006;
+constexpr int kMaxPriceLevelsTag = 1090;
+
+FIX44::NewOrderSingle messageOf(const PlainOrder& order) {
+    FIX44::NewOrderSingle message(FIX::ClOrdID(order.clOrdID), FIX::Side(order.side.front()),
+                                  FIX::TransactTime(), FIX::OrdType(order.orderType.front()));
+    message.set(FIX::Account(order.account));
+    message.set(FIX::SecurityExchange(order.exchange));
+    message.set(FIX::SecurityID(order.securityID));
+    message.set(FIX::OrderQty(order.quantity));
+    message.set(FIX::Price(order.price));
+    message.set(FIX::TimeInForce(order.timeInForce.front()));
+    message.set(FIX::MinQty(order.minQty));
+    message.setField(FIX::IntField(kMaxPriceLevelsTag, order.maxPriceLevels));
+    message.setField(kSecurityAccountTag, order.securityAccount);
+    message.setField(kClientMessageTag, order.clientMsgID);
+    message.setField(kPriceTypeTag, order.priceType);
+    message.setField(kInstructionTag, order.instruction);
+    message.setField(kFlowTypeTag, order.flowType);
+    message.setField(kStationTag, order.station);
+    return message;
+}
+
+}  // namespace
+
+std::size_t serialiseWithQuickFix(const std::vector<PlainOrder>& orders) {
     std::size_t bytes = 0;
     std::string text;
-    for (const OrderTexts& order : orders) {
-        FIX44::NewOrderSingle message;
-        int tag = kFirstUserTag;
-        for (const auto& field : order) {
-            message.setField(tag++, field.second);
-        }
-        bytes += message.toString(text).size();
+    for (const PlainOrder& order : orders) {
+        bytes += messageOf(order).toString(text).size();
     }
     return bytes;
 }

@@ -2,12 +2,29 @@
 
 #include <cstddef>
 #include <string>
-#include <utility>
 #include <vector>
 
-/// The fields of one order by name, as texts.
-using OrderTexts = std::vector<std::pair<std::string, std::string>>;
+/// An order with the fields that its message has.
+struct PlainOrder {
+    std::string account;
+    std::string securityAccount;
+    std::string exchange;
+    std::string securityID;
+    std::string clientMsgID;
+    std::string clOrdID;
+    std::string priceType;
+    std::string side;
+    std::string orderType;
+    std::string instruction;
+    std::string flowType;
+    std::string station;
+    double quantity = 0;
+    double price = 0;
+    int maxPriceLevels = 0;
+    double minQty = 0;
+    std::string timeInForce;
+};
 
-/// Creates a NewOrderSingle with these fields for every order and serialises it, with the library
-/// that the machine's package manager provides. Returns the bytes of all texts.
-std::size_t serialiseWithQuickFix(const std::vector<OrderTexts>& orders);
+/// Creates a NewOrderSingle of every order and serialises it, with the library that the machine's
+/// package manager provides. Returns the bytes of all texts.
+std::size_t serialiseWithQuickFix(const std::vector<PlainOrder>& orders);

@@ -26,7 +26,7 @@
 namespace {
 
 // To be raised when the rows that are written change, so that older files are replaced.
-inline const QString kContents = QStringLiteral("8");
+inline const QString kContents = QStringLiteral("9");
 constexpr int kLockTryMs = 100;
 constexpr int kOwnAccountsOfSecond = 3;
 // The year of the orders and deals; positions and messages are dated at its end.
@@ -96,7 +96,8 @@ bool makeContents(const MarketOptions& options, const MarketStop& stop, Contents
                       makeCalendarRows(calendar) + makeSpreadRows(rules) + menus +
                       makeMessageRows(tree, calendar, lastDay) +
                       makePositionRows(options.seed, tree, securities) +
-                      makePositionRows(options.seed + 1, ofSecond, securities);
+                      makePositionRows(options.seed + 1, ofSecond, securities) +
+                      makeCashRows(options.seed, tree) + makeCashRows(options.seed + 1, ofSecond);
     contents->history = std::make_unique<HistoryRows>(
         options.seed, options.allHistoryOrders(), tree, securities,
         calendar.days(TradeDayType::Shares, QDate(kHistoryYear, 1, 1), lastDay));

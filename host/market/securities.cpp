@@ -15,7 +15,8 @@ namespace {
 
 using Boards = QVector<SecurityBoard>;
 
-constexpr int kGramsOfGoldLot = 10;
+// Prices of gold are per gram.
+constexpr int kKilogramsOfGoldContract = 1;
 
 /// Takes the excess from the first boards, down to their least, and the rest from the last boards.
 void takeAway(const Boards& boards, int excess, QVector<int>& counts) {
@@ -94,9 +95,8 @@ void addUnits(const SecurityBoard& of, MarketRandom& random, QVariantMap& record
         record.insert(Security::LotSize, 1);
         record.insert(Security::contractMultiplier, of.exchange == Exchange::cffex ? 300 : 5);
     } else if (of.type == MdcSecurityType::SpotType) {
-        // Orders count lots; ten grams are what one lot weighs, not a step.
         record.insert(Security::LotSize, 1);
-        record.insert(Security::contractMultiplier, kGramsOfGoldLot);
+        record.insert(Security::contractMultiplier, kKilogramsOfGoldContract);
     }
 }
 

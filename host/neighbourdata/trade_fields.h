@@ -13,6 +13,11 @@ namespace DealSide {
 inline const QString sell = QStringLiteral("2");
 }
 
+/// Values of UserAccount::ExchangeExecType in deals beside EntrustType::cancelOrder.
+namespace DealRow {
+inline const QString deal = QStringLiteral("0");
+}
+
 /// Events of the neighbouring data plug-in; one record per event, on the header row.
 namespace NeighbourEvent {
 inline constexpr int positionsLoaded = 0x31000;

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "client_watcher.h"
+#include "day_book.h"
 #include "embedded_link.h"
 #include "exchange_clock.h"
 #include "faulty_link.h"
@@ -21,6 +22,8 @@
 #include "server_engine.h"
 #include "tick_feed.h"
 #include "trade_calendar.h"
+#include "velmarutils/velmar_utils.h"
+#include "vocabulary/names.h"
 #include "vocabulary/values.h"
 #include "znbusinessdata/c_business_data_base.h"
 
@@ -156,7 +159,29 @@ bool Client::startPlatform(QString* error) {
     }
     ended(QStringLiteral("local platform started (%1)").arg(m_options.homeDir));
     startTicks();
+    openBook();
     return true;
+}
+
+void Client::openBook() {
+    m_book = std::make_shared<DayBook>(storedOpening(marketStoreFile(marketDir()), m_options.user));
+    LocalPlatform::instance().setNeighbourData(m_book);
+}
+
+bool Client::loadBook(QString* error) {
+    if (!m_book->load(error)) {
+        *error = QStringLiteral("the positions were not loaded: %1").arg(*error);
+        return false;
+    }
+    ended(QStringLiteral("positions of the day loaded (%1)").arg(m_book->positionCount(QString())));
+    return true;
+}
+
+void Client::endStreams() {
+    m_ticks.reset();
+    if (m_book) {
+        m_book->close();
+    }
 }
 
 void Client::setClock() {
@@ -312,7 +337,7 @@ bool Client::login(QString* error) {
         return false;
     }
     ended(QStringLiteral("account list received (%1 accounts)").arg(platformAccounts().size()));
-    return true;
+    return loadBook(error);
 }
 
 bool Client::waitForAccounts(int limitMs, QString* error) {
@@ -336,6 +361,9 @@ bool Client::waitForAccounts(int limitMs, QString* error) {
               .arg(m_loadedAccounts)
               .arg(accounts.size())
               .arg(m_frozenAccounts));
+    // Some plug-in of a real client requests the profits once it is up.
+    LocalPlatform::instance().publishEvent(
+        VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::CalcRealizedProfitInitEvent), {});
     return true;
 }
 
@@ -370,7 +398,7 @@ bool Client::call(const FacadeFunction& function, const QStringList& arguments, 
     m_gate.waitUntil([&] { return answered || InterruptWatch::hasCome(); }, limitMs);
     const bool inTime = answered;
     if (!inTime) {
-        m_ticks.reset();
+        endStreams();
         // Ends what the function waits for; stop() takes plug-ins and presenters down in order.
         LocalPlatform::instance().beginClose();
     }
@@ -394,13 +422,15 @@ void Client::stop() {
         return;
     }
     m_platformStarted = false;
-    m_ticks.reset();
+    endStreams();
     // A plug-in object waits for its presenter to end, which in turn may wait for an answer.
     LocalPlatform::instance().beginClose();
     m_plugins.shutdown();
     m_link = nullptr;
     m_server.reset();
     LocalPlatform::instance().close();
+    LocalPlatform::instance().setNeighbourData(nullptr);
+    m_book.reset();
     // Deletes the objects whose deletion waits for the main thread's event loop.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }

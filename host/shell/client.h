@@ -16,6 +16,7 @@
 #include "status_line.h"
 
 class ClientSight;
+class DayBook;
 class FaultyLink;
 class ServerEngine;
 class TickFeed;
@@ -77,8 +78,8 @@ public:
     bool makePluginObject(const QString& name, QString* error);
     /// Makes and initialises the plug-in objects of all further libraries.
     bool makePluginObjects(QString* error);
-    /// Ends the ticks and every wait without limit, then plug-ins, link and platform, in this
-    /// order. A second call does nothing.
+    /// Ends the ticks, the book's events and every wait without limit, then plug-ins, link and
+    /// platform, in this order. A second call does nothing.
     void stop();
     /// Makes every request that is under way fail, and each later one, so that a main thread which
     /// waits for an answer returns. For InterruptWatch; any thread, whether a client is up or not.
@@ -94,6 +95,9 @@ public:
     /// Null before the server is connected and after stop().
     ServerEngine* server() const { return m_server.get(); }
     FaultyLink* link() const { return m_link; }
+    /// What answers the neighbouring data plug-in's interfaces; loaded once the login has its
+    /// accounts. Null before the market is opened and after stop().
+    DayBook* book() const { return m_book.get(); }
     ClientStatus status() const;
     /// Where the main thread waits; woken when the client's state changes.
     MainLoopGate& gate() { return m_gate; }
@@ -114,11 +118,15 @@ private:
     bool startPlatform(QString* error);
     void setClock();
     void startTicks();
+    void openBook();
+    /// Ends the streams of ticks and of the book's events.
+    void endStreams();
     bool connectServer(QString* error);
     bool loadLibraries(QString* error);
     bool loadLibrary(const QString& file, QString* error);
     void skip(const QString& why) const;
     bool login(QString* error);
+    bool loadBook(QString* error);
     bool waitForAccounts(int limitMs, QString* error);
     void countAccounts(const QStringList& accounts);
     QString marketDir() const;
@@ -132,6 +140,7 @@ private:
     QStringList m_furtherPlugins;  // files, in the order of loading
     FacadeLibrary m_facade;
     std::unique_ptr<TickFeed> m_ticks;
+    std::shared_ptr<DayBook> m_book;
     std::shared_ptr<ServerEngine> m_server;
     FaultyLink* m_link = nullptr;  // owned by the platform
     QElapsedTimer m_upSince;

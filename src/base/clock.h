@@ -9,6 +9,9 @@ public:
     virtual ~Clock() = default;
     virtual QDateTime now() const = 0;
 
+    /// The same as milliseconds since 1970-01-01 00:00 UTC.
+    virtual qint64 msSinceEpoch() const { return now().toMSecsSinceEpoch(); }
+
     QDate today() const { return now().date(); }
 };
 
@@ -16,4 +19,6 @@ public:
 class SystemClock final : public Clock {
 public:
     QDateTime now() const override { return QDateTime::currentDateTime(); }
+    // Without the time zone, for which the system's files are looked at.
+    qint64 msSinceEpoch() const override { return QDateTime::currentMSecsSinceEpoch(); }
 };

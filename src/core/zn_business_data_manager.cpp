@@ -96,6 +96,7 @@ ZnBusinessDataManager::~ZnBusinessDataManager() = default;
 void ZnBusinessDataManager::startUp() {
     qCInfo(lcCore) << "init ZnBusinessDataManager curNewMsgIdIndex";
     curNewMsgIdIndex = VelmarEventMsgID::TORVI_BASE_TYPE;
+    m_marketValues->loadStandardBonds();
     registerMetaTypes();
     m_quantityRules->initSymbolQtyRules();
     loadReferenceData();
@@ -134,7 +135,11 @@ void ZnBusinessDataManager::loadReferenceData() {
 }
 
 void ZnBusinessDataManager::startTickFeed() {
-    CommonQuotaHandler::instance().Init();
+    CommonQuotaHandler& ticks = CommonQuotaHandler::instance();
+    ticks.Init();
+    // With this object as the context, since the handler belongs to the thread that the slots have.
+    connect(&ticks, &CommonQuotaHandler::sigTickDataUpdate, this,
+            [this](const QString& symbol) { m_marketValues->takeTick(symbol); });
 }
 
 void ZnBusinessDataManager::openSettings() {
@@ -151,6 +156,7 @@ void ZnBusinessDataManager::RequeryFundInfo(ZnPresenterClass* presenter) const {
 }
 
 void ZnBusinessDataManager::InitData() {
+    m_marketValues->initPosData();
     ZnNewStockDataHandler::instance().init(ZnNewStockDataHandler::Issues);
     loadNewStocks();
     qCInfo(lcCore) << kInitDataTag << "初始化新股信息";

@@ -142,7 +142,7 @@ CMessageCommon* OrderMessages::OrderCancelRequest(const QVariantMap& order,
 }
 
 QString OrderMessages::transActTime() const {
-    return QString::number(m_clock.now().toMSecsSinceEpoch());
+    return QString::number(m_clock.msSinceEpoch());
 }
 
 void OrderMessages::addOrders(const QList<QVariantMap>& list, IdLookup idLookup,
@@ -150,6 +150,7 @@ void OrderMessages::addOrders(const QList<QVariantMap>& list, IdLookup idLookup,
     // One time for the whole batch.
     const QString time = transActTime();
     int withoutMinQty = 0;
+    Choice choice;
     for (int i = 1; i < list.size(); ++i) {
         const QVariantMap& order = list.at(i);
         const QString symbol = textOf(order, Security::symbol);
@@ -168,7 +169,7 @@ void OrderMessages::addOrders(const QList<QVariantMap>& list, IdLookup idLookup,
         }
         addOrderStation(order, packer);
         addInstruction(order, packer);
-        addSecurityAccount(order, symbol, packer);
+        addSecurityAccount(order, symbol, &choice, packer);
     }
     if (withoutMinQty > 0) {
         qCWarning(lcOrders) << "order list: the quantity is missing or not finite, so minQty is "
@@ -178,7 +179,7 @@ void OrderMessages::addOrders(const QList<QVariantMap>& list, IdLookup idLookup,
 }
 
 void OrderMessages::addSecurityAccount(const QVariantMap& order, const QString& symbol,
-                                       CPackMessageCommon& packer) const {
+                                       Choice* last, CPackMessageCommon& packer) const {
     if (!textOf(order, UserAccount::securityAccount).isEmpty()) {
         return;
     }
@@ -190,8 +191,12 @@ void OrderMessages::addSecurityAccount(const QVariantMap& order, const QString& 
     if (exchange.isEmpty()) {
         return;
     }
-    packer.AddVaule(UserAccount::securityAccount,
-                    m_securityAccounts.GetCurrentSecurityAccountByTradingAndExchange(
-                        textOf(order, UserAccount::tradingAccount), exchange));
+    const QString tradingAccount = textOf(order, UserAccount::tradingAccount);
+    if (exchange != last->exchange || tradingAccount != last->tradingAccount) {
+        *last = {tradingAccount, exchange,
+                 m_securityAccounts.GetCurrentSecurityAccountByTradingAndExchange(tradingAccount,
+                                                                                  exchange)};
+    }
+    packer.AddVaule(UserAccount::securityAccount, last->securityAccount);
     packer.AddVaule(UserAccount::securityExchange, exchange);
 }

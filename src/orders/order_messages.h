@@ -32,10 +32,17 @@ private:
     /// When an order's security id is looked up by its symbol.
     enum class IdLookup { WithoutId, WithoutIdOrSource };
 
+    /// A chosen security account; most orders of a batch have that of the order before.
+    struct Choice {
+        QString tradingAccount;
+        QString exchange;  ///< empty before the first choice
+        QString securityAccount;
+    };
+
     QString transActTime() const;
     void addOrders(const QList<QVariantMap>& list, IdLookup idLookup,
                    CPackMessageCommon& packer) const;
-    void addSecurityAccount(const QVariantMap& order, const QString& symbol,
+    void addSecurityAccount(const QVariantMap& order, const QString& symbol, Choice* last,
                             CPackMessageCommon& packer) const;
 
     SecurityAccountsReader& m_securityAccounts;

@@ -1,36 +1,62 @@
 #pragma once
 
+#include <QList>
 #include <QMap>
 #include <QMutex>
 #include <QString>
+#include <QVariantList>
+#include <QVariantMap>
+#include <functional>
+#include <optional>
 
+#include "counted_deals.h"
 #include "guarded.h"
+#include "realized_profit_item.h"
 
-/// What one trading account did in one symbol through one security account.
-struct RealizedProfitItem {
-    double buyAmount = 0;
-    double buyQty = 0;
-    double sellAmount = 0;
-    double sellQty = 0;
-    double commission = 0;
-};
+/// The difference of the average sell and the average buy price over the matched quantity, less the
+/// commission; without a buy or without a sell the negative commission.
+double realizedProfitOf(const RealizedProfitItem& item);
 
-/// Realized profit by trading account, symbol and security account, computed from deals alone. Any
-/// thread. Lock: m_profitLock.
+/// Realized profit by trading account, symbol and security account, in the currency of the symbol,
+/// computed from deals alone. Any thread may read; the table is replaced and changed on one thread
+/// at a time. Lock: m_profitLock, held for the read or the change alone.
 class RealizedProfit {
 public:
     using ProfitBySymbol = QMap<QString, QMap<QString, double>>;
 
+    /// 0.0 for an unknown account.
     double GetRealizedProfitByAccount(const QString& tradingAccount) const;
+    /// All security accounts of the symbol when that argument is empty. 0.0 when there is no such
+    /// item.
     double GetRealizedProfitByAccountAndSymbol(const QString& tradingAccount, const QString& symbol,
                                                const QString& securityAccount) const;
+    /// Empty for an unknown account.
     ProfitBySymbol GetRealizedProfitMapByAccount(const QString& tradingAccount) const;
     QMap<QString, ProfitBySymbol> GetAllRealizedProfitMap() const;
 
+    /// A table that is not in force yet.
+    struct Fresh {
+        RealizedProfitTable table;
+        CountedDeals counted;
+    };
+    /// Sums the rows of the execution list; takes no lock. Returns nothing when `isBrokenOff`,
+    /// which is asked every 10,000 rows, returns true.
+    static std::optional<Fresh> build(const QList<QVariantMap>& executions,
+                                      const std::function<bool()>& isBrokenOff);
+    /// Puts the table in force. Calls `announce` under the lock.
+    void replace(Fresh fresh, const std::function<void()>& announce);
+
+    /// Adds deals of the stream, without those that the table contains. Calls `announce` under the
+    /// lock with one record for each item that changed, in the order of the table; not at all when
+    /// none did.
+    void addDeals(const QVariantList& deals,
+                  const std::function<void(const QVariantList& records)>& announce);
+
 private:
     struct Tables {
-        QMap<QString, QMap<QString, QMap<QString, RealizedProfitItem>>> m_realizedProfitMap;
+        RealizedProfitTable m_realizedProfitMap;
     };
 
-    Guarded<Tables, QMutex> m_profitLock{"m_profitLock", LockRank::Profit};
+    mutable Guarded<Tables, QMutex> m_profitLock{"m_profitLock", LockRank::Profit};
+    CountedDeals m_counted;  // only for the thread that replaces and changes the table
 };

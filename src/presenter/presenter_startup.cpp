@@ -3,6 +3,7 @@
 #include "fund_account_table.h"
 #include "hong_kong_prices.h"
 #include "log.h"
+#include "market_values.h"
 #include "price_cage.h"
 #include "server_request.h"
 #include "velmar_business_data_manager_presenter_class.h"
@@ -64,9 +65,12 @@ void VelmarBusinessDataManagerPresenterClass::slotInitFundAccount() {
 }
 
 void VelmarBusinessDataManagerPresenterClass::slotInitData() {
-    if (initFundAccountSteps()) {
-        subscribeBusiMsgTopic();
+    if (!initFundAccountSteps()) {
+        return;
     }
+    startPosTimer();
+    m_dataManager->marketValues().initPosData();
+    subscribeBusiMsgTopic();
 }
 
 void VelmarBusinessDataManagerPresenterClass::subscribeBusiMsgTopic() {

@@ -19,6 +19,7 @@
 
 class QTimer;
 class SharedSettings;
+class VelmarDelayBuffer;
 class ZnBusinessDataManager;
 
 /// The plug-in's connection to the message layer: subscribes to pushes and events, turns what
@@ -108,6 +109,9 @@ private:
         QMap<QString, QString> m_gateStateMap;
     };
 
+    /// Whether the realized profit was never loaded, is being loaded first or anew, or is loaded.
+    enum class ProfitState { None, Loading, Loaded };
+
     // construction
     void subscribeEvents();
     void readSettings();
@@ -117,6 +121,7 @@ private:
     bool waitForAccountList() const;
     bool initFundAccountSteps();
     void loadPrices();
+    void startPosTimer();
     void subscribeBusiMsgTopic();
 
     // what arrives
@@ -132,12 +137,13 @@ private:
     void queueDeals(const QVariant& body);
     void initRealizedProfit();
     void takeDeals(const QVariant& body);
+    void addBufferedDeals();
     void takeClientPatchInfo(const QList<QVariantMap>& patches);
 
     ZnBusinessDataManager* const m_dataManager;
     Guarded<HeartBeatTables> m_heartBeatLock{"m_heartBeatLock", LockRank::HeartBeat};
     Guarded<GateTables> m_gateStateLock{"m_gateStateLock", LockRank::Leaf};
-    QTimer* m_posTimer = nullptr;
+    QTimer* m_posTimer = nullptr;  // object thread only
     bool m_alwaysSaveDB = false;
     SharedSettings* m_patchSettings = nullptr;
     QTimer* m_threadNumTimer = nullptr;
@@ -145,7 +151,9 @@ private:
     QMap<QString, VelmarStatisticAssist> m_netElapseStat;
     QMap<QString, QStringList> m_busiMsgMenuMap;
     RealizedProfit m_realizedProfit;
-    bool m_realizedProfitInited = false;  // object thread only
+    /// Set on the object thread. Deals that come while it is None are dropped.
+    std::atomic<ProfitState> m_realizedProfitInited{ProfitState::None};
+    VelmarDelayBuffer* m_dealBuffer = nullptr;  // object thread only
 };
 
 /// The presenter of the plug-in object that was initialised last, null before the first one. It is

@@ -25,3 +25,7 @@ QList<TableRow> makeMessageRows(const AccountTree& tree, const TradeCalendar& ca
 /// and margin, contracts and gold for the others.
 QList<TableRow> makePositionRows(quint32 seed, const AccountTree& tree,
                                  const QList<QVariantMap>& securities);
+
+/// The money of each account at the beginning of the day: some millions of yuan, more for kinds of
+/// account whose contracts are large.
+QList<TableRow> makeCashRows(quint32 seed, const AccountTree& tree);

@@ -130,6 +130,11 @@ CREATE TABLE position(
     oms_average_cost REAL NOT NULL,
     PRIMARY KEY(trading_account, security_exchange, security_id)) WITHOUT ROWID;
 
+-- The money of an account at the beginning of the day, in yuan.
+CREATE TABLE opening_cash(
+    trading_account TEXT PRIMARY KEY REFERENCES trading_account(trading_account),
+    cash REAL NOT NULL) WITHOUT ROWID;
+
 -- Messages of a login; position is the cursor, of fixed width, so that texts compare like numbers.
 CREATE TABLE busi_message(
     user_id TEXT NOT NULL REFERENCES login,

@@ -1,6 +1,5 @@
 #include <QDateTime>
 #include <QStringList>
-#include <QVector>
 #include <cstring>
 #include <limits>
 
@@ -47,6 +46,22 @@ public:
         std::memcpy(m_bytes.data() + m_used, data, static_cast<size_t>(size));
         m_used += size;
     }
+    /// Appends a text of ASCII characters; returns false, with nothing appended, for any other one.
+    bool ascii(const QChar* text, int size) {
+        reserve(size);
+        char* const to = m_bytes.data() + m_used;
+        ushort all = 0;
+        for (int i = 0; i < size; ++i) {
+            const ushort unit = text[i].unicode();
+            all |= unit;
+            to[i] = static_cast<char>(unit);
+        }
+        const bool isAscii = all < 0x80;
+        m_used += isAscii ? size : 0;
+        return isAscii;
+    }
+    /// Takes back what was appended since the size was `size`.
+    void shrink(int size) { m_used = size; }
     int size() const { return m_used; }
     QByteArray take() {
         m_bytes.resize(m_used);
@@ -96,8 +111,6 @@ private:
     ByteSink m_sink{kExpectedSize};
     int m_values = 0;
     QString m_error;
-    /// Rows of a body mostly have the same keys; each key is encoded once.
-    QVector<QPair<QString, QByteArray>> m_keys;
 };
 
 template <class Type>
@@ -134,6 +147,15 @@ bool Encoder::bytes(Major major, const QByteArray& bytes) {
 }
 
 bool Encoder::text(const QString& text) {
+    // Nearly all texts are ASCII, whose bytes need no memory of their own on the way.
+    const int before = m_sink.size();
+    if (text.size() <= m_limits.bytes - before) {
+        m_sink.head(Text, static_cast<quint64>(text.size()));
+        if (m_sink.ascii(text.constData(), text.size())) {
+            return true;
+        }
+        m_sink.shrink(before);
+    }
     return bytes(Text, text.toUtf8());
 }
 
@@ -177,14 +199,8 @@ bool Encoder::row(const QVariantMap& row) {
         return false;
     }
     m_sink.head(Map, static_cast<quint64>(row.size()));
-    int place = 0;
-    for (auto it = row.cbegin(); it != row.cend(); ++it, ++place) {
-        if (place == m_keys.size()) {
-            m_keys.append({it.key(), it.key().toUtf8()});
-        } else if (m_keys.at(place).first != it.key()) {
-            m_keys[place] = {it.key(), it.key().toUtf8()};
-        }
-        if (!bytes(Text, m_keys.at(place).second) || !value(*it, 0)) {
+    for (auto it = row.cbegin(); it != row.cend(); ++it) {
+        if (!text(it.key()) || !value(*it, 0)) {
             m_error = QStringLiteral("field \"%1\": ").arg(it.key()) + m_error;
             return false;
         }

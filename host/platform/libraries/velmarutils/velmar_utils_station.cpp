@@ -6,16 +6,16 @@
 
 namespace {
 
-/// Read once: the system's release file is slow to read, and an order list needs the text per row.
-struct OwnStation {
-    const QString text = QStringList{QSysInfo::machineHostName(), QSysInfo::productType(),
-                                     QSysInfo::productVersion()}
-                             .join(QLatin1Char(';'));
+/// Of this machine; read once, since reading it takes longer than building an order.
+struct Station {
+    QString text = QStringList{QSysInfo::machineHostName(), QSysInfo::productType(),
+                               QSysInfo::productVersion()}
+                       .join(QLatin1Char(';'));
 };
 
 }  // namespace
 
 QString VelmarUtils::GetVelmarOrderStation(const QString& prefix) {
-    const QString& own = neverDestroyed<OwnStation>().text;
-    return prefix.isEmpty() ? own : prefix + QLatin1Char(';') + own;
+    const QString& station = neverDestroyed<Station>().text;
+    return prefix.isEmpty() ? station : prefix + QLatin1Char(';') + station;
 }

@@ -1,0 +1,62 @@
+#include "calc_market_value.h"
+
+#include <cmath>
+
+#include "log.h"
+#include "symbol_data_reader.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/values.h"
+#include "znbasebusinessdatamgr/zn_bond_data_mgr.h"
+#include "znbasebusinessdatamgr/zn_gold_etf_data_mgr.h"
+
+namespace {
+
+inline const QString kSuccess = QStringLiteral("0");
+
+double bondValue(const QStringList& standardBonds, QString& error, const QString& symbol,
+                 double quantity, double price) {
+    if (standardBonds.contains(symbol)) {
+        return quantity * kStandardBondPrice;
+    }
+    stuBaseInfo bond;
+    if (ZnBondDataMgr::instance().GetSingelBondBaseInfo(symbol, bond) != kSuccess) {
+        error = QStringLiteral("未找到债券代码%1的应计利息（stockInterest）").arg(symbol);
+        return 0.0;
+    }
+    return (bond.stockInterest + price) * quantity;
+}
+
+double rawValue(const SymbolDataReader& symbols, const QStringList& standardBonds, QString& error,
+                const QString& symbol, double quantity, double price, double multiplier) {
+    const QString type = symbols.securityTypeOf(symbol);
+    if (type == MdcSecurityType::BondType) {
+        return bondValue(standardBonds, error, symbol, quantity, price);
+    }
+    if (type == MdcSecurityType::FuturesType) {
+        return quantity * price * multiplier;
+    }
+    if (type == MdcSecurityType::OptionType) {
+        const QVariantMap details = symbols.detailsOf(symbol);
+        return quantity * price * details.value(Security::contractMultiplier, 1).toDouble();
+    }
+    if (type == MdcSecurityType::SpotType) {
+        const QVariantMap gold = ZnGoldEtfDataMgr::instance()->GetGoldSecurityInfoBySymbol(symbol);
+        return quantity * price * gold.value(GoldTrade::TradeUnitQty).toDouble();
+    }
+    return quantity * price;
+}
+
+}  // namespace
+
+double calcMarketValue(const SymbolDataReader& symbols, const QStringList& standardBonds,
+                       QString& error, const QString& symbol, qint64 quantity, double price,
+                       double multiplier) {
+    const double value = rawValue(symbols, standardBonds, error, symbol,
+                                  static_cast<double>(quantity), price, multiplier);
+    if (!std::isfinite(value)) {
+        qCWarning(lcOrders) << "no market value of" << symbol << "for quantity" << quantity
+                            << "price" << price << "multiplier" << multiplier;
+        return 0.0;
+    }
+    return value;
+}

@@ -1,0 +1,191 @@
+#include "deal_sums.h"
+
+#include <QDebug>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "counted_deals.h"
+#include "log.h"
+#include "vocabulary/fields.h"
+#include "vocabulary/values.h"
+
+namespace {
+
+/// A larger amount, quantity or commission of one deal is an error: sums that contain it would be
+/// too inexact for the others.
+constexpr double kMostOfADeal = 1e15;
+constexpr size_t kFewestSlots = 256;
+
+quint64 mixed(quint64 hash, quint64 word) {
+    hash = (hash ^ word) * 0x9E3779B97F4A7C15ULL;
+    return hash ^ (hash >> 32);
+}
+
+/// A hash of 64 bits. Those of Qt have 32, which is too few to identify a million deals.
+quint64 hashOf(const QString& text, quint64 seed) {
+    size_t left = static_cast<size_t>(text.size()) * sizeof(QChar);
+    const char* bytes = reinterpret_cast<const char*>(text.constData());
+    quint64 hash = mixed(seed, left);
+    quint64 word = 0;
+    for (; left >= sizeof word; left -= sizeof word, bytes += sizeof word) {
+        std::memcpy(&word, bytes, sizeof word);
+        hash = mixed(hash, word);
+    }
+    word = 0;
+    std::memcpy(&word, bytes, left);
+    return mixed(mixed(hash, word), seed);
+}
+
+QString text(const QVariantMap& record, const QString& field) {
+    const auto found = record.constFind(field);
+    return found != record.cend() ? found->toString() : QString();
+}
+
+bool isBuy(const QVariantMap& deal) {
+    static const QVariant buy(OrderSide::buy);
+    const auto side = deal.constFind(Security::side);
+    return side != deal.cend() && *side == buy;
+}
+
+}  // namespace
+
+struct DealSums::Deal {
+    QString tradingAccount;
+    QString symbol;
+    QString securityAccount;
+    quint64 keyHash = 0;
+    quint64 id = 0;
+    bool hasId = false;
+    RealizedProfitItem item;
+};
+
+/// An exchange's deal number is the same for both sides of a deal and may come back on another
+/// exchange, so that a deal's id covers its keys and its side too.
+DealSums::Deal DealSums::read(const QVariantMap& record) {
+    Deal deal;
+    deal.tradingAccount = text(record, UserAccount::tradingAccount);
+    deal.symbol = text(record, Security::symbol);
+    deal.securityAccount = text(record, UserAccount::securityAccount);
+    deal.keyHash =
+        hashOf(deal.securityAccount, hashOf(deal.symbol, hashOf(deal.tradingAccount, 1)));
+    const bool buy = isBuy(record);
+    (buy ? deal.item.buyAmount : deal.item.sellAmount) = number(record, Security::lastAmount);
+    (buy ? deal.item.buyQty : deal.item.sellQty) = number(record, Security::lastQty);
+    deal.item.commission = number(record, Margin::executionCommission);
+    const QString execId = text(record, Security::execID);
+    deal.hasId = !execId.isEmpty();
+    deal.id = mixed(hashOf(execId, deal.keyHash), buy ? 1 : 2);
+    return deal;
+}
+
+double DealSums::number(const QVariantMap& deal, const QString& field) {
+    const auto found = deal.constFind(field);
+    if (found == deal.cend()) {
+        return 0;
+    }
+    bool isNumber = false;
+    const double value = found->toDouble(&isNumber);
+    if (isNumber && std::abs(value) <= kMostOfADeal) {  // false for NaN
+        return value;
+    }
+    const bool isEmpty = !found->isValid() || (found->type() == QVariant::String &&
+                                               found->toString().trimmed().isEmpty());
+    if (!isEmpty && m_leftOut++ == 0) {
+        m_firstLeftOut =
+            QStringLiteral("%1 = %2 of account %3, symbol %4")
+                .arg(field, found->toString().left(40), text(deal, UserAccount::tradingAccount),
+                     text(deal, Security::symbol));
+    }
+    return 0;
+}
+
+void DealSums::logLeftOut() const {
+    if (m_leftOut > 0) {
+        qCWarning(lcOrders).noquote()
+            << "realized profit leaves out" << m_leftOut
+            << "values that are not finite numbers or are above 1e15; the first is"
+            << m_firstLeftOut;
+    }
+}
+
+void DealSums::addListed(const QVariantMap& record, CountedDeals* counted) {
+    const Deal deal = read(record);
+    if (deal.hasId) {
+        counted->addListed(deal.id);
+    }
+    itemOf(deal) += deal.item;
+}
+
+void DealSums::addStreamed(const QVariantMap& record, CountedDeals* counted) {
+    const Deal deal = read(record);
+    if (deal.hasId && !counted->addStreamed(deal.id)) {
+        ++m_repeated;
+        return;
+    }
+    itemOf(deal) += deal.item;
+}
+
+RealizedProfitItem& DealSums::itemOf(const Deal& deal) {
+    if ((m_entries.size() + 1) * 2 > m_slots.size()) {
+        growSlots();
+    }
+    const size_t mask = m_slots.size() - 1;
+    size_t slot = deal.keyHash & mask;
+    while (m_slots[slot] != 0) {
+        Entry& entry = m_entries[m_slots[slot] - 1];
+        if (entry.hash == deal.keyHash && entry.symbol == deal.symbol &&
+            entry.tradingAccount == deal.tradingAccount &&
+            entry.securityAccount == deal.securityAccount) {
+            return entry.item;
+        }
+        slot = (slot + 1) & mask;
+    }
+    m_entries.push_back({deal.keyHash, deal.tradingAccount, deal.symbol, deal.securityAccount, {}});
+    m_slots[slot] = static_cast<quint32>(m_entries.size());
+    return m_entries.back().item;
+}
+
+void DealSums::growSlots() {
+    m_slots.assign(std::max(kFewestSlots, m_slots.size() * 2), 0);
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = 0; i < m_entries.size(); ++i) {
+        size_t slot = m_entries[i].hash & mask;
+        while (m_slots[slot] != 0) {
+            slot = (slot + 1) & mask;
+        }
+        m_slots[slot] = static_cast<quint32>(i + 1);
+    }
+}
+
+RealizedProfitTable DealSums::table() const {
+    std::vector<const Entry*> sorted;
+    sorted.reserve(m_entries.size());
+    for (const Entry& entry : m_entries) {
+        sorted.push_back(&entry);
+    }
+    std::sort(sorted.begin(), sorted.end(), [](const Entry* one, const Entry* other) {
+        int order = one->tradingAccount.compare(other->tradingAccount);
+        if (order == 0) {
+            order = one->symbol.compare(other->symbol);
+        }
+        return order != 0 ? order < 0 : one->securityAccount < other->securityAccount;
+    });
+    RealizedProfitTable table;
+    QMap<QString, QMap<QString, RealizedProfitItem>> bySymbol;
+    QMap<QString, RealizedProfitItem> bySecurityAccount;
+    // Each map is complete before the one around it takes it, and grows at its end.
+    for (size_t i = 0; i < sorted.size(); ++i) {
+        const Entry& entry = *sorted[i];
+        const Entry* const next = i + 1 < sorted.size() ? sorted[i + 1] : nullptr;
+        bySecurityAccount.insert(bySecurityAccount.cend(), entry.securityAccount, entry.item);
+        const bool isLastOfAccount = !next || next->tradingAccount != entry.tradingAccount;
+        if (isLastOfAccount || next->symbol != entry.symbol) {
+            bySymbol.insert(bySymbol.cend(), entry.symbol, std::exchange(bySecurityAccount, {}));
+        }
+        if (isLastOfAccount) {
+            table.insert(table.cend(), entry.tradingAccount, std::exchange(bySymbol, {}));
+        }
+    }
+    return table;
+}

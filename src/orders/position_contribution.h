@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QMap>
+#include <QString>
+#include <QVariantMap>
+
+class SymbolDataReader;
+
+/// Whether a figure may be added to a total. A sum that once contained 1e300 has lost every smaller
+/// figure, and one that contained NaN stays NaN.
+bool isCountable(double contribution);
+/// The contribution, or 0 when it is not countable. Totals change by differences of this function,
+/// so that a figure that was left out is not subtracted later.
+double countable(double contribution);
+
+/// The security of a position row.
+struct PositionSecurity {
+    QString symbol;  ///< when no symbol is known, the row's security id
+    bool isKnown = false;
+    /// The nominal quantity of one display unit: display factor times contract multiplier, which
+    /// for gold counts kilograms, while its price is per gram.
+    double unit = 1.0;
+};
+
+PositionSecurity positionSecurityOf(const SymbolDataReader& symbols, const QString& securityID,
+                                    const QString& exchange);
+
+/// Whether positions of an exchange are valued in a currency other than the account's.
+bool hasExchangeRate(const QString& exchange);
+/// The mid rate of an exchange; 0 when there is no usable one.
+double midRateOf(const QMap<QString, QVariantMap>& rates, const QString& exchange);

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QPair>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+#include "position_contribution.h"
+#include "position_tables.h"
+
+class SymbolDataReader;
+
+/// Builds the tables of positions, last prices and market values from the rows of the neighbouring
+/// data plug-in. Used on one thread, under the locks of the former tables.
+class PositionRebuild {
+public:
+    /// The former tables keep a price that cannot be read again and what was logged once.
+    PositionRebuild(const SymbolDataReader& symbols, const QStringList& standardBonds,
+                    const PositionTables& formerPositions, const LastPriceTables& formerPrices);
+
+    /// Adds an account with its rows; without rows it gets an empty entry.
+    void add(const QString& tradingAccount, const QList<QVariantMap>& rows);
+
+    int rowCount() const { return m_rowCount; }
+    /// The known symbols that are held, without the standard bonds.
+    const QStringList& symbols() const { return m_priced; }
+    /// What is to be logged once the locks are released.
+    const QStringList& remarks() const { return m_remarks; }
+
+    PositionTables positions;
+    LastPriceTables prices;
+    MarketValueTables totals;
+
+private:
+    void addRow(const QString& tradingAccount, const QVariantMap& row,
+                VelmarMarketValueInfo& total);
+    const PositionSecurity& securityOf(const QString& securityID, const QString& exchange);
+    double rateOf(const QString& exchange, QVariantMap& record);
+    double priceOf(const PositionSecurity& security);
+    double readPrice(const QString& symbol);
+
+    const SymbolDataReader& m_symbols;
+    const QStringList& m_standardBonds;
+    const LastPriceTables& m_formerPrices;
+    const QMap<QString, QVariantMap> m_rates;
+    QHash<QPair<QString, QString>, PositionSecurity> m_securities;
+    QStringList m_priced;
+    QStringList m_remarks;
+    int m_rowCount = 0;
+};
+
+/// The log line for figures of a position that a total leaves out.
+QString leftOutRemark(const QString& tradingAccount, const QString& symbol, double nominal,
+                      double price, double cost);
+/// The log line for an exchange without a rate.
+QString missingRateRemark(const QString& exchange);

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QHash>
+#include <QMap>
+#include <QSet>
+#include <QString>
+#include <QVariantMap>
+
+#include "velmar_market_value_info.h"
+
+/// The figures of a position record that a tick needs.
+struct Holding {
+    double nominal = 0;  ///< quantity with display factor and contract multiplier
+    double rate = 1.0;   ///< to the account's currency of report
+};
+
+/// The holders of one symbol, by trading account and exchange.
+using SymbolHolders = QMap<QString, QMap<QString, Holding>>;
+
+struct PositionTables {
+    /// Position record by trading account, symbol and exchange.
+    QMap<QString, QMap<QString, QMap<QString, QVariantMap>>> m_positionMap;
+    /// The same by symbol, so that a tick costs nothing for accounts without it.
+    QHash<QString, SymbolHolders> m_holders;
+    /// Exchanges whose missing rate was logged.
+    QSet<QString> m_withoutRate;
+};
+
+struct LastPriceTables {
+    QMap<QString, double> m_lastPriceMap;
+    /// Symbols whose unusable tick was logged since the last rebuild.
+    QSet<QString> m_badTicks;
+};
+
+struct MarketValueTables {
+    QMap<QString, VelmarMarketValueInfo> m_marketValueMap;
+    /// Positions whose figures were left out and logged since the last rebuild.
+    QSet<QString> m_leftOut;
+};
+
+/// A change of a symbol's price, with the rebuild before it.
+struct PriceStep {
+    double before = 0;
+    double after = 0;
+    quint64 epoch = 0;
+};
