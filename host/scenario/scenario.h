@@ -37,6 +37,9 @@ struct ScenarioStep {
         Push,
         Tick,
         Gate,
+        Deal,      ///< of the day, into the neighbouring data plug-in's book
+        Position,  ///< likewise
+        Order,     ///< likewise
         Call,
         Expect,
         ExpectIdle,  ///< no request is under way

@@ -253,6 +253,34 @@ bool readGate(const Words& words, ScenarioStep* step, LineError* error) {
     return takeNothingMore(words, 3, error);
 }
 
+/// "deal RECORD", "position RECORD", "order RECORD", each with "error" when it is to be refused.
+bool readBookRecord(const Words& words, ScenarioStep* step, LineError* error) {
+    const QString& what = words.first().text;
+    step->kind = what == QLatin1String("deal")    ? Kind::Deal
+                 : what == QLatin1String("order") ? Kind::Order
+                                                  : Kind::Position;
+    if (words.size() < 2) {
+        return failAt(endOf(words), QStringLiteral("the record of the %1 is missing").arg(what),
+                      error);
+    }
+    QVariantMap record;
+    if (!takeMap(words.at(1), &record, error)) {
+        return false;
+    }
+    step->rows.append(record);
+    for (int i = 2; i < words.size(); ++i) {
+        ScenarioCheck check;
+        if (words.at(i).key != QLatin1String("error")) {
+            return takeNothingMore(words, i, error);
+        }
+        if (!takeCheck(words.at(i), &check, error)) {
+            return false;
+        }
+        step->checks.append(check);
+    }
+    return true;
+}
+
 bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
     step->kind = Kind::Call;
     if (!takePlain(words, 1, "the function", &step->name, error)) {
@@ -381,9 +409,10 @@ bool readExpect(const Words& words, ScenarioStep* step, LineError* error) {
 bool readScenarioStep(const QVector<LineWord>& words, ScenarioStep* step, LineError* error) {
     using Reader = bool (*)(const Words&, ScenarioStep*, LineError*);
     static const std::pair<const char*, Reader> readers[] = {
-        {"setting", readSetting}, {"fault", readFaultStep}, {"clock", readClock},
-        {"start", readStart},     {"ready", readReady},     {"push", readPush},
-        {"tick", readTick},       {"gate", readGate},       {"call", readCall},
+        {"setting", readSetting},  {"fault", readFaultStep},     {"clock", readClock},
+        {"start", readStart},      {"ready", readReady},         {"push", readPush},
+        {"tick", readTick},        {"gate", readGate},           {"deal", readBookRecord},
+        {"order", readBookRecord}, {"position", readBookRecord}, {"call", readCall},
         {"expect", readExpect},
     };
     const LineWord& directive = words.first();

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "commonquotahandler/common_quota_handler.h"
+#include "day_book.h"
 #include "exact_json.h"
 #include "exchange_clock.h"
 #include "faulty_link.h"
@@ -150,6 +151,29 @@ void ClientStage::setGate(const QString& gate, const QString& netState) {
     if (FaultyLink* const link = m_client->link()) {
         link->setGate(gate, netState);
     }
+}
+
+DayBook* ClientStage::book(QString* error) const {
+    DayBook* const book = m_client->book();
+    if (!book) {
+        *error = QStringLiteral("the client has no book of the day");
+    }
+    return book;
+}
+
+bool ClientStage::putDeal(const QVariantMap& deal, QString* error) {
+    DayBook* const to = book(error);
+    return to && to->putDeal(deal, error);
+}
+
+bool ClientStage::putPosition(const QVariantMap& position, QString* error) {
+    DayBook* const to = book(error);
+    return to && to->setPosition(position, error);
+}
+
+bool ClientStage::putOrder(const QVariantMap& order, QString* error) {
+    DayBook* const to = book(error);
+    return to && to->putOrder(order, error);
 }
 
 bool ClientStage::call(const QString& function, const QStringList& arguments, QJsonObject* answer,

@@ -50,6 +50,15 @@ public:
     void setGate(const QString& gate, const QString& netState) override {
         did(gate + QLatin1Char(' ') + netState);
     }
+    bool putDeal(const QVariantMap& deal, QString* error) override {
+        return put(QStringLiteral("deal"), deal, error);
+    }
+    bool putPosition(const QVariantMap& position, QString* error) override {
+        return put(QStringLiteral("position"), position, error);
+    }
+    bool putOrder(const QVariantMap& order, QString* error) override {
+        return put(QStringLiteral("order"), order, error);
+    }
     bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
               QString*) override {
         *answer = {{QStringLiteral("result"), ++m_calls}};
@@ -70,6 +79,10 @@ public:
     int pushesToNobody = 0;
 
 private:
+    bool put(const QString& what, const QVariantMap& record, QString* error) {
+        *error = QStringLiteral("refused");
+        return did(QStringLiteral("%1 %2").arg(what).arg(record.size())) && !record.isEmpty();
+    }
     bool did(const QString& what) {
         done.append(what);
         return true;
@@ -95,6 +108,7 @@ private slots:
     void unknownEvent_isReportedAtItsPlaceBeforeAnythingIsPlayed();
     void expectations_lookAtTheTape_data();
     void expectations_lookAtTheTape();
+    void bookRecords_arePutAndMayHaveToBeRefused();
     void call_isRepeatedUntilItsChecksHold();
     void push_waitsForASubscriberUpToItsLimit();
     void check_seesPartsOfAValue_data();
@@ -189,6 +203,23 @@ void ScenarioPlayerTest::expectations_lookAtTheTape() {
     QString report;
     QCOMPARE(play("start\n\n" + line + (line.contains(" no ") ? "" : " within=3"), &report), met);
     QCOMPARE(report.startsWith(QStringLiteral("f.scn:3: failed\n  expected: expect")), !met);
+}
+
+void ScenarioPlayerTest::bookRecords_arePutAndMayHaveToBeRefused() {
+    m_tape.reset();
+    QString report;
+    QVERIFY2(play("start\ndeal {\"a\":1}\nposition {\"a\":1,\"b\":2}\norder {\"a\":1}\n"
+                  "order {} error=refused\n",
+                  &report),
+             qPrintable(report));
+    QCOMPARE(m_done.mid(2), (QStringList{"deal 1", "position 2", "order 1", "order 0"}));
+    QVERIFY(!play("start\ndeal {}\n", &report));
+    QVERIFY2(report.contains("f.scn:2: failed") && report.contains("came: refused"),
+             qPrintable(report));
+    QVERIFY(!play("start\ndeal {} error*=other\n", &report));
+    QVERIFY2(report.contains("error is refused"), qPrintable(report));
+    QVERIFY(!play("start\ndeal {\"a\":1} error=refused\n", &report));
+    QVERIFY2(report.contains("the record was accepted"), qPrintable(report));
 }
 
 void ScenarioPlayerTest::call_isRepeatedUntilItsChecksHold() {
