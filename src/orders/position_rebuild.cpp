@@ -71,7 +71,8 @@ const PositionSecurity& PositionRebuild::securityOf(const QString& securityID,
     const QPair<QString, QString> key(securityID, exchange);
     auto found = m_securities.find(key);
     if (found == m_securities.end()) {
-        found = m_securities.insert(key, positionSecurityOf(m_symbols, securityID, exchange));
+        found = m_securities.insert(
+            key, positionSecurityOf(m_symbols, m_standardBonds, securityID, exchange));
     }
     return found.value();
 }
