@@ -133,6 +133,38 @@ ExitCode printAnswer(const CommandAnswer& answer, const ShellOptions& options) {
     return answer.isFault ? Failed : Well;
 }
 
+namespace {
+
+ExitCode follow(WatchedClient& watched, const ClientQuestion& question,
+                const ShellOptions& options) {
+    constexpr int kPauseMs = 1000;
+    CommandAnswer last;
+    for (bool isFirst = true;; isFirst = false) {
+        const CommandAnswer answer = question.answer(watched);
+        if (InterruptWatch::hasCome()) {
+            break;
+        }
+        if (const ExitCode fault = faultOf(answer)) {
+            return fault;
+        }
+        if (isFirst || answer.lines != last.lines) {
+            if (!isFirst && !options.asJson) {
+                printTo(stdout, QString());
+            }
+            printAnswer(answer, options);
+            last = answer;
+        }
+        if (std::ferror(stdout) != 0) {
+            break;
+        }
+        watched.client.gate().waitUntil(&InterruptWatch::hasCome, kPauseMs);
+    }
+    watched.client.stop();
+    return Well;
+}
+
+}  // namespace
+
 ExitCode runQuestion(const ShellOptions& options, const ClientQuestion& question) {
     if (const ExitCode fault = openHome(options)) {
         return fault;
@@ -148,6 +180,9 @@ ExitCode runQuestion(const ShellOptions& options, const ClientQuestion& question
     }
     if (!watched.start()) {
         return Failed;
+    }
+    if (question.isFollowed) {
+        return follow(watched, question, options);
     }
     const CommandAnswer answer = question.answer(watched);
     if (const ExitCode fault = faultOf(answer)) {

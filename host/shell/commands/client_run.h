@@ -52,6 +52,9 @@ struct ClientQuestion {
     std::function<void(Client::Options& options)> prepare{};
     /// Runs before the start, with the client's objects made; may be empty.
     std::function<void(WatchedClient& watched)> beforeStart{};
+    /// Asks again every second until an interrupt, which is the normal end then, and prints each
+    /// answer that differs from the last one.
+    bool isFollowed = false;
 };
 
 /// Opens the home, brings the client up, asks, takes the client down and prints the answer. An

@@ -1,6 +1,7 @@
 #include "profit_command.h"
 
 #include <QJsonArray>
+#include <algorithm>
 #include <cmath>
 
 #include "exact_json.h"
@@ -42,9 +43,9 @@ bool isRounding(const DealSum& sum, double one, double other) {
 }  // namespace
 
 void DealSum::add(const QVariantMap& deal) {
-    (isBuy(deal) ? buyAmount : sellAmount) += number(deal, Security::lastAmount);
-    (isBuy(deal) ? buyQty : sellQty) += number(deal, Security::lastQty);
-    commission += number(deal, Margin::executionCommission);
+    (isBuy(deal) ? buyAmount : sellAmount) += countable(number(deal, Security::lastAmount));
+    (isBuy(deal) ? buyQty : sellQty) += countable(number(deal, Security::lastQty));
+    commission += countable(number(deal, Margin::executionCommission));
     deals.append(deal);
 }
 

@@ -7,6 +7,7 @@
 #include "figures_text.h"
 #include "profit_command.h"
 #include "text_table.h"
+#include "velmarutils/velmar_busi_utils.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 
@@ -40,6 +41,14 @@ double figure(const QJsonObject& running, const char* name) {
 ValueCommand::ValueCommand(const FacadeLibrary& library, const FacadeAsk& ask,
                            const Sources& sources)
     : m_facade(library, ask), m_sources(sources) {}
+
+double ValueCommand::Row::marketValue() const {
+    return countable(nominal * price * rate);
+}
+
+double ValueCommand::Row::cost() const {
+    return countable(averageCost * nominal * rate);
+}
 
 double ValueCommand::Account::marketValue() const {
     double sum = 0;
@@ -75,16 +84,25 @@ const ValueCommand::Instrument& ValueCommand::securityOf(const QString& id,
     Instrument found;
     found.symbol =
         m_facade.ask(QStringLiteral("GetSymbolBySecurityIDAndExchange"), {id, exchange}).toString();
-    found.factor = m_facade.ask(QStringLiteral("GetDispFactorBySymbol"), {found.symbol})
-                       .toVariant()
-                       .toDouble();
-    const double multiplier =
-        m_facade.ask(QStringLiteral("GetSecurityDetailsBySymbol"), {found.symbol})
-            .toObject()
-            .value(Security::contractMultiplier)
-            .toVariant()
-            .toDouble();
-    found.multiplier = multiplier == 0 ? 1 : multiplier;
+    if (found.symbol.isEmpty()) {
+        // Standard bonds need no record.
+        const QString assembled =
+            VelmarBusiUtils::AssembleSymbolBySecurityIDAndExchange(id, exchange);
+        found.isKnown = isStandardBond(assembled);
+        found.symbol = found.isKnown ? assembled : id;
+    }
+    if (found.isKnown) {
+        found.factor = m_facade.ask(QStringLiteral("GetDispFactorBySymbol"), {found.symbol})
+                           .toVariant()
+                           .toDouble();
+        const double multiplier =
+            m_facade.ask(QStringLiteral("GetSecurityDetailsBySymbol"), {found.symbol})
+                .toObject()
+                .value(Security::contractMultiplier)
+                .toVariant()
+                .toDouble();
+        found.multiplier = multiplier == 0 ? 1 : multiplier;
+    }
     return *m_securities.insert(key, found);
 }
 
@@ -123,7 +141,11 @@ ValueCommand::Row ValueCommand::rowOf(const QVariantMap& position) {
     row.nominal =
         row.shown * row.factor * row.multiplier * (row.exchange == Exchange::sge ? kGoldUnit : 1);
     row.rate = rateOf(row.exchange, &row.hasRate);
-    row.price = isStandardBond(row.symbol) ? kStandardBondPrice : m_sources.lastPrice(row.symbol);
+    if (isStandardBond(row.symbol)) {
+        row.price = kStandardBondPrice;
+    } else if (security.isKnown) {
+        row.price = m_sources.lastPrice(row.symbol);
+    }
     row.averageCost = position.value(Security::omsAverageCost).toDouble();
     return row;
 }
@@ -145,11 +167,9 @@ QStringList ValueCommand::symbolsWithoutPrice(const QStringList& accounts) {
     for (const QString& account : accounts) {
         const QList<QVariantMap> positions = m_sources.positionsOf(account);
         for (const QVariantMap& position : positions) {
-            const QString symbol = securityOf(text(position, Security::securityID),
-                                              text(position, UserAccount::securityExchange))
-                                       .symbol;
-            if (!isStandardBond(symbol) && !(m_sources.lastPrice(symbol) > 0)) {
-                symbols.insert(symbol);
+            const Row row = rowOf(position);
+            if (!(row.price > 0)) {
+                symbols.insert(row.symbol);
             }
         }
     }

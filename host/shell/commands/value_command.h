@@ -33,7 +33,8 @@ public:
 
 private:
     struct Instrument {
-        QString symbol;
+        QString symbol;  ///< the id for an unknown one
+        bool isKnown = true;
         double factor = 1;
         double multiplier = 1;
     };
@@ -49,8 +50,8 @@ private:
         bool hasRate = true;
         double averageCost = 0;
 
-        double marketValue() const { return nominal * price * rate; }
-        double cost() const { return averageCost * nominal * rate; }
+        double marketValue() const;
+        double cost() const;
     };
     struct Account {
         QString name;
