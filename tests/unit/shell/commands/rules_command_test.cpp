@@ -566,7 +566,7 @@ private slots:
 
 private:
     CommandAnswer explain(Answers& answers, const RulesFacts& facts,
-                        TextLanguage language = TextLanguage::English) {
+                          TextLanguage language = TextLanguage::English) {
         return RulesCommand(m_library, answers.function(), language).explain(kSymbol, facts, kWide);
     }
     /// With answers to which `more` adds some, or replaces them by name.
