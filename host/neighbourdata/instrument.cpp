@@ -41,7 +41,7 @@ double unitOf(const QString& type, const QString& symbol, const QVariantMap& det
                                  ->GetGoldSecurityInfoBySymbol(symbol)
                                  .value(GoldTrade::TradeUnitQty)
                                  .toDouble();
-        return grams > 0 ? grams : contractMultiplier(details);
+        return grams > 0 ? grams : contractMultiplier(details) * kGramsPerKilogram;
     }
     const bool isContract =
         type == MdcSecurityType::FuturesType || type == MdcSecurityType::OptionType;

@@ -8,8 +8,8 @@ struct Instrument {
     QString symbol;
     QString securityID;
     QString exchange;
-    /// What a price applies to in one piece: the multiplier of a contract, the grams of a lot of
-    /// gold, otherwise 1. An amount is quantity times price times unit.
+    /// What a price applies to in one piece: the multiplier of a contract, the grams of a gold
+    /// contract, otherwise 1. An amount is quantity times price times unit.
     double unit = 1;
     /// Security::nominalQty of one piece, so that this times the display factor, the contract
     /// multiplier and, on the gold exchange, 1000 is the unit.

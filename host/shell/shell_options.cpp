@@ -4,8 +4,9 @@
 #include <QFileInfo>
 #include <utility>
 
-#include "exchange_clock.h"
+#include "dealer.h"
 #include "line_words.h"
+#include "option_values.h"
 #include "sample_market.h"
 #include "shell_command_words.h"
 
@@ -14,11 +15,8 @@ namespace {
 constexpr int kMostSections = 1000;
 constexpr int kMostTicks = 1000;
 constexpr int kMostCount = 1000000000;
-constexpr int kBytesPerKiB = 1024;
-constexpr int kBytesPerMiB = 1024 * kBytesPerKiB;
 /// Less would not hold the answer of the log-in.
-constexpr int kLeastBodyLimit = kBytesPerKiB;
-constexpr int kMostBodyLimit = 1024 * kBytesPerMiB;
+constexpr int kLeastBodyLimit = 1024;
 
 const QString kHome = QStringLiteral("home");
 const QString kPlugins = QStringLiteral("plugins");
@@ -34,6 +32,8 @@ const QString kTicks = QStringLiteral("ticks");
 const QString kTickRate = QStringLiteral("tick-rate");
 const QString kMarketHours = QStringLiteral("market-hours");
 const QString kClock = QStringLiteral("clock");
+const QString kDeals = QStringLiteral("deals");
+const QString kSeed = QStringLiteral("seed");
 const QString kCount = QStringLiteral("count");
 const QString kBodyLimit = QStringLiteral("body-limit");
 const QString kRebuild = QStringLiteral("rebuild");
@@ -45,8 +45,9 @@ const QString kVersion = QStringLiteral("version");
 const QString kEarly = QStringLiteral("early");
 const QString kRaw = QStringLiteral("raw");
 
-const QStringList kWithValue{kHome,     kPlugins, kPlugin, kUser,     kWait,  kScale, kFault,
-                             kScenario, kSection, kTicks,  kTickRate, kClock, kCount, kBodyLimit};
+const QStringList kWithValue{kHome,  kPlugins,  kPlugin,  kUser,     kWait,     kScale,
+                             kFault, kScenario, kSection, kTicks,    kTickRate, kClock,
+                             kDeals, kSeed,     kCount,   kBodyLimit};
 const QStringList kFlags{kRebuild, kVerbose, kStay, kOnce, kMarketHours, kVersion, kEarly, kRaw};
 
 void addOptions(QCommandLineParser& parser, bool everywhere) {
@@ -79,31 +80,12 @@ bool takeNumber(const QCommandLineParser& parser, const QString& name, int least
     return true;
 }
 
-/// Bytes, or with a suffix KiB or MiB; false for everything else.
-bool readSize(QString text, qint64* bytes) {
-    int unit = 1;
-    for (const auto& [suffix, size] : {std::pair{QLatin1String("KiB"), kBytesPerKiB},
-                                       std::pair{QLatin1String("MiB"), kBytesPerMiB}}) {
-        if (text.endsWith(suffix)) {
-            text.chop(suffix.size());
-            unit = size;
-            break;
-        }
-    }
-    int number = 0;
-    if (!readWholeNumber(text, 1, kMostBodyLimit / unit, &number)) {
-        return false;
-    }
-    *bytes = static_cast<qint64>(number) * unit;
-    return true;
-}
-
 bool takeBodyLimit(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
     if (!parser.isSet(kBodyLimit)) {
         return true;
     }
     qint64 bytes = 0;
-    if (!readSize(parser.value(kBodyLimit), &bytes) || bytes < kLeastBodyLimit) {
+    if (!OptionValues::readSize(parser.value(kBodyLimit), &bytes) || bytes < kLeastBodyLimit) {
         *error =
             QStringLiteral("--%1 takes a size from 1KiB to 1024MiB, such as 65536, 512KiB or 64MiB")
                 .arg(kBodyLimit);
@@ -139,21 +121,10 @@ bool takeTicks(const QStringList& lists, ShellOptions* options, QString* error) 
     return true;
 }
 
-/// A time of day is taken as one of today. Without a zone it is the exchanges' time.
-QDateTime timeOf(QString text) {
-    const QTime time = QTime::fromString(text, Qt::ISODate);
-    if (time.isValid()) {
-        return inExchangeZone(QDateTime(exchangeNow().date(), time));
-    }
-    const QDateTime moment =
-        QDateTime::fromString(text.replace(QLatin1Char(' '), QLatin1Char('T')), Qt::ISODate);
-    return moment.isValid() ? inExchangeZone(moment) : QDateTime();
-}
-
 bool takeClock(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
     options->marketHours = options->marketHours || parser.isSet(kMarketHours);
     if (parser.isSet(kClock)) {
-        options->clock = timeOf(parser.value(kClock));
+        options->clock = OptionValues::timeOf(parser.value(kClock));
     }
     if (parser.isSet(kClock) && !options->clock.isValid()) {
         *error = QStringLiteral(
@@ -162,6 +133,23 @@ bool takeClock(const QCommandLineParser& parser, ShellOptions* options, QString*
                      .arg(kClock);
         return false;
     }
+    return true;
+}
+
+bool takeDeals(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
+    if (parser.isSet(kDeals) &&
+        !OptionValues::readRate(parser.value(kDeals), Dealer::kMostDealsPerSecond,
+                                &options->dealRate)) {
+        *error = QStringLiteral("--%1 takes a number above 0, up to %2, such as 5 or 0.2")
+                     .arg(kDeals)
+                     .arg(Dealer::kMostDealsPerSecond);
+        return false;
+    }
+    if (parser.isSet(kSeed) && !OptionValues::readSeed(parser.value(kSeed), &options->dealSeed)) {
+        *error = QStringLiteral("--%1 takes a number from 0 to 4294967295").arg(kSeed);
+        return false;
+    }
+    options->hasSeed = options->hasSeed || parser.isSet(kSeed);
     return true;
 }
 
@@ -184,8 +172,8 @@ bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QStri
     if (parser.isSet(kScenario)) {
         options->command = ShellOptions::Command::Scenario;
         options->scenarioFile = parser.value(kScenario);
-        for (const QString& other :
-             {kScale, kRebuild, kWait, kStay, kOnce, kTickRate, kClock, kMarketHours}) {
+        for (const QString& other : {kScale, kRebuild, kWait, kStay, kOnce, kTickRate, kClock,
+                                     kMarketHours, kDeals, kSeed}) {
             if (parser.isSet(other)) {
                 *error = QStringLiteral("--%1 cannot be combined with --%2").arg(kScenario, other);
                 return false;
@@ -228,7 +216,8 @@ bool takeOptions(const QStringList& arguments, bool everywhere, ShellOptions* op
         !takeNumber(parser, kScale, 1, kMaxMarketScale, &options->scale, error) ||
         !takeNumber(parser, kTickRate, 0, kMostTicks, &options->tickRate, error) ||
         !takeNumber(parser, kCount, 1, kMostCount, &options->count, error) ||
-        !takeBodyLimit(parser, options, error) || !takeClock(parser, options, error)) {
+        !takeBodyLimit(parser, options, error) || !takeClock(parser, options, error) ||
+        !takeDeals(parser, options, error)) {
         return false;
     }
     if (!takeFaults(parser.values(kFault), options, error) ||
@@ -299,6 +288,10 @@ bool belongTogether(const ShellOptions& options, QString* error) {
     }
     if (options.count > 0 && options.command != ShellOptions::Command::Ticks) {
         *error = QStringLiteral("--%1 goes with ticks watch only").arg(kCount);
+        return false;
+    }
+    if (options.hasSeed && !(options.dealRate > 0)) {
+        *error = QStringLiteral("--%1 goes with --%2 only").arg(kSeed, kDeals);
         return false;
     }
     return true;

@@ -58,6 +58,9 @@ struct ShellOptions {
     int tickRate = 1;          ///< ticks per second and symbol; 0 for none
     bool marketHours = false;  ///< ticks keep to the exchanges' hours
     QDateTime clock;           ///< where the server's clock starts; invalid for the present time
+    double dealRate = 0;       ///< deals per second over all accounts; 0 for none
+    quint32 dealSeed = 1;      ///< what decides the orders and deals
+    bool hasSeed = false;      ///< dealSeed was given
     QStringList watched;       ///< of Ticks: the symbols to print
     int count = 0;             ///< of Ticks: how many to print; 0 for no limit
     qint64 bodyLimit = kStandingBodyLimit;  ///< most bytes of a body

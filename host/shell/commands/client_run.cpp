@@ -42,6 +42,8 @@ Client::Options clientOptions(const ShellOptions& options) {
     client.ticksPerSecond = options.tickRate;
     client.marketHours = options.marketHours;
     client.clock = options.clock;
+    client.dealsPerSecond = options.dealRate;
+    client.dealSeed = options.dealSeed;
     client.bodyLimit = options.bodyLimit;
     for (const Fault& fault : options.faults) {
         client.faults->add(fault);
