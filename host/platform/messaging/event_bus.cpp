@@ -87,3 +87,12 @@ void EventBus::push(const QString& msgType, const QVariant& body) {
         channel->enqueue({IncomingMessage::Kind::Push, {}, {}, msgType, body});
     }
 }
+
+void EventBus::publishTo(const PresenterChannel& channel, int eventId) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (const auto& subscriber : m_events.value(eventId)) {
+        if (subscriber.get() == &channel) {
+            subscriber->enqueue({IncomingMessage::Kind::Event, {}, {}, eventId, {}});
+        }
+    }
+}

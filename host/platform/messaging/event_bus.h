@@ -27,6 +27,9 @@ public:
     void publish(const QString& sourceId, const QVariant& eventId, const QVariant& body,
                  const QString& destinationId = {});
     void push(const QString& msgType, const QVariant& body);
+    /// Puts the event, without a body, into the queue of this presenter alone, if it subscribed to
+    /// the event.
+    void publishTo(const PresenterChannel& channel, int eventId);
 
 private:
     using Subscribers = std::vector<std::shared_ptr<PresenterChannel>>;

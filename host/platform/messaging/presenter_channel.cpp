@@ -3,6 +3,7 @@
 #include <QThread>
 #include <utility>
 
+#include "event_bus.h"
 #include "message_log.h"
 #include "thread_hand_over.h"
 #include "znwidget/zn_presenter_class.h"
@@ -11,6 +12,9 @@ namespace {
 
 /// The channel whose message thread this is.
 thread_local const PresenterChannel* t_messageChannel = nullptr;
+
+/// The neighbouring data plug-in's executions and its positions were reloaded.
+constexpr int kReloadEvents[] = {0x30001, 0x31001};
 
 std::atomic<int> g_mostWaiting{PresenterChannel::kStandingMostWaiting};
 
@@ -229,6 +233,8 @@ void PresenterChannel::runMessageThread() {
 }
 
 /// The queue is empty again after it was long; it is reported again when it next grows long.
+/// Changes of executions and positions may have been among what was dropped, so that a presenter
+/// that keeps figures computed from them has to compute them anew.
 void PresenterChannel::reportCaughtUp(std::unique_lock<std::mutex>& lock) {
     m_warnedOfMany = false;
     const int dropped = std::exchange(m_dropped, 0);
@@ -236,6 +242,9 @@ void PresenterChannel::reportCaughtUp(std::unique_lock<std::mutex>& lock) {
     if (dropped > 0) {
         qCWarning(lcChannel) << "presenter" << m_pid << "has caught up;" << dropped
                              << "events and pushes were dropped";
+        for (const int reloaded : kReloadEvents) {
+            EventBus::instance().publishTo(*this, reloaded);
+        }
     }
     lock.lock();
 }

@@ -304,38 +304,6 @@ private slots:
         presenter->deleteLater();
     }
 
-    void realizedProfit_refreshBeforeTheFirstInit_doesNothing() {
-        LogCapture log;
-        m_presenter->initPresenter();
-        const auto runs = [&log] {
-            return log.texts(QtDebugMsg).filter("initRealizedProfit").size();
-        };
-        const auto settled = [this] {
-            // The object thread has run everything that was queued to it before.
-            runOnThreadAndWait(m_presenter, [] {});
-        };
-        send(0x30001);
-        settled();
-        QCOMPARE(runs(), 0);
-        send(named(EventMsgName::CalcRealizedProfitInitEvent));
-        send(named(EventMsgName::CalcRealizedProfitInitEvent));
-        settled();
-        QCOMPARE(runs(), 1);
-        send(0x30001);
-        settled();
-        QCOMPARE(runs(), 2);
-    }
-
-    void deals_bothEvents_areQueuedToTheObjectThread() {
-        LogCapture log;
-        send(0x30006, QVariantList{1});
-        send(0x30004, QVariantList{2});
-        QCOMPARE(log.texts(QtDebugMsg).filter("takeDeals").size(), 0);
-        m_presenter->initPresenter();
-        runOnThreadAndWait(m_presenter, [] {});
-        QCOMPARE(log.texts(QtDebugMsg).filter("takeDeals").size(), 2);
-    }
-
     void push_patchInfo_needsItsSubTypeAndAReadableRecord_data() {
         QTest::addColumn<QString>("subType");
         QTest::addColumn<QString>("text");

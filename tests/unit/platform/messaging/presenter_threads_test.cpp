@@ -1,6 +1,6 @@
 #include <QPointer>
-#include <future>
 
+#include "gate.h"
 #include "living_presenter.h"
 #include "log_capture.h"
 #include "presenter_channel.h"
@@ -21,19 +21,6 @@ signals:
     void signalRecord(QVariantMap& record);
     void signalList(QList<QVariantMap>& list);
     void signalPresenter(ZnPresenterClass* presenter);
-};
-
-/// Holds presenters in their entry functions until it is opened.
-class Gate {
-public:
-    std::function<void(const ProbeLog::Call&)> waiter() const {
-        return [open = m_open](const ProbeLog::Call&) { open.wait(); };
-    }
-    void open() { m_mayGo.set_value(); }
-
-private:
-    std::promise<void> m_mayGo;
-    const std::shared_future<void> m_open = m_mayGo.get_future().share();
 };
 
 /// Publishes further events, whose bodies count up.
