@@ -1,5 +1,6 @@
 #include "counted_deals.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -55,12 +56,28 @@ bool HashSet64::insert(quint64 hash) {
     return true;
 }
 
+void HashSet64::prefetch(quint64 hash) const {
+    if (!m_places.empty()) {
+        __builtin_prefetch(&m_places[stored(hash) & (m_places.size() - 1)], 1);
+    }
+}
+
 void HashSet64::resize(size_t places) {
     const std::vector<quint64> former = std::exchange(m_places, std::vector<quint64>(places));
     for (const quint64 hash : former) {
         if (hash != 0) {
             m_places[placeOf(hash)] = hash;
         }
+    }
+}
+
+void CountedDeals::addListed(const std::vector<quint64>& ids) {
+    // Each place is somewhere else in megabytes of memory, so it is fetched some deals ahead.
+    constexpr size_t kAhead = 16;
+    m_listed.reserve(m_listed.size() + ids.size());
+    for (size_t i = 0; i < ids.size(); ++i) {
+        m_listed.prefetch(ids[std::min(i + kAhead, ids.size() - 1)]);
+        m_listed.insert(ids[i]);
     }
 }
 

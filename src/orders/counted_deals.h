@@ -10,6 +10,8 @@ public:
     /// Returns false when the set contains the hash already.
     bool insert(quint64 hash);
     bool contains(quint64 hash) const;
+    /// Has the processor fetch the memory that insert() will need.
+    void prefetch(quint64 hash) const;
     size_t size() const { return m_size; }
     void clear();
 
@@ -32,9 +34,8 @@ public:
 
     explicit CountedDeals(size_t latest = kLatest) : m_latest(latest) {}
 
-    void reserveListed(size_t count) { m_listed.reserve(count); }
-    /// Adds a deal of the execution list.
-    void addListed(quint64 id) { m_listed.insert(id); }
+    /// Adds deals of the execution list.
+    void addListed(const std::vector<quint64>& ids);
     /// Adds a deal of the stream. Returns false when it is counted already.
     bool addStreamed(quint64 id);
 

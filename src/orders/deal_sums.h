@@ -16,8 +16,8 @@ class CountedDeals;
 /// is above 1e15 counts as 0.0 too and is reported by logLeftOut().
 class DealSums {
 public:
-    /// Adds a row of the execution list, whatever it repeats.
-    void addListed(const QVariantMap& deal, CountedDeals* counted);
+    /// Adds a row of the execution list, whatever it repeats, and appends its id if it has one.
+    void addListed(const QVariantMap& deal, std::vector<quint64>* ids);
     /// Adds a deal of the stream, unless its id is counted already. A deal without an id always
     /// counts.
     void addStreamed(const QVariantMap& deal, CountedDeals* counted);
@@ -38,8 +38,9 @@ private:
         RealizedProfitItem item;
     };
 
-    Deal read(const QVariantMap& deal);
-    double number(const QVariantMap& deal, const QString& field);
+    void read(const QVariantMap& record, Deal* read);
+    /// 0.0 for a null pointer and for what counts as 0.0.
+    double number(const QVariantMap& deal, const QString& field, const QVariant* found);
     RealizedProfitItem& itemOf(const Deal& deal);
     void growSlots();
 

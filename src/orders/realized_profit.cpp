@@ -118,7 +118,8 @@ QMap<QString, RealizedProfit::ProfitBySymbol> RealizedProfit::GetAllRealizedProf
 std::optional<RealizedProfit::Fresh> RealizedProfit::build(
     const QList<QVariantMap>& executions, const std::function<bool()>& isBrokenOff) {
     Fresh fresh;
-    fresh.counted.reserveListed(static_cast<size_t>(executions.size()));
+    std::vector<quint64> ids;
+    ids.reserve(static_cast<size_t>(executions.size()));
     DealSums sums;
     int untilCheck = kRowsBetweenChecks;
     for (const QVariantMap& execution : executions) {
@@ -128,9 +129,10 @@ std::optional<RealizedProfit::Fresh> RealizedProfit::build(
                 return std::nullopt;
             }
         }
-        sums.addListed(execution, &fresh.counted);
+        sums.addListed(execution, &ids);
     }
     sums.logLeftOut();
+    fresh.counted.addListed(ids);
     fresh.table = sums.table();
     return fresh;
 }

@@ -44,7 +44,7 @@ private slots:
     void streamed_pastTheLimit_forgetsTheOldestAlone() {
         constexpr quint64 kLatest = 100;
         CountedDeals counted(kLatest);
-        counted.addListed(1);
+        counted.addListed({1});
         for (quint64 id = 1000; id < 1000 + 10 * kLatest; ++id) {
             QVERIFY(counted.addStreamed(id));
         }

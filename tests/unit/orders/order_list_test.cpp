@@ -231,6 +231,30 @@ private slots:
         QCOMPARE(m_fixture->accounts.calls, (QStringList{asked, asked}));
     }
 
+    void securityAccounts_ofMixedOrders_areEachOrdersOwn() {
+        m_fixture->accounts.chosen = {{"T1/1", "A1"}, {"T1/2", "B1"}, {"T2/1", "C1"}};
+        const auto orderOf = [](const QString& symbol, const QString& account) {
+            return OrderFixture::with(OrderFixture::order(symbol),
+                                      {{UserAccount::tradingAccount, account}});
+        };
+        const TakenMessage message = m_fixture->list(
+            {{},
+             orderOf("600000.SH", "T1"),
+             orderOf("600000.SH", "T1"),
+             orderOf("600000.SH", "T2"),
+             orderOf("000001.SZ", "T2"),
+             orderOf("unknown", "T2"),
+             OrderFixture::with(orderOf("000001.SZ", "T1"), {{UserAccount::securityAccount, "X"}}),
+             orderOf("000001.SZ", "T1"),
+             orderOf("600000.SH", "T1")});
+        QStringList texts;
+        for (const QVariantMap& row : message.rows) {
+            texts.append(row.value(UserAccount::securityAccount).toString() + '/' +
+                         row.value(UserAccount::securityExchange).toString());
+        }
+        QCOMPARE(texts, (QStringList{"A1/1", "A1/1", "C1/1", "/2", "/", "X/", "B1/2", "A1/1"}));
+    }
+
     void securityAccount_noExchangeKnown_isNotAdded() {
         for (const char* const symbol : {"unknown.SH", ""}) {
             const QVariantMap row = m_fixture->rowOf(OrderFixture::order(symbol));
