@@ -106,6 +106,12 @@ bool Client::awaitCage(int limitMs) {
     return m_sight->cageLoadOver();
 }
 
+bool Client::awaitProfits(int limitMs) {
+    m_gate.waitUntil([this] { return m_sight->profitsReady() || InterruptWatch::hasCome(); },
+                     limitMs);
+    return m_sight->profitsReady();
+}
+
 bool Client::beginSteps(QString* error) {
     return prepareMarket(error) && startPlatform(error) && connectServer(error) &&
            loadLibraries(error) && makePluginObject(kBusinessDataObject, error) && login(error);

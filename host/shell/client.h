@@ -79,10 +79,16 @@ public:
     bool awaitAccounts(int limitMs, QString* error);
     /// Waits until the plug-in has loaded the price cage; false after the limit or an interrupt.
     bool awaitCage(int limitMs);
+    /// Waits until the plug-in has built its realized profits; false after the limit or an
+    /// interrupt.
+    bool awaitProfits(int limitMs);
     /// Makes and initialises the plug-in object of that name, of a loaded library.
     bool makePluginObject(const QString& name, QString* error);
     /// Makes and initialises the plug-in objects of all further libraries.
     bool makePluginObjects(QString* error);
+    /// Ends the dealing and the streams of ticks and of the book's events, so that figures stand
+    /// still.
+    void endStreams();
     /// Ends the dealing, the ticks, the book's events and every wait without limit, then plug-ins,
     /// link and platform, in this order. A second call does nothing.
     void stop();
@@ -125,8 +131,6 @@ private:
     void startTicks();
     void startDeals();
     void openBook();
-    /// Ends the dealing and the streams of ticks and of the book's events.
-    void endStreams();
     bool connectServer(QString* error);
     bool loadLibraries(QString* error);
     bool loadLibrary(const QString& file, QString* error);
