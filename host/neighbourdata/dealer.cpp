@@ -7,7 +7,8 @@
 #include <thread>
 #include <utility>
 
-#include "market_log.h"
+#include "dealer_quantities.h"
+#include "neighbour_log.h"
 #include "order_status.h"
 #include "znbusinessdata/c_business_data_base.h"
 
@@ -16,11 +17,12 @@ namespace {
 constexpr size_t kMostOpenOrders = 16;
 /// Events without a deal after which a step gives up: most accounts have then had their turn.
 constexpr int kMostEventsOfStep = 400;
-constexpr int kMostParts = 4;
-constexpr int kMostSteps = 20;
+// Of a hundred orders; the rest is cancelled without a deal.
+constexpr int kRejected = 6;
+constexpr int kFilledAtOnce = 38;
+constexpr int kFilledInParts = 30;
+constexpr int kPartlyCancelled = 13;
 constexpr int kTicksAround = 5;
-/// An order takes at most this part of the free cash, if that buys anything.
-constexpr double kPartOfCash = 0.125;
 /// A higher last price is a fault of its source.
 constexpr double kMostPrice = 1e8;
 
@@ -87,8 +89,8 @@ void Dealer::start() {
     if (!m_runner) {
         m_paid = 0;
         m_runner = std::make_unique<Runner>(*this);
-        qCInfo(lcMarket) << "dealing started:" << m_options.dealsPerSecond
-                         << "deals per second, seed" << m_options.seed;
+        qCInfo(lcNeighbour) << "dealing started:" << m_options.dealsPerSecond
+                            << "deals per second, seed" << m_options.seed;
     }
 }
 
@@ -151,7 +153,7 @@ QDateTime Dealer::now() const {
 void Dealer::complain(const QString& why) {
     if (!m_complaints.contains(why)) {
         m_complaints.insert(why);
-        qCWarning(lcMarket).noquote() << why;
+        qCWarning(lcNeighbour).noquote() << why;
     }
 }
 
@@ -258,7 +260,7 @@ bool Dealer::chooseSale(const TradingDesk::Account& account, DealerOrder::Terms*
     terms->security = choice.security;
     terms->price = choice.security->priceFrom(priceOf(*choice.security),
                                               m_random.between(-kTicksAround, kTicksAround));
-    terms->quantity = quantityToSell(choice.sellable, *choice.security);
+    terms->quantity = quantityToSell(choice.sellable, *choice.security, m_random);
     return terms->quantity > 0;
 }
 
@@ -271,7 +273,8 @@ bool Dealer::chooseBuy(const TradingDesk::Account& account, DealerOrder::Terms* 
     terms->security = security;
     terms->price =
         security->priceFrom(priceOf(*security), m_random.between(-kTicksAround, kTicksAround));
-    terms->quantity = quantityToBuy(freeCash(account.tradingAccount), *security, terms->price);
+    terms->quantity =
+        quantityToBuy(freeCash(account.tradingAccount), *security, terms->price, m_random);
     return terms->quantity > 0;
 }
 
@@ -298,78 +301,30 @@ Dealer::SecurityPtr Dealer::chooseToBuy(const TradingDesk::Account& account) {
     return sample.isEmpty() ? nullptr : sample.at(m_random.below(sample.size()));
 }
 
-qint64 Dealer::quantityToBuy(double cash, const DealtSecurity& security, qint64 price) {
-    // A whole number of steps, less one until amount and commission fit.
-    const auto most = [&](double budget) -> qint64 {
-        const double ofStep = security.amountOf(security.step, price) * security.rate;
-        if (!(ofStep > 0) || !(budget > ofStep)) {
-            return 0;
-        }
-        const double affordable = std::min(budget / ofStep, 1e9);
-        qint64 steps = std::min(static_cast<qint64>(affordable), security.most / security.step);
-        while (steps > 0 && !(buyingCost(security, steps * security.step, price) <= budget)) {
-            --steps;
-        }
-        return steps * security.step;
-    };
-    qint64 limit = most(cash * kPartOfCash);
-    if (limit < security.least) {
-        limit = most(cash);
-    }
-    if (limit < security.least) {
-        return 0;
-    }
-    const qint64 more = std::min<qint64>((limit - security.least) / security.step,
-                                         kMostSteps * security.least / security.step);
-    return security.least + security.step * m_random.below(static_cast<int>(more) + 1);
-}
-
-qint64 Dealer::quantityToSell(qint64 sellable, const DealtSecurity& security) {
-    const qint64 limit = std::min(sellable, security.most);
-    const bool all = limit == sellable && (security.oddLots || sellable % security.step == 0);
-    const bool wantsAll = m_random.below(4) == 0;
-    if (limit < security.least || (all && wantsAll)) {
-        return all && security.sellable(sellable, sellable) ? sellable : 0;
-    }
-    const qint64 more = std::min<qint64>((limit - security.least) / security.step,
-                                         kMostSteps * security.least / security.step);
-    return security.least + security.step * m_random.below(static_cast<int>(more) + 1);
-}
-
-/// The quantities of the deals that a random outcome has; they leave out what will be cancelled.
-QVector<qint64> Dealer::partsOf(const DealerOrder::Terms& terms, bool* atOnce) {
-    const int outcome = m_random.below(100);
-    *atOnce = outcome < 40;
-    if (*atOnce) {
-        return {terms.quantity};
-    }
-    const qint64 step = terms.security->step;
-    const qint64 steps = terms.quantity / step;
-    const int count = static_cast<int>(
-        std::min<qint64>(m_random.between(2, kMostParts), std::max<qint64>(1, steps)));
-    QVector<qint64> parts(count, steps / count * step);
-    parts.last() = terms.quantity - (count - 1) * parts.first();
-    if (outcome < 72) {
-        return parts;
-    }
-    // Cancelled after some of the deals, or before the first.
-    parts.resize(outcome < 86 ? m_random.below(count) : 0);
-    return parts;
-}
-
 Dealer::Event Dealer::place(const DealerOrder::Terms& chosen) {
     DealerOrder::Terms terms = chosen;
     terms.orderID =
         QStringLiteral("D%1-%2").arg(m_options.seed).arg(++m_orderCount, 8, 10, QLatin1Char('0'));
-    bool atOnce = false;
-    DealerOrder order(terms, partsOf(terms, &atOnce));
-    const bool isRejected = m_random.below(100) < 6;
+    int outcome = m_random.below(100);
+    const auto falls = [&outcome](int share) { return (outcome -= share) < 0; };
+    const bool isRejected = falls(kRejected);
+    const bool isAtOnce = !isRejected && falls(kFilledAtOnce);
+    QVector<qint64> parts;
+    if (isAtOnce) {
+        parts = {terms.quantity};
+    } else if (!isRejected && falls(kFilledInParts)) {
+        parts = dealParts(terms.quantity, *terms.security, m_random);
+    } else if (!isRejected && falls(kPartlyCancelled)) {
+        parts = dealParts(terms.quantity, *terms.security, m_random);
+        parts.resize(parts.size() > 1 ? m_random.between(1, parts.size() - 1) : 0);
+    }
+    DealerOrder order(terms, parts);
     if (!put(order, OrderStatus::sent) ||
         !put(order, isRejected ? OrderStatus::rejected : OrderStatus::accepted) || isRejected) {
         return Event::Order;
     }
     m_open.push_back(order);
-    return atOnce ? advance(m_open.size() - 1) : Event::Order;
+    return isAtOnce ? advance(m_open.size() - 1) : Event::Order;
 }
 
 Dealer::Event Dealer::advance(size_t index) {

@@ -86,10 +86,7 @@ private:
     bool chooseSale(const TradingDesk::Account& account, DealerOrder::Terms* terms);
     bool chooseBuy(const TradingDesk::Account& account, DealerOrder::Terms* terms);
     SecurityPtr chooseToBuy(const TradingDesk::Account& account);
-    qint64 quantityToBuy(double cash, const DealtSecurity& security, qint64 price);
-    qint64 quantityToSell(qint64 sellable, const DealtSecurity& security);
     Event place(const DealerOrder::Terms& terms);
-    QVector<qint64> partsOf(const DealerOrder::Terms& terms, bool* atOnce);
     Event advance(size_t index);
     bool canPay(const DealerOrder& order, qint64 quantity, qint64 price) const;
     Event fill(size_t index, qint64 price);

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <utility>
 
-#include "price_samples.h"
+#include "instrument.h"
 #include "quantity_sections.h"
 #include "quote_fields.h"
 #include "vocabulary/fields.h"
@@ -38,18 +38,6 @@ QString accountKindOf(const QString& securityType) {
 
 QString sampleKey(const QString& exchange, const QString& accountKind) {
     return exchange + QLatin1Char('|') + accountKind;
-}
-
-/// The mid rate of an exchange of Hong Kong connect; 0 for an unknown one.
-double rateOf(const QString& exchange) {
-    for (const QVariantMap& row : PriceSamples::hongKongRates()) {
-        if (row.value(UserAccount::securityExchange).toString() == exchange) {
-            return (row.value(HKSExchgRate::HKSExchgRateBuy).toDouble() +
-                    row.value(HKSExchgRate::HKSExchgRateSell).toDouble()) /
-                   2;
-        }
-    }
-    return 0;
 }
 
 bool isHongKong(const QString& exchange) {
@@ -211,7 +199,7 @@ SecurityPtr DealerSecurities::securityOf(const QVariantMap& record) const {
     security.lowerLimit = unitsOf(record.value(QuoteField::minPrice));
     if (isHongKong(security.exchange)) {
         security.ladder = security.type == MdcSecurityType::FundType ? m_fundLadder : m_shareLadder;
-        security.rate = rateOf(security.exchange);
+        security.rate = Instrument::rateOf(security.exchange);
         security.oddLots = false;
     }
     security.unit = unitOf(record, security);

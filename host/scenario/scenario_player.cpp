@@ -120,6 +120,8 @@ bool ScenarioPlayer::playStep(const ScenarioStep& step) {
         case Kind::Position:
         case Kind::Order:
             return playBookRecord(step);
+        case Kind::Book:
+            return playBook(step);
         case Kind::Call:
             return playCall(step);
         case Kind::Expect:
@@ -172,6 +174,18 @@ bool ScenarioPlayer::playBookRecord(const ScenarioStep& step) {
     }
     const QJsonObject result{{QStringLiteral("error"), error}};
     return allHold(step, result) || fail(missed(step, result));
+}
+
+bool ScenarioPlayer::playBook(const ScenarioStep& step) {
+    QJsonObject answer;
+    QString error;
+    const auto isFinal = [&] {
+        return !m_stage.readBook(step.name, &answer, &error) || allHold(step, answer);
+    };
+    if (!m_stage.waitUntil(isFinal, step.limitMs)) {
+        return fail(missed(step, answer));
+    }
+    return error.isEmpty() || fail(error);
 }
 
 bool ScenarioPlayer::playCall(const ScenarioStep& step) {

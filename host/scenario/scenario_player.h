@@ -23,6 +23,7 @@ private:
     bool playStart(const ScenarioStep& step);
     bool playPush(const ScenarioStep& step);
     bool playBookRecord(const ScenarioStep& step);
+    bool playBook(const ScenarioStep& step);
     bool playCall(const ScenarioStep& step);
     bool playExpect(const ScenarioStep& step);
     bool isMet(const ScenarioStep& step) const;

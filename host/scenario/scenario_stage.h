@@ -36,6 +36,9 @@ public:
     virtual bool putDeal(const QVariantMap& deal, QString* error) = 0;
     virtual bool putPosition(const QVariantMap& position, QString* error) = 0;
     virtual bool putOrder(const QVariantMap& order, QString* error) = 0;
+    /// What the book has of an account: "cash", "cashMoved" by the day's deals, "positions",
+    /// "orders" and "executions".
+    virtual bool readBook(const QString& account, QJsonObject* answer, QString* error) = 0;
     virtual bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
                       QString* error) = 0;
     virtual int pendingRequests() const = 0;

@@ -163,8 +163,10 @@ bool MarketValues::applyPosition(const QVariantMap& dataMap, Change* change) {
     change->newCost = averageCost * change->newNominal * change->rate;
     record.insert(Security::nominalQty, change->newNominal);
     record.insert(Security::omsAverageCost, averageCost);
-    positions->m_holders[change->security.symbol][change->tradingAccount][exchange] = {
-        change->newNominal, change->rate};
+    if (change->security.isKnown) {
+        positions->m_holders[change->security.symbol][change->tradingAccount][exchange] = {
+            change->newNominal, change->rate};
+    }
     positions.unlock();
 
     if (isRateMissing) {

@@ -63,7 +63,9 @@ void PositionRebuild::addRow(const QString& tradingAccount, const QVariantMap& r
     contribution.symbolCostValueMap.insert(security.symbol, contribution.costValue);
     total += contribution;
     positions.m_positionMap[tradingAccount][security.symbol][exchange] = record;
-    positions.m_holders[security.symbol][tradingAccount][exchange] = {nominal, rate};
+    if (security.isKnown) {
+        positions.m_holders[security.symbol][tradingAccount][exchange] = {nominal, rate};
+    }
 }
 
 const PositionSecurity& PositionRebuild::securityOf(const QString& securityID,

@@ -59,6 +59,11 @@ public:
     bool putOrder(const QVariantMap& order, QString* error) override {
         return put(QStringLiteral("order"), order, error);
     }
+    bool readBook(const QString& account, QJsonObject* answer, QString* error) override {
+        *error = account == QLatin1String("none") ? QStringLiteral("no book") : QString();
+        *answer = {{QStringLiteral("cash"), ++m_reads}};
+        return did(QStringLiteral("book ") + account) && error->isEmpty();
+    }
     bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
               QString*) override {
         *answer = {{QStringLiteral("result"), ++m_calls}};
@@ -91,6 +96,7 @@ private:
     const std::shared_ptr<ScenarioTape> m_tape;
     FaultPlan m_plan;
     int m_calls = 0;
+    int m_reads = 0;
     int m_pushes = 0;
 };
 
@@ -109,6 +115,7 @@ private slots:
     void expectations_lookAtTheTape_data();
     void expectations_lookAtTheTape();
     void bookRecords_arePutAndMayHaveToBeRefused();
+    void book_isReadUntilItsChecksHold();
     void call_isRepeatedUntilItsChecksHold();
     void push_waitsForASubscriberUpToItsLimit();
     void check_seesPartsOfAValue_data();
@@ -222,6 +229,17 @@ void ScenarioPlayerTest::bookRecords_arePutAndMayHaveToBeRefused() {
     QVERIFY2(report.contains("the record was accepted"), qPrintable(report));
 }
 
+void ScenarioPlayerTest::book_isReadUntilItsChecksHold() {
+    m_tape.reset();
+    QString report;
+    QVERIFY2(play("start\nbook T1 => cash=3 within=10\n", &report), qPrintable(report));
+    QCOMPARE(m_done.mid(2), (QStringList{"book T1", "book T1", "book T1"}));
+    QVERIFY(!play("start\nbook T1 => cash=3\n", &report));
+    QVERIFY2(report.contains("cash is 1"), qPrintable(report));
+    QVERIFY(!play("start\nbook none => cash=3 within=10\n", &report));
+    QVERIFY2(report.contains("came: no book"), qPrintable(report));
+}
+
 void ScenarioPlayerTest::call_isRepeatedUntilItsChecksHold() {
     QString report;
     QVERIFY2(play("start\ncall F => 3 within=10\n", &report), qPrintable(report));
@@ -248,6 +266,9 @@ void ScenarioPlayerTest::check_seesPartsOfAValue_data() {
     row("result.text*=b", true);
     row("result.text~=^a.$", true);
     row("result.text#=2", true);
+    row("result.list.0%=1.0000009", true);
+    row("result.list.0%=1.000002", false);
+    row("result.text%=1", false);
     row("result.list#=3", true);
     row("result.list*=2", true);
     row("result.list*=4", false);

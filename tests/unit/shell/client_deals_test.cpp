@@ -52,6 +52,7 @@ private slots:
     void initTestCase();
     void deals_positionsExecutionsAndCashAgreeAtEveryMoment();
     void deals_everyOrderIsTheSumOfItsDeals();
+    void orders_passTheRulesOfThePlugin();
     void sameSeed_givesTheSameOrdersAndDeals();
     void withoutDeals_nothingHappens();
 
@@ -210,6 +211,52 @@ void ClientDealsTest::deals_everyOrderIsTheSumOfItsDeals() {
         }
     }
     QVERIFY(over > 500);
+    client.stop();
+}
+
+void ClientDealsTest::orders_passTheRulesOfThePlugin() {
+    Client client(options(2000, 4), Client::Listener());
+    QString error;
+    QVERIFY2(client.start(&error), qPrintable(error));
+    QVERIFY(client.awaitCage(kLimitMs));
+    const auto rule = [&client](const char* function, const QStringList& arguments) {
+        QString why;
+        const FacadeFunction* const found =
+            client.facade().choose(QLatin1String(function), arguments, &why);
+        return found ? found->call(arguments).value(QLatin1String("result")).toDouble() : qQNaN();
+    };
+    const DayBook& book = *client.book();
+    QVERIFY(waitFor([&book] { return book.orderCount(QString()) >= 1200; }, kLimitMs));
+    int total = 0;
+    const auto orders = book.orders({}, 0, -1, &total);
+    QSet<QString> exchanges;
+    for (const QVariantMap& one : orders) {
+        const QString symbol = one.value(Security::symbol).toString();
+        const QString side = one.value(Security::side).toString();
+        const double price = one.value(TradeField::orderPrice).toDouble();
+        const double quantity = one.value(Security::orderQty).toDouble();
+        exchanges.insert(one.value(UserAccount::securityExchange).toString());
+        const double unit =
+            rule("GetPriceUnitBySymbol", {symbol, QString::number(price, 'f', 4), side});
+        const double units = price / unit;
+        QVERIFY2(std::abs(units - std::round(units)) < 1e-6,
+                 qPrintable(QStringLiteral("%1 %2 %3").arg(symbol).arg(price).arg(unit)));
+        QVERIFY(quantity <= rule("GetMaxQtyPerOrderBySymbol", {symbol, QStringLiteral("{}")}));
+        if (side.endsWith(QLatin1Char('1'))) {
+            const double steps = quantity / rule("GetQtyStepBySymbol", {symbol});
+            QVERIFY2(steps == std::round(steps), qPrintable(symbol));
+            QVERIFY2(quantity >= rule("GetMinQtyPerOrderBySymbol", {symbol}), qPrintable(symbol));
+        } else {
+            QVERIFY2(quantity >= rule("GetMinSoldQtyBySymbol", {symbol}) || quantity < 200,
+                     qPrintable(symbol));
+        }
+    }
+    // Mainland shares, Hong Kong connect, options and funds, futures and gold.
+    for (const QString& exchange :
+         {Exchange::sh, Exchange::sz, Exchange::bj, Exchange::hhk, Exchange::szhk, Exchange::cffex,
+          Exchange::shf, Exchange::sge}) {
+        QVERIFY2(exchanges.contains(exchange), qPrintable(exchange));
+    }
     client.stop();
 }
 
