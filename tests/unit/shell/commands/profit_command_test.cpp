@@ -108,6 +108,15 @@ private slots:
         QCOMPARE(same.json.toObject().value("compared").toInt(), 2);
     }
 
+    void check_itemOfCancelsAlone_mayBeMissing() {
+        m_deals = {{"T1", {deal("2", 0, 0)}}};
+        m_answers->results.clear();
+        QVERIFY(!command().check({"T1"}, kWide).isFault);
+        QVERIFY(command().show({"T1"}, kWide).lines.at(2).endsWith("only cancels"));
+        m_deals = {{"T1", {deal("2", 0, 0, 1)}}};
+        QVERIFY(command().check({"T1"}, kWide).isFault);
+    }
+
     void check_differences_areListed_data() {
         QTest::addColumn<QJsonValue>("running");
         QTest::addColumn<QString>("shown");
