@@ -18,8 +18,8 @@ struct Instrument {
     /// What was bought today cannot be sold before the next day.
     bool sellableNextDay = false;
 
-    /// Yuan per unit of an exchange's currency: the mid rate for Hong Kong connect, otherwise 1. Any
-    /// thread.
+    /// Yuan per unit of an exchange's currency: the mid rate for Hong Kong connect, otherwise 1.
+    /// Any thread.
     static double rateOf(const QString& exchange);
 
     /// Looks it up in the platform's reference data, by the symbol or else by id and exchange;
