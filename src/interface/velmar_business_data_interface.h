@@ -572,7 +572,8 @@ public:
     static VelmarMarketValueInfo GetMarketValueByTradingAccount(const QString& tradingAccount);
     /// The value of a quantity (pieces) at a price (currency per piece). `multiplier` counts for
     /// futures alone. Returns 0 with `error` set for a bond whose accrued interest is unknown; sets
-    /// it in no other case. Any thread; does not block.
+    /// it in no other case. Returns 0 with a log line when the figures give no finite value. Any
+    /// thread; does not block.
     static double calcMarketValue(QString& error, const QString& symbol, const qint64& quantity,
                                   const double& price, const double& multiplier);
     /// Has the funds of all accounts read again. Any thread; presenter.

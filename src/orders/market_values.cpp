@@ -287,7 +287,11 @@ void MarketValues::addToHolders(const QString& symbol, const PriceStep& step,
 VelmarMarketValueInfo MarketValues::GetMarketValueByTradingAccount(
     const QString& tradingAccount) const {
     const auto totals = m_marketValueLock.read();
-    return totals->m_marketValueMap.value(tradingAccount);
+    VelmarMarketValueInfo info = totals->m_marketValueMap.value(tradingAccount);
+    // A copy that shared its maps would make the next tick copy them under the write lock.
+    info.symbolMarketValueMap.detach();
+    info.symbolCostValueMap.detach();
+    return info;
 }
 
 double MarketValues::calcMarketValue(QString& error, const QString& symbol, qint64 quantity,

@@ -25,11 +25,9 @@ QString missingRateRemark(const QString& exchange) {
 PositionRebuild::PositionRebuild(const SymbolDataReader& symbols, const QStringList& standardBonds,
                                  const PositionTables& formerPositions,
                                  const LastPriceTables& formerPrices)
-    : m_symbols(symbols),
-      m_standardBonds(standardBonds),
-      m_formerPrices(formerPrices),
-      m_rates(symbols.hongKongRates()) {
+    : m_symbols(symbols), m_standardBonds(standardBonds), m_rates(symbols.hongKongRates()) {
     positions.m_withoutRate = formerPositions.m_withoutRate;
+    prices.m_lastPriceMap = formerPrices.m_lastPriceMap;
 }
 
 void PositionRebuild::add(const QString& tradingAccount, const QList<QVariantMap>& rows) {
@@ -105,24 +103,23 @@ double PositionRebuild::priceOf(const PositionSecurity& security) {
     if (!security.isKnown) {
         return 0.0;
     }
-    const auto known = prices.m_lastPriceMap.constFind(security.symbol);
-    if (known != prices.m_lastPriceMap.cend()) {
-        return known.value();
+    double& price = prices.m_lastPriceMap[security.symbol];
+    if (!m_isPriced.contains(security.symbol)) {
+        m_isPriced.insert(security.symbol);
+        m_priced.append(security.symbol);
+        readPrice(security.symbol, &price);
     }
-    const double price = readPrice(security.symbol);
-    prices.m_lastPriceMap.insert(security.symbol, price);
-    m_priced.append(security.symbol);
     return price;
 }
 
-double PositionRebuild::readPrice(const QString& symbol) {
-    const double price = CommonQuotaHandler::instance().getLastPrice(symbol);
-    if (std::isfinite(price)) {
-        return price;
+/// Leaves the former price where the feed has no usable one.
+void PositionRebuild::readPrice(const QString& symbol, double* price) {
+    const double last = CommonQuotaHandler::instance().getLastPrice(symbol);
+    if (std::isfinite(last)) {
+        *price = last;
+    } else {
+        m_remarks.append(QStringLiteral("the last price of %1 is not a finite number, %2 counts")
+                             .arg(symbol)
+                             .arg(*price));
     }
-    const double former = m_formerPrices.m_lastPriceMap.value(symbol, 0.0);
-    m_remarks.append(QStringLiteral("the last price of %1 is not a finite number, %2 counts")
-                         .arg(symbol)
-                         .arg(former));
-    return former;
 }

@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QList>
 #include <QPair>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
@@ -16,7 +17,8 @@ class SymbolDataReader;
 /// data plug-in. Used on one thread, under the locks of the former tables.
 class PositionRebuild {
 public:
-    /// The former tables keep a price that cannot be read again and what was logged once.
+    /// Of the former tables the prices stay, of which only those of held symbols are read again,
+    /// and what was logged once.
     PositionRebuild(const SymbolDataReader& symbols, const QStringList& standardBonds,
                     const PositionTables& formerPositions, const LastPriceTables& formerPrices);
 
@@ -39,14 +41,14 @@ private:
     const PositionSecurity& securityOf(const QString& securityID, const QString& exchange);
     double rateOf(const QString& exchange, QVariantMap& record);
     double priceOf(const PositionSecurity& security);
-    double readPrice(const QString& symbol);
+    void readPrice(const QString& symbol, double* price);
 
     const SymbolDataReader& m_symbols;
     const QStringList& m_standardBonds;
-    const LastPriceTables& m_formerPrices;
     const QMap<QString, QVariantMap> m_rates;
     QHash<QPair<QString, QString>, PositionSecurity> m_securities;
-    QStringList m_priced;
+    QSet<QString> m_isPriced;
+    QStringList m_priced;  // the same, in the order of the rows
     QStringList m_remarks;
     int m_rowCount = 0;
 };

@@ -4,11 +4,13 @@
 #include <QMetaType>
 #include <QString>
 
-/// The market value of one trading account's positions, in the account's currency of report.
+/// The market value of one trading account's positions, in the account's currency of report
+/// (docs/value.md). The totals are the sums of their parts by symbol; a symbol without a price yet
+/// has the market value 0, and a symbol that was sold out stays with 0.
 struct VelmarMarketValueInfo {
     QString tradingAccount;
-    double marketValue = 0;
-    double costValue = 0;
+    double marketValue = 0;                      ///< at the last prices
+    double costValue = 0;                        ///< at the average costs
     QMap<QString, double> symbolMarketValueMap;  ///< market value by symbol
     QMap<QString, double> symbolCostValueMap;    ///< cost by symbol
 

@@ -8,10 +8,12 @@
 #include "fund_account_table.h"
 #include "local_platform.h"
 #include "log_capture.h"
+#include "market_values.h"
 #include "price_unit_ladders.h"
 #include "process_per_case.h"
 #include "reference_table.h"
 #include "risk_notice_waiver.h"
+#include "scripted_neighbour.h"
 #include "shared_settings.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
@@ -187,6 +189,61 @@ private slots:
         ZnBusinessDataManager::instance();
         LocalPlatform::instance().publishTick("600000.SH", {}, "test");
         QVERIFY(waitFor([&ticks] { return ticks == 1; }));
+    }
+
+    void firstUse_standardBonds_areLoggedBeforeTheReferenceData() {
+        const ClientWorld world;
+        const LogCapture log;
+        ZnBusinessDataManager::instance();
+        const QStringList said = log.texts(QtInfoMsg);
+        const int bonds = said.indexOf("加载标准券代码共计： 2");
+        QCOMPARE(bonds, said.indexOf("init ZnBusinessDataManager curNewMsgIdIndex") + 1);
+        const ZnBusinessDataManager second;
+        QCOMPARE(log.count(QtInfoMsg, "加载标准券代码共计： 2"), 1);
+    }
+
+    void firstUse_ticks_areValuedOnTheCoresThread() {
+        const ClientWorld world(
+            {}, StaticDbBuilder().reference("security", "600000.SH",
+                                            {{Security::symbol, "600000.SH"},
+                                             {Security::securityID, "600000"},
+                                             {UserAccount::securityExchange, Exchange::sh},
+                                             {MDCFieldDefine::mdcSecurityType, "2"}}));
+        std::thread worker([] { ZnBusinessDataManager::instance(); });
+        worker.join();
+        ZnBusinessDataManager* const core = ZnBusinessDataManager::instance();
+        core->slotPositionUpdated({{UserAccount::tradingAccount, "A1"},
+                                   {Security::securityID, "600000"},
+                                   {UserAccount::securityExchange, Exchange::sh},
+                                   {Security::nominalQty, 10}});
+        const auto value = [core] {
+            return core->marketValues().GetMarketValueByTradingAccount("A1").marketValue;
+        };
+        std::thread feed([] {
+            LocalPlatform::instance().publishTick("600000.SH", {{"LastPx", 10.0}}, "test");
+        });
+        feed.join();
+        QCOMPARE(value(), 0.0);
+        QVERIFY(waitFor([&value] { return value() == 10000.0; }));
+    }
+
+    void initData_positions_areReadFirst() {
+        ClientWorld world({TestAccount("A1")});
+        const auto neighbour = std::make_shared<ScriptedNeighbour>();
+        LocalPlatform::instance().setNeighbourData(neighbour);
+        world.login();
+        ZnBusinessDataManager* const core = ZnBusinessDataManager::instance();
+        auto* const presenter = new RecordingPresenter;
+        QVERIFY(core->fundAccounts().InitFundAccountList(presenter));
+        const LogCapture log;
+        bool isFirst = false;
+        neighbour->onCall([&](ScriptedNeighbour::Call, const QString&) {
+            isFirst = !log.contains("初始化新股信息");
+        });
+        core->InitData();
+        presenter->deleteLater();
+        QVERIFY(isFirst);
+        QCOMPARE(neighbour->accountsOf(ScriptedNeighbour::Call::Positions), QStringList{"A1"});
     }
 
     void firstUse_skin_isAppliedAgain() {

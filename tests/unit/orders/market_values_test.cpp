@@ -83,6 +83,14 @@ private slots:
         QVERIFY(f.of().symbolMarketValueMap.isEmpty());
     }
 
+    void rebuild_pricesOfSymbolsThatAreNotHeld_stay() {
+        MarketValueFixture f;
+        f.tick("600000.SH", 10.0);
+        f.rebuild({});
+        f.push("600000", 1);
+        QCOMPARE(f.value(), 1000.0);
+    }
+
     void multiplier_countsOnceWhenMissingOrZero_data() {
         QTest::addColumn<QVariant>("multiplier");
         QTest::addColumn<double>("worth");
