@@ -296,7 +296,7 @@ Dealer::SecurityPtr Dealer::chooseToBuy(const Holdings& holdings,
     if (sample.isEmpty()) {
         return nullptr;
     }
-    SecurityPtr found = sample.at(m_random.below(sample.size()));
+    const SecurityPtr& found = sample.at(m_random.below(sample.size()));
     return hasOpenOrder(account.tradingAccount, found->symbol) ? nullptr : found;
 }
 
