@@ -45,7 +45,7 @@ public:
         return value.toString();
     }
     QString requiredText(const QString& field) {
-        const QString found = text(field);
+        QString found = text(field);
         if (found.isEmpty()) {
             fail(QStringLiteral("%1 is missing").arg(field));
         }

@@ -201,6 +201,10 @@ Dealer::Event Dealer::act() {
     return advance(static_cast<size_t>(m_random.below(static_cast<int>(m_open.size()))));
 }
 
+qint64 Dealer::priceOfOrder(const DealtSecurity& security) {
+    return security.priceFrom(priceOf(security), m_random.between(-kTicksAround, kTicksAround));
+}
+
 qint64 Dealer::priceOf(const DealtSecurity& security) const {
     const double last = m_options.lastPrice ? m_options.lastPrice(security.symbol) : 0;
     if (last > 0 && last < kMostPrice) {
@@ -228,77 +232,72 @@ double Dealer::freeCash(const QString& tradingAccount) const {
 Dealer::Event Dealer::openOrder(const TradingDesk::Account& account) {
     DealerOrder::Terms terms;
     terms.account = account;
+    const Holdings holdings = m_desk->holdings(account.tradingAccount);
     const bool sellsFirst = m_random.below(2) == 0;
-    const bool chosen = sellsFirst ? chooseSale(account, &terms) || chooseBuy(account, &terms)
-                                   : chooseBuy(account, &terms) || chooseSale(account, &terms);
+    const bool chosen = sellsFirst ? chooseSale(holdings, &terms) || chooseBuy(holdings, &terms)
+                                   : chooseBuy(holdings, &terms) || chooseSale(holdings, &terms);
     return chosen ? place(terms) : Event::None;
 }
 
-bool Dealer::chooseSale(const TradingDesk::Account& account, DealerOrder::Terms* terms) {
-    struct Choice {
-        SecurityPtr security;
-        qint64 sellable;
-    };
-    std::vector<Choice> choices;
-    const QVector<TradingDesk::Holding> holdings = m_desk->holdings(account.tradingAccount);
-    for (const TradingDesk::Holding& one : holdings) {
-        const SecurityPtr security =
-            one.sellable > 0 ? m_securities->find(one.symbol) : SecurityPtr();
-        if (security && security->exchange == one.exchange &&
-            DealerSecurities::deals(account.fundAccountType, security->type) &&
-            account.securityAccounts.contains(one.exchange) &&
-            !hasOpenOrder(account.tradingAccount, one.symbol)) {
-            choices.push_back({security, one.sellable});
+/// Null when the account cannot deal in it, or has an open order on it.
+Dealer::SecurityPtr Dealer::heldSecurity(const TradingDesk::Account& account,
+                                         const TradingDesk::Holding& holding) {
+    SecurityPtr held = m_securities->find(holding.symbol);
+    const bool isDealt = held && held->exchange == holding.exchange &&
+                         account.securityAccounts.contains(holding.exchange) &&
+                         DealerSecurities::deals(account.fundAccountType, held->type) &&
+                         !hasOpenOrder(account.tradingAccount, holding.symbol);
+    return isDealt ? held : nullptr;
+}
+
+bool Dealer::chooseSale(const Holdings& holdings, DealerOrder::Terms* terms) {
+    terms->buys = false;
+    // From a random place on, so that the whole list need not be looked at.
+    const int start = holdings.isEmpty() ? 0 : m_random.below(holdings.size());
+    for (int i = 0; i < holdings.size(); ++i) {
+        const TradingDesk::Holding& one = holdings.at((start + i) % holdings.size());
+        terms->security = one.sellable > 0 ? heldSecurity(terms->account, one) : nullptr;
+        if (terms->security) {
+            terms->price = priceOfOrder(*terms->security);
+            terms->quantity = quantityToSell(one.sellable, *terms->security, m_random);
+            return terms->quantity > 0;
         }
     }
-    if (choices.empty()) {
-        return false;
-    }
-    const Choice& choice =
-        choices[static_cast<size_t>(m_random.below(static_cast<int>(choices.size())))];
-    terms->buys = false;
-    terms->security = choice.security;
-    terms->price = choice.security->priceFrom(priceOf(*choice.security),
-                                              m_random.between(-kTicksAround, kTicksAround));
-    terms->quantity = quantityToSell(choice.sellable, *choice.security, m_random);
-    return terms->quantity > 0;
+    return false;
 }
 
-bool Dealer::chooseBuy(const TradingDesk::Account& account, DealerOrder::Terms* terms) {
-    const SecurityPtr security = chooseToBuy(account);
-    if (!security || hasOpenOrder(account.tradingAccount, security->symbol)) {
-        return false;
-    }
+bool Dealer::chooseBuy(const Holdings& holdings, DealerOrder::Terms* terms) {
     terms->buys = true;
-    terms->security = security;
-    terms->price =
-        security->priceFrom(priceOf(*security), m_random.between(-kTicksAround, kTicksAround));
-    terms->quantity =
-        quantityToBuy(freeCash(account.tradingAccount), *security, terms->price, m_random);
+    terms->security = chooseToBuy(holdings, terms->account);
+    if (!terms->security) {
+        return false;
+    }
+    terms->price = priceOfOrder(*terms->security);
+    terms->quantity = quantityToBuy(freeCash(terms->account.tradingAccount), *terms->security,
+                                    terms->price, m_random);
     return terms->quantity > 0;
 }
 
-/// Something that is held already, or something new; null when neither can be dealt.
-Dealer::SecurityPtr Dealer::chooseToBuy(const TradingDesk::Account& account) {
+/// Something that is held already, or something new; null when it cannot be dealt.
+Dealer::SecurityPtr Dealer::chooseToBuy(const Holdings& holdings,
+                                        const TradingDesk::Account& account) {
     if (account.securityAccounts.isEmpty()) {
         return nullptr;
     }
-    if (m_random.below(2) == 0) {
-        const QVector<TradingDesk::Holding> holdings = m_desk->holdings(account.tradingAccount);
-        if (!holdings.isEmpty()) {
-            const TradingDesk::Holding& one = holdings.at(m_random.below(holdings.size()));
-            SecurityPtr held = m_securities->find(one.symbol);
-            if (held && held->exchange == one.exchange &&
-                account.securityAccounts.contains(one.exchange) &&
-                DealerSecurities::deals(account.fundAccountType, held->type)) {
-                return held;
-            }
+    if (!holdings.isEmpty() && m_random.below(3) > 0) {
+        if (SecurityPtr held =
+                heldSecurity(account, holdings.at(m_random.below(holdings.size())))) {
+            return held;
         }
     }
     const int place = m_random.below(account.securityAccounts.size());
     const QString& exchange = std::next(account.securityAccounts.cbegin(), place).key();
     const DealerSecurities::Sample sample = m_securities->sample(exchange, account.fundAccountType);
-    return sample.isEmpty() ? nullptr : sample.at(m_random.below(sample.size()));
+    if (sample.isEmpty()) {
+        return nullptr;
+    }
+    SecurityPtr found = sample.at(m_random.below(sample.size()));
+    return hasOpenOrder(account.tradingAccount, found->symbol) ? nullptr : found;
 }
 
 Dealer::Event Dealer::place(const DealerOrder::Terms& chosen) {

@@ -76,6 +76,7 @@ private:
     class Runner;
     enum class Event { None, Order, Deal };
     using SecurityPtr = std::shared_ptr<const DealtSecurity>;
+    using Holdings = QVector<TradingDesk::Holding>;
 
     QDateTime now() const;
     double ratePerSecond() const;
@@ -83,9 +84,12 @@ private:
     bool dealOnce();
     Event act();
     Event openOrder(const TradingDesk::Account& account);
-    bool chooseSale(const TradingDesk::Account& account, DealerOrder::Terms* terms);
-    bool chooseBuy(const TradingDesk::Account& account, DealerOrder::Terms* terms);
-    SecurityPtr chooseToBuy(const TradingDesk::Account& account);
+    SecurityPtr heldSecurity(const TradingDesk::Account& account,
+                             const TradingDesk::Holding& holding);
+    bool chooseSale(const Holdings& holdings, DealerOrder::Terms* terms);
+    bool chooseBuy(const Holdings& holdings, DealerOrder::Terms* terms);
+    SecurityPtr chooseToBuy(const Holdings& holdings, const TradingDesk::Account& account);
+    qint64 priceOfOrder(const DealtSecurity& security);
     Event place(const DealerOrder::Terms& terms);
     Event advance(size_t index);
     bool canPay(const DealerOrder& order, qint64 quantity, qint64 price) const;

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int kSampleSize = 200;
+constexpr int kSampleSize = 100;
 /// As the client's own rules have them where the tables say nothing.
 constexpr qint64 kStandardStep = 100;
 constexpr qint64 kStandardMost = 1000000;

@@ -20,7 +20,7 @@ const CBusinessDataBase& data() {
 }
 
 QString symbolOf(const QString& securityID, const QString& exchange) {
-    const QString known = CBusinessDataBase::GetInstance()->getSymbolBySecurityIDAndExchange(
+    QString known = CBusinessDataBase::GetInstance()->getSymbolBySecurityIDAndExchange(
         securityID, exchange, SecurityIDSource::securityID);
     if (!known.isEmpty()) {
         return known;

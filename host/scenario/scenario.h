@@ -80,5 +80,6 @@ struct Scenario {
 
     QString fileName;
     MarketOptions market;
+    int ticksPerSecond = 1;  ///< of each subscribed symbol; 0: only those of the steps
     QVector<ScenarioSection> sections;
 };

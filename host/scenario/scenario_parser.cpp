@@ -14,6 +14,7 @@ constexpr int kMostLineLetters = 8192;
 constexpr int kMostSteps = 2000;
 constexpr int kMostSections = 16;
 constexpr int kMostMarket = 1000000;
+constexpr int kMostTicks = 1000;
 
 /// Reads a file line by line and tracks which steps may come next.
 class Parser {
@@ -79,22 +80,28 @@ private:
         for (int i = 1; i < words.size(); ++i) {
             const LineWord& word = words.at(i);
             int number = 0;
-            const bool known = word.op == QLatin1String("=") &&
-                               QStringList{"accounts", "seed", "symbols"}.contains(word.key);
+            const bool known =
+                word.op == QLatin1String("=") &&
+                QStringList{"accounts", "seed", "symbols", "ticks"}.contains(word.key);
             if (!known) {
-                return failAt(word.column, QStringLiteral("market takes accounts= seed= symbols="),
+                return failAt(word.column,
+                              QStringLiteral("market takes accounts= seed= symbols= ticks="),
                               error);
             }
-            const int least = word.key == QLatin1String("seed") ? 0 : 1;
-            if (!readWholeNumber(word.text, least, kMostMarket, &number)) {
+            const bool isTicks = word.key == QLatin1String("ticks");
+            const int least = isTicks || word.key == QLatin1String("seed") ? 0 : 1;
+            const int most = isTicks ? kMostTicks : kMostMarket;
+            if (!readWholeNumber(word.text, least, most, &number)) {
                 return failAt(word.valueColumn,
                               QStringLiteral("%1 takes a number from %2 to %3")
                                   .arg(word.key)
                                   .arg(least)
-                                  .arg(kMostMarket),
+                                  .arg(most),
                               error);
             }
-            if (word.key == QLatin1String("accounts")) {
+            if (isTicks) {
+                m_scenario->ticksPerSecond = number;
+            } else if (word.key == QLatin1String("accounts")) {
                 m_scenario->market.accounts = number;
             } else if (word.key == QLatin1String("symbols")) {
                 m_scenario->market.symbols = number;

@@ -49,6 +49,10 @@ void DealSum::add(const QVariantMap& deal) {
     deals.append(deal);
 }
 
+bool DealSum::isNothing() const {
+    return buyAmount == 0 && buyQty == 0 && sellAmount == 0 && sellQty == 0 && commission == 0;
+}
+
 double DealSum::matched() const {
     return buyQty > kNothing && sellQty > kNothing ? std::min(buyQty, sellQty) : 0;
 }
@@ -162,7 +166,8 @@ CommandAnswer ProfitCommand::show(const QStringList& accounts, int columns) {
             const DealSum& sum = item.sum;
             QString note;
             if (!item.isKnown) {
-                note = QStringLiteral("not in the running table yet");
+                note = sum.isNothing() ? QStringLiteral("only cancels")
+                                       : QStringLiteral("not in the running table yet");
             } else if (!isRounding(sum, item.profit, sum.profit())) {
                 note = QStringLiteral("these deals give %1").arg(moneyText(sum.profit()));
             }
@@ -215,8 +220,11 @@ CommandAnswer ProfitCommand::check(const QStringList& accounts, int columns) {
         for (const Item& item : items) {
             ++compared;
             const double fresh = item.sum.profit();
-            if (!item.isKnown || item.sum.deals.isEmpty() ||
-                !isRounding(item.sum, item.profit, fresh)) {
+            // Rebuilds count cancel rows, the stream of deals drops them.
+            const bool isOnlyCancelled = !item.isKnown && item.sum.isNothing();
+            const bool agrees = item.isKnown && !item.sum.deals.isEmpty() &&
+                                isRounding(item.sum, item.profit, fresh);
+            if (!agrees && !isOnlyCancelled) {
                 differences.append(
                     {account,
                      QStringLiteral("%1 %2").arg(item.symbol, item.securityAccount).trimmed(),

@@ -22,6 +22,8 @@ struct DealSum {
     QList<QVariantMap> deals;
 
     void add(const QVariantMap& deal);
+    /// Nothing was dealt: the rows only report cancels.
+    bool isNothing() const;
     /// The quantity that was both bought and sold.
     double matched() const;
     /// Average sell less average buy price, times the matched quantity, less the commissions.
@@ -41,7 +43,8 @@ public:
     QStringList accounts();
     /// Accounts without deals are only counted. Lines are cut to `columns`.
     CommandAnswer show(const QStringList& accounts, int columns);
-    /// Compares the running table with all deals; a difference is a fault.
+    /// Compares the running table with all deals; a difference is a fault. The running table may
+    /// lack an item whose rows only report cancels.
     CommandAnswer check(const QStringList& accounts, int columns);
 
 private:

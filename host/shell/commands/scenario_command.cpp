@@ -64,6 +64,7 @@ int playSection(const ShellOptions& options, const QString& pluginsDir, const Sc
     client.pluginsDir = pluginsDir;
     client.user = options.user.isEmpty() ? SampleLogin::user : options.user;
     client.market = scenario.market;
+    client.ticksPerSecond = scenario.ticksPerSecond;
     // A scenario sets the clock and expects the phase that belongs to it.
     client.marketHours = true;
     InterruptWatch watch(&Client::endWaits);

@@ -7,7 +7,6 @@
 #include "figures_text.h"
 #include "profit_command.h"
 #include "text_table.h"
-#include "velmarutils/velmar_busi_utils.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 
@@ -22,6 +21,14 @@ constexpr double kStandardBondPrice = 100;
 /// Bonds that only stand for pledged ones: valued at a fixed price, without ticks.
 bool isStandardBond(const QString& symbol) {
     return symbol == QLatin1String("888880.SH") || symbol == QLatin1String("131990.SZ");
+}
+
+/// The symbol of a standard bond, which needs no record; empty for other securities.
+QString standardBondOf(const QString& id, const QString& exchange) {
+    const QString symbol =
+        id + QLatin1Char('.') + (exchange == Exchange::sh ? SymbolPost::sh : SymbolPost::sz);
+    const bool isListed = exchange == Exchange::sh || exchange == Exchange::sz;
+    return isListed && isStandardBond(symbol) ? symbol : QString();
 }
 
 QString text(const QVariantMap& record, const QString& field) {
@@ -85,11 +92,9 @@ const ValueCommand::Instrument& ValueCommand::securityOf(const QString& id,
     found.symbol =
         m_facade.ask(QStringLiteral("GetSymbolBySecurityIDAndExchange"), {id, exchange}).toString();
     if (found.symbol.isEmpty()) {
-        // Standard bonds need no record.
-        const QString assembled =
-            VelmarBusiUtils::AssembleSymbolBySecurityIDAndExchange(id, exchange);
-        found.isKnown = isStandardBond(assembled);
-        found.symbol = found.isKnown ? assembled : id;
+        const QString bond = standardBondOf(id, exchange);
+        found.isKnown = !bond.isEmpty();
+        found.symbol = found.isKnown ? bond : id;
     }
     if (found.isKnown) {
         found.factor = m_facade.ask(QStringLiteral("GetDispFactorBySymbol"), {found.symbol})

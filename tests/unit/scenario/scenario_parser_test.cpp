@@ -40,7 +40,7 @@ namespace {
 
 const QByteArray kWhole =
     "# what it is about\n"
-    "market accounts=12 seed=7 symbols=60\r\n"
+    "market accounts=12 seed=7 symbols=60 ticks=0\r\n"
     "\n"
     "setting \"a/b\" \"x y\"\n"
     "fault 120006 1-2 refusal text=\"没有\" ms=5   # why\n"
@@ -69,6 +69,7 @@ void ScenarioParserTest::everyDirective_isRead() {
     QCOMPARE(scenario.fileName, kFile);
     QCOMPARE(scenario.market.accounts, 12);
     QCOMPARE(scenario.market.seed, 7U);
+    QCOMPARE(scenario.ticksPerSecond, 0);
     QCOMPARE(scenario.market.symbols, 60);
     QCOMPARE(scenario.market.historyOrders, kScenarioHistoryOrders);
     QCOMPARE(scenario.sections.size(), 2);
@@ -167,7 +168,8 @@ void ScenarioParserTest::wrongText_isReportedWithItsPlace_data() {
     row("start\nsetting a b", "2:1", "before the start");
     row("setting a", "1:10", "value is missing");
     row("market accounts=0", "1:17", "from 1 to");
-    row("market size=3", "1:8", "accounts= seed= symbols=");
+    row("market size=3", "1:8", "accounts= seed= symbols= ticks=");
+    row("market ticks=1001", "1:14", "ticks takes a number from 0 to 1000");
     row("start\nmarket seed=1", "2:1", "before the first start");
     row("fault 120006 1 boom", "1:16", "not a kind of fault");
     row("fault 120006 0 delay", "1:14", "occurrences");

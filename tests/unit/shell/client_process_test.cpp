@@ -65,6 +65,7 @@ private slots:
 
     void mainJob_withoutTerminal_printsStepsAndTableAndEnds();
     void mainJob_secondTime_opensTheMarket();
+    void deals_areAnnouncedWithRateAndSeed();
     void table_allRows_areAlignedAndComplete();
     void stay_interrupted_exitsWithSuccess_data();
     void stay_interrupted_exitsWithSuccess();
@@ -221,6 +222,15 @@ void ClientProcessTest::mainJob_secondTime_opensTheMarket() {
                                     .lastModified()
                                     .toMSecsSinceEpoch()),
              before);
+}
+
+void ClientProcessTest::deals_areAnnouncedWithRateAndSeed() {
+    const Ended ended = run({QStringLiteral("--once"), QStringLiteral("--deals"),
+                             QStringLiteral("0.5"), QStringLiteral("--seed"), QStringLiteral("3")});
+    QVERIFY2(ended.code == 0, ended.text());
+    QVERIFY2(ended.out.contains(QStringLiteral(
+                 "orders are dealt for the accounts that may trade (0.5 deals a second, seed 3)")),
+             ended.text());
 }
 
 void ClientProcessTest::table_allRows_areAlignedAndComplete() {

@@ -59,7 +59,7 @@ private slots:
     }
 
     void show_account_hasFiguresAveragesAndDeals() {
-        const CommandAnswer answer = command().show({"T1", "T2"}, kWide);
+        const CommandAnswer answer = command().show({"T1"}, kWide);
         QVERIFY(!answer.isFault && !answer.interrupted);
         const QString figures = answer.lines.at(2).simplified();
         QCOMPARE(figures, QString("T1 600000.SH S1 100 10.0000 50 11.0000 50 5.00 45.00 2"));
@@ -67,13 +67,20 @@ private slots:
                      "T1 600000.SH E100 buy 100 10 1000.00 3.00"),
                  qPrintable(answer.lines.join('\n')));
         QVERIFY(answer.lines.contains("T1  realized profit 45.00"));
-        QVERIFY(answer.lines.contains("without deals today: 1 account"));
         const QJsonObject account = answer.json.toArray().first().toObject();
         QCOMPARE(account.value("profit").toDouble(), 45.0);
         const QJsonObject item = account.value("items").toArray().first().toObject();
         QCOMPARE(item.value("averageBuy").toDouble(), 10.0);
         QCOMPARE(item.value("matched").toDouble(), 50.0);
         QCOMPARE(item.value("deals").toArray().size(), 2);
+    }
+
+    void show_accountsWithoutDeals_areCounted() {
+        m_answers->results.clear();
+        QCOMPARE(command().show({"T2"}, kWide).lines,
+                 QStringList("without deals today: 1 account"));
+        const CommandAnswer answer = command().show({"T1", "T2", "T3"}, kWide);
+        QCOMPARE(answer.lines.last(), QString("without deals today: 2 accounts"));
     }
 
     void show_figureThatItsDealsDoNotGive_saysSo() {
@@ -99,6 +106,15 @@ private slots:
         QVERIFY(!same.isFault);
         QCOMPARE(same.lines, QStringList("2 figures compared, 0 differ"));
         QCOMPARE(same.json.toObject().value("compared").toInt(), 2);
+    }
+
+    void check_itemOfCancelsAlone_mayBeMissing() {
+        m_deals = {{"T1", {deal("2", 0, 0)}}};
+        m_answers->results.clear();
+        QVERIFY(!command().check({"T1"}, kWide).isFault);
+        QVERIFY(command().show({"T1"}, kWide).lines.at(2).endsWith("only cancels"));
+        m_deals = {{"T1", {deal("2", 0, 0, 1)}}};
+        QVERIFY(command().check({"T1"}, kWide).isFault);
     }
 
     void check_differences_areListed_data() {
