@@ -237,7 +237,9 @@ void MarketValues::takeTick(const QString& symbol) {
 bool MarketValues::takePrice(const QString& symbol, PriceStep* step) {
     auto prices = m_lastPriceLock.write();
     step->epoch = m_epoch;
-    step->before = prices->m_lastPriceMap.value(symbol, 0.0);
+    const auto known = prices->m_lastPriceMap.find(symbol);
+    const bool isKnown = known != prices->m_lastPriceMap.end();
+    step->before = isKnown ? *known : 0.0;
     step->after = CommonQuotaHandler::instance().getLastPrice(symbol);
     if (!std::isfinite(step->after)) {
         const bool isNew = !prices->m_badTicks.contains(symbol);
@@ -252,7 +254,11 @@ bool MarketValues::takePrice(const QString& symbol, PriceStep* step) {
     if (std::abs(step->after - step->before) < kNothing || m_standardBondList.contains(symbol)) {
         return false;
     }
-    prices->m_lastPriceMap.insert(symbol, step->after);
+    if (isKnown) {
+        *known = step->after;
+    } else {
+        prices->m_lastPriceMap.insert(symbol, step->after);
+    }
     return true;
 }
 
