@@ -47,7 +47,7 @@ QJsonValue OrdersCheck::ask(const QString& function, const QStringList& argument
     if (known != m_answers.constEnd()) {
         return *known;
     }
-    const QJsonValue answer = m_facade.ask(function, arguments);
+    QJsonValue answer = m_facade.ask(function, arguments);
     m_answers.insert(key, answer);
     return answer;
 }

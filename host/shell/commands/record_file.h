@@ -21,7 +21,7 @@ struct RecordFault {
     QString toString() const;
 };
 
-/// The records of a file in its order, and the lines that are none.
+/// The records of a file in its order, and the lines that are not records.
 struct RecordFile {
     QVector<FileRecord> records;
     QVector<RecordFault> faults;

@@ -23,6 +23,8 @@ namespace {
 
 constexpr int kCageWaitMs = 20000;
 constexpr int kTickWaitMs = 3000;
+/// With --deals: how long the day is before a question about profits.
+constexpr int kDealWaitMs = 3000;
 
 /// Each status is read once.
 OrdersReplay::Successors statusTable() {
@@ -176,6 +178,9 @@ ExitCode runProfit(const ShellOptions& options) {
         }
         if (!profit) {
             watched.client.awaitProfits(options.waitSeconds * 1000);
+            if (options.dealRate > 0 && !options.follow) {
+                watched.client.gate().waitUntil(&InterruptWatch::hasCome, kDealWaitMs);
+            }
             profit = std::make_unique<ProfitCommand>(watched.client.facade(), watched.asking(),
                                                      &dealsOf);
         }

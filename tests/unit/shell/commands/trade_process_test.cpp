@@ -176,10 +176,17 @@ private slots:
     void profit_ofTheDayOfADealer_isMadeOfItsDeals() {
         const Ended ended = runWhileDealing({"profit", "show", "--json"});
         QVERIFY2(ended.code == 0 && ended.err.isEmpty(), ended.text());
-        QVERIFY2(ended.json().isArray(), ended.text());
+        const QJsonArray accounts = ended.json().array();
+        QVERIFY2(!accounts.isEmpty(), ended.text());
+        for (const QJsonValue& account : accounts) {
+            for (const QJsonValue& item : account.toObject().value("items").toArray()) {
+                QVERIFY(!item.toObject().value("deals").toArray().isEmpty());
+            }
+        }
         const Ended check = runWhileDealing({"profit", "check"});
         QVERIFY2(check.code == 0, check.text());
         QVERIFY2(check.out.contains("figures compared, 0 differ"), check.text());
+        QVERIFY2(check.out.section(' ', 0, 0).toInt() > 50, check.text());
     }
 
     void value_ofEveryAccount_agreesWithItsPositions() {
