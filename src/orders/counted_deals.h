@@ -6,12 +6,12 @@
 /// A set of 64-bit hashes in one block of memory, 8 to 16 bytes for each. Not shared by threads.
 class HashSet64 {
 public:
-    void reserve(size_t count);
     /// Returns false when the set contains the hash already.
     bool insert(quint64 hash);
+    /// Adds many at once, which is several times as fast.
+    void insertAll(const std::vector<quint64>& hashes);
     bool contains(quint64 hash) const;
     size_t size() const { return m_size; }
-    void clear();
 
 private:
     size_t placeOf(quint64 hash) const;
@@ -32,9 +32,8 @@ public:
 
     explicit CountedDeals(size_t latest = kLatest) : m_latest(latest) {}
 
-    void reserveListed(size_t count) { m_listed.reserve(count); }
-    /// Adds a deal of the execution list.
-    void addListed(quint64 id) { m_listed.insert(id); }
+    /// Adds the deals of the execution list.
+    void addListed(const std::vector<quint64>& ids) { m_listed.insertAll(ids); }
     /// Adds a deal of the stream. Returns false when it is counted already.
     bool addStreamed(quint64 id);
 

@@ -37,67 +37,95 @@ quint64 hashOf(const QString& text, quint64 seed) {
     return mixed(mixed(hash, word), seed);
 }
 
-QString text(const QVariantMap& record, const QString& field) {
-    const auto found = record.constFind(field);
-    return found != record.cend() ? found->toString() : QString();
+/// A field as text, without a copy where the record has it as text.
+class FieldText {
+public:
+    explicit FieldText(const QVariant* value) {
+        if (value && value->userType() == QMetaType::QString) {
+            m_inRecord = static_cast<const QString*>(value->constData());
+        } else if (value) {
+            m_converted = value->toString();
+        }
+    }
+    const QString& get() const { return m_inRecord ? *m_inRecord : m_converted; }
+
+private:
+    const QString* m_inRecord = nullptr;
+    QString m_converted;
+};
+
+double numberOf(const QVariant& value, bool* isNumber) {
+    if (value.userType() == QMetaType::Double) {
+        *isNumber = true;
+        return *static_cast<const double*>(value.constData());
+    }
+    return value.toDouble(isNumber);
 }
 
-bool isBuy(const QVariantMap& deal) {
+bool isBuy(const QVariant* side) {
     static const QVariant buy(OrderSide::buy);
-    const auto side = deal.constFind(Security::side);
-    return side != deal.cend() && *side == buy;
+    return side && *side == buy;
 }
 
 }  // namespace
 
+/// A deal's figures. Refers to the record, which must live as long.
 struct DealSums::Deal {
-    QString tradingAccount;
-    QString symbol;
-    QString securityAccount;
-    quint64 keyHash = 0;
+    FieldText tradingAccount;
+    FieldText symbol;
+    FieldText securityAccount;
+    quint64 keyHash;
     quint64 id = 0;
     bool hasId = false;
     RealizedProfitItem item;
+
+    Deal(const QVariant* account, const QVariant* ofSymbol, const QVariant* ofSecurityAccount)
+        : tradingAccount(account),
+          symbol(ofSymbol),
+          securityAccount(ofSecurityAccount),
+          keyHash(hashOf(securityAccount.get(),
+                         hashOf(symbol.get(), hashOf(tradingAccount.get(), 1)))) {}
 };
 
 /// An exchange's deal number is the same for both sides of a deal and may come back on another
 /// exchange, so that a deal's id covers its keys and its side too.
 DealSums::Deal DealSums::read(const QVariantMap& record) {
-    Deal deal;
-    deal.tradingAccount = text(record, UserAccount::tradingAccount);
-    deal.symbol = text(record, Security::symbol);
-    deal.securityAccount = text(record, UserAccount::securityAccount);
-    deal.keyHash =
-        hashOf(deal.securityAccount, hashOf(deal.symbol, hashOf(deal.tradingAccount, 1)));
-    const bool buy = isBuy(record);
-    (buy ? deal.item.buyAmount : deal.item.sellAmount) = number(record, Security::lastAmount);
-    (buy ? deal.item.buyQty : deal.item.sellQty) = number(record, Security::lastQty);
-    deal.item.commission = number(record, Margin::executionCommission);
-    const QString execId = text(record, Security::execID);
-    deal.hasId = !execId.isEmpty();
-    deal.id = mixed(hashOf(execId, deal.keyHash), buy ? 1 : 2);
+    Deal deal(m_tradingAccount.in(record), m_symbol.in(record), m_securityAccount.in(record));
+    const bool buy = isBuy(m_side.in(record));
+    (buy ? deal.item.buyAmount : deal.item.sellAmount) = number(record, &m_amount, deal);
+    (buy ? deal.item.buyQty : deal.item.sellQty) = number(record, &m_quantity, deal);
+    deal.item.commission = number(record, &m_commission, deal);
+    const FieldText execId(m_execId.in(record));
+    deal.hasId = !execId.get().isEmpty();
+    deal.id = mixed(hashOf(execId.get(), deal.keyHash), buy ? 1 : 2);
     return deal;
 }
 
-double DealSums::number(const QVariantMap& deal, const QString& field) {
-    const auto found = deal.constFind(field);
-    if (found == deal.cend()) {
+double DealSums::number(const QVariantMap& record, RecordField* field, const Deal& deal) {
+    const QVariant* const found = field->in(record);
+    if (!found) {
         return 0;
     }
     bool isNumber = false;
-    const double value = found->toDouble(&isNumber);
+    const double value = numberOf(*found, &isNumber);
     if (isNumber && std::abs(value) <= kMostOfADeal) {  // false for NaN
         return value;
     }
     const bool isEmpty = !found->isValid() || (found->type() == QVariant::String &&
                                                found->toString().trimmed().isEmpty());
     if (!isEmpty && m_leftOut++ == 0) {
-        m_firstLeftOut =
-            QStringLiteral("%1 = %2 of account %3, symbol %4")
-                .arg(field, found->toString().left(40), text(deal, UserAccount::tradingAccount),
-                     text(deal, Security::symbol));
+        m_firstLeftOut = QStringLiteral("%1 = %2 of account %3, symbol %4")
+                             .arg(field->key(), found->toString().left(40),
+                                  deal.tradingAccount.get(), deal.symbol.get());
     }
     return 0;
+}
+
+void DealSums::fetchTexts(const QVariantMap& record) {
+    for (RecordField* const field :
+         {&m_tradingAccount, &m_symbol, &m_securityAccount, &m_side, &m_execId}) {
+        field->fetchText(record);
+    }
 }
 
 void DealSums::logLeftOut() const {
@@ -109,10 +137,10 @@ void DealSums::logLeftOut() const {
     }
 }
 
-void DealSums::addListed(const QVariantMap& record, CountedDeals* counted) {
+void DealSums::addListed(const QVariantMap& record, std::vector<quint64>* ids) {
     const Deal deal = read(record);
     if (deal.hasId) {
-        counted->addListed(deal.id);
+        ids->push_back(deal.id);
     }
     itemOf(deal) += deal.item;
 }
@@ -134,14 +162,18 @@ RealizedProfitItem& DealSums::itemOf(const Deal& deal) {
     size_t slot = deal.keyHash & mask;
     while (m_slots[slot] != 0) {
         Entry& entry = m_entries[m_slots[slot] - 1];
-        if (entry.hash == deal.keyHash && entry.symbol == deal.symbol &&
-            entry.tradingAccount == deal.tradingAccount &&
-            entry.securityAccount == deal.securityAccount) {
+        if (entry.hash == deal.keyHash && entry.symbol == deal.symbol.get() &&
+            entry.tradingAccount == deal.tradingAccount.get() &&
+            entry.securityAccount == deal.securityAccount.get()) {
             return entry.item;
         }
         slot = (slot + 1) & mask;
     }
-    m_entries.push_back({deal.keyHash, deal.tradingAccount, deal.symbol, deal.securityAccount, {}});
+    m_entries.push_back({deal.keyHash,
+                         deal.tradingAccount.get(),
+                         deal.symbol.get(),
+                         deal.securityAccount.get(),
+                         {}});
     m_slots[slot] = static_cast<quint32>(m_entries.size());
     return m_entries.back().item;
 }
@@ -157,6 +189,16 @@ void DealSums::growSlots() {
         m_slots[slot] = static_cast<quint32>(i + 1);
     }
 }
+
+DealSums::DealSums()
+    : m_tradingAccount(UserAccount::tradingAccount),
+      m_symbol(Security::symbol),
+      m_securityAccount(UserAccount::securityAccount),
+      m_side(Security::side),
+      m_amount(Security::lastAmount),
+      m_quantity(Security::lastQty),
+      m_commission(Margin::executionCommission),
+      m_execId(Security::execID) {}
 
 RealizedProfitTable DealSums::table() const {
     std::vector<const Entry*> sorted;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "realized_profit_item.h"
+#include "record_field.h"
 
 class CountedDeals;
 
@@ -16,11 +17,16 @@ class CountedDeals;
 /// is above 1e15 counts as 0.0 too and is reported by logLeftOut().
 class DealSums {
 public:
-    /// Adds a row of the execution list, whatever it repeats.
-    void addListed(const QVariantMap& deal, CountedDeals* counted);
+    DealSums();
+
+    /// Adds a row of the execution list, whatever it repeats, and appends its id if it has one.
+    void addListed(const QVariantMap& deal, std::vector<quint64>* ids);
     /// Adds a deal of the stream, unless its id is counted already. A deal without an id always
     /// counts.
     void addStreamed(const QVariantMap& deal, CountedDeals* counted);
+
+    /// Brings the texts of a record that will be added soon closer to the processor.
+    void fetchTexts(const QVariantMap& record);
 
     RealizedProfitTable table() const;
     /// The number of deals that were counted already.
@@ -39,10 +45,18 @@ private:
     };
 
     Deal read(const QVariantMap& deal);
-    double number(const QVariantMap& deal, const QString& field);
+    double number(const QVariantMap& record, RecordField* field, const Deal& deal);
     RealizedProfitItem& itemOf(const Deal& deal);
     void growSlots();
 
+    RecordField m_tradingAccount;
+    RecordField m_symbol;
+    RecordField m_securityAccount;
+    RecordField m_side;
+    RecordField m_amount;
+    RecordField m_quantity;
+    RecordField m_commission;
+    RecordField m_execId;
     std::vector<Entry> m_entries;
     std::vector<quint32> m_slots;  // a power of two of them: 1 + a place in m_entries, 0 when empty
     int m_repeated = 0;
