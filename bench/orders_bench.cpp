@@ -73,8 +73,8 @@ std::vector<PlainOrder> plainOrders(const CMessageCommon& message) {
              text(Security::side), text(Security::orderType), text(Security::parentOrderID),
              text(Security::orderFlowType), text(Security::orderStation),
              record.value(Security::orderQty).toDouble(), record.value(kOrderPrice).toDouble(),
-             record.value(Security::maxPriceLevels).toInt(),
-             record.value(Security::minQty).toDouble(), text(Security::timeInForce)});
+             text(Security::maxPriceLevels), text(Security::minQty), text(Security::timeInForce),
+             text(Security::transActTime)});
     }
     return orders;
 }

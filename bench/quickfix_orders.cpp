@@ -17,16 +17,19 @@ constexpr int kSecurityAccountTag = 5006;
 constexpr int kMaxPriceLevelsTag = 1090;
 
 FIX44::NewOrderSingle messageOf(const PlainOrder& order) {
-    FIX44::NewOrderSingle message(FIX::ClOrdID(order.clOrdID), FIX::Side(order.side.front()),
-                                  FIX::TransactTime(), FIX::OrdType(order.orderType.front()));
+    FIX44::NewOrderSingle message;
+    message.setField(FIX::FIELD::ClOrdID, order.clOrdID);
+    message.setField(FIX::FIELD::Side, order.side);
+    message.setField(FIX::FIELD::TransactTime, order.transactTime);
+    message.setField(FIX::FIELD::OrdType, order.orderType);
     message.set(FIX::Account(order.account));
     message.set(FIX::SecurityExchange(order.exchange));
     message.set(FIX::SecurityID(order.securityID));
     message.set(FIX::OrderQty(order.quantity));
     message.set(FIX::Price(order.price));
-    message.set(FIX::TimeInForce(order.timeInForce.front()));
-    message.set(FIX::MinQty(order.minQty));
-    message.setField(FIX::IntField(kMaxPriceLevelsTag, order.maxPriceLevels));
+    message.setField(FIX::FIELD::TimeInForce, order.timeInForce);
+    message.setField(FIX::FIELD::MinQty, order.minQty);
+    message.setField(kMaxPriceLevelsTag, order.maxPriceLevels);
     message.setField(kSecurityAccountTag, order.securityAccount);
     message.setField(kClientMessageTag, order.clientMsgID);
     message.setField(kPriceTypeTag, order.priceType);

@@ -20,9 +20,10 @@ struct PlainOrder {
     std::string station;
     double quantity = 0;
     double price = 0;
-    int maxPriceLevels = 0;
-    double minQty = 0;
+    std::string maxPriceLevels;
+    std::string minQty;
     std::string timeInForce;
+    std::string transactTime;
 };
 
 /// Creates a NewOrderSingle of every order and serialises it, with the library that the machine's

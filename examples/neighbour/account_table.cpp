@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "authority_letters.h"
 #include "text_table.h"
 #include "velmar_business_data_interface.h"
 #include "vocabulary/values.h"
@@ -46,42 +47,13 @@ QString typeText(const QString& fundAccountType) {
     return texts.value(fundAccountType, fundAccountType);
 }
 
-struct Authority {
-    int bit;
-    char letter;
-    const char* word;
-};
-
-constexpr Authority kAuthorities[] = {{1, 'Q', "query"},
-                                      {2, 'E', "edit"},
-                                      {4, 'A', "authority"},
-                                      {8, 'S', "subscribe"},
-                                      {16, 'T', "trade"}};
-
-QString authorityText(int flags) {
-    QString text;
-    for (const Authority& one : kAuthorities) {
-        text += QLatin1Char(flags & one.bit ? one.letter : '-');
-    }
-    return text;
-}
-
-QString authorityLegend() {
-    QStringList texts;
-    for (const Authority& one : kAuthorities) {
-        texts.append(
-            QStringLiteral("%1 %2").arg(QLatin1Char(one.letter)).arg(QLatin1String(one.word)));
-    }
-    return QStringLiteral("May: ") + texts.join(QStringLiteral(", "));
-}
-
 TextTable tableOf(const QList<tagUserAccountInfo>& accounts) {
     TextTable table({"Account", "Name", "Product", "Fund account", "Type", "Counter", "May"});
     for (const tagUserAccountInfo& account : accounts) {
         table.addRow({account.tradingAccount, account.accountName, account.productName,
                       account.fundAccount, typeText(account.fundAccountType),
                       account.counterSiteType == 0 ? "central" : "distributed",
-                      authorityText(account.authorityFlags)});
+                      authorityLetters(account.authorityFlags)});
     }
     return table;
 }

@@ -58,8 +58,8 @@ private:
         while (end < m_line.size() && isKeyLetter(m_line.at(end))) {
             ++end;
         }
-        for (const QLatin1String op :
-             {QLatin1String("="), QLatin1String("*="), QLatin1String("~="), QLatin1String("#=")}) {
+        for (const QLatin1String op : {QLatin1String("="), QLatin1String("*="), QLatin1String("~="),
+                                       QLatin1String("#="), QLatin1String("%=")}) {
             // "=>" is a word of its own, even directly behind a name.
             if (end > m_at && m_line.midRef(end, op.size()) == op &&
                 m_line.midRef(end, 2) != QLatin1String("=>")) {

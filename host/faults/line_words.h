@@ -4,13 +4,13 @@
 #include <QVector>
 
 /// A word of a line of a scenario or of a fault: bare, in double quotes, or a JSON object or list.
-/// A name and one of = *= ~= #= may precede it without a space.
+/// A name and one of = *= ~= #= %= may precede it without a space.
 struct LineWord {
     enum class Kind { Bare, Quoted, Json };
 
     Kind kind = Kind::Bare;
     QString key;  ///< empty for a word without a name
-    QString op;   ///< with a key: "=", "*=", "~=" or "#="
+    QString op;   ///< with a key: "=", "*=", "~=", "#=" or "%="
     QString text;
     int column = 1;       ///< of the word, from 1
     int valueColumn = 1;  ///< of its text

@@ -28,7 +28,6 @@ namespace BoardKind {
 inline const QString mainBoard = QStringLiteral("02001");
 inline const QString treasuryBond = QStringLiteral("03100");
 inline const QString corporateBond = QStringLiteral("03400");
-inline const QString standardBond = QStringLiteral("03990");
 inline const QString stockOption = QStringLiteral("06100");
 inline const QString commodityFuture = QStringLiteral("05100");
 inline const QString indexFuture = QStringLiteral("05200");

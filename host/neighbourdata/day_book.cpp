@@ -299,6 +299,11 @@ double DayBook::openingCash(const QString& tradingAccount) const {
     return m_ledger.contains(tradingAccount) ? m_ledger.account(tradingAccount).opening.cash : 0;
 }
 
+double DayBook::cashMoved(const QString& tradingAccount) const {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_ledger.contains(tradingAccount) ? m_ledger.account(tradingAccount).moved : 0;
+}
+
 bool DayBook::isOpenFor(const QString& tradingAccount, QString* error) const {
     if (!m_loaded || m_closed) {
         *error = QStringLiteral("the book is not loaded or closed");

@@ -58,6 +58,8 @@ public:
     QVector<Holding> holdings(const QString& tradingAccount) const override;
     double cash(const QString& tradingAccount) const override;
     double openingCash(const QString& tradingAccount) const;
+    /// What the day's deals have added to the opening cash.
+    double cashMoved(const QString& tradingAccount) const;
     bool putOrder(const QVariantMap& order, QString* error) override;
     /// A deal without Security::execID gets one. The order that Security::orderID names, when it is
     /// stored, counts the deal; it must have that much left.

@@ -41,23 +41,11 @@ double unitOf(const QString& type, const QString& symbol, const QVariantMap& det
                                  ->GetGoldSecurityInfoBySymbol(symbol)
                                  .value(GoldTrade::TradeUnitQty)
                                  .toDouble();
-        return grams > 0 ? grams : contractMultiplier(details);
+        return grams > 0 ? grams : contractMultiplier(details) * kGramsPerKilogram;
     }
     const bool isContract =
         type == MdcSecurityType::FuturesType || type == MdcSecurityType::OptionType;
     return isContract ? contractMultiplier(details) : 1;
-}
-
-/// The mid rate of an exchange of Hong Kong connect, otherwise 1.
-double rateOf(const QString& exchange) {
-    for (const QVariantMap& row : PriceSamples::hongKongRates()) {
-        if (row.value(UserAccount::securityExchange).toString() == exchange) {
-            return (row.value(HKSExchgRate::HKSExchgRateBuy).toDouble() +
-                    row.value(HKSExchgRate::HKSExchgRateSell).toDouble()) /
-                   2;
-        }
-    }
-    return 1;
 }
 
 bool isSellableNextDay(const QString& type, const QString& exchange) {
@@ -78,12 +66,23 @@ std::shared_ptr<const Instrument> make(const QString& symbol, const QString& sec
     made.exchange = exchange;
     made.unit = unitOf(type, symbol, details);
     made.nominalPerPiece = made.unit / (factor * contractMultiplier(details) * inKilograms);
-    made.rate = rateOf(exchange);
+    made.rate = Instrument::rateOf(exchange);
     made.sellableNextDay = isSellableNextDay(type, exchange);
     return std::make_shared<const Instrument>(made);
 }
 
 }  // namespace
+
+double Instrument::rateOf(const QString& exchange) {
+    for (const QVariantMap& row : PriceSamples::hongKongRates()) {
+        if (row.value(UserAccount::securityExchange).toString() == exchange) {
+            return (row.value(HKSExchgRate::HKSExchgRateBuy).toDouble() +
+                    row.value(HKSExchgRate::HKSExchgRateSell).toDouble()) /
+                   2;
+        }
+    }
+    return 1;
+}
 
 std::shared_ptr<const Instrument> Instrument::find(const QString& symbol, const QString& securityID,
                                                    const QString& exchange, QString* error) {

@@ -12,7 +12,7 @@
 
 /// A condition for a part of a JSON value.
 struct ScenarioCheck {
-    enum class Op { Same, Equals, Contains, Matches, Count };
+    enum class Op { Same, Equals, Contains, Matches, Count, Near };
 
     QString path;  ///< "rows.0.tradingAccount"; empty for the whole
     Op op = Op::Equals;
@@ -37,6 +37,10 @@ struct ScenarioStep {
         Push,
         Tick,
         Gate,
+        Deal,      ///< of the day, into the neighbouring data plug-in's book
+        Position,  ///< likewise
+        Order,     ///< likewise
+        Book,      ///< checks what the book has of an account
         Call,
         Expect,
         ExpectIdle,  ///< no request is under way

@@ -102,6 +102,8 @@ bool checkHolds(const ScenarioCheck& check, const QJsonValue& root) {
             return QRegularExpression(check.value).match(jsonText(value)).hasMatch();
         case ScenarioCheck::Op::Count:
             return countOf(value) == check.value.toInt();
+        case ScenarioCheck::Op::Near:
+            return value.isDouble() && std::fabs(value.toDouble() - check.value.toDouble()) <= 1e-6;
     }
     return false;
 }

@@ -116,6 +116,12 @@ bool ScenarioPlayer::playStep(const ScenarioStep& step) {
         case Kind::Gate:
             m_stage.setGate(step.name, step.value);
             return true;
+        case Kind::Deal:
+        case Kind::Position:
+        case Kind::Order:
+            return playBookRecord(step);
+        case Kind::Book:
+            return playBook(step);
         case Kind::Call:
             return playCall(step);
         case Kind::Expect:
@@ -152,6 +158,34 @@ bool ScenarioPlayer::playPush(const ScenarioStep& step) {
     };
     return m_stage.waitUntil(isSent, step.limitMs) ||
            fail(QStringLiteral("nobody subscribed to it within %1 ms").arg(step.limitMs));
+}
+
+bool ScenarioPlayer::playBookRecord(const ScenarioStep& step) {
+    const QVariantMap& record = step.rows.first();
+    QString error;
+    const bool stored = step.kind == Kind::Deal    ? m_stage.putDeal(record, &error)
+                        : step.kind == Kind::Order ? m_stage.putOrder(record, &error)
+                                                   : m_stage.putPosition(record, &error);
+    if (step.checks.isEmpty()) {
+        return stored || fail(error);
+    }
+    if (stored) {
+        return fail(QStringLiteral("the record was accepted"));
+    }
+    const QJsonObject result{{QStringLiteral("error"), error}};
+    return allHold(step, result) || fail(missed(step, result));
+}
+
+bool ScenarioPlayer::playBook(const ScenarioStep& step) {
+    QJsonObject answer;
+    QString error;
+    const auto isFinal = [&] {
+        return !m_stage.readBook(step.name, &answer, &error) || allHold(step, answer);
+    };
+    if (!m_stage.waitUntil(isFinal, step.limitMs)) {
+        return fail(missed(step, answer));
+    }
+    return error.isEmpty() || fail(error);
 }
 
 bool ScenarioPlayer::playCall(const ScenarioStep& step) {

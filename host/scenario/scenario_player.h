@@ -22,6 +22,8 @@ private:
     bool playStep(const ScenarioStep& step);
     bool playStart(const ScenarioStep& step);
     bool playPush(const ScenarioStep& step);
+    bool playBookRecord(const ScenarioStep& step);
+    bool playBook(const ScenarioStep& step);
     bool playCall(const ScenarioStep& step);
     bool playExpect(const ScenarioStep& step);
     bool isMet(const ScenarioStep& step) const;

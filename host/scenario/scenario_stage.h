@@ -32,6 +32,13 @@ public:
     virtual int push(const QString& topic, const QVariant& body, const QString& user) = 0;
     virtual void tick(const QString& symbol, const QVariantMap& fields, const QString& source) = 0;
     virtual void setGate(const QString& gate, const QString& netState) = 0;
+    /// Put a record into the book of the neighbouring data plug-in, which may refuse it.
+    virtual bool putDeal(const QVariantMap& deal, QString* error) = 0;
+    virtual bool putPosition(const QVariantMap& position, QString* error) = 0;
+    virtual bool putOrder(const QVariantMap& order, QString* error) = 0;
+    /// What the book has of an account: "cash", "cashMoved" by the day's deals, "positions",
+    /// "orders" and "executions".
+    virtual bool readBook(const QString& account, QJsonObject* answer, QString* error) = 0;
     virtual bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
                       QString* error) = 0;
     virtual int pendingRequests() const = 0;

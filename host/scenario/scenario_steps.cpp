@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <cmath>
 #include <utility>
 
 #include "vocabulary/net_state.h"
@@ -82,6 +83,13 @@ bool takeCheck(const LineWord& word, ScenarioCheck* check, LineError* error) {
         return pattern.isValid() ||
                failAt(word.valueColumn + qMax(0, pattern.patternErrorOffset()),
                       QStringLiteral("not a regular expression: %1").arg(pattern.errorString()),
+                      error);
+    } else if (word.op == QLatin1String("%=")) {
+        check->op = ScenarioCheck::Op::Near;
+        bool isNumber = false;
+        const double number = word.text.toDouble(&isNumber);
+        return (isNumber && std::isfinite(number)) ||
+               failAt(word.valueColumn, QStringLiteral("'%1' is not a number").arg(word.text),
                       error);
     } else if (word.op == QLatin1String("#=")) {
         check->op = ScenarioCheck::Op::Count;
@@ -253,19 +261,36 @@ bool readGate(const Words& words, ScenarioStep* step, LineError* error) {
     return takeNothingMore(words, 3, error);
 }
 
-bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
-    step->kind = Kind::Call;
-    if (!takePlain(words, 1, "the function", &step->name, error)) {
+/// "deal RECORD", "position RECORD", "order RECORD", each with "error" when it is to be refused.
+bool readBookRecord(const Words& words, ScenarioStep* step, LineError* error) {
+    const QString& what = words.first().text;
+    step->kind = what == QLatin1String("deal")    ? Kind::Deal
+                 : what == QLatin1String("order") ? Kind::Order
+                                                  : Kind::Position;
+    if (words.size() < 2) {
+        return failAt(endOf(words), QStringLiteral("the record of the %1 is missing").arg(what),
+                      error);
+    }
+    QVariantMap record;
+    if (!takeMap(words.at(1), &record, error)) {
         return false;
     }
-    int at = 2;
-    for (; at < words.size() && words.at(at).text != QLatin1String("=>"); ++at) {
-        if (!words.at(at).key.isEmpty()) {
-            return failAt(words.at(at).column,
-                          QStringLiteral("put an argument that contains '=' in quotes"), error);
+    step->rows.append(record);
+    for (int i = 2; i < words.size(); ++i) {
+        ScenarioCheck check;
+        if (words.at(i).key != QLatin1String("error")) {
+            return takeNothingMore(words, i, error);
         }
-        step->values.append(words.at(at).text);
+        if (!takeCheck(words.at(i), &check, error)) {
+            return false;
+        }
+        step->checks.append(check);
     }
+    return true;
+}
+
+/// Reads "=>" at a place and the checks behind it.
+bool readAnswerChecks(const Words& words, int at, ScenarioStep* step, LineError* error) {
     for (++at; at < words.size(); ++at) {
         const LineWord& word = words.at(at);
         ScenarioCheck check;
@@ -288,6 +313,33 @@ bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
     return !step->checks.isEmpty() ||
            failAt(endOf(words), QStringLiteral("'=>' and the checks of the answer are missing"),
                   error);
+}
+
+bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
+    step->kind = Kind::Call;
+    if (!takePlain(words, 1, "the function", &step->name, error)) {
+        return false;
+    }
+    int at = 2;
+    for (; at < words.size() && words.at(at).text != QLatin1String("=>"); ++at) {
+        if (!words.at(at).key.isEmpty()) {
+            return failAt(words.at(at).column,
+                          QStringLiteral("put an argument that contains '=' in quotes"), error);
+        }
+        step->values.append(words.at(at).text);
+    }
+    return readAnswerChecks(words, at, step, error);
+}
+
+bool readBook(const Words& words, ScenarioStep* step, LineError* error) {
+    step->kind = Kind::Book;
+    if (!takePlain(words, 1, "the account", &step->name, error)) {
+        return false;
+    }
+    if (words.size() > 2 && words.at(2).text != QLatin1String("=>")) {
+        return failAt(words.at(2).column, QStringLiteral("'=>' is expected here"), error);
+    }
+    return readAnswerChecks(words, 2, step, error);
 }
 
 bool readRecordKind(const LineWord& word, ScenarioStep* step, LineError* error) {
@@ -381,10 +433,11 @@ bool readExpect(const Words& words, ScenarioStep* step, LineError* error) {
 bool readScenarioStep(const QVector<LineWord>& words, ScenarioStep* step, LineError* error) {
     using Reader = bool (*)(const Words&, ScenarioStep*, LineError*);
     static const std::pair<const char*, Reader> readers[] = {
-        {"setting", readSetting}, {"fault", readFaultStep}, {"clock", readClock},
-        {"start", readStart},     {"ready", readReady},     {"push", readPush},
-        {"tick", readTick},       {"gate", readGate},       {"call", readCall},
-        {"expect", readExpect},
+        {"setting", readSetting},  {"fault", readFaultStep},     {"clock", readClock},
+        {"start", readStart},      {"ready", readReady},         {"push", readPush},
+        {"tick", readTick},        {"gate", readGate},           {"deal", readBookRecord},
+        {"order", readBookRecord}, {"position", readBookRecord}, {"call", readCall},
+        {"book", readBook},        {"expect", readExpect},
     };
     const LineWord& directive = words.first();
     for (const auto& [name, reader] : readers) {

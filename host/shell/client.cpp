@@ -10,6 +10,7 @@
 
 #include "client_watcher.h"
 #include "day_book.h"
+#include "dealer.h"
 #include "embedded_link.h"
 #include "exchange_clock.h"
 #include "faulty_link.h"
@@ -105,6 +106,12 @@ bool Client::awaitCage(int limitMs) {
     return m_sight->cageLoadOver();
 }
 
+bool Client::awaitProfits(int limitMs) {
+    m_gate.waitUntil([this] { return m_sight->profitsReady() || InterruptWatch::hasCome(); },
+                     limitMs);
+    return m_sight->profitsReady();
+}
+
 bool Client::beginSteps(QString* error) {
     return prepareMarket(error) && startPlatform(error) && connectServer(error) &&
            loadLibraries(error) && makePluginObject(kBusinessDataObject, error) && login(error);
@@ -177,7 +184,26 @@ bool Client::loadBook(QString* error) {
     return true;
 }
 
+void Client::startDeals() {
+    if (!(m_options.dealsPerSecond > 0)) {
+        return;
+    }
+    // Prices go on from deal to deal instead of following the ticks: their timing differs from run
+    // to run, and the seed is to give the same day.
+    Dealer::Options dealer;
+    dealer.dealsPerSecond = m_options.dealsPerSecond;
+    dealer.seed = m_options.dealSeed;
+    dealer.staticDatabaseFile = staticDatabaseFile(marketDir());
+    m_dealer = std::make_unique<Dealer>(m_book, dealer);
+    m_dealer->start();
+    ended(QStringLiteral("orders are dealt for the accounts that may trade (%1 deals a second, "
+                         "seed %2)")
+              .arg(m_options.dealsPerSecond)
+              .arg(m_options.dealSeed));
+}
+
 void Client::endStreams() {
+    m_dealer.reset();
     m_ticks.reset();
     if (m_book) {
         m_book->close();
@@ -364,6 +390,7 @@ bool Client::waitForAccounts(int limitMs, QString* error) {
     // Some plug-in of a real client requests the profits once it is up.
     LocalPlatform::instance().publishEvent(
         VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::CalcRealizedProfitInitEvent), {});
+    startDeals();
     return true;
 }
 

@@ -17,6 +17,7 @@
 
 class ClientSight;
 class DayBook;
+class Dealer;
 class FaultyLink;
 class ServerEngine;
 class TickFeed;
@@ -42,6 +43,10 @@ public:
         /// Where the server's clock starts, from there it runs on; the present time when invalid. A
         /// time without a zone is the exchanges' own.
         QDateTime clock;
+        /// Orders are dealt for the accounts that may trade, so many deals a second over all of
+        /// them; 0: none. Equal market and seed give equal orders and deals.
+        double dealsPerSecond = 0;
+        quint32 dealSeed = 1;
         qint64 bodyLimit = kStandingBodyLimit;  ///< most bytes of a body
         /// What goes wrong between client and server; may change while the client runs.
         std::shared_ptr<FaultPlan> faults = std::make_shared<FaultPlan>();
@@ -74,12 +79,18 @@ public:
     bool awaitAccounts(int limitMs, QString* error);
     /// Waits until the plug-in has loaded the price cage; false after the limit or an interrupt.
     bool awaitCage(int limitMs);
+    /// Waits until the plug-in has built its realized profits; false after the limit or an
+    /// interrupt.
+    bool awaitProfits(int limitMs);
     /// Makes and initialises the plug-in object of that name, of a loaded library.
     bool makePluginObject(const QString& name, QString* error);
     /// Makes and initialises the plug-in objects of all further libraries.
     bool makePluginObjects(QString* error);
-    /// Ends the ticks, the book's events and every wait without limit, then plug-ins, link and
-    /// platform, in this order. A second call does nothing.
+    /// Ends the dealing and the streams of ticks and of the book's events, so that figures stand
+    /// still.
+    void endStreams();
+    /// Ends the dealing, the ticks, the book's events and every wait without limit, then plug-ins,
+    /// link and platform, in this order. A second call does nothing.
     void stop();
     /// Makes every request that is under way fail, and each later one, so that a main thread which
     /// waits for an answer returns. For InterruptWatch; any thread, whether a client is up or not.
@@ -118,9 +129,8 @@ private:
     bool startPlatform(QString* error);
     void setClock();
     void startTicks();
+    void startDeals();
     void openBook();
-    /// Ends the streams of ticks and of the book's events.
-    void endStreams();
     bool connectServer(QString* error);
     bool loadLibraries(QString* error);
     bool loadLibrary(const QString& file, QString* error);
@@ -141,6 +151,7 @@ private:
     FacadeLibrary m_facade;
     std::unique_ptr<TickFeed> m_ticks;
     std::shared_ptr<DayBook> m_book;
+    std::unique_ptr<Dealer> m_dealer;
     std::shared_ptr<ServerEngine> m_server;
     FaultyLink* m_link = nullptr;  // owned by the platform
     QElapsedTimer m_upSince;

@@ -2,10 +2,12 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QJsonArray>
 #include <QSettings>
 #include <utility>
 
 #include "commonquotahandler/common_quota_handler.h"
+#include "day_book.h"
 #include "exact_json.h"
 #include "exchange_clock.h"
 #include "faulty_link.h"
@@ -15,6 +17,7 @@
 #include "server_engine.h"
 #include "settings_codec.h"
 #include "velmarutils/velmar_utils.h"
+#include "vocabulary/fields.h"
 #include "znwidget/zn_presenter_class.h"
 
 namespace {
@@ -150,6 +153,50 @@ void ClientStage::setGate(const QString& gate, const QString& netState) {
     if (FaultyLink* const link = m_client->link()) {
         link->setGate(gate, netState);
     }
+}
+
+DayBook* ClientStage::book(QString* error) const {
+    DayBook* const book = m_client->book();
+    if (!book) {
+        *error = QStringLiteral("the client has no book of the day");
+    }
+    return book;
+}
+
+bool ClientStage::putDeal(const QVariantMap& deal, QString* error) {
+    DayBook* const to = book(error);
+    return to && to->putDeal(deal, error);
+}
+
+bool ClientStage::putPosition(const QVariantMap& position, QString* error) {
+    DayBook* const to = book(error);
+    return to && to->setPosition(position, error);
+}
+
+bool ClientStage::putOrder(const QVariantMap& order, QString* error) {
+    DayBook* const to = book(error);
+    return to && to->putOrder(order, error);
+}
+
+bool ClientStage::readBook(const QString& account, QJsonObject* answer, QString* error) {
+    const DayBook* const from = book(error);
+    if (!from) {
+        return false;
+    }
+    const auto listOf = [](const QList<QVariantMap>& rows) {
+        QJsonArray list;
+        for (const QVariantMap& row : rows) {
+            list.append(exactJsonObject(row));
+        }
+        return list;
+    };
+    const QVariantMap filter{{UserAccount::tradingAccount, account}};
+    *answer = {{QStringLiteral("cash"), from->cash(account)},
+               {QStringLiteral("cashMoved"), from->cashMoved(account)},
+               {QStringLiteral("positions"), listOf(from->positions(filter))},
+               {QStringLiteral("orders"), listOf(from->orders(filter, 0, -1, nullptr))},
+               {QStringLiteral("executions"), listOf(from->executions(filter, 0, -1, nullptr))}};
+    return true;
 }
 
 bool ClientStage::call(const QString& function, const QStringList& arguments, QJsonObject* answer,

@@ -24,6 +24,10 @@ public:
     int push(const QString& topic, const QVariant& body, const QString& user) override;
     void tick(const QString& symbol, const QVariantMap& fields, const QString& source) override;
     void setGate(const QString& gate, const QString& netState) override;
+    bool putDeal(const QVariantMap& deal, QString* error) override;
+    bool putPosition(const QVariantMap& position, QString* error) override;
+    bool putOrder(const QVariantMap& order, QString* error) override;
+    bool readBook(const QString& account, QJsonObject* answer, QString* error) override;
     bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
               QString* error) override;
     int pendingRequests() const override;
@@ -40,6 +44,8 @@ private:
     class Watcher;
 
     void platformStarted();
+    /// Null with a text when the client has none.
+    DayBook* book(QString* error) const;
 
     Client::Options m_options;
     const std::shared_ptr<ScenarioTape> m_tape;

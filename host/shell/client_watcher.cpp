@@ -18,6 +18,7 @@ struct ClientSight::Seen {
     mutable std::mutex lock;  // guards what follows
     bool accountsReady = false;
     bool cageLoadOver = false;
+    bool profitsReady = false;
     QMap<QString, QString> gates;
 };
 
@@ -35,6 +36,11 @@ bool ClientSight::cageLoadOver() const {
     return m_seen->cageLoadOver;
 }
 
+bool ClientSight::profitsReady() const {
+    const std::lock_guard<std::mutex> guard(m_seen->lock);
+    return m_seen->profitsReady;
+}
+
 QMap<QString, QString> ClientSight::gates() const {
     const std::lock_guard<std::mutex> guard(m_seen->lock);
     return m_seen->gates;
@@ -50,6 +56,11 @@ void ClientSight::setCageLoadOver() {
     m_seen->cageLoadOver = true;
 }
 
+void ClientSight::setProfitsReady() {
+    const std::lock_guard<std::mutex> guard(m_seen->lock);
+    m_seen->profitsReady = true;
+}
+
 void ClientSight::setGate(const QString& gate, const QString& netState) {
     const std::lock_guard<std::mutex> guard(m_seen->lock);
     m_seen->gates.insert(gate, netState);
@@ -61,9 +72,12 @@ ClientWatcher::ClientWatcher(std::shared_ptr<ClientSight> sight, std::function<v
       m_onChange(std::move(onChange)),
       m_accountsEvent(
           VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::Velmar_Fundaccount_Inited)),
-      m_cageEvent(VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::PRICE_CAGE_INFO_FINISH_INIT)) {
+      m_cageEvent(VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::PRICE_CAGE_INFO_FINISH_INIT)),
+      m_profitsEvent(
+          VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::RealizedProfitInitedEvent)) {
     SubEvent(pluginPid(), m_accountsEvent, kSubscribe);
     SubEvent(pluginPid(), m_cageEvent, kSubscribe);
+    SubEvent(pluginPid(), m_profitsEvent, kSubscribe);
     for (const GateEvent& event : gateEvents()) {
         SubEvent(pluginPid(), event.id, kSubscribe);
     }
@@ -76,6 +90,9 @@ void ClientWatcher::ProcEventMsg(QString, QVariant eventId, QVariant body) {
     }
     if (id == m_cageEvent) {
         m_sight->setCageLoadOver();
+    }
+    if (id == m_profitsEvent) {
+        m_sight->setProfitsReady();
     }
     for (const GateEvent& event : gateEvents()) {
         if (id == event.id) {

@@ -18,11 +18,14 @@ public:
     bool accountsReady() const;
     /// The plug-in has reported the end of its price cage load, successful or not.
     bool cageLoadOver() const;
+    /// The plug-in has reported that its realized profits are built from the deals of the day.
+    bool profitsReady() const;
     /// The last reported state of each gate.
     QMap<QString, QString> gates() const;
 
     void setAccountsReady();
     void setCageLoadOver();
+    void setProfitsReady();
     void setGate(const QString& gate, const QString& netState);
 
 private:
@@ -46,4 +49,5 @@ private:
     const std::function<void()> m_onChange;
     const int m_accountsEvent;
     const int m_cageEvent;
+    const int m_profitsEvent;
 };

@@ -4,20 +4,19 @@
 #include <QFileInfo>
 #include <utility>
 
-#include "exchange_clock.h"
+#include "dealer.h"
 #include "line_words.h"
+#include "option_values.h"
 #include "sample_market.h"
+#include "shell_command_words.h"
 
 namespace {
 
 constexpr int kMostSections = 1000;
 constexpr int kMostTicks = 1000;
 constexpr int kMostCount = 1000000000;
-constexpr int kBytesPerKiB = 1024;
-constexpr int kBytesPerMiB = 1024 * kBytesPerKiB;
 /// Less would not hold the answer of the log-in.
-constexpr int kLeastBodyLimit = kBytesPerKiB;
-constexpr int kMostBodyLimit = 1024 * kBytesPerMiB;
+constexpr int kLeastBodyLimit = 1024;
 
 const QString kHome = QStringLiteral("home");
 const QString kPlugins = QStringLiteral("plugins");
@@ -33,6 +32,8 @@ const QString kTicks = QStringLiteral("ticks");
 const QString kTickRate = QStringLiteral("tick-rate");
 const QString kMarketHours = QStringLiteral("market-hours");
 const QString kClock = QStringLiteral("clock");
+const QString kDeals = QStringLiteral("deals");
+const QString kSeed = QStringLiteral("seed");
 const QString kCount = QStringLiteral("count");
 const QString kBodyLimit = QStringLiteral("body-limit");
 const QString kRebuild = QStringLiteral("rebuild");
@@ -44,8 +45,9 @@ const QString kVersion = QStringLiteral("version");
 const QString kEarly = QStringLiteral("early");
 const QString kRaw = QStringLiteral("raw");
 
-const QStringList kWithValue{kHome,     kPlugins, kPlugin, kUser,     kWait,  kScale, kFault,
-                             kScenario, kSection, kTicks,  kTickRate, kClock, kCount, kBodyLimit};
+const QStringList kWithValue{kHome,  kPlugins,  kPlugin,  kUser,     kWait,     kScale,
+                             kFault, kScenario, kSection, kTicks,    kTickRate, kClock,
+                             kDeals, kSeed,     kCount,   kBodyLimit};
 const QStringList kFlags{kRebuild, kVerbose, kStay, kOnce, kMarketHours, kVersion, kEarly, kRaw};
 
 void addOptions(QCommandLineParser& parser, bool everywhere) {
@@ -78,31 +80,12 @@ bool takeNumber(const QCommandLineParser& parser, const QString& name, int least
     return true;
 }
 
-/// Bytes, or with a suffix KiB or MiB; false for everything else.
-bool readSize(QString text, qint64* bytes) {
-    int unit = 1;
-    for (const auto& [suffix, size] : {std::pair{QLatin1String("KiB"), kBytesPerKiB},
-                                       std::pair{QLatin1String("MiB"), kBytesPerMiB}}) {
-        if (text.endsWith(suffix)) {
-            text.chop(suffix.size());
-            unit = size;
-            break;
-        }
-    }
-    int number = 0;
-    if (!readWholeNumber(text, 1, kMostBodyLimit / unit, &number)) {
-        return false;
-    }
-    *bytes = static_cast<qint64>(number) * unit;
-    return true;
-}
-
 bool takeBodyLimit(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
     if (!parser.isSet(kBodyLimit)) {
         return true;
     }
     qint64 bytes = 0;
-    if (!readSize(parser.value(kBodyLimit), &bytes) || bytes < kLeastBodyLimit) {
+    if (!OptionValues::readSize(parser.value(kBodyLimit), &bytes) || bytes < kLeastBodyLimit) {
         *error =
             QStringLiteral("--%1 takes a size from 1KiB to 1024MiB, such as 65536, 512KiB or 64MiB")
                 .arg(kBodyLimit);
@@ -138,21 +121,10 @@ bool takeTicks(const QStringList& lists, ShellOptions* options, QString* error) 
     return true;
 }
 
-/// A time of day is taken as one of today. Without a zone it is the exchanges' time.
-QDateTime timeOf(QString text) {
-    const QTime time = QTime::fromString(text, Qt::ISODate);
-    if (time.isValid()) {
-        return inExchangeZone(QDateTime(exchangeNow().date(), time));
-    }
-    const QDateTime moment =
-        QDateTime::fromString(text.replace(QLatin1Char(' '), QLatin1Char('T')), Qt::ISODate);
-    return moment.isValid() ? inExchangeZone(moment) : QDateTime();
-}
-
 bool takeClock(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
     options->marketHours = options->marketHours || parser.isSet(kMarketHours);
     if (parser.isSet(kClock)) {
-        options->clock = timeOf(parser.value(kClock));
+        options->clock = OptionValues::timeOf(parser.value(kClock));
     }
     if (parser.isSet(kClock) && !options->clock.isValid()) {
         *error = QStringLiteral(
@@ -161,6 +133,23 @@ bool takeClock(const QCommandLineParser& parser, ShellOptions* options, QString*
                      .arg(kClock);
         return false;
     }
+    return true;
+}
+
+bool takeDeals(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
+    if (parser.isSet(kDeals) &&
+        !OptionValues::readRate(parser.value(kDeals), Dealer::kMostDealsPerSecond,
+                                &options->dealRate)) {
+        *error = QStringLiteral("--%1 takes a number above 0, up to %2, such as 5 or 0.2")
+                     .arg(kDeals)
+                     .arg(Dealer::kMostDealsPerSecond);
+        return false;
+    }
+    if (parser.isSet(kSeed) && !OptionValues::readSeed(parser.value(kSeed), &options->dealSeed)) {
+        *error = QStringLiteral("--%1 takes a number from 0 to 4294967295").arg(kSeed);
+        return false;
+    }
+    options->hasSeed = options->hasSeed || parser.isSet(kSeed);
     return true;
 }
 
@@ -183,8 +172,8 @@ bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QStri
     if (parser.isSet(kScenario)) {
         options->command = ShellOptions::Command::Scenario;
         options->scenarioFile = parser.value(kScenario);
-        for (const QString& other :
-             {kScale, kRebuild, kWait, kStay, kOnce, kTickRate, kClock, kMarketHours}) {
+        for (const QString& other : {kScale, kRebuild, kWait, kStay, kOnce, kTickRate, kClock,
+                                     kMarketHours, kDeals, kSeed}) {
             if (parser.isSet(other)) {
                 *error = QStringLiteral("--%1 cannot be combined with --%2").arg(kScenario, other);
                 return false;
@@ -227,7 +216,8 @@ bool takeOptions(const QStringList& arguments, bool everywhere, ShellOptions* op
         !takeNumber(parser, kScale, 1, kMaxMarketScale, &options->scale, error) ||
         !takeNumber(parser, kTickRate, 0, kMostTicks, &options->tickRate, error) ||
         !takeNumber(parser, kCount, 1, kMostCount, &options->count, error) ||
-        !takeBodyLimit(parser, options, error) || !takeClock(parser, options, error)) {
+        !takeBodyLimit(parser, options, error) || !takeClock(parser, options, error) ||
+        !takeDeals(parser, options, error)) {
         return false;
     }
     if (!takeFaults(parser.values(kFault), options, error) ||
@@ -286,106 +276,6 @@ bool asksForText(const ShellOptions& options) {
            options.command == ShellOptions::Command::Version;
 }
 
-bool takeCall(const QStringList& rest, ShellOptions* options, QString* error) {
-    if (rest.isEmpty()) {
-        *error = QStringLiteral("call takes the name of a function; 'functions' lists them");
-        return false;
-    }
-    options->command = ShellOptions::Command::Call;
-    options->functionName = rest.first();
-    options->arguments = rest.mid(1);
-    return true;
-}
-
-/// "list" or "why ACCOUNT".
-bool takeAccounts(const QStringList& rest, ShellOptions* options, QString* error) {
-    options->command = ShellOptions::Command::Accounts;
-    if (rest.isEmpty() || (rest.size() == 1 && rest.first() == QLatin1String("list"))) {
-        return true;
-    }
-    if (rest.size() == 2 && rest.first() == QLatin1String("why") && !rest.last().isEmpty()) {
-        options->account = rest.last();
-        return true;
-    }
-    *error = QStringLiteral("accounts takes 'list' or 'why ACCOUNT', and --json");
-    return false;
-}
-
-/// "explain SYMBOL".
-bool takeRules(const QStringList& rest, ShellOptions* options, QString* error) {
-    options->command = ShellOptions::Command::Rules;
-    if (rest.size() == 2 && rest.first() == QLatin1String("explain") && !rest.last().isEmpty()) {
-        options->symbol = rest.last();
-        return true;
-    }
-    *error = QStringLiteral("rules takes 'explain SYMBOL'");
-    return false;
-}
-
-/// "find TEXT".
-bool takeSymbols(const QStringList& rest, ShellOptions* options, QString* error) {
-    options->command = ShellOptions::Command::Symbols;
-    if (rest.size() == 2 && rest.first() == QLatin1String("find") && !rest.last().isEmpty()) {
-        options->symbol = rest.last();
-        return true;
-    }
-    *error = QStringLiteral("symbols takes 'find TEXT', a part of a code or of a name");
-    return false;
-}
-
-bool takeFunctions(const QStringList& rest, ShellOptions* options, QString* error) {
-    options->command = ShellOptions::Command::Functions;
-    options->functionName = rest.value(0);
-    *error = QStringLiteral("functions takes the name of a function, or nothing");
-    return rest.size() <= 1;
-}
-
-/// "watch SYMBOL...".
-bool takeTicksCommand(const QStringList& rest, ShellOptions* options, QString* error) {
-    options->command = ShellOptions::Command::Ticks;
-    if (rest.size() < 2 || rest.first() != QLatin1String("watch") || rest.contains(QString())) {
-        *error = QStringLiteral("ticks takes 'watch SYMBOL...', and --%1 N").arg(kCount);
-        return false;
-    }
-    if (options->tickRate == 0) {
-        *error = QStringLiteral("ticks watch needs a --%1 above 0").arg(kTickRate);
-        return false;
-    }
-    options->watched = rest.mid(1);
-    return true;
-}
-
-bool takeDoctor(const QStringList& rest, ShellOptions* options, QString* error) {
-    options->command = ShellOptions::Command::Doctor;
-    *error = QStringLiteral("doctor takes no arguments");
-    return rest.isEmpty();
-}
-
-struct CommandWord {
-    const char* word;
-    bool (*take)(const QStringList& rest, ShellOptions* options, QString* error);
-};
-
-constexpr CommandWord kCommands[] = {
-    {"call", takeCall},       {"functions", takeFunctions}, {"accounts", takeAccounts},
-    {"symbols", takeSymbols}, {"rules", takeRules},         {"ticks", takeTicksCommand},
-    {"doctor", takeDoctor},
-};
-
-bool takeCommand(const QString& word, const QStringList& rest, ShellOptions* options,
-                 QString* error) {
-    QStringList words;
-    for (const CommandWord& command : kCommands) {
-        if (word == QLatin1String(command.word)) {
-            return command.take(rest, options, error);
-        }
-        words.append(QLatin1String(command.word));
-    }
-    *error =
-        QStringLiteral("unknown command '%1' (%2)").arg(word, words.join(QStringLiteral(", ")));
-    return false;
-}
-
 /// The options of one command only.
 bool belongTogether(const ShellOptions& options, QString* error) {
     const bool isCall = options.command == ShellOptions::Command::Call;
@@ -398,6 +288,10 @@ bool belongTogether(const ShellOptions& options, QString* error) {
     }
     if (options.count > 0 && options.command != ShellOptions::Command::Ticks) {
         *error = QStringLiteral("--%1 goes with ticks watch only").arg(kCount);
+        return false;
+    }
+    if (options.hasSeed && !(options.dealRate > 0)) {
+        *error = QStringLiteral("--%1 goes with --%2 only").arg(kSeed, kDeals);
         return false;
     }
     return true;
@@ -417,8 +311,7 @@ bool parseShellOptions(const QStringList& arguments, ShellOptions* options, QStr
         return standsAlone(*options, false, error) && belongTogether(*options, error);
     }
     const QString command = rest.takeFirst();
-    const bool isAccounts = command == QLatin1String("accounts");
-    options->asJson = isAccounts && rest.removeAll(QStringLiteral("--json")) > 0;
+    CommandWords::takeFlags(command, &rest, options);
     // Behind a function's name everything belongs to the function.
     const bool everywhere = command != QLatin1String("call");
     if (!takeOptions(QStringList(rest), everywhere, options, &rest, error)) {
@@ -430,7 +323,7 @@ bool parseShellOptions(const QStringList& arguments, ShellOptions* options, QStr
     if (!standsAlone(*options, true, error)) {
         return false;
     }
-    return takeCommand(command, rest, options, error) && belongTogether(*options, error);
+    return CommandWords::take(command, rest, options, error) && belongTogether(*options, error);
 }
 
 bool isShellOption(const QString& word) {
@@ -439,73 +332,4 @@ bool isShellOption(const QString& word) {
     }
     const QString name = word.mid(2).section(QLatin1Char('='), 0, 0);
     return name == kHelp || kWithValue.contains(name) || kFlags.contains(name);
-}
-
-QString shellHelpText() {
-    return QStringLiteral(
-        "velmar-client: a local client that runs the business data plug-in over a sample market\n"
-        "\n"
-        "usage: velmar-client [options]                       start, print the account table\n"
-        "       velmar-client [options] call FUNCTION ARGS... call an exported function\n"
-        "       velmar-client [options] functions [FUNCTION]  list the exported functions and "
-        "what\n"
-        "                                                     their answers depend on; --verbose\n"
-        "                                                     explains the parameters\n"
-        "       velmar-client [options] accounts list         list the accounts with their kinds\n"
-        "       velmar-client [options] accounts why ACCOUNT  show which lists contain an "
-        "account,\n"
-        "                                                     and why the others do not\n"
-        "       velmar-client [options] symbols find TEXT     find securities by a part of their\n"
-        "                                                     code or name\n"
-        "       velmar-client [options] rules explain SYMBOL  show the quantity and price rules of "
-        "a\n"
-        "                                                     security and where they come from\n"
-        "       velmar-client [options] ticks watch SYMBOL... print the ticks of these symbols "
-        "until\n"
-        "                                                     Ctrl-C, or --count N of them\n"
-        "       velmar-client [options] doctor                check home, market and plug-ins\n"
-        "\n"
-        "  --home DIR      where settings, market and log are kept: a new or empty folder, or a\n"
-        "                  home made before (default: VELMAR_HOME, else velmar in the user's data\n"
-        "                  folder)\n"
-        "  --plugins DIR   where the plug-in libraries are (default: ../plugins of the program);\n"
-        "                  without a command every one of them is loaded\n"
-        "  --plugin FILE   load this plug-in library too; may be given several times\n"
-        "  --user NAME     log in as this user (default: demo01)\n"
-        "  --wait SECONDS  how long the accounts may take to load, and for call the rest of the\n"
-        "                  start-up (default: 60)\n"
-        "  --early         call as soon as the accounts are loaded, before the price cage is\n"
-        "  --raw           pass values to call that an enumeration does not have\n"
-        "  --scale N       make the sample market N times as large, 1 to 20 (default: 1)\n"
-        "  --fault FAULT   make requests go wrong, such as '120006 1 timeout';\n"
-        "                  may be given several times (docs/scenarios.md)\n"
-        "  --ticks SYMBOLS publish ticks of these symbols, such as 600000.SH,000001.SZ, in "
-        "addition\n"
-        "                  to those that plug-ins subscribe to\n"
-        "  --tick-rate N   ticks a second for each symbol, 0 to 1000 (default: 1)\n"
-        "  --market-hours  ticks keep to the trading hours of the exchanges; by default they play\n"
-        "                  continuous trading around the clock\n"
-        "  --clock TIME    start the server's clock at this time of the exchanges (+08:00), such "
-        "as\n"
-        "                  09:30 or 2026-01-05T09:30:00; it runs on from there\n"
-        "  --body-limit SIZE\n"
-        "                  refuse larger requests and answers, drop larger pushes: bytes, or with\n"
-        "                  KiB or MiB, such as 512KiB; 1KiB to 1024MiB (default: 64MiB)\n"
-        "  --scenario FILE play a scenario in a home folder of its own and report the result\n"
-        "  --rebuild       make the sample market again\n"
-        "  --stay, --once  stay up until Ctrl-C, or end after the table; by default it stays when\n"
-        "                  stdout is a terminal\n"
-        "  --verbose       show the log on stderr too, debug lines included\n"
-        "  --help, --version\n"
-        "\n"
-        "Arguments of call are texts, decimal numbers, true or false, and names or numbers of\n"
-        "enumeration values; lists and records are JSON. The answer is printed as JSON, with\n"
-        "integers beyond 2^53 as decimal texts.\n"
-        "accounts prints a table, or with --json the same as data. rules prints Chinese when\n"
-        "LC_ALL, LC_MESSAGES or LANG asks for it.\n"
-        "\n"
-        "The log is log/client.log in the home folder; VELMAR_LOG_DEBUG=1 adds debug lines to it.\n"
-        "Exit codes: 0 success; 1 the start-up or the scenario failed, it was interrupted, doctor\n"
-        "found a problem, or the output could not be written; 2 wrong usage, a folder that is not\n"
-        "a home, an unknown function, account or security, or an invalid scenario file.\n");
 }

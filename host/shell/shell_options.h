@@ -19,11 +19,16 @@ struct ShellOptions {
         Symbols,
         Rules,
         Ticks,
+        Orders,
+        Profit,
+        Value,
         Doctor,
         Scenario,
         Help,
         Version
     };
+    /// What Orders, Profit and Value are asked.
+    enum class Question { Show, Check, Replay };
     /// Whether the main job stays up after the start; ByTerminal: if stdout is a terminal.
     enum class Staying { ByTerminal, Stay, Once };
 
@@ -32,10 +37,15 @@ struct ShellOptions {
     QStringList arguments;  ///< of Call
     bool early = false;     ///< of Call: does not wait for the end of the start-up
     bool raw = false;       ///< of Call: passes unknown values of enumerations
-    QString account;        ///< of Accounts: the one to explain, empty for the list
-    QString symbol;         ///< of Rules; of Symbols: the text to look for
+    /// Of Accounts: the one to explain, empty for the list; of Profit and Value: empty for all.
+    QString account;
+    Question question = Question::Show;  ///< of Orders, Profit, Value
+    QString recordFile;                  ///< of Orders
+    bool cancels = false;                ///< of Orders, Check: every record cancels an order
+    bool follow = false;                 ///< of Profit and Value, Show: again on changes
+    QString symbol;                      ///< of Rules; of Symbols: the text to look for
     TextLanguage language = TextLanguage::English;  ///< of Rules
-    bool asJson = false;                            ///< of Accounts
+    bool asJson = false;                            ///< of Accounts, Orders, Profit, Value
     QString homeDir;                                ///< empty for the default
     QString pluginsDir;                             ///< empty for the default
     QStringList pluginFiles;   ///< of Run: plug-in libraries from elsewhere, absolute paths
@@ -48,6 +58,9 @@ struct ShellOptions {
     int tickRate = 1;          ///< ticks per second and symbol; 0 for none
     bool marketHours = false;  ///< ticks keep to the exchanges' hours
     QDateTime clock;           ///< where the server's clock starts; invalid for the present time
+    double dealRate = 0;       ///< deals per second over all accounts; 0 for none
+    quint32 dealSeed = 1;      ///< what decides the orders and deals
+    bool hasSeed = false;      ///< dealSeed was given
     QStringList watched;       ///< of Ticks: the symbols to print
     int count = 0;             ///< of Ticks: how many to print; 0 for no limit
     qint64 bodyLimit = kStandingBodyLimit;  ///< most bytes of a body

@@ -516,25 +516,36 @@ public:
     // to a presenter's send operation, which sets the source id before.
 
     /// The message of a batch of new orders. Element 0 of `list` is the batch's header record, the
-    /// others are orders. Quantities in the unit of the symbol. `numericType` selects the numeric
-    /// message type "261202". Any thread; first load; waits when a record without a security
-    /// account has an exchange. Null for an empty list.
+    /// others are orders, whose fields are sent as they are except for Security::symbol. Added are
+    /// the fields that follow from Security::orderType and CustomField::priceType (timeInForce,
+    /// maxPriceLevels, minQty), Security::transActTime (milliseconds since 1970-01-01 UTC, the same
+    /// in all rows), and where they are missing securityID, orderStation and
+    /// UserAccount::securityAccount with securityExchange, see docs/orders.md. Quantities in the
+    /// unit of the symbol. `numericType` selects the numeric message type "261202"; `packFlag` has
+    /// no effect. Any thread; first load; waits when an order without a security account has an
+    /// exchange, its own or that of its symbol. Null for an empty list; no rule is checked, and an
+    /// order without a symbol or exchange is sent with fewer fields.
     static CMessageCommon* NewOrderList(const QList<QVariantMap>& list, bool numericType,
                                         bool packFlag);
-    /// The same for the instance of a strategy, with a message type of the caller's choice. Any
-    /// thread; first load; waits as NewOrderList.
+    /// The same for the instance of a strategy, with a message type of the caller's choice. The
+    /// header contains the instance's fields too; Security::listID and replyMode are filled when
+    /// element 0 has none. The security id is also looked up again when Security::securityIDSource
+    /// is empty. Any thread; first load; waits as NewOrderList. Null for an empty list.
     static CMessageCommon* NewOrderListForInstance(const QList<QVariantMap>& list,
                                                    const QString& msgType);
-    /// The message that cancels an order, by its System::clientMsgID, Security::orderID and
-    /// clOrdID. `numericType` selects the numeric message type "261212". Any thread; first load.
+    /// The message that cancels an order: its record, with Security::transActTime as above, and
+    /// Security::orderStation where it is missing. The order is identified by System::clientMsgID,
+    /// Security::orderID and clOrdID. `numericType` selects the numeric message type "261212". Any
+    /// thread; first load; does not wait. Never null.
     static CMessageCommon* OrderCancelRequest(const QVariantMap& order, bool numericType);
     /// Where orders of this client come from: host name, system and its version joined by ";", with
     /// the prefix in front unless it is empty. Any thread; does not block.
     static QString GetVelmarOrderStation(QString prefix);
     /// Whether the incoming record `newOrder` may replace the stored one: its status change is
     /// listed in the status table, its quantities Security::cumQty and cancelledQty do not shrink,
-    /// and one of them has grown if the status is the same. Any thread; does not block; needs no
-    /// plug-in object.
+    /// and one of them has grown if the status is the same. Quantities within 1e-10 are equal; new
+    /// ones that are not finite are refused. False for a stored record without an order id. Any
+    /// thread; does not block; needs no plug-in object and never creates the core.
     static bool CanOrderUpdate(const QVariantMap& oldOrder, const QVariantMap& newOrder);
 
     // Realized profit: the difference of the average sell and buy price over the matched quantity,

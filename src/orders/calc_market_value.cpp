@@ -29,7 +29,8 @@ double bondValue(const QStringList& standardBonds, QString& error, const QString
 double rawValue(const SymbolDataReader& symbols, const QStringList& standardBonds, QString& error,
                 const QString& symbol, double quantity, double price, double multiplier) {
     const QString type = symbols.securityTypeOf(symbol);
-    if (type == MdcSecurityType::BondType) {
+    // A list of securities need not contain the standard bonds.
+    if (type == MdcSecurityType::BondType || (type.isEmpty() && standardBonds.contains(symbol))) {
         return bondValue(standardBonds, error, symbol, quantity, price);
     }
     if (type == MdcSecurityType::FuturesType) {

@@ -131,7 +131,7 @@ bool MarketValues::applyPosition(const QVariantMap& dataMap, Change* change) {
     if (change->tradingAccount.isEmpty() || securityID.isEmpty()) {
         qCWarning(lcOrders) << "position push without account or security:" << dataMap;
     }
-    change->security = positionSecurityOf(m_symbols, securityID, exchange);
+    change->security = positionSecurityOf(m_symbols, m_standardBondList, securityID, exchange);
     change->newNominal = dataMap.value(Security::nominalQty).toDouble() * change->security.unit;
     if (!isCountable(change->newNominal)) {
         qCWarning(lcOrders) << "position push ignored: its quantity is no finite number or above"
@@ -163,8 +163,10 @@ bool MarketValues::applyPosition(const QVariantMap& dataMap, Change* change) {
     change->newCost = averageCost * change->newNominal * change->rate;
     record.insert(Security::nominalQty, change->newNominal);
     record.insert(Security::omsAverageCost, averageCost);
-    positions->m_holders[change->security.symbol][change->tradingAccount][exchange] = {
-        change->newNominal, change->rate};
+    if (change->security.isKnown) {
+        positions->m_holders[change->security.symbol][change->tradingAccount][exchange] = {
+            change->newNominal, change->rate};
+    }
     positions.unlock();
 
     if (isRateMissing) {

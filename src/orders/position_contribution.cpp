@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "symbol_data_reader.h"
+#include "velmarutils/velmar_busi_utils.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 
@@ -16,6 +17,17 @@ double multiplierOf(const QVariantMap& details) {
     return std::isfinite(multiplier) && multiplier != 0.0 ? multiplier : 1.0;
 }
 
+QString symbolOf(const SymbolDataReader& symbols, const QStringList& standardBonds,
+                 const QString& securityID, const QString& exchange) {
+    const QString known = symbols.symbolOf(securityID, exchange);
+    if (!known.isEmpty()) {
+        return known;
+    }
+    const QString assembled =
+        VelmarBusiUtils::AssembleSymbolBySecurityIDAndExchange(securityID, exchange);
+    return standardBonds.contains(assembled) ? assembled : QString();
+}
+
 }  // namespace
 
 bool isCountable(double contribution) {
@@ -26,10 +38,11 @@ double countable(double contribution) {
     return isCountable(contribution) ? contribution : 0.0;
 }
 
-PositionSecurity positionSecurityOf(const SymbolDataReader& symbols, const QString& securityID,
+PositionSecurity positionSecurityOf(const SymbolDataReader& symbols,
+                                    const QStringList& standardBonds, const QString& securityID,
                                     const QString& exchange) {
     PositionSecurity security;
-    security.symbol = symbols.symbolOf(securityID, exchange);
+    security.symbol = symbolOf(symbols, standardBonds, securityID, exchange);
     security.isKnown = !security.symbol.isEmpty();
     if (security.isKnown) {
         security.unit = symbols.displayFactorOf(security.symbol) *

@@ -2,6 +2,7 @@
 
 #include <QMap>
 #include <QString>
+#include <QStringList>
 #include <QVariantMap>
 
 class SymbolDataReader;
@@ -22,7 +23,9 @@ struct PositionSecurity {
     double unit = 1.0;
 };
 
-PositionSecurity positionSecurityOf(const SymbolDataReader& symbols, const QString& securityID,
+/// A standard bond is known even where no list of securities contains it.
+PositionSecurity positionSecurityOf(const SymbolDataReader& symbols,
+                                    const QStringList& standardBonds, const QString& securityID,
                                     const QString& exchange);
 
 /// Whether positions of an exchange are valued in a currency other than the account's.

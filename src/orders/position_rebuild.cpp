@@ -63,7 +63,9 @@ void PositionRebuild::addRow(const QString& tradingAccount, const QVariantMap& r
     contribution.symbolCostValueMap.insert(security.symbol, contribution.costValue);
     total += contribution;
     positions.m_positionMap[tradingAccount][security.symbol][exchange] = record;
-    positions.m_holders[security.symbol][tradingAccount][exchange] = {nominal, rate};
+    if (security.isKnown) {
+        positions.m_holders[security.symbol][tradingAccount][exchange] = {nominal, rate};
+    }
 }
 
 const PositionSecurity& PositionRebuild::securityOf(const QString& securityID,
@@ -71,7 +73,8 @@ const PositionSecurity& PositionRebuild::securityOf(const QString& securityID,
     const QPair<QString, QString> key(securityID, exchange);
     auto found = m_securities.find(key);
     if (found == m_securities.end()) {
-        found = m_securities.insert(key, positionSecurityOf(m_symbols, securityID, exchange));
+        found = m_securities.insert(
+            key, positionSecurityOf(m_symbols, m_standardBonds, securityID, exchange));
     }
     return found.value();
 }

@@ -20,7 +20,7 @@ using SymbolHolders = QMap<QString, QMap<QString, Holding>>;
 struct PositionTables {
     /// Position record by trading account, symbol and exchange.
     QMap<QString, QMap<QString, QMap<QString, QVariantMap>>> m_positionMap;
-    /// The same by symbol, so that a tick costs nothing for accounts without it.
+    /// The same by symbol, so that a tick costs nothing for accounts without it; of known symbols.
     QHash<QString, SymbolHolders> m_holders;
     /// Exchanges whose missing rate was logged.
     QSet<QString> m_withoutRate;

@@ -16,6 +16,10 @@ LINK = re.compile(r"\]\(([^)#]+)\)")
 SYMBOL = re.compile(r"^[\w:]+(\(\))?$")
 # Words of the command line, of scenarios and of tools outside the tree.
 FOREIGN = re.compile(r"^(--\w|expect \w|in this font$|QT_|%\{|gdb |thread )")
+DERIVED_ROW = re.compile(r"^\| (\w+) \| `(\w+)` \| (\d) \| (\d) \| (\w+) \|$", re.MULTILINE)
+DERIVED_RULE = re.compile(r'\{OrderKind::(\w+), PriceType::(\w+), "(\d)", "(\d)", MinQty::(\w+)\}')
+STATE = re.compile(r'^ *state "(\S+) (\S+)" as (\w+)$', re.MULTILINE)
+ARROW = re.compile(r"^ *(\w+) --> (\w+|\[\*\])$", re.MULTILINE)
 EVENT_ROW = re.compile(r"^\| `(\w+)` \| (0x[0-9A-F]+) \|", re.MULTILINE)
 
 
@@ -104,6 +108,26 @@ class Docs(unittest.TestCase):
                              read("host/platform/messaging/gate_events.cpp"))
         on_page = re.findall(r"`(NetGateType::\w+)` \| (0x[0-9A-F]+) \|", read("docs/plugin-author.md"))
         self.assertEqual(sorted((gate, number) for number, gate in in_code), sorted(on_page))
+
+    def test_derived_fields_of_the_page_are_those_of_the_code(self):
+        in_code = DERIVED_RULE.findall(read("src/orders/derived_order_fields.cpp"))
+        self.assertGreater(len(in_code), 5)
+        self.assertEqual(DERIVED_ROW.findall(read("docs/orders.md")), in_code)
+
+    def test_status_diagram_of_the_page_is_the_status_table(self):
+        rows = [line.split(";") for line in read("host/market/rules/data/order_status.csv").splitlines()
+                if line and not line.startswith("#")][1:]
+        self.assertGreater(len(rows), 5)
+        page = read("docs/orders.md")
+        states = STATE.findall(page)
+        self.assertEqual(sorted((code, name) for code, name, _ in states),
+                         sorted((code, name) for code, name, _ in rows))
+        code_of = {key: code for code, _, key in states}
+        code_of["[*]"] = "the end"
+        arrows = [(code_of[old], code_of[new]) for old, new in ARROW.findall(page)]
+        changes = [(code, new) for code, _, following in rows
+                   for new in (following.split("|") if following else ["the end"])]
+        self.assertEqual(sorted(arrows), sorted(changes))
 
 
 if __name__ == "__main__":

@@ -109,21 +109,6 @@ ReferenceRow settingRow(const QString& name, const QString& value) {
     return {kindOf("setting"), name, {{System::itemName, name}, {System::itemValue, value}}};
 }
 
-/// What pledged repos are counted in. Nobody trades it, so it has no quote.
-ReferenceRow standardBondRow(const QString& id, const QString& post, const QString& exchange) {
-    const QString symbol = id + QLatin1Char('.') + post;
-    const QVariantMap record{
-        {Security::symbol, symbol},
-        {Security::securityID, id},
-        {Security::securityIDSource, SecurityIDSource::securityID},
-        {Security::chineseName, QStringLiteral("标准券")},
-        {UserAccount::securityExchange, exchange},
-        {MDCFieldDefine::mdcSecurityType, MdcSecurityType::BondType},
-        {MDCFieldDefine::mdcSubSecurityType, BoardKind::standardBond},
-    };
-    return {kindOf("security"), symbol, record};
-}
-
 void addSecurityRows(const QList<QVariantMap>& securities, const MarketStop& stop,
                      QList<ReferenceRow>& rows) {
     constexpr int kBaskets = 5;
@@ -158,8 +143,6 @@ QList<ReferenceRow> makeReferenceRows(const QList<QVariantMap>& securities, cons
     constexpr int kNewStocks = 8;
     QList<ReferenceRow> rows;
     addSecurityRows(securities, stop, rows);
-    rows.append(standardBondRow(QStringLiteral("888880"), SymbolPost::sh, Exchange::sh));
-    rows.append(standardBondRow(QStringLiteral("131990"), SymbolPost::sz, Exchange::sz));
     for (int number = 0; number < kNewStocks; ++number) {
         rows.append(newStockRow(number));
     }

@@ -1,6 +1,7 @@
 #include "account_lists.h"
 
 #include <QJsonDocument>
+#include <array>
 
 #include "vocabulary/values.h"
 
@@ -185,23 +186,6 @@ QString stateText(const QJsonObject& record) {
 }
 
 }  // namespace AccountRecord
-
-QString authorityLetters(int flags) {
-    QString letters;
-    for (const Authority& one : kAuthorities) {
-        letters += QLatin1Char(flags & one.bit ? one.letter : '-');
-    }
-    return letters;
-}
-
-QString authorityLegend() {
-    QStringList texts;
-    for (const Authority& one : kAuthorities) {
-        texts.append(
-            QStringLiteral("%1 %2").arg(QLatin1Char(one.letter)).arg(QLatin1String(one.word)));
-    }
-    return QStringLiteral("May: ") + texts.join(QStringLiteral(", "));
-}
 
 QJsonArray authorityWords(int flags) {
     QJsonArray words;

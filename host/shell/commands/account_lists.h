@@ -5,23 +5,11 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
-#include <array>
+
+#include "authority_letters.h"
 
 // What the account lists of the exported class require of an account, and how the fields of an
 // account's record are shown.
-
-/// A right of the login on an account, by its bit in the exported masks.
-struct Authority {
-    int bit;
-    const char* word;
-    char letter;
-};
-
-inline constexpr std::array<Authority, 5> kAuthorities{{{1, "query", 'Q'},
-                                                        {2, "edit", 'E'},
-                                                        {4, "authority", 'A'},
-                                                        {8, "subscribe", 'S'},
-                                                        {16, "trade", 'T'}}};
 
 /// One of the exported lists, with what it requires of an account.
 struct AccountList {
@@ -61,10 +49,7 @@ QString stateText(const QJsonObject& record);
 
 }  // namespace AccountRecord
 
-/// "QE--T", one place per right.
-QString authorityLetters(int flags);
-/// "May: Q query, E edit, ...".
-QString authorityLegend();
+/// The words of the rights that the mask contains.
 QJsonArray authorityWords(int flags);
 /// The names of exchanges by their codes, joined with ", ".
 QString exchangeTexts(const QStringList& codes);

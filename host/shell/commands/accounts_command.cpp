@@ -109,12 +109,12 @@ QString AccountsCommand::whyNoExchanges(const QJsonObject& record) const {
     return m_knowsSecurityAccounts ? QStringLiteral("none") : QStringLiteral("unknown");
 }
 
-AccountsAnswer AccountsCommand::list(int columns) {
+CommandAnswer AccountsCommand::list(int columns) {
     readSecurityAccounts();
     TextTable table({QStringLiteral("Account"), QStringLiteral("Name"), QStringLiteral("Kind"),
                      QStringLiteral("Counter"), QStringLiteral("May"), QStringLiteral("State"),
                      QStringLiteral("Exchanges")});
-    AccountsAnswer answer;
+    CommandAnswer answer;
     QJsonArray rows;
     for (const QJsonObject& record : allRecords()) {
         const QJsonObject described = describe(record);
@@ -197,8 +197,8 @@ QJsonObject AccountsCommand::judge(const AccountList& list, const QJsonObject& r
     return judged;
 }
 
-AccountsAnswer AccountsCommand::why(const QString& account, int columns) {
-    AccountsAnswer answer;
+CommandAnswer AccountsCommand::why(const QString& account, int columns) {
+    CommandAnswer answer;
     const QJsonObject record = recordOf(account);
     if (!m_facade.interrupted() && AccountRecord::isNotLoaded(record) &&
         !m_known.contains(account)) {

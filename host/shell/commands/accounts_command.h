@@ -5,17 +5,10 @@
 #include <QString>
 #include <QStringList>
 
+#include "command_answer.h"
 #include "facade_questions.h"
 
 struct AccountList;
-
-/// What a command about accounts prints.
-struct AccountsAnswer {
-    bool interrupted = false;
-    QString error;      ///< for the user, when the account is unknown
-    QStringList lines;  ///< for a terminal
-    QJsonValue json;    ///< the same as data
-};
 
 /// Describes the accounts with what the exported functions answer, and with nothing else. The
 /// functions are called by name; one that the library lacks is named in the answer.
@@ -28,10 +21,10 @@ public:
 
     /// One row per account: those of the exported lists in their order, then the others. Lines are
     /// cut to `columns`.
-    AccountsAnswer list(int columns);
+    CommandAnswer list(int columns);
     /// Which lists contain an account, and why the others do not; an error for one that neither the
     /// functions nor the platform know.
-    AccountsAnswer why(const QString& account, int columns);
+    CommandAnswer why(const QString& account, int columns);
 
 private:
     QJsonObject recordOf(const QString& account);

@@ -349,8 +349,8 @@ void RulesCommand::addDayLimits(const QVariantMap& tick, TextTable& table) const
                   most <= TickField::kHighestLimit ? QString() : say(RulesTexts::kNoUpperLimit)});
 }
 
-RulesAnswer RulesCommand::explain(const QString& symbol, const RulesFacts& facts, int columns) {
-    RulesAnswer answer;
+CommandAnswer RulesCommand::explain(const QString& symbol, const RulesFacts& facts, int columns) {
+    CommandAnswer answer;
     const Subject security = subjectOf(symbol);
     if (!m_facade.interrupted() && security.record.isEmpty()) {
         const QStringList similar = similarSymbols(symbol);

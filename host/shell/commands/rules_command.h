@@ -6,6 +6,7 @@
 #include <QStringList>
 #include <QVariantMap>
 
+#include "command_answer.h"
 #include "facade_questions.h"
 #include "rules_cross_check.h"
 #include "text_language.h"
@@ -27,12 +28,6 @@ struct RulesFacts {
     int cageWaitSeconds = 0;  ///< how long the cage was waited for
 };
 
-struct RulesAnswer {
-    bool interrupted = false;
-    QString error;      ///< for the user, when the symbol is unknown
-    QStringList lines;  ///< for a terminal
-};
-
 /// Shows the rules that apply to a security, each with its source. The values are the answers of
 /// the exported functions. Their sources follow from a cross-check (rules_cross_check.h); where it
 /// disagrees with an answer, the line says so instead. Functions are called by name, and those that
@@ -42,7 +37,7 @@ public:
     RulesCommand(const FacadeLibrary& library, const FacadeAsk& ask, TextLanguage language);
 
     /// Lines wider than `columns` are cut.
-    RulesAnswer explain(const QString& symbol, const RulesFacts& facts, int columns);
+    CommandAnswer explain(const QString& symbol, const RulesFacts& facts, int columns);
 
 private:
     struct Subject;

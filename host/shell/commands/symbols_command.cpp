@@ -62,7 +62,7 @@ QString exchangeTexts(const QVariantMap& record, const QString& symbol) {
 
 }  // namespace
 
-SymbolsAnswer findSymbols(const QHash<QString, QVariantMap>& records, const QString& text,
+CommandAnswer findSymbols(const QHash<QString, QVariantMap>& records, const QString& text,
                           int columns) {
     std::vector<Match> matches;
     for (auto it = records.constBegin(); it != records.constEnd(); ++it) {
@@ -71,7 +71,7 @@ SymbolsAnswer findSymbols(const QHash<QString, QVariantMap>& records, const QStr
             matches.push_back({rank, it.key()});
         }
     }
-    SymbolsAnswer answer;
+    CommandAnswer answer;
     if (matches.empty()) {
         answer.error = QStringLiteral("no security has '%1' in its code or name").arg(text);
         return answer;

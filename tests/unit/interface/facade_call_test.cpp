@@ -1,7 +1,9 @@
 #include <QtTest>
 
 #include "facade_call.h"
+#include "facade_order_value.h"
 #include "facade_value.h"
+#include "znmsg/c_pack_message_common.h"
 
 namespace {
 
@@ -54,6 +56,44 @@ bool isRecord(const tagUserAccountInfo&, const QMap<QString, int>&) {
     return true;
 }
 
+/// A message that counts itself.
+class CountedMessage : public CMessageCommon {
+public:
+    CountedMessage() { ++alive; }
+    ~CountedMessage() override { --alive; }
+
+    static int alive;
+};
+int CountedMessage::alive = 0;
+
+CMessageCommon* makesMessage(const QList<QVariantMap>& rows, bool isNull) {
+    if (isNull) {
+        return nullptr;
+    }
+    CPackMessageCommon packer;
+    packer.AddVaule("userID", "用户");
+    for (const QVariantMap& row : rows) {
+        packer.AddRow();
+        packer.AddRowVaule(row);
+    }
+    auto* const message = new CountedMessage;
+    message->SetType(QString("261202"));
+    message->SetMsg(packer.GetPackedMsg(false));
+    return message;
+}
+CMessageCommon* makesBareMessage() {
+    return new CountedMessage;
+}
+VelmarMarketValueInfo makesMarketValue() {
+    VelmarMarketValueInfo info;
+    info.tradingAccount = "T1";
+    info.marketValue = 10000.5;
+    info.costValue = -3;
+    info.symbolMarketValueMap = {{"600000.SH", 10000.5}};
+    info.symbolCostValueMap = {{"600000.SH", -3.0}};
+    return info;
+}
+
 QString noteOf(const QString& function, const QString& parameter) {
     return function == "sum" && parameter == "left" ? QStringLiteral("in lots") : QString();
 }
@@ -73,6 +113,9 @@ const FacadeFunction kTable[] = {
     facadeEntry<&takesValue>("takesValue", FacadePlain, FacadeNothing, "type"),
     facadeEntry<&negated>("negated", FacadePlain, FacadeNothing, "number"),
     facadeEntry<&echo>("echo", FacadePlain, FacadeNothing, "value"),
+    facadeEntry<&makesMessage>("makesMessage", FacadePlain, FacadeNothing, "rows, isNull"),
+    facadeEntry<&makesBareMessage>("makesBareMessage", FacadePlain, FacadeNothing, ""),
+    facadeEntry<&makesMarketValue>("makesMarketValue", FacadePlain, FacadeNothing, ""),
     facadeEntry<&isRecord>("isRecord", FacadePlain, FacadeNothing, "info, counts"),
 };
 
@@ -276,6 +319,48 @@ private slots:
         QCOMPARE(number, Q_INT64_C(-9007199254740995));
         int small = 0;
         QVERIFY(!FacadeValue<int>::fromJson(QJsonValue("7"), &small));
+    }
+
+    void call_message_showsTypeHeaderAndRows() {
+        const QJsonObject result = call("makesMessage", {R"([{"qty":1.5},{"name":"二"}])", "false"})
+                                       .value("result")
+                                       .toObject();
+        QCOMPARE(result.value("type"), QJsonValue("261202"));
+        QCOMPARE(result.value("header"), QJsonValue(QJsonObject{{"userID", "用户"}}));
+        QCOMPARE(result.value("rows"),
+                 QJsonValue(QJsonArray{QJsonObject{{"qty", 1.5}}, QJsonObject{{"name", "二"}}}));
+        QCOMPARE(choose("makesMessage", {"[]", "true"})->resultType(), QString("CMessageCommon*"));
+    }
+
+    void call_messageWithoutRows_showsAnEmptyList() {
+        const QJsonObject result = call("makesMessage", {"[]", "false"}).value("result").toObject();
+        QCOMPARE(result.value("rows"), QJsonValue(QJsonArray()));
+        const QJsonObject bare = call("makesBareMessage", {}).value("result").toObject();
+        QCOMPARE(bare.value("type"), QJsonValue(""));
+        QCOMPARE(bare.value("header"), QJsonValue(QJsonObject()));
+        QCOMPARE(bare.value("rows"), QJsonValue(QJsonArray()));
+    }
+
+    void call_message_isDeletedAfterwards() {
+        call("makesMessage", {"[{}]", "false"});
+        call("makesBareMessage", {});
+        QCOMPARE(CountedMessage::alive, 0);
+    }
+
+    void call_nullMessage_isNull() {
+        QVERIFY(call("makesMessage", {"[]", "true"}).value("result").isNull());
+    }
+
+    void call_marketValue_showsEveryField() {
+        const QJsonObject result = call("makesMarketValue", {}).value("result").toObject();
+        QCOMPARE(result, (QJsonObject{
+                             {"tradingAccount", "T1"},
+                             {"marketValue", 10000.5},
+                             {"costValue", -3},
+                             {"symbolMarketValueMap", QJsonObject{{"600000.SH", 10000.5}}},
+                             {"symbolCostValueMap", QJsonObject{{"600000.SH", -3.0}}},
+                         }));
+        QCOMPARE(choose("makesMarketValue", {})->resultType(), QString("VelmarMarketValueInfo"));
     }
 
     void accountRecord_throughJsonAndBack_keepsEveryField() {

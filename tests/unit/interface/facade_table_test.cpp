@@ -6,6 +6,7 @@
 #include "facade_notes.h"
 #include "facade_price_value.h"
 #include "test_paths.h"
+#include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 
 namespace {
@@ -95,7 +96,7 @@ private slots:
     void table_everyExportedFunction_standsInIt() {
         QStringList declared = declaredNames();
         QStringList listed = tableNames();
-        QVERIFY(declared.size() >= 89);
+        QVERIFY(declared.size() >= 101);
         declared.sort();
         listed.sort();
         QCOMPARE(listed, declared);
@@ -186,6 +187,42 @@ private slots:
         QCOMPARE(facadeNote("CheckCagePrice", "price"), QString("in the currency of the symbol"));
     }
 
+    void notes_ofOrdersProfitAndValue_explainEveryParameter() {
+        int count = 0;
+        const FacadeFunction* const functions = velmarFacadeFunctions(&count);
+        const QStringList explained{"NewOrderList",
+                                    "NewOrderListForInstance",
+                                    "OrderCancelRequest",
+                                    "GetVelmarOrderStation",
+                                    "CanOrderUpdate",
+                                    "GetRealizedProfitByAccount",
+                                    "GetRealizedProfitByAccountAndSymbol",
+                                    "GetRealizedProfitMapByAccount",
+                                    "GetAllRealizedProfitMap",
+                                    "GetMarketValueByTradingAccount",
+                                    "calcMarketValue",
+                                    "RequeryFundInfo"};
+        int found = 0;
+        for (int i = 0; i < count; ++i) {
+            if (!explained.contains(functions[i].name)) {
+                continue;
+            }
+            ++found;
+            const auto parameters = functions[i].parameterList();
+            for (const FacadeParameter& parameter : parameters) {
+                QVERIFY2(!parameter.note.isEmpty(),
+                         qPrintable(QString(functions[i].name) + '.' + parameter.name));
+            }
+            QVERIFY2(functions[i].resultType() == "void" || !functions[i].resultNote().isEmpty(),
+                     functions[i].name);
+        }
+        QCOMPARE(found, explained.size());
+        QCOMPARE(facadeNote("calcMarketValue", "multiplier"),
+                 QString("units of one contract; counts for futures alone"));
+        QVERIFY(facadeNote("OrderCancelRequest", "order").contains(Security::orderID));
+        QVERIFY(facadeNote("CanOrderUpdate", "oldOrder").contains(Security::cancelledQty));
+    }
+
     void table_reach_isAsTheHeaderSays_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<unsigned>("reach");
@@ -240,6 +277,13 @@ private slots:
               "IsSymbolTradableByAccount",
               "TransferFromExchange2Ch",
               "TransferFromSymbolPost2Ch"}},
+            {plain, {"CanOrderUpdate", "GetVelmarOrderStation", "calcMarketValue"}},
+            {first, {"GetMarketValueByTradingAccount", "OrderCancelRequest"}},
+            {first | waits, {"NewOrderList", "NewOrderListForInstance"}},
+            {FacadePresenter,
+             {"GetAllRealizedProfitMap", "GetRealizedProfitByAccount",
+              "GetRealizedProfitByAccountAndSymbol", "GetRealizedProfitMapByAccount",
+              "RequeryFundInfo"}},
             {waits, {"CheckOrderMatchSuperEtf"}},
             {FacadePresenter | waits, {"GetHKAccountInfoList", "GetHStockCirculateAccountList"}},
             {first, {"GetAccountInfoListFromTradingWithSameRealFund"}},

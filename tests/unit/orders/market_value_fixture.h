@@ -10,10 +10,12 @@
 #include "commonquotahandler/common_quota_handler.h"
 #include "data_stores.h"
 #include "local_platform.h"
+#include "lock_rank.h"
 #include "market_values.h"
 #include "scripted_neighbour.h"
 #include "symbol_data_reader.h"
 #include "vocabulary/fields.h"
+#include "vocabulary/names.h"
 #include "vocabulary/tick_fields.h"
 #include "vocabulary/values.h"
 

@@ -131,9 +131,9 @@ private slots:
             return VelmarUtils::GetTorviEventMsgIdByStr(name);
         };
         const QList<QPair<int, QString>> expected{
-            {0x31000, "slotInitPosData"},
-            {0x31001, "slotInitPosData"},
-            {0x31002, "slotPositionUpdated"},
+            {0x31000, "positions were read again"},
+            {0x31001, "positions were read again"},
+            {0x31002, "position push without account or security"},
             {named(EventMsgName::BUSI_MSG_ADD), "slotBusiMsgAdd"},
             {named(EventMsgName::ETFTRADESETTING_TRADEFEECHANGE), "slotTradeFeeSettingChanged"},
             {named(EventMsgName::CalcRealizedProfitInitEvent), "initRealizedProfit"},

@@ -52,6 +52,10 @@ const QByteArray kWhole =
     "push topic user=demo01 {\"a\": 1} {\"b\": [1, 2]}\n"
     "tick 600000 {\"last\": 1.5} source=feed\n"
     "gate InfoGate down\n"
+    "deal {\"a\": 1}\n"
+    "order {\"b\": 1} error~=b\n"
+    "position {}\n"
+    "book T1 => cash=5 within=9\n"
     "call Get true \"a=b\" [1] => [\"x\"] result.0*=x within=20\n"
     "expect idle\n"
     "restart\n"
@@ -69,9 +73,10 @@ void ScenarioParserTest::everyDirective_isRead() {
     QCOMPARE(scenario.market.historyOrders, kScenarioHistoryOrders);
     QCOMPARE(scenario.sections.size(), 2);
     const auto steps = scenario.sections.first().steps;
-    const QVector<Kind> kinds{Kind::Setting, Kind::Fault, Kind::ClearFaults,  Kind::ClockSet,
-                              Kind::Begin,   Kind::Ready, Kind::ClockAdvance, Kind::Push,
-                              Kind::Tick,    Kind::Gate,  Kind::Call,         Kind::ExpectIdle};
+    const QVector<Kind> kinds{Kind::Setting,  Kind::Fault, Kind::ClearFaults,  Kind::ClockSet,
+                              Kind::Begin,    Kind::Ready, Kind::ClockAdvance, Kind::Push,
+                              Kind::Tick,     Kind::Gate,  Kind::Deal,         Kind::Order,
+                              Kind::Position, Kind::Book,  Kind::Call,         Kind::ExpectIdle};
     QCOMPARE(steps.size(), kinds.size());
     for (int i = 0; i < kinds.size(); ++i) {
         QVERIFY2(steps.at(i).kind == kinds.at(i), qPrintable(steps.at(i).text));
@@ -88,11 +93,19 @@ void ScenarioParserTest::everyDirective_isRead() {
     QCOMPARE(steps.at(7).rows, (QList<QVariantMap>{{{"a", 1.0}}, {{"b", QVariantList{1.0, 2.0}}}}));
     QCOMPARE(steps.at(8).value, QStringLiteral("feed"));
     QCOMPARE(steps.at(9).value, QStringLiteral("NOCONNECT"));
-    QCOMPARE(steps.at(10).values, (QStringList{"true", "a=b", "[1]"}));
-    QCOMPARE(steps.at(10).checks.size(), 2);
-    QCOMPARE(steps.at(10).checks.at(0).value, QStringLiteral("[[\"x\"]]"));
-    QVERIFY(steps.at(10).checks.at(1).op == ScenarioCheck::Op::Contains);
-    QCOMPARE(steps.at(10).limitMs, 20);
+    QCOMPARE(steps.at(10).rows, (QList<QVariantMap>{{{"a", 1.0}}}));
+    QVERIFY(steps.at(10).checks.isEmpty());
+    QCOMPARE(steps.at(11).checks.first().path, QStringLiteral("error"));
+    QVERIFY(steps.at(11).checks.first().op == ScenarioCheck::Op::Matches);
+    QCOMPARE(steps.at(12).rows, QList<QVariantMap>{{}});
+    QCOMPARE(steps.at(13).name, QStringLiteral("T1"));
+    QCOMPARE(steps.at(13).checks.first().text, QStringLiteral("cash=5"));
+    QCOMPARE(steps.at(13).limitMs, 9);
+    QCOMPARE(steps.at(14).values, (QStringList{"true", "a=b", "[1]"}));
+    QCOMPARE(steps.at(14).checks.size(), 2);
+    QCOMPARE(steps.at(14).checks.at(0).value, QStringLiteral("[[\"x\"]]"));
+    QVERIFY(steps.at(14).checks.at(1).op == ScenarioCheck::Op::Contains);
+    QCOMPARE(steps.at(14).limitMs, 20);
     QVERIFY(scenario.sections.at(1).steps.first().kind == Kind::StartFails);
 }
 
@@ -179,10 +192,18 @@ void ScenarioParserTest::wrongText_isReportedWithItsPlace_data() {
     row("start\npush topic {\"a\":}", "2:18", "not JSON");
     row("start\npush topic {\"a\":1", "2:12", "not closed");
     row("start\ntick 600000", "2:12", "fields");
+    row("start\ndeal", "2:5", "the record of the deal is missing");
+    row("start\nbook T1", "2:8", "'=>'");
+    row("start\nbook T1 cash=1", "2:9", "'=>' is expected");
+    row("start\nbook => cash=1", "2:9", "'=>'");
+    row("start\norder 5", "2:7", "JSON object");
+    row("start\nposition {} count=1", "2:13", "nothing more");
+    row("position {}", "1:1", "no client is running");
     row("start\ngate Nowhere up", "2:6", "not a gate");
     row("start\ngate InfoGate left", "2:15", "up, down or connecting");
     row("start\ncall F 1", "2:9", "'=>'");
     row("start\ncall F a=b => 1", "2:8", "in quotes");
+    row("start\ncall F => a%=many", "2:14", "not a number");
     row("start\ncall F => nonsense", "2:11", "not a JSON value");
     row("start\nexpect", "2:7", "what is expected is missing");
     row("start\nexpect wonders x", "2:8", "cannot be expected");

@@ -50,6 +50,20 @@ public:
     void setGate(const QString& gate, const QString& netState) override {
         did(gate + QLatin1Char(' ') + netState);
     }
+    bool putDeal(const QVariantMap& deal, QString* error) override {
+        return put(QStringLiteral("deal"), deal, error);
+    }
+    bool putPosition(const QVariantMap& position, QString* error) override {
+        return put(QStringLiteral("position"), position, error);
+    }
+    bool putOrder(const QVariantMap& order, QString* error) override {
+        return put(QStringLiteral("order"), order, error);
+    }
+    bool readBook(const QString& account, QJsonObject* answer, QString* error) override {
+        *error = account == QLatin1String("none") ? QStringLiteral("no book") : QString();
+        *answer = {{QStringLiteral("cash"), ++m_reads}};
+        return did(QStringLiteral("book ") + account) && error->isEmpty();
+    }
     bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
               QString*) override {
         *answer = {{QStringLiteral("result"), ++m_calls}};
@@ -70,6 +84,10 @@ public:
     int pushesToNobody = 0;
 
 private:
+    bool put(const QString& what, const QVariantMap& record, QString* error) {
+        *error = QStringLiteral("refused");
+        return did(QStringLiteral("%1 %2").arg(what).arg(record.size())) && !record.isEmpty();
+    }
     bool did(const QString& what) {
         done.append(what);
         return true;
@@ -78,6 +96,7 @@ private:
     const std::shared_ptr<ScenarioTape> m_tape;
     FaultPlan m_plan;
     int m_calls = 0;
+    int m_reads = 0;
     int m_pushes = 0;
 };
 
@@ -95,6 +114,8 @@ private slots:
     void unknownEvent_isReportedAtItsPlaceBeforeAnythingIsPlayed();
     void expectations_lookAtTheTape_data();
     void expectations_lookAtTheTape();
+    void bookRecords_arePutAndMayHaveToBeRefused();
+    void book_isReadUntilItsChecksHold();
     void call_isRepeatedUntilItsChecksHold();
     void push_waitsForASubscriberUpToItsLimit();
     void check_seesPartsOfAValue_data();
@@ -191,6 +212,34 @@ void ScenarioPlayerTest::expectations_lookAtTheTape() {
     QCOMPARE(report.startsWith(QStringLiteral("f.scn:3: failed\n  expected: expect")), !met);
 }
 
+void ScenarioPlayerTest::bookRecords_arePutAndMayHaveToBeRefused() {
+    m_tape.reset();
+    QString report;
+    QVERIFY2(play("start\ndeal {\"a\":1}\nposition {\"a\":1,\"b\":2}\norder {\"a\":1}\n"
+                  "order {} error=refused\n",
+                  &report),
+             qPrintable(report));
+    QCOMPARE(m_done.mid(2), (QStringList{"deal 1", "position 2", "order 1", "order 0"}));
+    QVERIFY(!play("start\ndeal {}\n", &report));
+    QVERIFY2(report.contains("f.scn:2: failed") && report.contains("came: refused"),
+             qPrintable(report));
+    QVERIFY(!play("start\ndeal {} error*=other\n", &report));
+    QVERIFY2(report.contains("error is refused"), qPrintable(report));
+    QVERIFY(!play("start\ndeal {\"a\":1} error=refused\n", &report));
+    QVERIFY2(report.contains("the record was accepted"), qPrintable(report));
+}
+
+void ScenarioPlayerTest::book_isReadUntilItsChecksHold() {
+    m_tape.reset();
+    QString report;
+    QVERIFY2(play("start\nbook T1 => cash=3 within=10\n", &report), qPrintable(report));
+    QCOMPARE(m_done.mid(2), (QStringList{"book T1", "book T1", "book T1"}));
+    QVERIFY(!play("start\nbook T1 => cash=3\n", &report));
+    QVERIFY2(report.contains("cash is 1"), qPrintable(report));
+    QVERIFY(!play("start\nbook none => cash=3 within=10\n", &report));
+    QVERIFY2(report.contains("came: no book"), qPrintable(report));
+}
+
 void ScenarioPlayerTest::call_isRepeatedUntilItsChecksHold() {
     QString report;
     QVERIFY2(play("start\ncall F => 3 within=10\n", &report), qPrintable(report));
@@ -217,6 +266,9 @@ void ScenarioPlayerTest::check_seesPartsOfAValue_data() {
     row("result.text*=b", true);
     row("result.text~=^a.$", true);
     row("result.text#=2", true);
+    row("result.list.0%=1.0000009", true);
+    row("result.list.0%=1.000002", false);
+    row("result.text%=1", false);
     row("result.list#=3", true);
     row("result.list*=2", true);
     row("result.list*=4", false);

@@ -193,6 +193,7 @@ void ClientProcessTest::mainJob_withoutTerminal_printsStepsAndTableAndEnds() {
           QStringLiteral("object initialised (VelmarBusinessDataManager)"),
           QStringLiteral("logged in (demo01)"),
           QStringLiteral("account list received (%1 accounts)").arg(all),
+          QStringLiteral("positions of the day loaded ("),
           QStringLiteral("accounts loaded (%1 of %1, %2 of them frozen)").arg(all).arg(all - shown),
           QStringLiteral("\nAccount "), QStringLiteral("... %1 more").arg(shown - 20),
           QStringLiteral("object initialised (Neighbour)"), QStringLiteral("in all, ready"),

@@ -32,6 +32,8 @@ private slots:
     void ticks_standOnBothSidesAndAddUp();
     void bodyLimit_isASizeWithOrWithoutUnit_data();
     void bodyLimit_isASizeWithOrWithoutUnit();
+    void deals_takeARateAndASeed();
+    void deals_standStillByDefault();
     void scenario_isACommandOfItsOwn();
     void staying_lastWordCounts();
     void helpAndVersion_goBeforeCommands();
@@ -243,6 +245,20 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
         << words("--scenario a.scn --clock 09:30") << QStringLiteral("--clock");
     QTest::newRow("tick rate") << words("--tick-rate often") << QStringLiteral("--tick-rate");
     QTest::newRow("high tick rate") << words("--tick-rate 1001") << QStringLiteral("0 to 1000");
+    QTest::newRow("no deals") << words("--deals 0") << QStringLiteral("--deals");
+    QTest::newRow("negative deals") << words("--deals -1") << QStringLiteral("--deals");
+    QTest::newRow("deals without a number") << words("--deals often") << QStringLiteral("--deals");
+    QTest::newRow("deals that are no number") << words("--deals nan") << QStringLiteral("--deals");
+    QTest::newRow("too many deals") << words("--deals 20001") << QStringLiteral("up to 20000");
+    QTest::newRow("a seed without deals")
+        << words("--seed 5") << QStringLiteral("--seed goes with --deals");
+    QTest::newRow("a negative seed") << words("--deals 1 --seed -5") << QStringLiteral("--seed");
+    QTest::newRow("a large seed") << words("--deals 1 --seed 4294967296")
+                                  << QStringLiteral("4294967295");
+    QTest::newRow("scenario and deals")
+        << words("--scenario a.scn --deals 5") << QStringLiteral("with --deals");
+    QTest::newRow("scenario and seed")
+        << words("--scenario a.scn --seed 5") << QStringLiteral("with --seed");
     QTest::newRow("scenario and ticks")
         << words("--scenario a.scn --ticks 600000.SH") << QStringLiteral("with --ticks");
     QTest::newRow("scenario and body limit")
@@ -329,6 +345,27 @@ void ShellOptionsTest::bodyLimit_isASizeWithOrWithoutUnit() {
         QVERIFY2(parseShellOptions(line, &options, &error), qPrintable(error));
         QCOMPARE(options.bodyLimit, bytes);
     }
+}
+
+void ShellOptionsTest::deals_takeARateAndASeed() {
+    ShellOptions options;
+    QString error;
+    QVERIFY2(parseShellOptions(words("--deals 0.25 --seed 4294967295"), &options, &error),
+             qPrintable(error));
+    QCOMPARE(options.dealRate, 0.25);
+    QCOMPARE(options.dealSeed, 4294967295U);
+    ShellOptions behind;
+    QVERIFY2(parseShellOptions(words("accounts --seed 0 list --deals 20000"), &behind, &error),
+             qPrintable(error));
+    QCOMPARE(behind.dealRate, 20000.0);
+    QCOMPARE(behind.dealSeed, 0U);
+}
+
+void ShellOptionsTest::deals_standStillByDefault() {
+    ShellOptions options;
+    QString error;
+    QVERIFY(parseShellOptions({}, &options, &error));
+    QCOMPARE(options.dealRate, 0.0);
 }
 
 void ShellOptionsTest::scenario_isACommandOfItsOwn() {

@@ -274,6 +274,16 @@ private slots:
 
     // Directories
 
+    void orderStation_isTheSameInARun_behindThePrefix() {
+        const QString station = VelmarUtils::GetVelmarOrderStation(QString());
+        const QStringList parts = station.split(';');
+        QCOMPARE(parts, (QStringList{QSysInfo::machineHostName(), QSysInfo::productType(),
+                                     QSysInfo::productVersion()}));
+        QCOMPARE(VelmarUtils::GetVelmarOrderStation(""), station);
+        QCOMPARE(VelmarUtils::GetVelmarOrderStation("柜台 1"), "柜台 1;" + station);
+        QCOMPARE(VelmarUtils::GetVelmarOrderStation(";"), ";;" + station);
+    }
+
     void directories_areUnderTheHomeAndMade() {
         const QString user = VelmarUtils::GetUserCfgFileDir();
         const QString common = VelmarUtils::GetDefaultUserCfgFileDir();

@@ -45,7 +45,7 @@ protected:
 };
 
 /// Title of a list to whether it contains the account, and why not.
-QMap<QString, QPair<QJsonValue, QString>> listsOf(const AccountsAnswer& answer) {
+QMap<QString, QPair<QJsonValue, QString>> listsOf(const CommandAnswer& answer) {
     QMap<QString, QPair<QJsonValue, QString>> lists;
     const QJsonArray entries = answer.json.toObject().value("lists").toArray();
     for (const QJsonValue& one : entries) {
@@ -82,7 +82,7 @@ private slots:
         answers.records = {{"T3", with(with(record("T3"), "accountStatus", AccountStatus::freezing),
                                        "fundAccountType", FundAccountType::Metal)}};
         AccountsCommand command(m_library, answers.function(), {"T1", "T2", "T3", "T4"});
-        const AccountsAnswer answer = command.list(kWide);
+        const CommandAnswer answer = command.list(kWide);
         QVERIFY(!answer.interrupted);
         QCOMPARE(answer.lines.size(), 7);
         QCOMPARE(answer.lines.last(),
@@ -112,7 +112,7 @@ private slots:
         Answers answers;
         answers.records = {{"T1", record("T1")}};
         AccountsCommand command(m_library, answers.function(), {});
-        const AccountsAnswer answer = command.why("T1", kWide);
+        const CommandAnswer answer = command.why("T1", kWide);
         QVERIFY(answer.error.isEmpty());
         for (const char* function : {"GetTradingAccountList", "GetFundAccountListByFundProp",
                                      "GetDistributedAccountList", "GetHKAccountInfoList",
@@ -172,7 +172,7 @@ private slots:
                             QJsonObject{{"T1", QJsonObject{{Exchange::sh, QJsonArray{"a"}},
                                                            {Exchange::bj, QJsonArray()}}}}}};
         AccountsCommand command(m_library, answers.function(), {});
-        const AccountsAnswer answer = command.why("T1", kWide);
+        const CommandAnswer answer = command.why("T1", kWide);
         const auto lists = listsOf(answer);
         QVERIFY(lists.contains(list));
         QCOMPARE(lists.value(list).first, QJsonValue(false));
@@ -186,7 +186,7 @@ private slots:
         answers.results = {{"GetTradingAccountList", QJsonArray{"T2"}},
                            {"GetDistributedAccountList", QJsonArray{record("T2")}}};
         AccountsCommand command(m_library, answers.function(), {"T1", "T2"});
-        const AccountsAnswer answer = command.why("T1", kWide);
+        const CommandAnswer answer = command.why("T1", kWide);
         QCOMPARE(answer.error, QString());
         QCOMPARE(answer.lines.value(0), QString("T1"));
         QCOMPARE(answer.lines.value(1), QString("not loaded"));
@@ -231,7 +231,7 @@ private slots:
         Answers answers;
         answers.records = {{"T1", with(record("T1"), "accountName", "A\nyes  forged")}};
         AccountsCommand command(m_library, answers.function(), {"T1"});
-        const AccountsAnswer answer = command.why("T1", kWide);
+        const CommandAnswer answer = command.why("T1", kWide);
         QCOMPARE(answer.lines.first(), QStringLiteral("T1  A\uFFFDyes  forged"));
         QCOMPARE(answer.json.toObject().value("name").toString(), QString("A\nyes  forged"));
     }
@@ -239,7 +239,7 @@ private slots:
     void why_unknownAccount_namesCloseOnes() {
         Answers answers;
         AccountsCommand command(m_library, answers.function(), {"T000001", "X9"});
-        const AccountsAnswer answer = command.why("T00000l", kWide);
+        const CommandAnswer answer = command.why("T00000l", kWide);
         QCOMPARE(answer.error, QString("no account is called 'T00000l'; similar names: T000001"));
         QVERIFY(answer.lines.isEmpty());
     }
@@ -248,7 +248,7 @@ private slots:
         Answers answers;
         const FacadeLibrary empty;
         AccountsCommand command(empty, answers.function(), {"T1"});
-        const AccountsAnswer answer = command.list(kWide);
+        const CommandAnswer answer = command.list(kWide);
         QVERIFY(answer.lines.contains("GetAllSecurityAccountMap is not exported"));
         QVERIFY(answer.lines.contains("GetFundAccountList is not exported"));
         QVERIFY(answers.calls.isEmpty());

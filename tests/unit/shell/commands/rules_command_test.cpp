@@ -81,7 +81,7 @@ protected:
 };
 
 /// The line of a rule, with each run of blanks reduced to one.
-QString lineOf(const RulesAnswer& answer, const QString& rule) {
+QString lineOf(const CommandAnswer& answer, const QString& rule) {
     for (const QString& line : answer.lines) {
         if (line.startsWith(rule + "  ")) {
             return line.simplified();
@@ -195,7 +195,7 @@ private slots:
             facts.minRules = {{key, "100"}};
             facts.maxRules = {{key, "1000000"}};
         }
-        const RulesAnswer answer = explain(answers, facts);
+        const CommandAnswer answer = explain(answers, facts);
         QCOMPARE(lineOf(answer, "smallest order"),
                  "smallest order 100 " + QString(source).replace("%1", "MinQtyRule"));
         QCOMPARE(lineOf(answer, "largest order"),
@@ -204,7 +204,7 @@ private slots:
 
     void prices_unitDecimalsAndFactor_areShown() {
         Answers answers;
-        const RulesAnswer answer = explain(answers, {});
+        const CommandAnswer answer = explain(answers, {});
         QCOMPARE(lineOf(answer, "price unit"), QString("price unit 0.01 at a price of 10"));
         QCOMPARE(lineOf(answer, "price decimals"), QString("price decimals 2"));
         QCOMPARE(lineOf(answer, "display factor"), QString("display factor 100"));
@@ -214,7 +214,7 @@ private slots:
         Answers answers;
         RulesFacts facts;
         facts.minRules = {{"02200", "200"}};
-        const RulesAnswer answer = explain(answers, facts);
+        const CommandAnswer answer = explain(answers, facts);
         QCOMPARE(lineOf(answer, "smallest order"),
                  QString("smallest order 100 unclear: the rules as read give 200"));
     }
@@ -226,7 +226,7 @@ private slots:
         RulesFacts facts;
         facts.isHongKong = true;
         facts.minRules = {{"*", "5"}};
-        const RulesAnswer answer = explain(answers, facts);
+        const CommandAnswer answer = explain(answers, facts);
         QCOMPARE(lineOf(answer, "smallest order"),
                  QString("smallest order 100 Hong Kong: the quantity step"));
         QCOMPARE(lineOf(answer, "largest order"),
@@ -241,7 +241,7 @@ private slots:
                           {"02200_orderType:1", "50000"},
                           {"02200_nothing", "1"},
                           {"2_orderType:1", "7"}};
-        const RulesAnswer answer = explain(answers, facts);
+        const CommandAnswer answer = explain(answers, facts);
         QCOMPARE(lineOf(answer, "largest order"),
                  QString("largest order 1000000 MaxQtyRule, sub-type 02200"));
         QCOMPARE(answer.lines.filter("largest order when").size(), 1);
@@ -277,7 +277,7 @@ private slots:
         answers.setCage({});
         answers.results.insert("GetPricePrecisionBySymbol", 3);
         answers.results.insert("GetPriceUnitStringBySymbol", "0.050");
-        const RulesAnswer answer = explain(answers, {});
+        const CommandAnswer answer = explain(answers, {});
         QCOMPARE(lineOf(answer, "price unit of the cage"),
                  QString("price unit of the cage 0.001 3 decimals of a price; orders step by 0.050 "
                          "at 10"));
@@ -290,7 +290,7 @@ private slots:
         Answers answers;
         answers.setCage({});
         answers.buyLimit = 10.3;
-        const RulesAnswer answer = explain(answers, {});
+        const CommandAnswer answer = explain(answers, {});
         QCOMPARE(lineOf(answer, "cage: buy at most"),
                  QString("cage: buy at most 10.3 unclear: the rules as read give 10.2"));
         QCOMPARE(lineOf(answer, "cage: sell at least"),
@@ -305,7 +305,7 @@ private slots:
                          {CageField::buyUnit, 10},
                          {CageField::sellPercent, 0.05},
                          {CageField::sellUnit, 10}});
-        const RulesAnswer answer = explain(answers, {});
+        const CommandAnswer answer = explain(answers, {});
         QCOMPARE(lineOf(answer, "price cage"),
                  QString("price cage 科创板股票： cage 7, class 1-2-*"));
         QCOMPARE(lineOf(answer, "buy limit"),
@@ -323,7 +323,7 @@ private slots:
     void cage_figures_inChinese_areAPercentageAndUnits() {
         Answers answers;
         answers.setCage({});
-        const RulesAnswer answer = explain(answers, {}, TextLanguage::Chinese);
+        const CommandAnswer answer = explain(answers, {}, TextLanguage::Chinese);
         QVERIFY2(lineOf(answer, "买入幅度").startsWith("买入幅度 2%或10个价位 "),
                  qPrintable(answer.lines.join('\n')));
     }
@@ -376,7 +376,7 @@ private slots:
         cage.insert(CageField::userBuyUnit, 9.7);
         cage.insert(CageField::userSellUnit, 1e300);
         answers.results.insert("GetCageMapBySymbol", cage);
-        const RulesAnswer answer = explain(answers, {});
+        const CommandAnswer answer = explain(answers, {});
         QVERIFY(lineOf(answer, "buy limit").contains(" 2 % or 10 price units "));
         QVERIFY(lineOf(answer, "sell limit").contains(" 2 % or 2147483647 price units "));
     }
@@ -415,7 +415,7 @@ private slots:
     void cage_adviceForTheUser_isPassedOn() {
         Answers answers;
         QStringList keys;
-        const RulesAnswer answer = explainWith(
+        const CommandAnswer answer = explainWith(
             answers,
             [&keys](const QString& function, const QStringList& arguments, QJsonObject* answered) {
                 if (function == "IsUserCageInfoInited") {
@@ -435,7 +435,7 @@ private slots:
         answers.setCage({});
         RulesFacts facts;
         facts.tick = {{"Symbol", kSymbol}, {"TradingPhaseCode", "3"}};
-        const RulesAnswer answer = explain(answers, facts);
+        const CommandAnswer answer = explain(answers, facts);
         QCOMPARE(lineOf(answer, "cage: buy at most"),
                  QString("cage: buy at most 10.2 no base price"));
         QCOMPARE(lineOf(explain(answers, facts, TextLanguage::Chinese), "笼子：最低卖出价"),
@@ -450,7 +450,7 @@ private slots:
                       {"LastPx", 10.4},    {"MaxPx", 12.0},           {"MinPx", 8.0}};
         answers.buyLimit = 10.71;
         answers.sellLimit = 10.29;
-        const RulesAnswer answer = explain(answers, facts);
+        const CommandAnswer answer = explain(answers, facts);
         QCOMPARE(lineOf(answer, "cage: buy at most"),
                  QString("cage: buy at most 10.71 base price 10.5 (Sell1Price)"));
         // Without a bid the ask is the base.
@@ -476,7 +476,7 @@ private slots:
     void cage_withoutATick_usesTheRecord() {
         Answers answers;
         answers.setCage({});
-        const RulesAnswer answer = explain(answers, {});
+        const CommandAnswer answer = explain(answers, {});
         QVERIFY(answer.lines.at(2).startsWith("no tick received"));
         QCOMPARE(lineOf(answer, "cage: buy at most"),
                  QString("cage: buy at most 10.2 base price 10 (PreClosePx)"));
@@ -489,7 +489,7 @@ private slots:
         RulesFacts facts;
         facts.cageWaitSeconds = 20;
         answers.calls.clear();
-        const RulesAnswer answer = explain(answers, facts);
+        const CommandAnswer answer = explain(answers, facts);
         QVERIFY(answer.lines.contains(
             "the price cage was not loaded within 20 s; it is left out below"));
         QVERIFY(!answers.calls.contains("GetCageMapBySymbol"));
@@ -565,13 +565,13 @@ private slots:
     }
 
 private:
-    RulesAnswer explain(Answers& answers, const RulesFacts& facts,
-                        TextLanguage language = TextLanguage::English) {
+    CommandAnswer explain(Answers& answers, const RulesFacts& facts,
+                          TextLanguage language = TextLanguage::English) {
         return RulesCommand(m_library, answers.function(), language).explain(kSymbol, facts, kWide);
     }
     /// With answers to which `more` adds some, or replaces them by name.
     template <class More>
-    RulesAnswer explainWith(Answers& answers, More more, TextLanguage language) {
+    CommandAnswer explainWith(Answers& answers, More more, TextLanguage language) {
         const auto byName = answers.function();
         const auto ask = [&](const FacadeFunction& function, const QStringList& arguments,
                              QJsonObject* answer) {

@@ -49,7 +49,8 @@ private slots:
         int withCage = 0;
         int withCondition = 0;
         for (const QString& symbol : symbols) {
-            const RulesAnswer answer = rules.explain(symbol, RulesFacts::ofPlatform(symbol), kWide);
+            const CommandAnswer answer =
+                rules.explain(symbol, RulesFacts::ofPlatform(symbol), kWide);
             QVERIFY2(answer.error.isEmpty(), qPrintable(answer.error));
             const QString text = answer.lines.join('\n');
             QVERIFY2(!text.contains("unclear"), qPrintable(text));
