@@ -17,16 +17,19 @@ namespace {
 constexpr double kMostOfADeal = 1e15;
 constexpr size_t kFewestSlots = 256;
 
-quint64 mixed(quint64 hash, quint64 word) {
-    hash = (hash ^ word) * 0x9E3779B97F4A7C15ULL;
-    return hash ^ (hash >> 32);
+DealSums::Hash mixed(DealSums::Hash hash, quint64 word) {
+    hash.one = (hash.one ^ word) * 0x9E3779B97F4A7C15ULL;
+    hash.one ^= hash.one >> 32;
+    hash.other = (hash.other + word) * 0xC2B2AE3D27D4EB4FULL;
+    hash.other ^= hash.other >> 29;
+    return hash;
 }
 
-/// A hash of 64 bits. Those of Qt have 32, which is too few to identify a million deals.
-quint64 hashOf(const QString& text, quint64 seed) {
+/// Continues a hash with a text. Those of Qt have 32 bits, too few to identify a million deals.
+DealSums::Hash hashOf(const QString& text, DealSums::Hash hash) {
     size_t left = static_cast<size_t>(text.size()) * sizeof(QChar);
     const char* bytes = reinterpret_cast<const char*>(text.constData());
-    quint64 hash = mixed(seed, left);
+    hash = mixed(hash, left);
     quint64 word = 0;
     for (; left >= sizeof word; left -= sizeof word, bytes += sizeof word) {
         std::memcpy(&word, bytes, sizeof word);
@@ -34,7 +37,7 @@ quint64 hashOf(const QString& text, quint64 seed) {
     }
     word = 0;
     std::memcpy(&word, bytes, left);
-    return mixed(mixed(hash, word), seed);
+    return mixed(hash, word);
 }
 
 /// A field as text, without a copy where the record has it as text.
@@ -74,7 +77,7 @@ struct DealSums::Deal {
     FieldText tradingAccount;
     FieldText symbol;
     FieldText securityAccount;
-    quint64 keyHash;
+    Hash keyHash;
     quint64 id = 0;
     bool hasId = false;
     RealizedProfitItem item;
@@ -84,7 +87,7 @@ struct DealSums::Deal {
           symbol(ofSymbol),
           securityAccount(ofSecurityAccount),
           keyHash(hashOf(securityAccount.get(),
-                         hashOf(symbol.get(), hashOf(tradingAccount.get(), 1)))) {}
+                         hashOf(symbol.get(), hashOf(tradingAccount.get(), Hash())))) {}
 };
 
 /// An exchange's deal number is the same for both sides of a deal and may come back on another
@@ -97,7 +100,7 @@ DealSums::Deal DealSums::read(const QVariantMap& record) {
     deal.item.commission = number(record, &m_commission, deal);
     const FieldText execId(m_execId.in(record));
     deal.hasId = !execId.get().isEmpty();
-    deal.id = mixed(hashOf(execId.get(), deal.keyHash), buy ? 1 : 2);
+    deal.id = mixed(hashOf(execId.get(), deal.keyHash), buy ? 1 : 2).one;
     return deal;
 }
 
@@ -159,12 +162,10 @@ RealizedProfitItem& DealSums::itemOf(const Deal& deal) {
         growSlots();
     }
     const size_t mask = m_slots.size() - 1;
-    size_t slot = deal.keyHash & mask;
+    size_t slot = deal.keyHash.one & mask;
     while (m_slots[slot] != 0) {
         Entry& entry = m_entries[m_slots[slot] - 1];
-        if (entry.hash == deal.keyHash && entry.symbol == deal.symbol.get() &&
-            entry.tradingAccount == deal.tradingAccount.get() &&
-            entry.securityAccount == deal.securityAccount.get()) {
+        if (entry.hash == deal.keyHash) {
             return entry.item;
         }
         slot = (slot + 1) & mask;
@@ -182,7 +183,7 @@ void DealSums::growSlots() {
     m_slots.assign(std::max(kFewestSlots, m_slots.size() * 2), 0);
     const size_t mask = m_slots.size() - 1;
     for (size_t i = 0; i < m_entries.size(); ++i) {
-        size_t slot = m_entries[i].hash & mask;
+        size_t slot = m_entries[i].hash.one & mask;
         while (m_slots[slot] != 0) {
             slot = (slot + 1) & mask;
         }

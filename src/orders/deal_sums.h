@@ -17,6 +17,14 @@ class CountedDeals;
 /// is above 1e15 counts as 0.0 too and is reported by logLeftOut().
 class DealSums {
 public:
+    /// Of an item's three keys: 128 bits, so that equal hashes stand for equal keys. Comparing the
+    /// texts would fetch them from all over the memory.
+    struct Hash {
+        quint64 one = 1;
+        quint64 other = 1;
+        bool operator==(const Hash& hash) const { return one == hash.one && other == hash.other; }
+    };
+
     DealSums();
 
     /// Adds a row of the execution list, whatever it repeats, and appends its id if it has one.
@@ -37,7 +45,7 @@ public:
 private:
     struct Deal;
     struct Entry {
-        quint64 hash;
+        Hash hash;
         QString tradingAccount;
         QString symbol;
         QString securityAccount;
