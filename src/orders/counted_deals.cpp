@@ -14,21 +14,6 @@ quint64 stored(quint64 hash) {
 
 }  // namespace
 
-void HashSet64::reserve(size_t count) {
-    size_t places = kFewestPlaces;
-    while (places < count * 4 / 3 + 1) {
-        places *= 2;
-    }
-    if (places > m_places.size()) {
-        resize(places);
-    }
-}
-
-void HashSet64::clear() {
-    m_places = {};
-    m_size = 0;
-}
-
 /// The place of the hash, or the empty one where it belongs.
 size_t HashSet64::placeOf(quint64 hash) const {
     const size_t mask = m_places.size() - 1;
@@ -56,9 +41,22 @@ bool HashSet64::insert(quint64 hash) {
     return true;
 }
 
-void HashSet64::prefetch(quint64 hash) const {
-    if (!m_places.empty()) {
-        __builtin_prefetch(&m_places[stored(hash) & (m_places.size() - 1)], 1);
+void HashSet64::insertAll(const std::vector<quint64>& hashes) {
+    size_t places = std::max(m_places.size(), kFewestPlaces);
+    while ((m_size + hashes.size() + 1) * 4 > places * 3) {
+        places *= 2;
+    }
+    if (places > m_places.size()) {
+        resize(places);
+    }
+    // The places are all over the memory, so that each one is fetched some insertions ahead.
+    constexpr size_t kAhead = 16;
+    const size_t mask = m_places.size() - 1;
+    for (size_t i = 0; i < hashes.size(); ++i) {
+        if (i + kAhead < hashes.size()) {
+            __builtin_prefetch(&m_places[stored(hashes[i + kAhead]) & mask], 1);
+        }
+        insert(hashes[i]);
     }
 }
 
@@ -68,16 +66,6 @@ void HashSet64::resize(size_t places) {
         if (hash != 0) {
             m_places[placeOf(hash)] = hash;
         }
-    }
-}
-
-void CountedDeals::addListed(const std::vector<quint64>& ids) {
-    // Each place is somewhere else in megabytes of memory, so it is fetched some deals ahead.
-    constexpr size_t kAhead = 16;
-    m_listed.reserve(m_listed.size() + ids.size());
-    for (size_t i = 0; i < ids.size(); ++i) {
-        m_listed.prefetch(ids[std::min(i + kAhead, ids.size() - 1)]);
-        m_listed.insert(ids[i]);
     }
 }
 

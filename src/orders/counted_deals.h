@@ -6,14 +6,12 @@
 /// A set of 64-bit hashes in one block of memory, 8 to 16 bytes for each. Not shared by threads.
 class HashSet64 {
 public:
-    void reserve(size_t count);
     /// Returns false when the set contains the hash already.
     bool insert(quint64 hash);
+    /// Adds many at once, which is several times as fast.
+    void insertAll(const std::vector<quint64>& hashes);
     bool contains(quint64 hash) const;
-    /// Has the processor fetch the memory that insert() will need.
-    void prefetch(quint64 hash) const;
     size_t size() const { return m_size; }
-    void clear();
 
 private:
     size_t placeOf(quint64 hash) const;
@@ -34,8 +32,8 @@ public:
 
     explicit CountedDeals(size_t latest = kLatest) : m_latest(latest) {}
 
-    /// Adds deals of the execution list.
-    void addListed(const std::vector<quint64>& ids);
+    /// Adds the deals of the execution list.
+    void addListed(const std::vector<quint64>& ids) { m_listed.insertAll(ids); }
     /// Adds a deal of the stream. Returns false when it is counted already.
     bool addStreamed(quint64 id);
 

@@ -19,7 +19,7 @@ double multiplierOf(const QVariantMap& details) {
 
 QString symbolOf(const SymbolDataReader& symbols, const QStringList& standardBonds,
                  const QString& securityID, const QString& exchange) {
-    const QString known = symbols.symbolOf(securityID, exchange);
+    QString known = symbols.symbolOf(securityID, exchange);
     if (!known.isEmpty()) {
         return known;
     }

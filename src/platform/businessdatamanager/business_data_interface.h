@@ -22,8 +22,8 @@ public:
                                                         const QStringList&);
     /// Positions that match every field of `account`, one row per account, symbol and exchange. The
     /// six texts are passed empty. Security::nominalQty is in display units (pieces divided by the
-    /// display factor; docs/value.md has the rule for gold), Security::omsAverageCost in the unit of
-    /// the price.
+    /// display factor; docs/value.md has the rule for gold), Security::omsAverageCost in the unit
+    /// of the price.
     static QList<QVariantMap> GetPositionListByAccount(const QVariantMap& account, const QString&,
                                                        const QString&, const QString&,
                                                        const QString&, const QString&,

@@ -33,12 +33,22 @@ private slots:
         QVERIFY(!set.contains(2));
     }
 
-    void set_reserved_keepsWhatItContains() {
+    void set_manyAtOnce_addsThemToWhatItContains() {
         HashSet64 set;
         QVERIFY(set.insert(5));
-        set.reserve(100000);
-        QVERIFY(set.contains(5));
-        QVERIFY(!set.insert(5));
+        std::vector<quint64> hashes{0, 5};
+        for (quint64 i = 100; i < 10000; ++i) {
+            hashes.push_back(i * i);
+            hashes.push_back(i * i);
+        }
+        set.insertAll(hashes);
+        QCOMPARE(set.size(), size_t(2 + 9900));
+        for (const quint64 hash : hashes) {
+            QVERIFY(set.contains(hash));
+        }
+        QVERIFY(!set.contains(101 * 101 + 1));
+        set.insertAll({});
+        QCOMPARE(set.size(), size_t(2 + 9900));
     }
 
     void streamed_pastTheLimit_forgetsTheOldestAlone() {
