@@ -249,7 +249,8 @@ private slots:
         QSet<QString> names;
         QSet<QString> contents;
         for (const Sequence& sequence : m_sequences) {
-            const char* const name = qPrintable(sequence.name);
+            const QByteArray nameBytes = sequence.name.toUtf8();
+            const char* const name = nameBytes.constData();
             QVERIFY2(!names.contains(sequence.name), name);
             names.insert(sequence.name);
             // The same reports in another order are the same sequence.
