@@ -347,9 +347,16 @@ bool DayBook::findOrderOf(const DayDeal& deal, DayOrder** order, QString* error)
         return true;
     }
     DayOrder& found = m_days[place->first].orders[place->second];
-    if (found.tradingAccount != deal.tradingAccount || found.symbol != deal.instrument->symbol) {
-        *error = QStringLiteral("the order '%1' is one of %2 for %3")
-                     .arg(deal.orderID, found.tradingAccount, found.symbol);
+    if (found.tradingAccount != deal.tradingAccount || found.symbol != deal.instrument->symbol ||
+        found.exchange != deal.instrument->exchange || !found.allows(deal.isBuy)) {
+        *error =
+            QStringLiteral("the order '%1' is one of %2 for %3, exchange '%4', side '%5'")
+                .arg(deal.orderID, found.tradingAccount, found.symbol, found.exchange, found.side);
+        return false;
+    }
+    if (found.isFinal()) {
+        *error = QStringLiteral("the order '%1' is final with the status '%2'")
+                     .arg(deal.orderID, found.status);
         return false;
     }
     if (deal.quantity > found.left()) {

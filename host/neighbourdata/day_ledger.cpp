@@ -1,11 +1,18 @@
 #include "day_ledger.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "neighbour_log.h"
 #include "vocabulary/fields.h"
 
 namespace {
+
+constexpr auto kMostPieces = static_cast<qint64>(kMostAmount);
+
+bool isUsable(double figure) {
+    return std::isfinite(figure) && std::abs(figure) <= kMostAmount;
+}
 
 QPair<QString, QString> keyOf(const Instrument& instrument) {
     return {instrument.symbol, instrument.exchange};
@@ -35,16 +42,12 @@ DayLedger::DayLedger(const DayOpening& opening) {
     for (const DayOpening::Account& one : opening.accounts) {
         m_order.append(one.tradingAccount);
         m_accounts[one.tradingAccount].opening = one;
+        m_accounts[one.tradingAccount].opening.cash = 0;
+        setOpeningCash(one.tradingAccount, one.cash);
     }
     for (const DayOpening::Position& one : opening.positions) {
         QString why;
-        DayPosition position;
-        position.instrument = Instrument::find({}, one.securityID, one.exchange, &why);
-        position.tradingAccount = one.tradingAccount;
-        position.securityAccount = one.securityAccount;
-        position.quantity = one.quantity;
-        position.averageCost = one.averageCost;
-        if (!position.instrument || !contains(one.tradingAccount) || !set(position, &why)) {
+        if (!addOpening(one, &why)) {
             qCWarning(lcNeighbour).noquote()
                 << "position of" << one.tradingAccount << "left out:" << why;
         }
@@ -53,9 +56,47 @@ DayLedger::DayLedger(const DayOpening& opening) {
 
 void DayLedger::setOpeningCash(const QString& tradingAccount, double cash) {
     const auto found = m_accounts.find(tradingAccount);
-    if (found != m_accounts.end()) {
-        found->opening.cash = cash;
+    if (found == m_accounts.end()) {
+        return;
     }
+    if (!isUsable(cash)) {
+        qCWarning(lcNeighbour).noquote()
+            << "opening cash of" << tradingAccount << "left out: not a number of at most 1e15";
+        return;
+    }
+    found->opening.cash = cash;
+}
+
+bool DayLedger::addOpening(const DayOpening::Position& row, QString* error) {
+    DayPosition position;
+    position.instrument = Instrument::find({}, row.securityID, row.exchange, error);
+    if (!position.instrument) {
+        return false;
+    }
+    if (!contains(row.tradingAccount)) {
+        *error = QStringLiteral("the login has no such account");
+        return false;
+    }
+    position.tradingAccount = row.tradingAccount;
+    position.securityAccount = row.securityAccount;
+    position.quantity = row.quantity;
+    position.averageCost = row.averageCost;
+    const Holding before = account(row.tradingAccount).holdings.value(keyOf(*position.instrument));
+    const double sum = static_cast<double>(before.quantity) + static_cast<double>(row.quantity);
+    if (!isUsable(static_cast<double>(row.quantity)) || !isUsable(sum) ||
+        !isUsable(row.averageCost)) {
+        *error = QStringLiteral("quantity or cost is not a number of at most 1e15");
+        return false;
+    }
+    if (before.instrument) {
+        // Another security account of the same account holds it too.
+        position.securityAccount = before.securityAccount;
+        position.quantity = before.quantity + row.quantity;
+        position.averageCost = row.quantity == 0
+                                   ? before.averageCost
+                                   : averageAfter(before, row.quantity, row.averageCost);
+    }
+    return set(position, error);
 }
 
 bool DayLedger::add(const DayDeal& deal, QString* error) {
@@ -88,7 +129,10 @@ bool DayLedger::add(const DayDeal& deal, QString* error) {
     const double price = deal.amount / (static_cast<double>(deal.quantity) * instrument.unit);
     holding.averageCost = averageAfter(holding, change, price);
     holding.quantity += change;
-    holding.boughtToday += deal.isBuy ? deal.quantity : 0;
+    // Adds up over the day, also when all was sold in between, so it needs a bound of its own.
+    if (deal.isBuy) {
+        holding.boughtToday = std::min(holding.boughtToday + deal.quantity, kMostPieces);
+    }
     account.holdings.insert(keyOf(instrument), holding);
     return true;
 }

@@ -31,7 +31,9 @@ public:
     };
 
     DayLedger() = default;
-    /// Positions of unknown securities are left out, with a warning.
+    /// Positions of unknown securities and figures that are not finite or above kMostAmount are
+    /// left out, with a warning each. Rows of one account, symbol and exchange become one position:
+    /// their quantities added, their costs averaged.
     explicit DayLedger(const DayOpening& opening);
 
     const QStringList& order() const { return m_order; }
@@ -42,6 +44,7 @@ public:
     const Account& account(const QString& tradingAccount) const {
         return m_accounts.find(tradingAccount).value();
     }
+    /// Keeps the former cash, with a warning, when the new one is not finite or above kMostAmount.
     void setOpeningCash(const QString& tradingAccount, double cash);
 
     /// False with a text when an amount would leave its range or a security account is missing;
@@ -53,6 +56,8 @@ public:
     static QVariantMap rowOf(const QString& tradingAccount, const Holding& holding);
 
 private:
+    bool addOpening(const DayOpening::Position& row, QString* error);
+
     QStringList m_order;
     QHash<QString, Account> m_accounts;
 };

@@ -2,12 +2,25 @@
 
 #include <cmath>
 
+#include "neighbour_log.h"
 #include "order_status.h"
 #include "trade_fields.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 
 namespace {
+
+const OrderStatusTable& statuses() {
+    static const OrderStatusTable table = [] {
+        OrderStatusTable loaded;
+        QString error;
+        if (!loaded.load(&error)) {
+            qCCritical(lcNeighbour).noquote() << "the table of order states is unusable:" << error;
+        }
+        return loaded;
+    }();
+    return table;
+}
 
 bool isNumber(const QVariant& value) {
     switch (static_cast<QMetaType::Type>(value.type())) {
@@ -111,6 +124,10 @@ private:
     bool m_good = true;
 };
 
+// Amounts are rounded to the fen, prices to what their source shows.
+constexpr double kAmountTolerance = 0.01;
+constexpr double kRelativeTolerance = 1e-6;
+
 void readSide(FieldReader& fields, DayDeal* deal) {
     const QString side = fields.requiredText(Security::side);
     deal->isBuy = side == OrderSide::buy;
@@ -145,6 +162,10 @@ void readAmounts(FieldReader& fields, DayDeal* deal) {
         deal->amount = units * deal->price;
     } else if (!fields.has(TradeField::dealPrice)) {
         deal->price = deal->amount / units;
+    } else if (std::abs(units * deal->price - deal->amount) >
+               kAmountTolerance + kRelativeTolerance * deal->amount) {
+        fields.fail(QStringLiteral("%1 and %2 contradict each other")
+                        .arg(TradeField::dealPrice, Security::lastAmount));
     }
     if (deal->amount > kMostAmount) {
         fields.fail(QStringLiteral("the amount is larger than 1e15"));
@@ -165,11 +186,11 @@ bool readDeal(const QVariantMap& record, DayDeal* deal, QString* error) {
     if (fields.good()) {
         readAmounts(fields, deal);
     }
-    deal->commission = fields.number(Margin::executionCommission);
+    deal->commission = fields.positive(Margin::executionCommission);
     if (deal->isCancel && deal->commission != 0) {
         fields.fail(QStringLiteral("a cancel row has no commission"));
     }
-    fields.text(Security::transActTime);
+    fields.positive(Security::transActTime);
     deal->record = record;
     return fields.good();
 }
@@ -201,7 +222,7 @@ bool readOrder(const QVariantMap& record, DayOrder* order, QString* error) {
     order->tradingAccount = fields.requiredText(UserAccount::tradingAccount);
     const auto instrument = fields.instrument();
     order->orderID = fields.requiredText(Security::orderID);
-    fields.requiredText(Security::side);
+    order->side = fields.requiredText(Security::side);
     fields.requiredNumber(Security::orderQty);
     order->quantity = fields.wholeNumber(Security::orderQty);
     order->filled = fields.wholeNumber(Security::cumQty);
@@ -209,7 +230,13 @@ bool readOrder(const QVariantMap& record, DayOrder* order, QString* error) {
     order->averagePrice = fields.positive(Security::avgPx);
     order->status = fields.text(Security::orderStatus);
     fields.positive(TradeField::orderPrice);
-    fields.text(Security::transActTime);
+    fields.positive(Security::transActTime);
+    if (order->status.isEmpty()) {
+        order->status = OrderStatus::sent;
+    }
+    if (!statuses().codes().contains(order->status)) {
+        fields.fail(QStringLiteral("%1 '%2' is unknown").arg(Security::orderStatus, order->status));
+    }
     if (order->quantity == 0) {
         fields.fail(QStringLiteral("%1 is 0").arg(Security::orderQty));
     }
@@ -220,13 +247,11 @@ bool readOrder(const QVariantMap& record, DayOrder* order, QString* error) {
         return false;
     }
     order->symbol = instrument->symbol;
+    order->exchange = instrument->exchange;
     order->record = record;
     order->record.insert(Security::symbol, instrument->symbol);
     order->record.insert(Security::securityID, instrument->securityID);
     order->record.insert(UserAccount::securityExchange, instrument->exchange);
-    if (order->status.isEmpty()) {
-        order->status = OrderStatus::sent;
-    }
     return true;
 }
 
@@ -239,17 +264,47 @@ bool DayOrder::takeState(const QVariantMap& later, QString* error) {
     if (!readOrder(merged, &next, error)) {
         return false;
     }
-    if (next.symbol != symbol || next.tradingAccount != tradingAccount) {
-        *error = QStringLiteral("the order '%1' is one of %2 for %3")
-                     .arg(orderID, tradingAccount, symbol);
+    if (next.symbol != symbol || next.tradingAccount != tradingAccount ||
+        next.exchange != exchange || next.side != side || next.quantity != quantity) {
+        *error = QStringLiteral("the order '%1' is one of %2 for %3 %4, exchange '%5', side '%6'")
+                     .arg(orderID, tradingAccount)
+                     .arg(quantity)
+                     .arg(symbol, exchange, side);
+        return false;
+    }
+    if (next.status != status && !statuses().mayFollow(status, next.status)) {
+        *error = QStringLiteral("the order '%1' cannot go from the status '%2' to '%3'")
+                     .arg(orderID, status, next.status);
         return false;
     }
     if (next.filled < filled || next.cancelled < cancelled) {
         *error = QStringLiteral("a quantity of the order '%1' would shrink").arg(orderID);
         return false;
     }
+    if (isFinal() && (next.filled != filled || next.cancelled != cancelled)) {
+        *error =
+            QStringLiteral("the order '%1' is final with the status '%2'").arg(orderID, status);
+        return false;
+    }
     *this = next;
     return true;
+}
+
+bool DayOrder::isFinal() const {
+    return statuses().isTerminal(status);
+}
+
+bool DayOrder::allows(bool isBuy) const {
+    using namespace SideUnion;
+    static const QStringList buying{OrderSide::buy,        normalBuy,
+                                    FixIncomeTradeBuy,     FixIncomeTradeBuySZ,
+                                    financingBuy,          marginOrderSideList.at(0),
+                                    futuresSideList.at(0), optionSideList.at(0)};
+    static const QStringList selling{
+        DealSide::sell,        normalSideList.at(1),      FixIncomeTradeSell,
+        FixIncomeTradeSellSZ,  marginOrderSideList.at(1), marginOrderSideList.at(3),
+        futuresSideList.at(1), optionSideList.at(1)};
+    return !(isBuy ? selling : buying).contains(side);
 }
 
 QVariantMap DayOrder::row() const {
@@ -257,7 +312,7 @@ QVariantMap DayOrder::row() const {
     made.insert(Security::orderQty, quantity);
     made.insert(Security::cumQty, filled);
     made.insert(Security::cancelledQty, cancelled);
-    made.insert(Security::leaveQty, left());
+    made.insert(Security::leaveQty, isFinal() ? qint64(0) : left());
     made.insert(Security::avgPx, averagePrice);
     made.insert(Security::orderStatus, status);
     return made;

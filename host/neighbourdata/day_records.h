@@ -35,6 +35,8 @@ struct DayPosition {
 struct DayOrder {
     QString tradingAccount;
     QString symbol;
+    QString exchange;
+    QString side;
     QString orderID;
     qint64 quantity = 0;
     qint64 filled = 0;
@@ -44,11 +46,17 @@ struct DayOrder {
     QVariantMap record;  ///< as put
 
     qint64 left() const { return quantity - filled - cancelled; }
+    /// The status has no successor.
+    bool isFinal() const;
+    /// Whether a deal of that direction can be one of this order; true for sides that do not say.
+    bool allows(bool isBuy) const;
     /// The record with the values above.
     QVariantMap row() const;
     /// Takes over the later state of this order; quantities that its record does not name stay.
-    /// False with a text, and nothing changed, when the symbol is another, a quantity shrinks, or
-    /// more would be filled and cancelled than ordered.
+    /// False with a text, and nothing changed, when a term of the order (account, symbol, exchange,
+    /// side, ordered quantity) is another, the status may not follow the present one, a quantity
+    /// shrinks, one changes after a final status, or more would be filled and cancelled than
+    /// ordered.
     bool takeState(const QVariantMap& later, QString* error);
 };
 

@@ -88,9 +88,15 @@ std::shared_ptr<const Instrument> Instrument::find(const QString& symbol, const 
                                                    const QString& exchange, QString* error) {
     const QString found = symbol.isEmpty() ? symbolOf(securityID, exchange) : symbol;
     if (kStandardBonds.contains(found)) {
-        const bool isShanghai = found == kStandardBonds.first();
-        return make(found, found.section(QLatin1Char('.'), 0, 0),
-                    isShanghai ? Exchange::sh : Exchange::sz);
+        const QString id = found.section(QLatin1Char('.'), 0, 0);
+        const QString& own = found == kStandardBonds.first() ? Exchange::sh : Exchange::sz;
+        if ((!securityID.isEmpty() && securityID != id) ||
+            (!exchange.isEmpty() && exchange != own)) {
+            *error = QStringLiteral("the symbol '%1' has the id '%2' on the exchange '%3'")
+                         .arg(found, id, own);
+            return nullptr;
+        }
+        return make(found, id, own);
     }
     const QVariantMap details = data().GetSecurityDetailsBySymbol(found);
     if (found.isEmpty() || details.isEmpty()) {

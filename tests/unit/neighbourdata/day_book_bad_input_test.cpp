@@ -75,6 +75,13 @@ void DayBookBadInputTest::deal_thatIsNotOne_isRefusedWithAText_data() {
              {{{TradeField::dealPrice, QVariant()}}, TradeField::dealPrice},
              {{{TradeField::dealPrice, -1.0}}, "negative"},
              {{{TradeField::dealPrice, 1e14}}, "amount"},
+             {{{Security::lastAmount, 1000.02}}, "contradict"},
+             {{{Security::lastAmount, 0}}, "contradict"},
+             {{{Margin::executionCommission, -1}}, "negative"},
+             {{{Security::transActTime, "noon"}}, Security::transActTime},
+             {{{Security::symbol, "888880.SH"}, {Security::securityID, "131990"}}, "888880"},
+             {{{Security::symbol, "888880.SH"}, {UserAccount::securityExchange, Exchange::sz}},
+              "888880"},
              {{{UserAccount::ExchangeExecType, cancel}}, "cancel row"},
              {{{UserAccount::ExchangeExecType, cancel},
                {Security::lastQty, 0},
@@ -109,6 +116,8 @@ void DayBookBadInputTest::order_thatIsNotOne_isRefusedWithAText_data() {
              {{{Security::orderQty, QVariant()}}, Security::orderQty},
              {{{Security::orderQty, 0}}, Security::orderQty},
              {{{Security::orderQty, 1.5}}, "whole"},
+             {{{Security::transActTime, "noon"}}, Security::transActTime},
+             {{{Security::orderStatus, "Z"}}, Security::orderStatus},
              {{{Security::cumQty, 200}}, "more"},
              {{{Security::cumQty, 60}, {Security::cancelledQty, 60}}, "more"}});
 }

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <limits>
 #include <random>
 #include <thread>
 
@@ -10,6 +11,8 @@ class DayBookTest : public QObject {
 private slots:
     void opening_loaded_showsPositionsAndCash();
     void opening_ofUnknownSecurity_isLeftOutWithAWarning();
+    void opening_severalRowsOfOneSecurity_areNetted();
+    void opening_figuresThatAreNone_areLeftOutWithAWarning();
     void opening_thatCannotBeRead_failsAndLeavesTheBookEmpty();
     void purchases_moveTheAverage_salesLeaveIt();
     void soldOut_staysAsARowOfNothing();
@@ -22,7 +25,12 @@ private slots:
     void cancelRow_changesTheOrderOnly();
     void orderInSeveralDeals_isCounted();
     void orderState_laterOne_replacesAndNeverShrinks();
+    void orderState_thatMayNotFollow_isRefused();
+    void finalOrder_takesNeitherDealNorCancelRow_data();
+    void finalOrder_takesNeitherDealNorCancelRow();
+    void dealOfOrder_mustHaveItsDirection();
     void boughtToday_sharesCannotBeSold();
+    void boughtToday_withoutEnd_staysBounded();
     void tradableAccounts_areThoseOfTheAuthorityThatAreNotFrozen();
     void counts_areOfOneAccountOrAll();
     void executions_areFilteredAndPaged();
@@ -61,6 +69,38 @@ void DayBookTest::opening_ofUnknownSecurity_isLeftOutWithAWarning() {
     QVERIFY(log.contains(QtWarningMsg, "999999"));
     QCOMPARE(f.book->positionCount("C1"), 1);
     QCOMPARE(f.quantity("C2", "888880.SH"), 5000.0);  // the standard bond of repos is on no list
+}
+
+void DayBookTest::opening_severalRowsOfOneSecurity_areNetted() {
+    DayBookFixture f([](DayOpening& opening) {
+        opening.positions.append({"C1", "600000", Exchange::sh, "SH-2", 3000, 14.0});
+        opening.positions.append({"C1", "600000", Exchange::sh, "SH-3", 0, 99.0});
+    });
+    f.load();
+    QCOMPARE(f.book->positionCount("C1"), 1);
+    QCOMPARE(f.quantity("C1", "600000.SH"), 40.0);
+    QCOMPARE(f.cost("C1", "600000.SH"), 13.0);
+    QCOMPARE(f.position("C1", "600000.SH").value(UserAccount::securityAccount).toString(),
+             QStringLiteral("SH-C1"));
+}
+
+void DayBookTest::opening_figuresThatAreNone_areLeftOutWithAWarning() {
+    const LogCapture log;
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    DayBookFixture f([nan](DayOpening& opening) {
+        opening.positions.append({"C1", "000001", Exchange::sz, "SZ-C1", 100, nan});
+        opening.positions.append({"C2", "600000", Exchange::sh, "SH-C2", 100, 1e300});
+        opening.positions.append(
+            {"C2", "000001", Exchange::sz, "SZ-C2", std::numeric_limits<qint64>::max(), 1.0});
+        opening.accounts[0].cash = nan;
+    });
+    f.load();
+    QCOMPARE(f.book->positionCount({}), 1);
+    QCOMPARE(f.book->cash("C1"), 0.0);
+    QCOMPARE(f.book->cash("C2"), 1e6);
+    QVERIFY(log.contains(QtWarningMsg, "position of C1 left out"));
+    QVERIFY(log.contains(QtWarningMsg, "position of C2 left out"));
+    QVERIFY(log.contains(QtWarningMsg, "opening cash of C1 left out"));
 }
 
 void DayBookTest::opening_thatCannotBeRead_failsAndLeavesTheBookEmpty() {
@@ -249,6 +289,77 @@ void DayBookTest::orderInSeveralDeals_isCounted() {
     QCOMPARE(f.book->executionCount({}), 2);
 }
 
+void DayBookTest::finalOrder_takesNeitherDealNorCancelRow_data() {
+    QTest::addColumn<QString>("status");
+    QTest::addColumn<int>("filled");
+    QTest::addColumn<int>("cancelled");
+    QTest::addRow("filled") << OrderStatus::filled << 500 << 0;
+    QTest::addRow("cancelled") << OrderStatus::cancelled << 0 << 500;
+    QTest::addRow("partly cancelled") << OrderStatus::partlyCancelled << 100 << 400;
+    QTest::addRow("rejected") << OrderStatus::rejected << 0 << 0;
+}
+
+void DayBookTest::finalOrder_takesNeitherDealNorCancelRow() {
+    QFETCH(QString, status);
+    QFETCH(int, filled);
+    QFETCH(int, cancelled);
+    DayBookFixture f;
+    f.load();
+    QVERIFY2(f.book->putOrder(orderRecord("C1", "600000.SH", "1", 500,
+                                          {{Security::orderStatus, status},
+                                           {Security::cumQty, filled},
+                                           {Security::cancelledQty, cancelled}}),
+                              &f.error),
+             qPrintable(f.error));
+    const QVariantMap before = f.order("1");
+    QCOMPARE(before.value(Security::leaveQty).toInt(), 0);
+    const QVariantMap ofOrder{{Security::orderID, "1"}};
+    const QVariantMap cancelsOrder{{Security::orderID, "1"},
+                                   {UserAccount::ExchangeExecType, EntrustType::cancelOrder}};
+    QVERIFY(!f.deal("C1", "600000.SH", OrderSide::buy, 100, 10.0, ofOrder));
+    QVERIFY2(f.error.contains("final"), qPrintable(f.error));
+    QVERIFY(!f.deal("C1", "600000.SH", OrderSide::buy, 0, 0.0, cancelsOrder));
+    QVERIFY2(f.error.contains("final"), qPrintable(f.error));
+    QCOMPARE(f.order("1"), before);
+    QCOMPARE(f.book->executionCount({}), 0);
+    QCOMPARE(f.book->cash("C1"), 1e6);
+}
+
+void DayBookTest::dealOfOrder_mustHaveItsDirection() {
+    DayBookFixture f;
+    f.load();
+    const QVariantMap sells{{Security::side, SideUnion::normalSideList.at(1)}};
+    QVERIFY(f.book->putOrder(orderRecord("C1", "600000.SH", "1", 500, sells), &f.error));
+    const QVariantMap ofOrder{{Security::orderID, "1"}};
+    QVERIFY(!f.deal("C1", "600000.SH", OrderSide::buy, 100, 10.0, ofOrder));
+    QVERIFY2(f.error.contains("side"), qPrintable(f.error));
+    QCOMPARE(f.order("1").value(Security::cumQty).toInt(), 0);
+    QVERIFY2(f.deal("C1", "600000.SH", DealSide::sell, 100, 10.0, ofOrder), qPrintable(f.error));
+}
+
+void DayBookTest::orderState_thatMayNotFollow_isRefused() {
+    DayBookFixture f;
+    f.load();
+    const auto put = [&f](const QString& status) {
+        return f.book->putOrder({{Security::orderID, "1"}, {Security::orderStatus, status}},
+                                &f.error);
+    };
+    QVERIFY(!f.book->putOrder(
+        orderRecord("C1", "600000.SH", "1", 500, {{Security::orderStatus, "Z"}}), &f.error));
+    QVERIFY2(f.error.contains("unknown"), qPrintable(f.error));
+    QVERIFY(f.book->putOrder(orderRecord("C1", "600000.SH", "1", 500), &f.error));
+    QVERIFY2(put(OrderStatus::accepted), qPrintable(f.error));
+    QVERIFY2(put(OrderStatus::accepted), qPrintable(f.error));
+    QVERIFY(!put(OrderStatus::sent));
+    QVERIFY(!put("Z"));
+    QVERIFY2(put(OrderStatus::rejected), qPrintable(f.error));
+    QCOMPARE(f.order("1").value(Security::leaveQty).toInt(), 0);
+    QVERIFY(!put(OrderStatus::accepted));
+    QVERIFY(!f.book->putOrder({{Security::orderID, "1"}, {Security::cumQty, 100}}, &f.error));
+    QCOMPARE(f.order("1").value(Security::orderStatus).toString(), OrderStatus::rejected);
+    QCOMPARE(f.order("1").value(Security::cumQty).toInt(), 0);
+}
+
 void DayBookTest::orderState_laterOne_replacesAndNeverShrinks() {
     DayBookFixture f;
     f.load();
@@ -263,6 +374,7 @@ void DayBookTest::orderState_laterOne_replacesAndNeverShrinks() {
     const QVariantMap before = f.order("1");
     for (const QVariantMap& worse :
          {QVariantMap{{Security::cumQty, 100}}, QVariantMap{{Security::orderQty, 100}},
+          QVariantMap{{Security::orderQty, 600}}, QVariantMap{{Security::side, DealSide::sell}},
           QVariantMap{{Security::cancelledQty, 400}}, QVariantMap{{Security::symbol, "000001.SZ"}},
           QVariantMap{{UserAccount::tradingAccount, "C2"}}}) {
         QVariantMap later = worse;
@@ -287,6 +399,18 @@ void DayBookTest::boughtToday_sharesCannotBeSold() {
     QCOMPARE(holdings.at(1).quantity, 900);
     QCOMPARE(holdings.at(1).sellable, 600);
     QVERIFY(f.book->holdings("nobody").isEmpty());
+}
+
+void DayBookTest::boughtToday_withoutEnd_staysBounded() {
+    DayBookFixture f;
+    f.load();
+    for (int i = 0; i < 12000; ++i) {  // more pieces than a 64-bit number holds
+        QVERIFY(f.deal("C2", "000001.SZ", OrderSide::buy, 9e14, 0.0));
+        QVERIFY(f.deal("C2", "000001.SZ", DealSide::sell, 9e14, 0.0));
+    }
+    QVERIFY(f.deal("C2", "000001.SZ", OrderSide::buy, 100, 0.0));
+    QCOMPARE(f.book->holdings("C2").first().quantity, 100);
+    QCOMPARE(f.book->holdings("C2").first().sellable, 0);
 }
 
 void DayBookTest::tradableAccounts_areThoseOfTheAuthorityThatAreNotFrozen() {
