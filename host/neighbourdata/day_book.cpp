@@ -98,7 +98,9 @@ void countDeal(const DayDeal& deal, DayOrder* order) {
 
 }  // namespace
 
-DayBook::DayBook(DayOpeningSource opening) : m_opening(std::move(opening)) {}
+DayBook::DayBook(DayOpeningSource opening)
+    : m_opening(std::move(opening)),
+      m_stream({{NeighbourEvent::positionsReloaded, NeighbourEvent::executionsReloaded}}) {}
 
 DayBook::~DayBook() {
     close();

@@ -31,8 +31,9 @@ public:
     /// Reads the opening again, applies all that was put since load() to it in the same order, and
     /// publishes NeighbourEvent::positionsReloaded and executionsReloaded. Blocks like load().
     bool reload(QString* error);
-    /// Publishes what is stored and ends the book's thread. From here on nothing can be put; what
-    /// is stored can still be read. Blocks until the thread has ended.
+    /// Publishes what is stored, or NeighbourEvent::positionsReloaded and executionsReloaded when
+    /// much has piled up, and ends the book's thread. From here on nothing can be put; what is
+    /// stored can still be read. Blocks until the thread has ended.
     void close();
     /// Blocks until the events of everything that is stored are published.
     void awaitPublished();

@@ -1,5 +1,7 @@
 #include "dealer.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <cmath>
 #include <condition_variable>
@@ -53,13 +55,14 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void run(Dealer& dealer) {
+        pthread_setname_np(pthread_self(), "dealer");
         const auto began = Clock::now();
         auto next = began;
         while (sleepUntil(next)) {
             const auto now = Clock::now();
             dealer.catchUp(now - began);
             const auto due = dealer.nextDue();
-            if (!due) {
+            if (!due || dealer.m_ending) {
                 return;
             }
             next = std::max(began + *due, now + kShortestRest);
@@ -88,6 +91,7 @@ Dealer::~Dealer() {
 void Dealer::start() {
     if (!m_runner) {
         m_paid = 0;
+        m_ending = false;
         m_runner = std::make_unique<Runner>(*this);
         qCInfo(lcNeighbour) << "dealing started:" << m_options.dealsPerSecond
                             << "deals per second, seed" << m_options.seed;
@@ -95,7 +99,9 @@ void Dealer::start() {
 }
 
 void Dealer::stop() {
+    endSoon();
     m_runner.reset();
+    m_ending = false;
 }
 
 bool Dealer::stepOnce() {
@@ -127,7 +133,7 @@ int Dealer::catchUp(std::chrono::nanoseconds sinceStart) {
     // The fraction of a deal stays owed, so that rounding does not add up.
     const int due = static_cast<int>(std::max(0.0, std::floor((elapsed - m_paid) * rate + 1e-9)));
     int made = 0;
-    while (made < due && dealOnce()) {
+    while (made < due && !m_ending && dealOnce()) {
         ++made;
     }
     // A step that fails has tried for long; the next one waits for at least a second.
@@ -165,8 +171,12 @@ void Dealer::refused(const QString& error) {
 bool Dealer::prepare() {
     if (!std::exchange(m_prepared, true)) {
         QString error;
-        m_securities = DealerSecurities::open(m_options.staticDatabaseFile, m_options.seed, &error);
-        if (!m_securities) {
+        m_securities =
+            DealerSecurities::open(m_options.staticDatabaseFile, m_options.seed, &error, &m_ending);
+        if (m_ending) {
+            m_securities.reset();
+            m_prepared = false;
+        } else if (!m_securities) {
             complain(QStringLiteral("no deals: %1").arg(error));
         } else if (m_securities->isEmpty()) {
             complain(QStringLiteral("no deals: the static database has no security to deal"));
@@ -185,6 +195,9 @@ bool Dealer::dealOnce() {
         return false;
     }
     for (int events = 0; events < kMostEventsOfStep; ++events) {
+        if (m_ending) {
+            return false;
+        }
         if (act() == Event::Deal) {
             return true;
         }

@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QSet>
 #include <QString>
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -55,8 +56,12 @@ public:
 
     /// Starts dealing at the rate. A second call does nothing.
     void start();
-    /// Ends the thread and waits for it. Orders that are open stay as they are.
+    /// Ends the thread and waits for it; it ends before its next deal. Orders that are open stay as
+    /// they are.
     void stop();
+    /// Makes steps under way return before their next deal, until stop() or start(). Does not wait.
+    /// Any thread.
+    void endSoon() { m_ending = true; }
     bool running() const { return m_runner != nullptr; }
 
     /// Goes on until one deal has been made, with the orders and cancellations in between. Returns
@@ -115,5 +120,6 @@ private:
     qint64 m_orderCount = 0;
     QSet<QString> m_complaints;  // each is logged once
     double m_paid = 0;           // seconds since start() whose deals are made
+    std::atomic<bool> m_ending{false};
     std::unique_ptr<Runner> m_runner;
 };

@@ -100,7 +100,8 @@ DealerSecurities::DealerSecurities(std::shared_ptr<const MarketStore> store)
     : m_store(std::move(store)) {}
 
 std::unique_ptr<DealerSecurities> DealerSecurities::open(const QString& staticDatabaseFile,
-                                                         quint32 seed, QString* error) {
+                                                         quint32 seed, QString* error,
+                                                         const std::atomic<bool>* ending) {
     auto store = MarketStore::open(staticDatabaseFile, error);
     if (!store) {
         return nullptr;
@@ -114,7 +115,7 @@ std::unique_ptr<DealerSecurities> DealerSecurities::open(const QString& staticDa
     std::unique_ptr<DealerSecurities> all(new DealerSecurities(std::move(store)));
     all->m_shareLadder = std::move(shares);
     all->m_fundLadder = std::move(funds);
-    if (!all->readRules(error) || !all->drawSamples(seed, error)) {
+    if (!all->readRules(error) || !all->drawSamples(seed, ending, error)) {
         return nullptr;
     }
     return all;
@@ -133,12 +134,15 @@ bool DealerSecurities::readRules(QString* error) {
     });
 }
 
-bool DealerSecurities::drawSamples(quint32 seed, QString* error) {
+bool DealerSecurities::drawSamples(quint32 seed, const std::atomic<bool>* ending, QString* error) {
     MarketRandom random(seed);
     QHash<QString, int> seen;
     return m_store->select(
         QStringLiteral("SELECT record FROM reference WHERE kind = 'security' ORDER BY symbol"), {},
         [&](const QSqlQuery& query) {
+            if (ending && *ending) {
+                return;
+            }
             const SecurityPtr security = securityOf(recordFrom(query.value(0)));
             if (!security) {
                 return;

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QVariantMap>
 #include <QVector>
+#include <atomic>
 #include <memory>
 
 #include "market_random.h"
@@ -54,9 +55,11 @@ struct DealtSecurity {
 class DealerSecurities {
 public:
     /// Null with a text when the database cannot be read. Equal database and seed give an equal
-    /// sample. It reads every security once.
+    /// sample. It reads every security once; the rest is skipped, and the sample incomplete, once
+    /// `ending` has become true.
     static std::unique_ptr<DealerSecurities> open(const QString& staticDatabaseFile, quint32 seed,
-                                                  QString* error);
+                                                  QString* error,
+                                                  const std::atomic<bool>* ending = nullptr);
 
     /// Null for a symbol that the database does not have or that cannot be dealt: repos, new
     /// issues, deleted securities, and those without a previous close.
@@ -72,7 +75,7 @@ public:
 private:
     explicit DealerSecurities(std::shared_ptr<const MarketStore> store);
     bool readRules(QString* error);
-    bool drawSamples(quint32 seed, QString* error);
+    bool drawSamples(quint32 seed, const std::atomic<bool>* ending, QString* error);
     std::shared_ptr<const DealtSecurity> securityOf(const QVariantMap& record) const;
     double unitOf(const QVariantMap& record, const DealtSecurity& security) const;
     void addQuantities(const QVariantMap& record, DealtSecurity* security) const;

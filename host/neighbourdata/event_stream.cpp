@@ -1,6 +1,9 @@
 #include "event_stream.h"
 
+#include <pthread.h>
+
 #include "local_platform.h"
+#include "neighbour_log.h"
 #include "znmsg/c_pack_message_common.h"
 
 namespace {
@@ -16,7 +19,8 @@ QVariant bodyOf(const QVariantMap& record) {
 
 }  // namespace
 
-EventStream::EventStream() : m_thread([this] { run(); }) {}
+EventStream::EventStream(const Options& options)
+    : m_options(options), m_thread([this] { run(); }) {}
 
 EventStream::~EventStream() {
     close();
@@ -28,10 +32,26 @@ void EventStream::put(int eventId, const QVariantMap& record) {
         if (m_closed) {
             return;
         }
-        m_events.push_back({eventId, record});
-        ++m_put;
+        if (m_events.size() < m_options.mostWaiting) {
+            append(eventId, record);
+        } else {
+            replaceWaiting();  // what this event announces is stored, so a reload covers it too
+        }
     }
     m_changed.notify_all();
+}
+
+void EventStream::append(int eventId, const QVariantMap& record) {
+    m_events.push_back({eventId, record, ++m_put});
+}
+
+void EventStream::replaceWaiting() {
+    qCWarning(lcNeighbour) << m_events.size()
+                           << "events wait to be published: replaced by a reload";
+    m_events.clear();
+    for (const int id : m_options.reloadEvents) {
+        append(id, {});
+    }
 }
 
 void EventStream::awaitPublished() {
@@ -43,6 +63,9 @@ void EventStream::awaitPublished() {
 void EventStream::close() {
     {
         const std::lock_guard<std::mutex> guard(m_lock);
+        if (!m_closed && m_events.size() > m_options.mostWaitingAtClose) {
+            replaceWaiting();
+        }
         m_closed = true;
     }
     m_changed.notify_all();
@@ -53,6 +76,7 @@ void EventStream::close() {
 }
 
 void EventStream::run() {
+    pthread_setname_np(pthread_self(), "book events");
     std::unique_lock<std::mutex> lock(m_lock);
     for (;;) {
         m_changed.wait(lock, [this] { return m_closed || !m_events.empty(); });
@@ -62,9 +86,13 @@ void EventStream::run() {
         const Event event = std::move(m_events.front());
         m_events.pop_front();
         lock.unlock();
-        LocalPlatform::instance().publishEvent(event.id, bodyOf(event.record));
+        if (m_options.publish) {
+            m_options.publish(event.id, bodyOf(event.record));
+        } else {
+            LocalPlatform::instance().publishEvent(event.id, bodyOf(event.record));
+        }
         lock.lock();
-        ++m_published;
+        m_published = event.number;
         m_changed.notify_all();
     }
 }

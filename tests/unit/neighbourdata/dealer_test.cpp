@@ -240,6 +240,8 @@ private slots:
     void catchUp_withNothingToDeal_waitsASecond();
     void nextDue_isWhenTheNextDealComes();
     void started_dealsOnItsThread_untilStopped();
+    void busyDealer_thatIsToEnd_makesNoFurtherDeal();
+    void dealerThatIsToEnd_readsTheSecuritiesLater();
     void started_refusesSteps();
     void started_withoutARate_ends();
 
@@ -826,6 +828,43 @@ void DealerTest::started_dealsOnItsThread_untilStopped() {
     QCOMPARE(log.count(QtInfoMsg, "dealing started: 500 deals per second, seed 7"), 1);
     dealer.start();
     // The destructor stops it.
+}
+
+void DealerTest::busyDealer_thatIsToEnd_makesNoFurtherDeal() {
+    struct EndingDesk : FakeDesk {
+        bool putDeal(const QVariantMap& deal, QString* error) override {
+            const bool taken = FakeDesk::putDeal(deal, error);
+            if (deals() == 5 && dealer) {
+                dealer->endSoon();
+            }
+            return taken;
+        }
+        Dealer* dealer = nullptr;
+    };
+    const auto books = std::make_shared<EndingDesk>();
+    books->addAccount("T1", FundAccountType::Cash, {Exchange::sh}, 1e7);
+    Dealer::Options given = options();
+    given.dealsPerSecond = Dealer::kMostDealsPerSecond;
+    Dealer dealer(books, given);
+    books->dealer = &dealer;
+    QCOMPARE(dealer.catchUp(1s), 5);
+    QCOMPARE(dealer.catchUp(9s), 0);
+    QVERIFY(!dealer.stepOnce());
+    QCOMPARE(books->deals(), 5);
+    books->dealer = nullptr;
+    dealer.stop();
+    QVERIFY(dealer.stepOnce());
+}
+
+void DealerTest::dealerThatIsToEnd_readsTheSecuritiesLater() {
+    const auto books = fullDesk();
+    Dealer dealer(books, options());
+    dealer.endSoon();
+    const LogCapture log;
+    QVERIFY(!dealer.stepOnce());
+    QVERIFY(!log.contains(QtWarningMsg, "no deals"));
+    dealer.stop();
+    QVERIFY(dealer.stepOnce());
 }
 
 void DealerTest::started_refusesSteps() {
