@@ -387,10 +387,12 @@ bool Client::waitForAccounts(int limitMs, QString* error) {
               .arg(m_loadedAccounts)
               .arg(accounts.size())
               .arg(m_frozenAccounts));
-    // Some plug-in of a real client requests the profits once it is up.
-    LocalPlatform::instance().publishEvent(
-        VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::CalcRealizedProfitInitEvent), {});
-    startDeals();
+    if (!std::exchange(m_accountsReady, true)) {
+        // Some plug-in of a real client requests the profits once it is up.
+        LocalPlatform::instance().publishEvent(
+            VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::CalcRealizedProfitInitEvent), {});
+        startDeals();
+    }
     return true;
 }
 
@@ -449,6 +451,7 @@ void Client::stop() {
         return;
     }
     m_platformStarted = false;
+    m_accountsReady = false;
     endStreams();
     // A plug-in object waits for its presenter to end, which in turn may wait for an answer.
     LocalPlatform::instance().beginClose();

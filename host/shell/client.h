@@ -74,7 +74,8 @@ public:
     /// Everything up to the loaded accounts. Returns false with a text for the user on failure,
     /// with nothing left running. An interrupt is a failure whose text begins with "interrupted".
     bool start(QString* error);
-    /// The two halves of start(): up to the log-in, and the wait for the accounts.
+    /// The two halves of start(): up to the log-in, and the wait for the accounts, which may be
+    /// repeated.
     bool begin(QString* error);
     bool awaitAccounts(int limitMs, QString* error);
     /// Waits until the plug-in has loaded the price cage; false after the limit or an interrupt.
@@ -157,6 +158,7 @@ private:
     QElapsedTimer m_upSince;
     int m_loadedAccounts = 0;
     int m_frozenAccounts = 0;
+    bool m_accountsReady = false;  // the profits are requested, the dealing is started
     bool m_platformStarted = false;
 };
 

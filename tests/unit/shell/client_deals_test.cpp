@@ -8,11 +8,14 @@
 #include "day_opening.h"
 #include "dealer.h"
 #include "order_status.h"
+#include "platform_fixture.h"
 #include "sample_market.h"
 #include "small_market.h"
 #include "test_paths.h"
 #include "trade_fields.h"
+#include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
+#include "vocabulary/names.h"
 #include "vocabulary/values.h"
 #include "wait_for.h"
 
@@ -54,6 +57,7 @@ private slots:
     void deals_everyOrderIsTheSumOfItsDeals();
     void orders_passTheRulesOfThePlugin();
     void sameSeed_givesTheSameOrdersAndDeals();
+    void accountsAwaitedTwice_profitsAndDealsBeginOnce();
     void withoutDeals_nothingHappens();
 
 private:
@@ -308,6 +312,33 @@ void ClientDealsTest::sameSeed_givesTheSameOrdersAndDeals() {
     };
     QVERIFY(withoutIds(one.first()) != withoutIds(other.first()) ||
             withoutIds(one.at(1)) != withoutIds(other.at(1)));
+}
+
+void ClientDealsTest::accountsAwaitedTwice_profitsAndDealsBeginOnce() {
+    QStringList steps;
+    ProbePresenter* probe = nullptr;
+    const int event =
+        VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::CalcRealizedProfitInitEvent);
+    Client::Listener listener;
+    listener.stepEnded = [&steps](const QString& text) { steps.append(text); };
+    listener.platformStarted = [&probe, event] {
+        probe = new ProbePresenter;
+        probe->SubEvent(probe->pluginPid(), event, 1);
+        probe->SubEvent(probe->pluginPid(), NeighbourEvent::positionsReloaded, 1);
+        probe->initPresenter();
+    };
+    Client client(options(1), listener);
+    QString error;
+    QVERIFY2(client.start(&error), qPrintable(error));
+    QVERIFY2(client.awaitAccounts(kLimitMs, &error), qPrintable(error));
+    // Events arrive in order, so another one shows that no second request is under way.
+    LocalPlatform::instance().publishEvent(NeighbourEvent::positionsReloaded, {});
+    QVERIFY(probe->log->waitForCount(2));
+    QCOMPARE(probe->log->calls().at(0).type.toInt(), event);
+    QCOMPARE(probe->log->calls().at(1).type.toInt(), NeighbourEvent::positionsReloaded);
+    QCOMPARE(steps.filter("orders are dealt").size(), 1);
+    probe->deleteLater();
+    client.stop();
 }
 
 void ClientDealsTest::withoutDeals_nothingHappens() {
