@@ -139,7 +139,11 @@ bool DayBook::reload(QString* error) {
             change.deal ? change.deal->tradingAccount : change.position->tradingAccount;
         if (!ledger.contains(account) ||
             !(change.deal ? ledger.add(*change.deal, &why) : ledger.set(*change.position, &why))) {
-            qCWarning(lcNeighbour).noquote() << "a change of" << account << "is lost:" << why;
+            return refuse(
+                "reload",
+                QStringLiteral("a change of %1 does not fit the opening any more: %2")
+                    .arg(account, why.isEmpty() ? QStringLiteral("unknown account") : why),
+                error);
         }
     }
     m_ledger = std::move(ledger);

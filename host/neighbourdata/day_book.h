@@ -30,6 +30,8 @@ public:
     bool load(QString* error);
     /// Reads the opening again, applies all that was put since load() to it in the same order, and
     /// publishes NeighbourEvent::positionsReloaded and executionsReloaded. Blocks like load().
+    /// False with a text, the book as before and nothing published, when one of them no longer
+    /// applies.
     bool reload(QString* error);
     /// Publishes what is stored, or NeighbourEvent::positionsReloaded and executionsReloaded when
     /// much has piled up, and ends the book's thread. From here on nothing can be put; what is

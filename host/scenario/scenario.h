@@ -41,6 +41,7 @@ struct ScenarioStep {
         Position,  ///< likewise
         Order,     ///< likewise
         Book,      ///< checks what the book has of an account
+        BookReload,
         Call,
         Expect,
         ExpectIdle,  ///< no request is under way

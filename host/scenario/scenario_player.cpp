@@ -122,6 +122,8 @@ bool ScenarioPlayer::playStep(const ScenarioStep& step) {
             return playBookRecord(step);
         case Kind::Book:
             return playBook(step);
+        case Kind::BookReload:
+            return m_stage.reloadBook(&error) || fail(error);
         case Kind::Call:
             return playCall(step);
         case Kind::Expect:

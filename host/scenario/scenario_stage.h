@@ -39,6 +39,8 @@ public:
     /// What the book has of an account: "cash", "cashMoved" by the day's deals, "positions",
     /// "orders" and "executions".
     virtual bool readBook(const QString& account, QJsonObject* answer, QString* error) = 0;
+    /// Makes the book reckon its positions again from the opening and the day's records.
+    virtual bool reloadBook(QString* error) = 0;
     virtual bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
                       QString* error) = 0;
     virtual int pendingRequests() const = 0;

@@ -332,6 +332,11 @@ bool readCall(const Words& words, ScenarioStep* step, LineError* error) {
 }
 
 bool readBook(const Words& words, ScenarioStep* step, LineError* error) {
+    if (words.size() == 2 && words.at(1).key.isEmpty() &&
+        words.at(1).text == QLatin1String("reload")) {
+        step->kind = Kind::BookReload;
+        return true;
+    }
     step->kind = Kind::Book;
     if (!takePlain(words, 1, "the account", &step->name, error)) {
         return false;

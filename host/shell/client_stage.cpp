@@ -199,6 +199,11 @@ bool ClientStage::readBook(const QString& account, QJsonObject* answer, QString*
     return true;
 }
 
+bool ClientStage::reloadBook(QString* error) {
+    DayBook* const to = book(error);
+    return to && to->reload(error);
+}
+
 bool ClientStage::call(const QString& function, const QStringList& arguments, QJsonObject* answer,
                        QString* error) {
     const FacadeFunction* const chosen = m_client->facade().choose(function, arguments, error);

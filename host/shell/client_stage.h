@@ -28,6 +28,7 @@ public:
     bool putPosition(const QVariantMap& position, QString* error) override;
     bool putOrder(const QVariantMap& order, QString* error) override;
     bool readBook(const QString& account, QJsonObject* answer, QString* error) override;
+    bool reloadBook(QString* error) override;
     bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
               QString* error) override;
     int pendingRequests() const override;

@@ -37,6 +37,7 @@ private slots:
     void setPosition_replacesTheWholePosition();
     void randomDay_positionsExecutionsCashAndOrdersAgree();
     void reload_afterARandomDay_givesTheSameBook();
+    void reload_withoutAnAccountThatDealt_failsAndKeepsTheBook();
     void requery_readsTheOpeningCashAgain();
     void closedBook_refusesAndStillAnswers();
     void twoThreads_everyAnswerIsOfOneMoment();
@@ -597,6 +598,18 @@ void DayBookTest::reload_afterARandomDay_givesTheSameBook() {
     f.opening.accounts[0].cash = 2e6;
     QVERIFY(f.book->reload(&f.error));
     QVERIFY(std::abs(f.book->cash("C1") - cash - 1e6) < 1e-6);
+}
+
+void DayBookTest::reload_withoutAnAccountThatDealt_failsAndKeepsTheBook() {
+    DayBookFixture f;
+    f.load();
+    QVERIFY(f.deal("C2", "600000.SH", OrderSide::buy, 100, 10.0));
+    const auto positions = f.book->positions({});
+    f.opening.accounts.removeAt(1);
+    QVERIFY(!f.book->reload(&f.error));
+    QVERIFY2(f.error.contains("C2"), qPrintable(f.error));
+    QCOMPARE(f.book->positions({}), positions);
+    QCOMPARE(f.book->cash("C2"), 1e6 - 1000);
 }
 
 void DayBookTest::requery_readsTheOpeningCashAgain() {

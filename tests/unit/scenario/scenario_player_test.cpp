@@ -59,6 +59,10 @@ public:
     bool putOrder(const QVariantMap& order, QString* error) override {
         return put(QStringLiteral("order"), order, error);
     }
+    bool reloadBook(QString* error) override {
+        error->clear();
+        return did(QStringLiteral("book reload"));
+    }
     bool readBook(const QString& account, QJsonObject* answer, QString* error) override {
         *error = account == QLatin1String("none") ? QStringLiteral("no book") : QString();
         *answer = {{QStringLiteral("cash"), ++m_reads}};
@@ -238,6 +242,8 @@ void ScenarioPlayerTest::book_isReadUntilItsChecksHold() {
     QVERIFY2(report.contains("cash is 1"), qPrintable(report));
     QVERIFY(!play("start\nbook none => cash=3 within=10\n", &report));
     QVERIFY2(report.contains("came: no book"), qPrintable(report));
+    QVERIFY2(play("start\nbook reload\n", &report), qPrintable(report));
+    QVERIFY(m_done.contains("book reload"));
 }
 
 void ScenarioPlayerTest::call_isRepeatedUntilItsChecksHold() {
