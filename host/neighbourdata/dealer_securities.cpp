@@ -214,19 +214,20 @@ SecurityPtr DealerSecurities::securityOf(const QVariantMap& record) const {
 }
 
 double DealerSecurities::unitOf(const QVariantMap& record, const DealtSecurity& security) const {
-    double unit = 0;
+    const double multiplier = record.value(Security::contractMultiplier).toDouble();
+    double unit = multiplier > 0 ? multiplier : 1;
     if (security.type == MdcSecurityType::SpotType) {
+        double grams = 0;
         m_store->select(
             QStringLiteral("SELECT record FROM reference WHERE kind = 'gold' AND symbol = ?"),
-            {security.symbol}, [&unit](const QSqlQuery& query) {
-                unit = recordFrom(query.value(0)).value(GoldTrade::TradeUnitQty).toDouble();
+            {security.symbol}, [&grams](const QSqlQuery& query) {
+                grams = recordFrom(query.value(0)).value(GoldTrade::TradeUnitQty).toDouble();
             });
+        unit = Instrument::goldUnit(grams, unit);
+    } else if (accountKindOf(security.type) == FundAccountType::Cash) {
+        unit = 1;
     }
-    const bool isContract = accountKindOf(security.type) != FundAccountType::Cash;
-    if (isContract && !(unit > 0)) {
-        unit = record.value(Security::contractMultiplier).toDouble();
-    }
-    return unit > 0 && unit < kMostFigure ? unit : 1;
+    return unit < kMostFigure ? unit : 1;
 }
 
 void DealerSecurities::addQuantities(const QVariantMap& record, DealtSecurity* security) const {

@@ -41,7 +41,7 @@ double unitOf(const QString& type, const QString& symbol, const QVariantMap& det
                                  ->GetGoldSecurityInfoBySymbol(symbol)
                                  .value(GoldTrade::TradeUnitQty)
                                  .toDouble();
-        return grams > 0 ? grams : contractMultiplier(details) * kGramsPerKilogram;
+        return Instrument::goldUnit(grams, contractMultiplier(details));
     }
     const bool isContract =
         type == MdcSecurityType::FuturesType || type == MdcSecurityType::OptionType;
@@ -72,6 +72,10 @@ std::shared_ptr<const Instrument> make(const QString& symbol, const QString& sec
 }
 
 }  // namespace
+
+double Instrument::goldUnit(double tradeUnitQty, double contractMultiplier) {
+    return tradeUnitQty > 0 ? tradeUnitQty : contractMultiplier * kGramsPerKilogram;
+}
 
 double Instrument::rateOf(const QString& exchange) {
     for (const QVariantMap& row : PriceSamples::hongKongRates()) {

@@ -18,6 +18,9 @@ struct Instrument {
     /// What was bought today cannot be sold before the next day.
     bool sellableNextDay = false;
 
+    /// The unit of a gold contract: the grams of its record, or else kilograms by its multiplier.
+    static double goldUnit(double tradeUnitQty, double contractMultiplier);
+
     /// Yuan per unit of an exchange's currency: the mid rate for Hong Kong connect, otherwise 1.
     /// Any thread.
     static double rateOf(const QString& exchange);
