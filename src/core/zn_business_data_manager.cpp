@@ -155,8 +155,8 @@ void ZnBusinessDataManager::RequeryFundInfo(ZnPresenterClass* presenter) const {
     BusinessDataInterface::RequeryAccountFundInfo(presenter);
 }
 
-void ZnBusinessDataManager::InitData() {
-    m_marketValues->initPosData();
+void ZnBusinessDataManager::InitData(const std::function<bool()>& isBrokenOff) {
+    m_marketValues->initPosData(isBrokenOff);
     ZnNewStockDataHandler::instance().init(ZnNewStockDataHandler::Issues);
     loadNewStocks();
     qCInfo(lcCore) << kInitDataTag << "初始化新股信息";
