@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "realized_profit_item.h"
-#include "record_field.h"
 
 class CountedDeals;
 
@@ -17,24 +16,11 @@ class CountedDeals;
 /// is above 1e15 counts as 0.0 too and is reported by logLeftOut().
 class DealSums {
 public:
-    /// Of an item's three keys: 128 bits, so that equal hashes stand for equal keys. Comparing the
-    /// texts would fetch them from all over the memory.
-    struct Hash {
-        quint64 one = 1;
-        quint64 other = 1;
-        bool operator==(const Hash& hash) const { return one == hash.one && other == hash.other; }
-    };
-
-    DealSums();
-
     /// Adds a row of the execution list, whatever it repeats, and appends its id if it has one.
     void addListed(const QVariantMap& deal, std::vector<quint64>* ids);
     /// Adds a deal of the stream, unless its id is counted already. A deal without an id always
     /// counts.
     void addStreamed(const QVariantMap& deal, CountedDeals* counted);
-
-    /// Brings the texts of a record that will be added soon closer to the processor.
-    void fetchTexts(const QVariantMap& record);
 
     RealizedProfitTable table() const;
     /// The number of deals that were counted already.
@@ -45,26 +31,19 @@ public:
 private:
     struct Deal;
     struct Entry {
-        Hash hash;
+        quint64 hash;
         QString tradingAccount;
         QString symbol;
         QString securityAccount;
         RealizedProfitItem item;
     };
 
-    Deal read(const QVariantMap& deal);
-    double number(const QVariantMap& record, RecordField* field, const Deal& deal);
+    void read(const QVariantMap& record, Deal* read);
+    /// 0.0 for a null pointer and for what counts as 0.0.
+    double number(const QVariantMap& deal, const QString& field, const QVariant* found);
     RealizedProfitItem& itemOf(const Deal& deal);
     void growSlots();
 
-    RecordField m_tradingAccount;
-    RecordField m_symbol;
-    RecordField m_securityAccount;
-    RecordField m_side;
-    RecordField m_amount;
-    RecordField m_quantity;
-    RecordField m_commission;
-    RecordField m_execId;
     std::vector<Entry> m_entries;
     std::vector<quint32> m_slots;  // a power of two of them: 1 + a place in m_entries, 0 when empty
     int m_repeated = 0;

@@ -57,22 +57,6 @@ void setProfit(QVariant* record, double profit) {
     (*fields)[AppraisementInfo::benefitTotal] = profit;
 }
 
-/// The records are all over the memory, which takes longer than to add them up.
-void fetchAhead(const QList<QVariantMap>& records, int now, DealSums* sums) {
-    constexpr int kHead = 12;
-    constexpr int kRoot = 9;
-    constexpr int kChildren = 6;
-    constexpr int kGrandchildren = 4;
-    constexpr int kTexts = 2;
-    if (now + kHead < records.size()) {
-        RecordField::fetchHead(records.at(now + kHead));
-        RecordField::fetchRoot(records.at(now + kRoot));
-        RecordField::fetchChildren(records.at(now + kChildren));
-        RecordField::fetchGrandchildren(records.at(now + kGrandchildren));
-        sums->fetchTexts(records.at(now + kTexts));
-    }
-}
-
 }  // namespace
 
 double realizedProfitOf(const RealizedProfitItem& item) {
@@ -138,13 +122,15 @@ std::optional<RealizedProfit::Fresh> RealizedProfit::build(
     DealSums sums;
     std::vector<quint64> ids;
     ids.reserve(static_cast<size_t>(executions.size()));
-    const int count = executions.size();
-    for (int i = 0; i < count; ++i) {
-        if (i % kRowsBetweenChecks == kRowsBetweenChecks - 1 && isBrokenOff()) {
-            return std::nullopt;
+    int untilCheck = kRowsBetweenChecks;
+    for (const QVariantMap& execution : executions) {
+        if (--untilCheck == 0) {
+            untilCheck = kRowsBetweenChecks;
+            if (isBrokenOff()) {
+                return std::nullopt;
+            }
         }
-        fetchAhead(executions, i, &sums);
-        sums.addListed(executions.at(i), &ids);
+        sums.addListed(execution, &ids);
     }
     sums.logLeftOut();
     fresh.counted.addListed(ids);
