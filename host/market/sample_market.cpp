@@ -26,7 +26,7 @@
 namespace {
 
 // To be raised when the rows that are written change, so that older files are replaced.
-inline const QString kContents = QStringLiteral("10");
+inline const QString kContents = QStringLiteral("11");
 constexpr int kLockTryMs = 100;
 constexpr int kOwnAccountsOfSecond = 3;
 // The year of the orders and deals; positions and messages are dated at its end.

@@ -17,7 +17,8 @@ public:
     /// empty before the account tables are loaded. Does not wait.
     virtual QStringList securityExchangesOf(const QString& tradingAccount) = 0;
     /// The security account that the user chose for orders on an exchange, the exchange's main one
-    /// by default; empty when unknown. Waits for the account tables.
+    /// by default; empty when unknown. Waits for the account tables, or until the
+    /// host is closing; never called under a lock.
     virtual QString GetCurrentSecurityAccountByTradingAndExchange(const QString& tradingAccount,
                                                                   const QString& exchange) = 0;
 };

@@ -134,8 +134,11 @@ QHash<QString, QString> makeNotes() {
         {"oldOrder", "the stored record: orderID, orderStatus, cumQty, cancelledQty"},
         {"newOrder", "the incoming record: the same fields"},
         {"securityAccount", "a security account; empty for all of the trading account"},
-        {"quantity", "in pieces: shares, contracts or grams"},
-        {"calcMarketValue.price", "in the currency of the symbol, for one piece"},
+        {"quantity", "in pieces: shares or contracts"},
+        {"calcMarketValue.price",
+         "in the currency of the symbol; for gold per gram, for futures and options per unit of "
+         "the "
+         "contract"},
         {"calcMarketValue.multiplier", "units of one contract; counts for futures alone"},
         {"error", "why there is no value; empty on success"},
         {"NewOrderList.result", "the message, unsent; null for an empty list"},

@@ -512,8 +512,8 @@ public:
     static QString updateUserCageInfo(const QMap<QString, QVariantMap>& applyInfo,
                                       const QMap<QString, QVariantMap>& cageInfo);
 
-    // Orders. These build messages and send nothing; the caller owns the message until it hands it
-    // to a presenter's send operation, which sets the source id before.
+    // Orders. These build messages and send nothing. The caller owns the message, sets its source
+    // id, and hands it to a presenter's send operation, which then owns it.
 
     /// The message of a batch of new orders. Element 0 of `list` is the batch's header record, the
     /// others are orders, whose fields are sent as they are except for Security::symbol. Added are
@@ -524,7 +524,8 @@ public:
     /// unit of the symbol. `numericType` selects the numeric message type "261202"; `packFlag` has
     /// no effect. Any thread; first load; waits when an order without a security account has an
     /// exchange, its own or that of its symbol. Null for an empty list; no rule is checked, and an
-    /// order without a symbol or exchange is sent with fewer fields.
+    /// order without a symbol or exchange is sent with fewer fields. When the host is closing, the
+    /// wait ends early and the order may have an empty UserAccount::securityAccount.
     static CMessageCommon* NewOrderList(const QList<QVariantMap>& list, bool numericType,
                                         bool packFlag);
     /// The same for the instance of a strategy, with a message type of the caller's choice. The
@@ -544,8 +545,9 @@ public:
     /// Whether the incoming record `newOrder` may replace the stored one: its status change is
     /// listed in the status table, its quantities Security::cumQty and cancelledQty do not shrink,
     /// and one of them has grown if the status is the same. Quantities within 1e-10 are equal; new
-    /// ones that are not finite are refused. False for a stored record without an order id. Any
-    /// thread; does not block; needs no plug-in object and never creates the core.
+    /// ones that are not finite are refused. False for a stored record without an order id or of
+    /// another order. Any thread; does not block; needs no plug-in object and never creates the
+    /// core.
     static bool CanOrderUpdate(const QVariantMap& oldOrder, const QVariantMap& newOrder);
 
     // Realized profit: the difference of the average sell and buy price over the matched quantity,
@@ -570,10 +572,11 @@ public:
     /// The market value of an account's positions. Any thread; first load; does not block. Empty
     /// for an account without positions.
     static VelmarMarketValueInfo GetMarketValueByTradingAccount(const QString& tradingAccount);
-    /// The value of a quantity (pieces) at a price (currency per piece). `multiplier` counts for
-    /// futures alone. Returns 0 with `error` set for a bond whose accrued interest is unknown; sets
-    /// it in no other case. Returns 0 with a log line when the figures give no finite value. Any
-    /// thread; does not block.
+    /// The value of a quantity in pieces (shares or contracts) at a price in the currency of the
+    /// symbol: for gold per gram, for futures and options per unit of the contract, for all others
+    /// per piece. `multiplier` (units of one contract) counts for futures alone. Returns 0 with
+    /// `error` set for a bond whose accrued interest is unknown; sets it in no other case. Returns
+    /// 0 with a log line when the figures give no finite value. Any thread; does not block.
     static double calcMarketValue(QString& error, const QString& symbol, const qint64& quantity,
                                   const double& price, const double& multiplier);
     /// Has the funds of all accounts read again. Any thread; presenter.

@@ -2,6 +2,7 @@
 
 #include <QLocale>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "never_destroyed.h"
@@ -37,18 +38,32 @@ struct DerivationRules {
     };
 };
 
-bool isFloatingPoint(const QVariant& value) {
-    return value.userType() == QMetaType::Double || value.userType() == QMetaType::Float;
+/// The double with the fewest digits that a float stands for: 0.1 for 0.1F, and not
+/// 0.10000000149011612.
+double shortestDouble(float number) {
+    using Limits = std::numeric_limits<float>;
+    QString text;
+    for (int digits = Limits::digits10; digits <= Limits::max_digits10; ++digits) {
+        text = QString::number(static_cast<double>(number), 'g', digits);
+        if (text.toFloat() == number) {
+            break;
+        }
+    }
+    return text.toDouble();
 }
 
 /// A number in decimal, 1000000 and not 1e+06; a text as it stands; empty for NaN and infinities.
 QString decimalText(const QVariant& quantity) {
-    if (!isFloatingPoint(quantity)) {
+    const bool isFloat = quantity.userType() == QMetaType::Float;
+    if (!isFloat && quantity.userType() != QMetaType::Double) {
         return quantity.toString();
     }
     const double number = quantity.toDouble();
-    return std::isfinite(number) ? QString::number(number, 'f', QLocale::FloatingPointShortest)
-                                 : QString();
+    if (!std::isfinite(number)) {
+        return {};
+    }
+    return QString::number(isFloat ? shortestDouble(quantity.toFloat()) : number, 'f',
+                           QLocale::FloatingPointShortest);
 }
 
 }  // namespace

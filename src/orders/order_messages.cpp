@@ -63,9 +63,8 @@ void addOrderStation(const QVariantMap& order, CPackMessageCommon& packer) {
 }
 
 void addInstruction(const QVariantMap& order, CPackMessageCommon& packer) {
-    const QString instruction = textOf(order, Instruction::InstructionID);
-    if (!instruction.isEmpty()) {
-        packer.AddVaule(Security::parentOrderID, instruction);
+    if (!textOf(order, Instruction::InstructionID).isEmpty()) {
+        packer.AddVaule(Security::parentOrderID, order.value(Instruction::InstructionID));
         packer.AddVaule(Security::orderFlowType, orderFlowType::instructionOrder);
     }
 }
@@ -104,12 +103,13 @@ CMessageCommon* OrderMessages::NewOrderListForInstance(const QList<QVariantMap>&
     const QVariantMap& header = list.first();
     CPackMessageCommon packer;
     addLoginAccount(packer);
-    const QString listID = textOf(header, Security::listID);
-    packer.AddVaule(Security::listID, listID.isEmpty()
-                                          ? CBusinessDataBase::GetInstance()->getClientOrderID()
-                                          : listID);
-    const QString replyMode = textOf(header, Security::replyMode);
-    packer.AddVaule(Security::replyMode, replyMode.isEmpty() ? ReplyMode::AllResponse : replyMode);
+    packer.AddVaule(Security::listID,
+                    textOf(header, Security::listID).isEmpty()
+                        ? QVariant(CBusinessDataBase::GetInstance()->getClientOrderID())
+                        : header.value(Security::listID));
+    packer.AddVaule(Security::replyMode, textOf(header, Security::replyMode).isEmpty()
+                                             ? QVariant(ReplyMode::AllResponse)
+                                             : header.value(Security::replyMode));
     copyPresent(header,
                 {Security::minEntrustRatio, Security::systemNodeId, VelmarStrategy::instanceId,
                  ETF::EtfInstanceStage, Security::symbol, ETF::EtfInstOrderUnit,

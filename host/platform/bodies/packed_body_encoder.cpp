@@ -50,15 +50,15 @@ public:
     bool ascii(const QChar* text, int size) {
         reserve(size);
         char* const to = m_bytes.data() + m_used;
-        ushort all = 0;
         for (int i = 0; i < size; ++i) {
             const ushort unit = text[i].unicode();
-            all |= unit;
+            if (unit >= 0x80) {
+                return false;
+            }
             to[i] = static_cast<char>(unit);
         }
-        const bool isAscii = all < 0x80;
-        m_used += isAscii ? size : 0;
-        return isAscii;
+        m_used += size;
+        return true;
     }
     /// Takes back what was appended since the size was `size`.
     void shrink(int size) { m_used = size; }
@@ -147,7 +147,7 @@ bool Encoder::bytes(Major major, const QByteArray& bytes) {
 }
 
 bool Encoder::text(const QString& text) {
-    // Nearly all texts are ASCII, whose bytes need no memory of their own on the way.
+    // Nearly all texts are ASCII and are written without an intermediate byte array.
     const int before = m_sink.size();
     if (text.size() <= m_limits.bytes - before) {
         m_sink.head(Text, static_cast<quint64>(text.size()));

@@ -1,5 +1,9 @@
 #include <QtTest>
+#include <array>
+#include <atomic>
 #include <memory>
+#include <thread>
+#include <vector>
 
 #include "client_world.h"
 #include "first_load.h"
@@ -94,6 +98,49 @@ private slots:
             QCOMPARE(instance->GetType().toString(), QString("strategy"));
             QCOMPARE(rowOf(*instance, 1).value(UserAccount::securityAccount), QVariant(account));
         }
+    }
+
+    void orderList_whileTheChoiceChanges_hasOneOfTheAccountsInEachRow() {
+        constexpr int kThreads = 4;
+        constexpr int kSwitches = 60;
+        ClientWorld world(accounts(), staticData());
+        world.login();
+        InitVelmarBusinessManagePlugin();
+        const QStringList either{"A1", "A2"};
+        std::atomic<bool> done{false};
+        std::atomic<int> wrong{0};
+        std::array<std::atomic<int>, 2> seen{};
+        std::vector<std::thread> builders;
+        for (int t = 0; t < kThreads; ++t) {
+            builders.emplace_back([&, t] {
+                QList<QVariantMap> list = orderList();
+                list.append(list.last());
+                while (!done) {
+                    const std::unique_ptr<CMessageCommon> message(
+                        t % 2 == 0 ? Facade::NewOrderList(list, false, false)
+                                   : Facade::NewOrderListForInstance(list, "strategy"));
+                    for (const int row : {1, 2}) {
+                        const int which = either.indexOf(
+                            rowOf(*message, row).value(UserAccount::securityAccount).toString());
+                        ++(which < 0 ? wrong : seen.at(static_cast<size_t>(which)));
+                    }
+                }
+            });
+        }
+        bool switched = true;
+        for (int i = 0; i < kSwitches && switched; ++i) {
+            std::atomic<int>& seenNow = seen.at(static_cast<size_t>(i % 2));
+            switched = Facade::SetCurrentSecurityAccountMap(
+                           {{"T1", {{Exchange::sh, either.at(i % 2)}}}}) == 0;
+            const int before = seenNow;
+            switched = switched && waitFor([&] { return seenNow > before + 2 * kThreads; });
+        }
+        done = true;
+        for (std::thread& builder : builders) {
+            builder.join();
+        }
+        QVERIFY(switched);
+        QCOMPARE(wrong.load(), 0);
     }
 
     void orderList_timeOfARow_isNow() {

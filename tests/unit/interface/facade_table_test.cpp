@@ -219,6 +219,11 @@ private slots:
         QCOMPARE(found, explained.size());
         QCOMPARE(facadeNote("calcMarketValue", "multiplier"),
                  QString("units of one contract; counts for futures alone"));
+        QCOMPARE(facadeNote("calcMarketValue", "quantity"),
+                 QString("in pieces: shares or contracts"));
+        QCOMPARE(facadeNote("calcMarketValue", "price"),
+                 QString("in the currency of the symbol; for gold per gram, for futures and "
+                         "options per unit of the contract"));
         QVERIFY(facadeNote("OrderCancelRequest", "order").contains(Security::orderID));
         QVERIFY(facadeNote("CanOrderUpdate", "oldOrder").contains(Security::cancelledQty));
     }

@@ -325,7 +325,8 @@ void MarketRulesTest::orderStatus_mayFollow_asTheTableSays_data() {
     QTest::newRow("cancelling, dealt on") << cancelling << cancelling << true;
     QTest::newRow("cancel refused") << cancelling << accepted << true;
     QTest::newRow("rest cancelled") << cancelling << partlyCancelled << true;
-    QTest::newRow("accepted again") << accepted << accepted << false;
+    QTest::newRow("part cancelled before a deal") << accepted << accepted << true;
+    QTest::newRow("sent again") << sent << sent << false;
     QTest::newRow("back to the start") << accepted << sent << false;
     QTest::newRow("undealt") << partlyFilled << accepted << false;
     QTest::newRow("cancelled whole after a deal") << partlyFilled << cancelled << false;

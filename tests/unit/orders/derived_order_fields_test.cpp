@@ -116,6 +116,10 @@ private slots:
         QTest::newRow("sixteen digits") << QVariant(1234567890123456.0) << "1234567890123456";
         QTest::newRow("fraction") << QVariant(0.1) << "0.1";
         QTest::newRow("float") << QVariant(2.5F) << "2.5";
+        QTest::newRow("float without an exact value") << QVariant(0.1F) << "0.1";
+        QTest::newRow("float of seven digits") << QVariant(1234.567F) << "1234.567";
+        QTest::newRow("float of eight digits") << QVariant(16777.219F) << "16777.219";
+        QTest::newRow("float of a million") << QVariant(1e6F) << "1000000";
         QTest::newRow("text") << QVariant("1e+06") << "1e+06";
         QTest::newRow("odd text") << QVariant(" 一百 ") << " 一百 ";
         QTest::newRow("1e300") << QVariant(1e300) << "1" + QString(300, '0');
@@ -127,6 +131,16 @@ private slots:
         const QVariantMap row = m_fixture->rowOf(order);
         QCOMPARE(row.value(Security::minQty), QVariant(text));
         QCOMPARE(row.value(Security::orderQty), quantity);
+    }
+
+    void minQty_ofTheRecord_isEmptiedWhenTheQuantityIsMissing() {
+        QVariantMap order = orderOf(kLimit, PriceType::limitPriceAllDealOrCancel);
+        order.remove(Security::orderQty);
+        order.insert(Security::minQty, "500");
+        for (const QVariantMap& row : {m_fixture->rowOf(order), m_fixture->instanceRowOf(order)}) {
+            QVERIFY(row.contains(Security::minQty));
+            QCOMPARE(row.value(Security::minQty).toString(), QString());
+        }
     }
 
     void minQty_quantityMissingOrNotFinite_isEmpty_data() {

@@ -112,6 +112,20 @@ private slots:
         QCOMPARE(log.count(QtDebugMsg, line), accepted ? 0 : 1);
     }
 
+    void update_statusAsNumber_readsAsItsText() {
+        open({{"1", "1|2"}});
+        const auto reportOf = [](const QVariant& status, int dealt) {
+            return QVariantMap{{Security::orderID, "O1"},
+                               {Security::orderStatus, status},
+                               {Security::cumQty, dealt}};
+        };
+        QVERIFY(canOrderUpdate(reportOf(1, 100), reportOf("1", 200)));
+        QVERIFY(canOrderUpdate(reportOf("1", 100), reportOf(2, 200)));
+        // A number and its text are the same status.
+        QVERIFY(!canOrderUpdate(reportOf(1, 100), reportOf("1", 100)));
+        QVERIFY(!canOrderUpdate(reportOf(2, 100), reportOf(1, 200)));
+    }
+
     void update_noStatusTable_isRefused() {
         open({});
         QVERIFY(!canOrderUpdate(report("O1", "A", 1), report("O1", "A", 2)));
@@ -172,6 +186,10 @@ private slots:
         add("after 1e300", a(1e300), a(100), quantityLine("1e+300", "100", "0", "0"));
         add("negative and back", a(-5), a(0));
         add("stored quantity that is not a number", a(kNan), a(100));
+        add("stored quantity that is infinite", a(kInfinity), a(100),
+            quantityLine("inf", "100", "0", "0"));
+        add("stored quantity that is infinite, other status", a(100, kInfinity), b(200, 100),
+            quantityLine("100", "200", "inf", "100"));
         add("other fields", report("O1", "A", 1),
             {{Security::orderID, "O1"},
              {Security::orderStatus, "A"},

@@ -66,6 +66,30 @@ private slots:
         QCOMPARE(modeOf({}), ReplyMode::AllResponse);
     }
 
+    void instance_fieldsOfElement0_keepTheirType_data() {
+        QTest::addColumn<QString>("field");
+        QTest::newRow("listID") << Security::listID;
+        QTest::newRow("replyMode") << Security::replyMode;
+    }
+    void instance_fieldsOfElement0_keepTheirType() {
+        QFETCH(QString, field);
+        for (const QVariant& value : {QVariant(7), QVariant(0), QVariant(2.5), QVariant("7")}) {
+            const QVariant sent = m_fixture->instance({{{field, value}}}).header.value(field);
+            QCOMPARE(sent, value);
+            QCOMPARE(sent.userType(), value.userType());
+        }
+    }
+
+    void instance_idWithoutSource_isLookedUpAndEmptyForAnUnknownSymbol() {
+        const QVariantMap order =
+            OrderFixture::with(OrderFixture::order("unknown.SH"),
+                               {{Security::securityID, "own"}, {Security::securityIDSource, ""}});
+        const QVariantMap row = m_fixture->instanceRowOf(order);
+        QVERIFY(row.contains(Security::securityID));
+        QCOMPARE(row.value(Security::securityID).toString(), QString());
+        QCOMPARE(m_fixture->rowOf(order).value(Security::securityID), QVariant("own"));
+    }
+
     void cancel_type_isNumericOnRequest() {
         const TakenMessage named = m_fixture->cancel({{Security::orderID, "O1"}});
         QCOMPARE(named.type, Quindar_MsgType::orderCancelRequest);

@@ -178,6 +178,10 @@ private slots:
         const QVariantMap linked = rowWith({{Instruction::InstructionID, "I7"}});
         QCOMPARE(linked.value(Security::parentOrderID), QVariant("I7"));
         QCOMPARE(linked.value(Security::orderFlowType), QVariant(orderFlowType::instructionOrder));
+        const QVariant number =
+            rowWith({{Instruction::InstructionID, 77}}).value(Security::parentOrderID);
+        QCOMPARE(number, QVariant(77));
+        QCOMPARE(number.userType(), int(QMetaType::Int));
         const QVariantMap without = rowWith({});
         QVERIFY(!without.contains(Security::parentOrderID));
         QVERIFY(!without.contains(Security::orderFlowType));
@@ -265,11 +269,7 @@ private slots:
         QVERIFY(m_fixture->accounts.calls.isEmpty());
     }
 
-    void list_accountsNotLoaded_waitsForThem_data() {
-        QTest::addColumn<bool>("isInstance");
-        QTest::newRow("NewOrderList") << false;
-        QTest::newRow("NewOrderListForInstance") << true;
-    }
+    void list_accountsNotLoaded_waitsForThem_data() { listKinds(); }
     void list_accountsNotLoaded_waitsForThem() {
         QFETCH(bool, isInstance);
         m_fixture.reset();
@@ -304,7 +304,39 @@ private slots:
         QCOMPARE(taken.rows.value(0).value(UserAccount::securityAccount), QVariant("A1"));
     }
 
+    void list_hostClosesBeforeTheLogin_hasAnEmptySecurityAccount_data() { listKinds(); }
+    void list_hostClosesBeforeTheLogin_hasAnEmptySecurityAccount() {
+        QFETCH(bool, isInstance);
+        m_fixture.reset();
+        AccountFixture fixture({TestAccount("T1").withSecurityAccount("1", "A1")},
+                               OrderFixture::symbols());
+        const TickingClock clock;
+        const OrderMessages messages(fixture.securityAccounts, clock);
+        const LogCapture log;
+        QVariantMap row;
+        std::thread asking([&] {
+            const QList<QVariantMap> list{{}, OrderFixture::order()};
+            row = TakenMessage(isInstance ? messages.NewOrderListForInstance(list, "type")
+                                          : messages.NewOrderList(list, false, false))
+                      .rows.value(0);
+        });
+        const bool waits = log.waitFor("GetFundAccountList wait for FundAccountInit");
+        LocalPlatform::instance().close();
+        asking.join();
+        QVERIFY(waits);
+        QVERIFY(row.contains(UserAccount::securityAccount));
+        QCOMPARE(row.value(UserAccount::securityAccount).toString(), QString());
+        QCOMPARE(row.value(UserAccount::securityExchange), QVariant(Exchange::sh));
+        QCOMPARE(row.value(Security::orderQty), QVariant(100));
+    }
+
 private:
+    static void listKinds() {
+        QTest::addColumn<bool>("isInstance");
+        QTest::newRow("NewOrderList") << false;
+        QTest::newRow("NewOrderListForInstance") << true;
+    }
+
     std::unique_ptr<OrderFixture> m_fixture;
 };
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Of this machine; read once, since reading it takes longer than building an order.
+/// The text for this machine, read once because reading it takes longer than building an order.
 struct Station {
     QString text = QStringList{QSysInfo::machineHostName(), QSysInfo::productType(),
                                QSysInfo::productVersion()}

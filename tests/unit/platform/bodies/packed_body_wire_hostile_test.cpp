@@ -16,6 +16,8 @@ private slots:
     void decode_hostile_isRefused_data();
     void decode_hostile_isRefused();
     void limits_bindBothWays();
+    void encode_textAtTheLimit_countsItsBytes_data();
+    void encode_textAtTheLimit_countsItsBytes();
     void decode_manyKeysInFallingOrder_keepsEveryKeyWithItsValue();
 };
 
@@ -110,6 +112,37 @@ void PackedBodyWireHostileTest::limits_bindBothWays() {
     QVERIFY(!PackedBodyWire::encode(bodyWith(List{large, large}), &written, &error));
     QVERIFY2(error.contains("more than 67108864 bytes"), qPrintable(error));
     QVERIFY(PackedBodyWire::encode(bodyWith(large), &written, &error));
+}
+
+void PackedBodyWireHostileTest::encode_textAtTheLimit_countsItsBytes_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("bytes");
+    const int limit = PackedBodyWire::Limits().bytes;
+    // What is around the text, whose own length takes five bytes.
+    const int around = encoded(bodyWith(QString())).size() + 4;
+    const auto add = [](const char* name, const QString& text, int bytes) {
+        QTest::newRow(name) << text << bytes;
+    };
+    const int most = limit - around;
+    add("ascii at the limit", QString(most, u'x'), limit);
+    add("ascii just above", QString(most + 1, u'x'), 0);
+    add("ascii as long as the limit", QString(limit, u'x'), 0);
+    add("ascii longer than the limit", QString(limit + 1, u'x'), 0);
+    // Fewer units than bytes are allowed; three bytes each.
+    add("chinese at the limit", QString(most / 3, u'长'), around + most / 3 * 3);
+    add("chinese above", QString(most / 3 + 1, u'长'), 0);
+    add("ascii, then chinese at the limit", QString(most - 3, u'x') + QChar(u'长'), limit);
+    add("ascii, then chinese above", QString(most - 2, u'x') + QChar(u'长'), 0);
+}
+
+void PackedBodyWireHostileTest::encode_textAtTheLimit_countsItsBytes() {
+    QFETCH(QString, text);
+    QFETCH(int, bytes);
+    QByteArray written("before");
+    QString error;
+    QCOMPARE(PackedBodyWire::encode(bodyWith(text), &written, &error), bytes > 0);
+    QCOMPARE(written.size(), bytes);
+    QCOMPARE(error.contains("more than 67108864 bytes"), bytes == 0);
 }
 
 /// Our own writer sorts the keys; here they are in reverse order and differ from row to row.

@@ -1,6 +1,8 @@
 #include "packed_body_wire.h"
 #include "wire_body.h"
 
+#include <QCborArray>
+#include <QCborMap>
 #include <QCborValue>
 #include <QDateTime>
 #include <QPoint>
@@ -164,6 +166,8 @@ private slots:
     void smallerInts_comeBackAsInt();
     void namedZone_comesBackAsItsOffset();
     void encoded_isPlainCborForOtherReaders();
+    void textsOfOtherLanguages_followedByOthers_comeBackWhole_data();
+    void textsOfOtherLanguages_followedByOthers_comeBackWhole();
     void keysOfTheRowBefore_areNotConfusedWithOthers();
     void encode_whatHasNoWireForm_isRefusedByName_data();
     void encode_whatHasNoWireForm_isRefusedByName();
@@ -282,6 +286,34 @@ void PackedBodyWireTest::encoded_isPlainCborForOtherReaders() {
     QCOMPARE(read.toArray().at(0).toMap().value("d").toDouble(), -7.25);
     QVERIFY(read.toArray().at(0).toMap().value("e").toArray().at(1).isNull());
     QCOMPARE(read.toArray().at(1).toMap().value("x").toInteger(), -1);
+}
+
+void PackedBodyWireTest::textsOfOtherLanguages_followedByOthers_comeBackWhole_data() {
+    QTest::addColumn<QString>("text");
+    // The length of a text takes one byte, two or three; a text's bytes are three times its units.
+    for (const int units : {1, 7, 8, 20, 23, 24, 85, 86, 200, 255, 256, 21845, 21846, 70000}) {
+        QTest::addRow("%d chinese", units) << QString(units, u'股');
+        QTest::addRow("%d ascii, then chinese", units) << QString(units, u'x') + QChar(u'股');
+        QTest::addRow("chinese, then %d ascii", units) << QChar(u'股') + QString(units, u'x');
+        QTest::addRow("%d ascii", units) << QString(units, u'x');
+    }
+    QTest::newRow("last ascii character") << QString(u'\x7f');
+    QTest::newRow("first other character") << QString(QChar(0x80));
+}
+
+void PackedBodyWireTest::textsOfOtherLanguages_followedByOthers_comeBackWhole() {
+    QFETCH(QString, text);
+    const List body{Map{{"a", text}, {"b", "after"}, {text, 1}, {"z", QStringList{text, "last"}}},
+                    Map{{"c", text}, {"d", 4}}};
+    const QByteArray bytes = encoded(body);
+    QVariant read;
+    QVERIFY(PackedBodyWire::decode(bytes, &read, nullptr));
+    QVERIFY(same(read, body));
+    QCborParserError error;
+    const QCborArray rows = QCborValue::fromCbor(bytes, &error).toArray();
+    QCOMPARE(error.error.c, QCborError::NoError);
+    QCOMPARE(rows.at(0).toMap().value("a").toString(), text);
+    QCOMPARE(rows.at(1).toMap().value("d").toInteger(), 4);
 }
 
 void PackedBodyWireTest::keysOfTheRowBefore_areNotConfusedWithOthers() {

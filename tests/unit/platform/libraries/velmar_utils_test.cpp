@@ -272,7 +272,7 @@ private slots:
         QCOMPARE(log.texts(QtWarningMsg).size(), 2);
     }
 
-    // Directories
+    // Order station
 
     void orderStation_isTheSameInARun_behindThePrefix() {
         const QString station = VelmarUtils::GetVelmarOrderStation(QString());
@@ -283,6 +283,8 @@ private slots:
         QCOMPARE(VelmarUtils::GetVelmarOrderStation("柜台 1"), "柜台 1;" + station);
         QCOMPARE(VelmarUtils::GetVelmarOrderStation(";"), ";;" + station);
     }
+
+    // Directories
 
     void directories_areUnderTheHomeAndMade() {
         const QString user = VelmarUtils::GetUserCfgFileDir();
