@@ -167,8 +167,6 @@ void ZnBusinessDataManager::InitData(const std::function<bool()>& isBrokenOff) {
 void ZnBusinessDataManager::loadNewStocks() {
     const QStringList exchanges{Quindar_Values::Exchange::sh, Quindar_Values::Exchange::sz,
                                 Velmar_Values::Exchange::bj};
-    constexpr int kCashAndMargin =
-        Torvi_InnerFundProp::normalTrade | Torvi_InnerFundProp::marginTrade;
     constexpr bool kIncludeDistributed = true;
     constexpr bool kWait = true;
     QStringList accounts;

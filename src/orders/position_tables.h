@@ -41,7 +41,7 @@ struct MarketValueTables {
     QSet<QString> m_leftOut;
 };
 
-/// A change of a symbol's price, with the rebuild before it.
+/// A change of a symbol's price, with the epoch (the number of rebuilds) in which it was noted.
 struct PriceStep {
     double before = 0;
     double after = 0;
