@@ -9,8 +9,8 @@
 
 class ZnPresenterClass;
 
-/// The neighbouring data plug-in: positions and executions of the day. Any thread; memory only.
-/// Empty as long as the client has no such plug-in.
+/// The neighbouring data plug-in: positions and executions of the day. Any thread; memory only,
+/// where nothing else is said. Empty as long as the client has no such plug-in.
 class PLATFORM_API BusinessDataInterface {
 public:
     /// Executions of the day that match every field of `account` (UserAccount::tradingAccount), in
@@ -28,6 +28,7 @@ public:
                                                        const QString&, const QString&,
                                                        const QString&, const QString&,
                                                        const QString&);
-    /// Requests the funds of all accounts again. Without effect for a null presenter.
+    /// Requests the funds of all accounts again. Without effect for a null presenter. Blocks: the
+    /// local client reads its market's file.
     static void RequeryAccountFundInfo(ZnPresenterClass* presenter);
 };
