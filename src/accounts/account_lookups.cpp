@@ -11,6 +11,10 @@ void AccountLookups::waitIf(bool wait) const {
     }
 }
 
+void AccountLookups::waitUntilLoaded(const std::function<bool()>& isGivenUp) const {
+    m_state.blockCheckFundInited(isGivenUp);
+}
+
 tagUserAccountInfo AccountLookups::GetAccountInfoByTradingAccount(const QString& tradingAccount,
                                                                   bool) const {
     m_state.blockCheckFundInited();

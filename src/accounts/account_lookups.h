@@ -4,6 +4,7 @@
 #include <QMap>
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 #include "account_state.h"
 #include "tag_user_account_info.h"
@@ -19,6 +20,10 @@ class AccountLookups {
 public:
     AccountLookups(const AccountState& state, SecurityAccounts& securityAccounts)
         : m_state(state), m_securityAccounts(securityAccounts) {}
+
+    /// The wait of the operations below, which ends as well when `isGivenUp` returns true; that is
+    /// asked every 10 ms.
+    void waitUntilLoaded(const std::function<bool()>& isGivenUp) const;
 
     // One account.
     tagUserAccountInfo GetAccountInfoByTradingAccount(const QString& tradingAccount, bool) const;

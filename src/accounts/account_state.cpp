@@ -18,9 +18,9 @@ void AccountOrder::assign(const QStringList& orderList) {
     }
 }
 
-void AccountState::blockCheckFundInited() const {
+void AccountState::blockCheckFundInited(const std::function<bool()>& isGivenUp) const {
     while (!m_fundAccountInited) {
-        if (ZnCore::instance()->isClosing()) {
+        if (ZnCore::instance()->isClosing() || (isGivenUp && isGivenUp())) {
             return;
         }
         qCDebug(lcAccounts) << "GetFundAccountList wait for FundAccountInit";

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -79,8 +80,9 @@ public:
         const Guarded<AccountTables>::ReadHandle& tables) const;
 
     /// Waits until the tables are ready, in 10 ms sleeps and without limit; returns early only when
-    /// the host is closing. Never called under a lock.
-    void blockCheckFundInited() const;
+    /// the host is closing or `isGivenUp`, if there is one, returns true. Never called under a
+    /// lock.
+    void blockCheckFundInited(const std::function<bool()>& isGivenUp = {}) const;
 
 private:
     mutable Guarded<AccountRowsCache, QMutex> m_accountRowsLock{"m_accountRowsLock",

@@ -155,8 +155,8 @@ void ZnBusinessDataManager::RequeryFundInfo(ZnPresenterClass* presenter) const {
     BusinessDataInterface::RequeryAccountFundInfo(presenter);
 }
 
-void ZnBusinessDataManager::InitData() {
-    m_marketValues->initPosData();
+void ZnBusinessDataManager::InitData(const std::function<bool()>& isBrokenOff) {
+    m_marketValues->initPosData(isBrokenOff);
     ZnNewStockDataHandler::instance().init(ZnNewStockDataHandler::Issues);
     loadNewStocks();
     qCInfo(lcCore) << kInitDataTag << "初始化新股信息";
@@ -167,8 +167,6 @@ void ZnBusinessDataManager::InitData() {
 void ZnBusinessDataManager::loadNewStocks() {
     const QStringList exchanges{Quindar_Values::Exchange::sh, Quindar_Values::Exchange::sz,
                                 Velmar_Values::Exchange::bj};
-    constexpr int kCashAndMargin =
-        Torvi_InnerFundProp::normalTrade | Torvi_InnerFundProp::marginTrade;
     constexpr bool kIncludeDistributed = true;
     constexpr bool kWait = true;
     QStringList accounts;

@@ -48,8 +48,9 @@ public:
     explicit ZnBusinessDataManager(QObject* parent = nullptr);
     ~ZnBusinessDataManager() override;
 
-    /// The last part of the start-up: loads what needs the account tables.
-    void InitData();
+    /// The last part of the start-up: loads what needs the account tables. The positions are left
+    /// as they are when `isBrokenOff`, which is asked before each account, returns true.
+    void InitData(const std::function<bool()>& isBrokenOff = nullptr);
 
     /// Has the neighbouring data plug-in read the funds of all accounts again. Does nothing without
     /// a presenter.

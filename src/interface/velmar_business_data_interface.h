@@ -569,16 +569,18 @@ public:
 
     // Market value and funds.
 
-    /// The market value of an account's positions. Any thread; first load; does not block. Empty
-    /// for an account without positions.
+    /// The market value of an account's positions. Any thread; first load; waits while the
+    /// positions are read again. Empty for an account without positions.
     static VelmarMarketValueInfo GetMarketValueByTradingAccount(const QString& tradingAccount);
     /// The value of a quantity in pieces (shares or contracts) at a price in the currency of the
     /// symbol: for gold per gram, for futures and options per unit of the contract, for all others
     /// per piece. `multiplier` (units of one contract) counts for futures alone. Returns 0 with
-    /// `error` set for a bond whose accrued interest is unknown; sets it in no other case. Returns
-    /// 0 with a log line when the figures give no finite value. Any thread; does not block.
+    /// `error` set for a bond whose accrued interest is unknown; sets it in no other case. A value
+    /// that is not finite gives 0 without a text, with a log line for the first such value of a
+    /// symbol. Any thread; does not block.
     static double calcMarketValue(QString& error, const QString& symbol, const qint64& quantity,
                                   const double& price, const double& multiplier);
-    /// Has the funds of all accounts read again. Any thread; presenter.
+    /// Has the neighbouring data plug-in read the funds of all accounts again. Any thread;
+    /// presenter; blocks while that plug-in reads. Does nothing without that plug-in.
     static void RequeryFundInfo();
 };

@@ -79,5 +79,7 @@ double VelmarBusinessDataInterface::calcMarketValue(QString& error, const QStrin
 
 void VelmarBusinessDataInterface::RequeryFundInfo() {
     const PresenterUse use;
-    core().RequeryFundInfo(use.presenter());
+    if (use.presenter()) {
+        core().RequeryFundInfo(use.presenter());
+    }
 }

@@ -1,8 +1,5 @@
 #include "calc_market_value.h"
 
-#include <cmath>
-
-#include "log.h"
 #include "symbol_data_reader.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
@@ -26,8 +23,12 @@ double bondValue(const QStringList& standardBonds, QString& error, const QString
     return (bond.stockInterest + price) * quantity;
 }
 
-double rawValue(const SymbolDataReader& symbols, const QStringList& standardBonds, QString& error,
-                const QString& symbol, double quantity, double price, double multiplier) {
+}  // namespace
+
+double calcMarketValue(const SymbolDataReader& symbols, const QStringList& standardBonds,
+                       QString& error, const QString& symbol, qint64 pieces, double price,
+                       double multiplier) {
+    const auto quantity = static_cast<double>(pieces);
     const QString type = symbols.securityTypeOf(symbol);
     // A list of securities need not contain the standard bonds.
     if (type == MdcSecurityType::BondType || (type.isEmpty() && standardBonds.contains(symbol))) {
@@ -45,19 +46,4 @@ double rawValue(const SymbolDataReader& symbols, const QStringList& standardBond
         return quantity * price * gold.value(GoldTrade::TradeUnitQty).toDouble();
     }
     return quantity * price;
-}
-
-}  // namespace
-
-double calcMarketValue(const SymbolDataReader& symbols, const QStringList& standardBonds,
-                       QString& error, const QString& symbol, qint64 quantity, double price,
-                       double multiplier) {
-    const double value = rawValue(symbols, standardBonds, error, symbol,
-                                  static_cast<double>(quantity), price, multiplier);
-    if (!std::isfinite(value)) {
-        qCWarning(lcOrders) << "no market value of" << symbol << "for quantity" << quantity
-                            << "price" << price << "multiplier" << multiplier;
-        return 0.0;
-    }
-    return value;
 }

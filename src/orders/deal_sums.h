@@ -16,7 +16,8 @@ class CountedDeals;
 /// is above 1e15 counts as 0.0 too and is reported by logLeftOut().
 class DealSums {
 public:
-    /// Adds a row of the execution list, whatever it repeats, and appends its id if it has one.
+    /// Adds a row of the execution list, even if its id was added before, and appends the id if it
+    /// has one.
     void addListed(const QVariantMap& deal, std::vector<quint64>* ids);
     /// Adds a deal of the stream, unless its id is counted already. A deal without an id always
     /// counts.

@@ -20,6 +20,8 @@ namespace {
 
 constexpr int kSubscribe = 1;
 constexpr int kFiveLevels = 0;
+/// Texts that are no symbols must not fill the log, one by one.
+constexpr int kMostWithoutValue = 1000;
 
 void subscribeTicks(const QStringList& symbols) {
     if (!symbols.isEmpty()) {
@@ -27,14 +29,10 @@ void subscribeTicks(const QStringList& symbols) {
     }
 }
 
-/// Whether this is the first such line for the position since the last rebuild.
-bool isNewRemark(QSet<QString>& logged, const QString& tradingAccount, const QString& symbol) {
-    const QString key = tradingAccount + QLatin1Char('|') + symbol;
-    if (logged.contains(key)) {
-        return false;
-    }
-    logged.insert(key);
-    return true;
+QString incompleteRemark(const QString& tradingAccount, const QString& symbol) {
+    return QStringLiteral(
+               "position push without account or security: account \"%1\", security \"%2\"")
+        .arg(tradingAccount, symbol);
 }
 
 void logRemarks(const QStringList& remarks) {
@@ -53,6 +51,11 @@ double rateIn(const QVariantMap& record) {
     return record.value(HKSExchgRate::HKSExchgRateMid, 1.0).toDouble();
 }
 
+double costOf(const QVariantMap& record) {
+    return record.value(Security::omsAverageCost).toDouble() *
+           record.value(Security::nominalQty).toDouble() * rateIn(record);
+}
+
 }  // namespace
 
 /// What a position row changed in its record.
@@ -64,6 +67,10 @@ struct MarketValues::Change {
     double newNominal = 0;
     double oldCost = 0;
     double newCost = 0;
+    /// The cost of the record that was made before the symbol was known, which the row replaces.
+    QString unknownSymbol;
+    double unknownCost = 0;
+    bool isIncomplete = false;  ///< without account or security
     quint64 epoch = 0;
 };
 
@@ -75,7 +82,7 @@ void MarketValues::loadStandardBonds() {
     qCInfo(lcOrders) << "加载标准券代码共计：" << m_standardBondList.size();
 }
 
-void MarketValues::initPosData() {
+void MarketValues::initPosData(const std::function<bool()>& isBrokenOff) {
     // Outlives the locks: it holds the former tables in the end, whose destruction takes a while.
     std::optional<PositionRebuild> rebuild;
     {
@@ -84,13 +91,16 @@ void MarketValues::initPosData() {
         const auto positions = m_positionLock.write();
         const auto prices = m_lastPriceLock.write();
         const auto totals = m_marketValueLock.write();
-        ++m_epoch;
         rebuild.emplace(m_symbols, m_standardBondList, *positions, *prices);
         const QStringList accounts =
             CBusinessDataBase::GetInstance()->GetTradeAccountList({AuthorityType::AccountTrade});
         for (const QString& account : accounts) {
+            if (isBrokenOff && isBrokenOff()) {
+                return;
+            }
             rebuild->add(account, positionRows(account));
         }
+        ++m_epoch;
         std::swap(*positions, rebuild->positions);
         std::swap(*prices, rebuild->prices);
         std::swap(*totals, rebuild->totals);
@@ -107,9 +117,7 @@ void MarketValues::slotPositionUpdated(const QVariantMap& dataMap) {
     {
         const std::lock_guard<std::mutex> stream(m_streamLock);
         Change change;
-        if (!applyPosition(dataMap, &change)) {
-            return;
-        }
+        applyPosition(dataMap, &change);
         betweenLocks();
         double price = 0;
         isPriced = readPrice(change.security, &price);
@@ -122,22 +130,15 @@ void MarketValues::slotPositionUpdated(const QVariantMap& dataMap) {
     }
 }
 
-/// Writes the row into its record and fills `change`. False, with a log line and an unchanged
-/// record, for a quantity that no total may contain.
-bool MarketValues::applyPosition(const QVariantMap& dataMap, Change* change) {
+/// Writes the row into its record and fills `change`. As in a rebuild, the record takes any
+/// quantity; the totals decide whether its figures count.
+void MarketValues::applyPosition(const QVariantMap& dataMap, Change* change) {
     const QString securityID = dataMap.value(Security::securityID).toString();
     const QString exchange = dataMap.value(UserAccount::securityExchange).toString();
     change->tradingAccount = dataMap.value(UserAccount::tradingAccount).toString();
-    if (change->tradingAccount.isEmpty() || securityID.isEmpty()) {
-        qCWarning(lcOrders) << "position push without account or security:" << dataMap;
-    }
+    change->isIncomplete = change->tradingAccount.isEmpty() || securityID.isEmpty();
     change->security = positionSecurityOf(m_symbols, m_standardBondList, securityID, exchange);
     change->newNominal = dataMap.value(Security::nominalQty).toDouble() * change->security.unit;
-    if (!isCountable(change->newNominal)) {
-        qCWarning(lcOrders) << "position push ignored: its quantity is no finite number or above"
-                            << "1e15:" << dataMap;
-        return false;
-    }
     const double averageCost = dataMap.value(Security::omsAverageCost).toDouble();
     const bool ratesApply = hasExchangeRate(exchange);
     const double midRate = ratesApply ? midRateOf(m_symbols.hongKongRates(), exchange) : 1.0;
@@ -145,7 +146,11 @@ bool MarketValues::applyPosition(const QVariantMap& dataMap, Change* change) {
 
     auto positions = m_positionLock.write();
     change->epoch = m_epoch;
-    auto& records = positions->m_positionMap[change->tradingAccount][change->security.symbol];
+    auto& bySymbol = positions->m_positionMap[change->tradingAccount];
+    if (change->security.isKnown) {
+        takeUnknown(bySymbol, securityID, exchange, change);
+    }
+    auto& records = bySymbol[change->security.symbol];
     const bool isNew = !records.contains(exchange);
     QVariantMap& record = records[exchange];
     if (isNew && ratesApply) {
@@ -158,8 +163,7 @@ bool MarketValues::applyPosition(const QVariantMap& dataMap, Change* change) {
     }
     change->rate = rateIn(record);
     change->oldNominal = record.value(Security::nominalQty).toDouble();
-    change->oldCost =
-        record.value(Security::omsAverageCost).toDouble() * change->oldNominal * change->rate;
+    change->oldCost = costOf(record);
     change->newCost = averageCost * change->newNominal * change->rate;
     record.insert(Security::nominalQty, change->newNominal);
     record.insert(Security::omsAverageCost, averageCost);
@@ -172,7 +176,21 @@ bool MarketValues::applyPosition(const QVariantMap& dataMap, Change* change) {
     if (isRateMissing) {
         logRemarks({missingRateRemark(exchange)});
     }
-    return true;
+}
+
+/// Removes the record that a row of the position left before its symbol was known.
+void MarketValues::takeUnknown(RecordsBySymbol& bySymbol, const QString& securityID,
+                               const QString& exchange, Change* change) {
+    const QString symbol = unknownSymbol(securityID);
+    const auto records = bySymbol.find(symbol);
+    if (records == bySymbol.end() || !records->contains(exchange)) {
+        return;
+    }
+    change->unknownSymbol = symbol;
+    change->unknownCost = costOf(records->take(exchange));
+    if (records->isEmpty()) {
+        bySymbol.erase(records);
+    }
 }
 
 bool MarketValues::readPrice(const PositionSecurity& security, double* price) const {
@@ -197,6 +215,10 @@ void MarketValues::addToTotals(const Change& change, double price) {
     delta.costValue = countable(change.newCost) - countable(change.oldCost);
     delta.symbolMarketValueMap.insert(symbol, delta.marketValue);
     delta.symbolCostValueMap.insert(symbol, delta.costValue);
+    if (!change.unknownSymbol.isEmpty()) {
+        delta.costValue -= countable(change.unknownCost);
+        delta.symbolCostValueMap.insert(change.unknownSymbol, -countable(change.unknownCost));
+    }
 
     auto totals = m_marketValueLock.write();
     if (change.epoch != m_epoch) {
@@ -205,10 +227,12 @@ void MarketValues::addToTotals(const Change& change, double price) {
     VelmarMarketValueInfo& total = totals->m_marketValueMap[change.tradingAccount];
     total.tradingAccount = change.tradingAccount;
     total += delta;
-    if ((!isCountable(value) || !isCountable(change.newCost)) &&
+    const bool isLeftOut = !isCountable(value) || !isCountable(change.newCost);
+    if ((isLeftOut || change.isIncomplete) &&
         isNewRemark(totals->m_leftOut, change.tradingAccount, symbol)) {
-        remarks.append(
-            leftOutRemark(change.tradingAccount, symbol, change.newNominal, price, change.newCost));
+        remarks.append(isLeftOut ? leftOutRemark(change.tradingAccount, symbol, change.newNominal,
+                                                 price, change.newCost)
+                                 : incompleteRemark(change.tradingAccount, symbol));
     }
     totals.unlock();
     logRemarks(remarks);
@@ -302,6 +326,23 @@ VelmarMarketValueInfo MarketValues::GetMarketValueByTradingAccount(
 
 double MarketValues::calcMarketValue(QString& error, const QString& symbol, qint64 quantity,
                                      double price, double multiplier) const {
-    return ::calcMarketValue(m_symbols, m_standardBondList, error, symbol, quantity, price,
-                             multiplier);
+    const double value = ::calcMarketValue(m_symbols, m_standardBondList, error, symbol, quantity,
+                                           price, multiplier);
+    if (std::isfinite(value)) {
+        return value;
+    }
+    if (isFirstWithoutValue(symbol)) {
+        qCWarning(lcOrders) << "no market value of" << symbol << "for quantity" << quantity
+                            << "price" << price << "multiplier" << multiplier;
+    }
+    return 0.0;
+}
+
+bool MarketValues::isFirstWithoutValue(const QString& symbol) const {
+    const auto logged = m_withoutValueLock.lock();
+    if (logged->size() >= kMostWithoutValue || logged->contains(symbol)) {
+        return false;
+    }
+    logged->insert(symbol);
+    return true;
 }

@@ -38,6 +38,10 @@ double countable(double contribution) {
     return isCountable(contribution) ? contribution : 0.0;
 }
 
+QString unknownSymbol(const QString& securityID) {
+    return QLatin1Char('?') + securityID;
+}
+
 PositionSecurity positionSecurityOf(const SymbolDataReader& symbols,
                                     const QStringList& standardBonds, const QString& securityID,
                                     const QString& exchange) {
@@ -48,7 +52,7 @@ PositionSecurity positionSecurityOf(const SymbolDataReader& symbols,
         security.unit = symbols.displayFactorOf(security.symbol) *
                         multiplierOf(symbols.detailsOf(security.symbol));
     } else {
-        security.symbol = securityID;
+        security.symbol = unknownSymbol(securityID);
     }
     if (exchange == Exchange::sge) {
         security.unit *= kGramsPerKilogram;

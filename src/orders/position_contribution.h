@@ -16,13 +16,17 @@ double countable(double contribution);
 
 /// The security of a position row.
 struct PositionSecurity {
-    QString symbol;  ///< when no symbol is known, the row's security id
+    /// When no symbol is known, the row's security id behind a "?", which begins no symbol: the id
+    /// may read like the symbol of another security, or become known later.
+    QString symbol;
     bool isKnown = false;
     /// The nominal quantity of one display unit: display factor times contract multiplier, which
     /// for gold counts kilograms, while its price is per gram.
     double unit = 1.0;
 };
 
+/// The name of a security id without a known symbol.
+QString unknownSymbol(const QString& securityID);
 /// A standard bond is known even where no list of securities contains it.
 PositionSecurity positionSecurityOf(const SymbolDataReader& symbols,
                                     const QStringList& standardBonds, const QString& securityID,

@@ -7,6 +7,28 @@
 #include "symbol_data_reader.h"
 #include "vocabulary/fields.h"
 
+namespace {
+
+/// Appends the remark on the first of several, with their count.
+void appendRemark(QStringList* remarks, const QString& first, int count, const char* what) {
+    if (count == 1) {
+        remarks->append(first);
+    } else if (count > 1) {
+        remarks->append(QStringLiteral("%1; %2 %3 in all").arg(first).arg(count).arg(what));
+    }
+}
+
+}  // namespace
+
+bool isNewRemark(QSet<QString>& logged, const QString& tradingAccount, const QString& symbol) {
+    const QString key = tradingAccount + QLatin1Char('|') + symbol;
+    if (logged.contains(key)) {
+        return false;
+    }
+    logged.insert(key);
+    return true;
+}
+
 QString leftOutRemark(const QString& tradingAccount, const QString& symbol, double nominal,
                       double price, double cost) {
     return QStringLiteral(
@@ -28,6 +50,13 @@ PositionRebuild::PositionRebuild(const SymbolDataReader& symbols, const QStringL
     : m_symbols(symbols), m_standardBonds(standardBonds), m_rates(symbols.hongKongRates()) {
     positions.m_withoutRate = formerPositions.m_withoutRate;
     prices.m_lastPriceMap = formerPrices.m_lastPriceMap;
+}
+
+QStringList PositionRebuild::remarks() const {
+    QStringList all = m_missingRates;
+    appendRemark(&all, m_firstLeftOut, m_leftOutCount, "rows");
+    appendRemark(&all, m_firstBadPrice, m_badPriceCount, "symbols");
+    return all;
 }
 
 void PositionRebuild::add(const QString& tradingAccount, const QList<QVariantMap>& rows) {
@@ -52,7 +81,11 @@ void PositionRebuild::addRow(const QString& tradingAccount, const QVariantMap& r
     const double value = nominal * price * rate;
     const double cost = row.value(Security::omsAverageCost).toDouble() * nominal * rate;
     if (!isCountable(value) || !isCountable(cost)) {
-        m_remarks.append(leftOutRemark(tradingAccount, security.symbol, nominal, price, cost));
+        // The streams need not log it again. Several rows of one position are one remark there.
+        isNewRemark(totals.m_leftOut, tradingAccount, security.symbol);
+        if (++m_leftOutCount == 1) {
+            m_firstLeftOut = leftOutRemark(tradingAccount, security.symbol, nominal, price, cost);
+        }
     }
     VelmarMarketValueInfo contribution;
     contribution.marketValue = countable(value);
@@ -91,7 +124,7 @@ double PositionRebuild::rateOf(const QString& exchange, QVariantMap& record) {
     }
     if (!positions.m_withoutRate.contains(exchange)) {
         positions.m_withoutRate.insert(exchange);
-        m_remarks.append(missingRateRemark(exchange));
+        m_missingRates.append(missingRateRemark(exchange));
     }
     return 1.0;
 }
@@ -117,9 +150,12 @@ void PositionRebuild::readPrice(const QString& symbol, double* price) {
     const double last = CommonQuotaHandler::instance().getLastPrice(symbol);
     if (std::isfinite(last)) {
         *price = last;
-    } else {
-        m_remarks.append(QStringLiteral("the last price of %1 is not a finite number, %2 counts")
-                             .arg(symbol)
-                             .arg(*price));
+        return;
+    }
+    prices.m_badTicks.insert(symbol);
+    if (++m_badPriceCount == 1) {
+        m_firstBadPrice = QStringLiteral("the last price of %1 is not a finite number, %2 counts")
+                              .arg(symbol)
+                              .arg(*price);
     }
 }

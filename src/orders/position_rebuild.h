@@ -28,8 +28,9 @@ public:
     int rowCount() const { return m_rowCount; }
     /// The known symbols that are held, without the standard bonds.
     const QStringList& symbols() const { return m_priced; }
-    /// What is to be logged once the locks are released.
-    const QStringList& remarks() const { return m_remarks; }
+    /// What is to be logged once the locks are released: a line for each kind of figure that does
+    /// not count, however many rows have one.
+    QStringList remarks() const;
 
     PositionTables positions;
     LastPriceTables prices;
@@ -49,10 +50,16 @@ private:
     QHash<QPair<QString, QString>, PositionSecurity> m_securities;
     QSet<QString> m_isPriced;
     QStringList m_priced;  // the same, in the order of the rows
-    QStringList m_remarks;
+    QStringList m_missingRates;
+    QString m_firstLeftOut;  // the remarks on the first ones of their kind
+    QString m_firstBadPrice;
+    int m_leftOutCount = 0;   // rows
+    int m_badPriceCount = 0;  // symbols
     int m_rowCount = 0;
 };
 
+/// Whether this is the first remark on the position since the last rebuild; notes it in `logged`.
+bool isNewRemark(QSet<QString>& logged, const QString& tradingAccount, const QString& symbol);
 /// The log line for figures of a position that a total leaves out.
 QString leftOutRemark(const QString& tradingAccount, const QString& symbol, double nominal,
                       double price, double cost);

@@ -17,9 +17,12 @@ struct Holding {
 /// The holders of one symbol, by trading account and exchange.
 using SymbolHolders = QMap<QString, QMap<QString, Holding>>;
 
+/// The position records of one account, by symbol and exchange.
+using RecordsBySymbol = QMap<QString, QMap<QString, QVariantMap>>;
+
 struct PositionTables {
-    /// Position record by trading account, symbol and exchange.
-    QMap<QString, QMap<QString, QMap<QString, QVariantMap>>> m_positionMap;
+    /// By trading account.
+    QMap<QString, RecordsBySymbol> m_positionMap;
     /// The same by symbol, so that a tick costs nothing for accounts without it; of known symbols.
     QHash<QString, SymbolHolders> m_holders;
     /// Exchanges whose missing rate was logged.
@@ -34,11 +37,11 @@ struct LastPriceTables {
 
 struct MarketValueTables {
     QMap<QString, VelmarMarketValueInfo> m_marketValueMap;
-    /// Positions whose figures were left out and logged since the last rebuild.
+    /// Positions on which a line was logged since the last rebuild, or by it.
     QSet<QString> m_leftOut;
 };
 
-/// A change of a symbol's price, with the rebuild before it.
+/// A change of a symbol's price, with the epoch (the number of rebuilds) in which it was noted.
 struct PriceStep {
     double before = 0;
     double after = 0;

@@ -35,28 +35,6 @@ RealizedProfit::ProfitBySymbol profitsOf(const ItemsBySymbol& symbols) {
     return profits;
 }
 
-/// The records of an update event, still without their profit.
-QVariantList recordsOf(const RealizedProfitTable& changes) {
-    QVariantList records;
-    for (auto account = changes.cbegin(); account != changes.cend(); ++account) {
-        for (auto symbol = account->cbegin(); symbol != account->cend(); ++symbol) {
-            for (auto item = symbol->cbegin(); item != symbol->cend(); ++item) {
-                records.append(QVariantMap{{UserAccount::tradingAccount, account.key()},
-                                           {UserAccount::securityAccount, item.key()},
-                                           {Security::symbol, symbol.key()},
-                                           {AppraisementInfo::benefitTotal, 0.0}});
-            }
-        }
-    }
-    return records;
-}
-
-/// Edits the record in its place: this runs under the lock, for each of many records.
-void setProfit(QVariant* record, double profit) {
-    auto* const fields = static_cast<QVariantMap*>(record->data());
-    (*fields)[AppraisementInfo::benefitTotal] = profit;
-}
-
 }  // namespace
 
 double realizedProfitOf(const RealizedProfitItem& item) {
@@ -68,11 +46,16 @@ double realizedProfitOf(const RealizedProfitItem& item) {
     return gain - item.commission;
 }
 
-double RealizedProfit::GetRealizedProfitByAccount(const QString& tradingAccount) const {
+std::shared_ptr<const RealizedProfitTable> RealizedProfit::table() const {
     const auto tables = m_profitLock.lock();
-    const auto account = tables->m_realizedProfitMap.constFind(tradingAccount);
+    return tables->m_realizedProfitMap;
+}
+
+double RealizedProfit::GetRealizedProfitByAccount(const QString& tradingAccount) const {
+    const auto accounts = table();
+    const auto account = accounts->constFind(tradingAccount);
     double sum = 0;
-    if (account != tables->m_realizedProfitMap.cend()) {
+    if (account != accounts->cend()) {
         for (const ItemsBySecurityAccount& items : *account) {
             sum += sumOf(items);
         }
@@ -83,9 +66,9 @@ double RealizedProfit::GetRealizedProfitByAccount(const QString& tradingAccount)
 double RealizedProfit::GetRealizedProfitByAccountAndSymbol(const QString& tradingAccount,
                                                            const QString& symbol,
                                                            const QString& securityAccount) const {
-    const auto tables = m_profitLock.lock();
-    const auto account = tables->m_realizedProfitMap.constFind(tradingAccount);
-    if (account == tables->m_realizedProfitMap.cend()) {
+    const auto accounts = table();
+    const auto account = accounts->constFind(tradingAccount);
+    if (account == accounts->cend()) {
         return 0;
     }
     const auto items = account->constFind(symbol);
@@ -101,16 +84,15 @@ double RealizedProfit::GetRealizedProfitByAccountAndSymbol(const QString& tradin
 
 RealizedProfit::ProfitBySymbol RealizedProfit::GetRealizedProfitMapByAccount(
     const QString& tradingAccount) const {
-    const auto tables = m_profitLock.lock();
-    const auto account = tables->m_realizedProfitMap.constFind(tradingAccount);
-    return account != tables->m_realizedProfitMap.cend() ? profitsOf(*account) : ProfitBySymbol();
+    const auto accounts = table();
+    const auto account = accounts->constFind(tradingAccount);
+    return account != accounts->cend() ? profitsOf(*account) : ProfitBySymbol();
 }
 
 QMap<QString, RealizedProfit::ProfitBySymbol> RealizedProfit::GetAllRealizedProfitMap() const {
-    const auto tables = m_profitLock.lock();
-    const RealizedProfitTable& accounts = tables->m_realizedProfitMap;
+    const auto accounts = table();
     QMap<QString, ProfitBySymbol> profits;
-    for (auto account = accounts.cbegin(); account != accounts.cend(); ++account) {
+    for (auto account = accounts->cbegin(); account != accounts->cend(); ++account) {
         profits.insert(profits.cend(), account.key(), profitsOf(*account));
     }
     return profits;
@@ -140,9 +122,16 @@ std::optional<RealizedProfit::Fresh> RealizedProfit::build(
 
 void RealizedProfit::replace(Fresh fresh, const std::function<void()>& announce) {
     m_counted = std::move(fresh.counted);
+    putInForce(std::move(fresh.table), announce);
+}
+
+void RealizedProfit::putInForce(RealizedProfitTable changed,
+                                const std::function<void()>& announce) {
+    std::shared_ptr<const RealizedProfitTable> table =
+        std::make_shared<RealizedProfitTable>(std::move(changed));
     const auto tables = m_profitLock.lock();
-    // `fresh` is destroyed after the lock is released, and the former table with it.
-    tables->m_realizedProfitMap.swap(fresh.table);
+    // The former table is destroyed after the lock is released.
+    tables->m_realizedProfitMap.swap(table);
     announce();
 }
 
@@ -160,19 +149,22 @@ void RealizedProfit::addDeals(const QVariantList& deals,
     if (changes.isEmpty()) {
         return;
     }
-    QVariantList records = recordsOf(changes);
-    auto record = records.begin();
-    const auto tables = m_profitLock.lock();
+    QVariantList records;
+    RealizedProfitTable changed = *table();
     for (auto account = changes.cbegin(); account != changes.cend(); ++account) {
-        ItemsBySymbol& symbols = tables->m_realizedProfitMap[account.key()];
+        ItemsBySymbol& symbols = changed[account.key()];
         for (auto symbol = account->cbegin(); symbol != account->cend(); ++symbol) {
             ItemsBySecurityAccount& items = symbols[symbol.key()];
             for (auto change = symbol->cbegin(); change != symbol->cend(); ++change) {
                 RealizedProfitItem& item = items[change.key()];
                 item += *change;
-                setProfit(&*record++, realizedProfitOf(item));
+                records.append(
+                    QVariantMap{{UserAccount::tradingAccount, account.key()},
+                                {UserAccount::securityAccount, change.key()},
+                                {Security::symbol, symbol.key()},
+                                {AppraisementInfo::benefitTotal, realizedProfitOf(item)}});
             }
         }
     }
-    announce(records);
+    putInForce(std::move(changed), [&] { announce(records); });
 }

@@ -7,6 +7,7 @@
 #include <QVariantList>
 #include <QVariantMap>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "counted_deals.h"
@@ -19,7 +20,9 @@ double realizedProfitOf(const RealizedProfitItem& item);
 
 /// Realized profit by trading account, symbol and security account, in the currency of the symbol,
 /// computed from deals alone. Any thread may read; the table is replaced and changed on one thread
-/// at a time. Lock: m_profitLock, held for the read or the change alone.
+/// at a time. A table is never changed once it is in force: a change replaces it by a changed copy,
+/// which shares what stayed the same. Lock: m_profitLock, held while the table is replaced and the
+/// change is announced, and by a reader while it takes the table, not while it computes.
 class RealizedProfit {
 public:
     using ProfitBySymbol = QMap<QString, QMap<QString, double>>;
@@ -40,7 +43,7 @@ public:
         CountedDeals counted;
     };
     /// Sums the rows of the execution list; takes no lock. Returns nothing when `isBrokenOff`,
-    /// which is asked every 10,000 rows, returns true.
+    /// which is called every 10,000 rows, returns true.
     static std::optional<Fresh> build(const QList<QVariantMap>& executions,
                                       const std::function<bool()>& isBrokenOff);
     /// Puts the table in force. Calls `announce` under the lock.
@@ -54,8 +57,13 @@ public:
 
 private:
     struct Tables {
-        RealizedProfitTable m_realizedProfitMap;
+        std::shared_ptr<const RealizedProfitTable> m_realizedProfitMap =
+            std::make_shared<RealizedProfitTable>();
     };
+
+    std::shared_ptr<const RealizedProfitTable> table() const;
+    /// Calls `announce` under the lock.
+    void putInForce(RealizedProfitTable changed, const std::function<void()>& announce);
 
     mutable Guarded<Tables, QMutex> m_profitLock{"m_profitLock", LockRank::Profit};
     CountedDeals m_counted;  // only for the thread that replaces and changes the table

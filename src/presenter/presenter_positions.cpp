@@ -29,8 +29,11 @@ void VelmarBusinessDataManagerPresenterClass::startPosTimer() {
 }
 
 void VelmarBusinessDataManagerPresenterClass::slotInitPosData() {
+    if (isClosing()) {
+        return;
+    }
     if (m_posTimer) {
         startUnlessActive(m_posTimer);
     }
-    m_dataManager->marketValues().initPosData();
+    m_dataManager->marketValues().initPosData([this] { return isClosing(); });
 }

@@ -1,6 +1,7 @@
 #include <QElapsedTimer>
 #include <utility>
 
+#include "account_authority.h"
 #include "account_lookups.h"
 #include "businessdatamanager/business_data_interface.h"
 #include "log.h"
@@ -23,11 +24,11 @@
 
 namespace {
 
-constexpr int kNormalAndMargin = 3;
-constexpr int kTradable = 16;
 constexpr int kDealDelayMs = 1000;
 constexpr int kFromFirst = 0;
 constexpr int kAll = -1;
+constexpr bool kIncludeDistributed = true;
+constexpr bool kWait = false;  // has waited already
 
 constexpr const char* kInitTag = "VelmarBusinessDataManagerPresenterClass::initRealizedProfit";
 
@@ -58,10 +59,17 @@ void VelmarBusinessDataManagerPresenterClass::queueDeals(const QVariant& body) {
 void VelmarBusinessDataManagerPresenterClass::initRealizedProfit() {
     QElapsedTimer elapsed;
     elapsed.start();
+    // Not by the wait of the look-up itself: that ends with the host alone, and this presenter may
+    // be closed earlier.
+    m_dataManager->lookups().waitUntilLoaded([this] { return isClosing(); });
+    if (isClosing()) {
+        return;
+    }
     const QList<tagUserAccountInfo> accounts =
-        m_dataManager->lookups().GetFundAccountListByFundProp(kNormalAndMargin, kTradable, true, {},
-                                                              true);
-    // Before the list is read: a deal that it does not contain any more is queued from here on.
+        m_dataManager->lookups().GetFundAccountListByFundProp(kCashAndMargin, kTradeBit,
+                                                              kIncludeDistributed, {}, kWait);
+    // Set before the list is read: a deal that comes too late for the list finds this state and is
+    // queued.
     m_realizedProfitInited = ProfitState::Loading;
     QList<QVariantMap> executions;
     for (const tagUserAccountInfo& account : accounts) {

@@ -48,7 +48,7 @@ bool VelmarBusinessDataManagerPresenterClass::initFundAccountSteps() {
     if (isClosing()) {
         return false;
     }
-    m_dataManager->InitData();
+    m_dataManager->InitData([this] { return isClosing(); });
     return !isClosing();
 }
 
@@ -69,7 +69,7 @@ void VelmarBusinessDataManagerPresenterClass::slotInitData() {
         return;
     }
     startPosTimer();
-    m_dataManager->marketValues().initPosData();
+    m_dataManager->marketValues().initPosData([this] { return isClosing(); });
     subscribeBusiMsgTopic();
 }
 

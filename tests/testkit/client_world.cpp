@@ -101,17 +101,26 @@ QList<TestAccount> numberedAccounts(int count) {
     return accounts;
 }
 
-ClientWorld::ClientWorld(const QList<TestAccount>& accounts) : ClientWorld(accounts, nullptr) {}
+ClientWorld::ClientWorld(const QList<TestAccount>& accounts)
+    : ClientWorld(accounts, static_cast<const StaticDbBuilder*>(nullptr)) {}
 
 ClientWorld::ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuilder& staticData)
     : ClientWorld(accounts, &staticData) {}
 
-ClientWorld::ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuilder* staticData)
+ClientWorld::ClientWorld(const QList<TestAccount>& accounts,
+                         const std::function<void(LocalPlatform::Options&)>& change)
+    : ClientWorld(accounts, nullptr, change) {}
+
+ClientWorld::ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuilder* staticData,
+                         const std::function<void(LocalPlatform::Options&)>& change)
     : m_accounts(accounts) {
     LocalPlatform::Options options = m_home.options();
     if (staticData) {
         options.staticDbFile = m_home.filePath(QStringLiteral("static.sqlite"));
         staticData->write(options.staticDbFile);
+    }
+    if (change) {
+        change(options);
     }
     QString error;
     m_link->on(HostMsgType::login, ScriptedReply::rows({{{UserAccount::userID, kUser}}}));

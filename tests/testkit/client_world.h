@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 
+#include "local_platform.h"
 #include "scripted_link.h"
 #include "static_db_builder.h"
 #include "temp_home.h"
@@ -46,6 +47,9 @@ public:
     explicit ClientWorld(const QList<TestAccount>& accounts = {});
     /// The same with a static database.
     ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuilder& staticData);
+    /// The same with other options than the standing ones.
+    ClientWorld(const QList<TestAccount>& accounts,
+                const std::function<void(LocalPlatform::Options&)>& change);
     ~ClientWorld();
 
     ScriptedLink& link() { return *m_link; }
@@ -59,7 +63,8 @@ public:
     QList<QStringList> requestedAccounts() const;
 
 private:
-    ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuilder* staticData);
+    ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuilder* staticData,
+                const std::function<void(LocalPlatform::Options&)>& change = {});
     QVariant treeAnswer() const;
 
     TempHome m_home;

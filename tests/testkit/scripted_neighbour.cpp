@@ -59,6 +59,22 @@ QStringList ScriptedNeighbour::accountsOf(Call call) const {
     return accounts;
 }
 
+QList<QVariantMap> ScriptedNeighbour::filtersOf(Call call) const {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    QList<QVariantMap> filters;
+    for (const Made& made : m_made) {
+        if (made.call == call) {
+            filters.append(made.filter);
+        }
+    }
+    return filters;
+}
+
+QList<ZnPresenterClass*> ScriptedNeighbour::fundPresenters() const {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    return m_fundPresenters;
+}
+
 QList<QVariantMap> ScriptedNeighbour::executions(const QVariantMap& filter, int start, int count,
                                                  int* total) const {
     const QList<QVariantMap> rows = answer(Call::Executions, filter, m_executions);
@@ -70,7 +86,11 @@ QList<QVariantMap> ScriptedNeighbour::positions(const QVariantMap& filter) const
     return answer(Call::Positions, filter, m_positions);
 }
 
-void ScriptedNeighbour::requeryFunds(ZnPresenterClass*) {
+void ScriptedNeighbour::requeryFunds(ZnPresenterClass* presenter) {
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_fundPresenters.append(presenter);
+    }
     answer(Call::Funds, {}, {});
 }
 
@@ -93,7 +113,7 @@ QList<QVariantMap> ScriptedNeighbour::answer(Call call, const QVariantMap& filte
     Hook onCall;
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
-        m_made.append({call, account});
+        m_made.append({call, account, filter});
         onCall = m_onCall;
     }
     if (onCall) {

@@ -31,6 +31,10 @@ public:
     int callCount(Call call) const;
     /// The accounts that the calls of this kind named, in order.
     QStringList accountsOf(Call call) const;
+    /// The filters of the calls of this kind, in order; empty ones for a kind without a filter.
+    QList<QVariantMap> filtersOf(Call call) const;
+    /// The presenters that asked for funds, in order.
+    QList<ZnPresenterClass*> fundPresenters() const;
 
     QList<QVariantMap> executions(const QVariantMap& filter, int start, int count,
                                   int* total) const override;
@@ -44,6 +48,7 @@ private:
     struct Made {
         Call call;
         QString account;
+        QVariantMap filter;
     };
 
     QList<QVariantMap> answer(Call call, const QVariantMap& filter,
@@ -57,4 +62,5 @@ private:
     Hook m_onCall;
     Hook m_onAnswer;
     mutable QList<Made> m_made;
+    QList<ZnPresenterClass*> m_fundPresenters;
 };

@@ -30,7 +30,8 @@ public:
         /// Pages and rows after which VelmarUtils' paged queries give up.
         int mostPages = PageLimits().pages;
         int mostRows = PageLimits().rows;
-        /// Messages that may wait for a presenter; further events and pushes are dropped.
+        /// Messages that may wait for a presenter; further events and pushes are dropped, but for
+        /// one event of each id among those without a body.
         int mostWaiting = 1000000;
     };
 

@@ -18,6 +18,10 @@ constexpr int kReloadEvents[] = {0x30001, 0x31001};
 
 std::atomic<int> g_mostWaiting{PresenterChannel::kStandingMostWaiting};
 
+bool isSignal(const IncomingMessage& message) {
+    return message.kind == IncomingMessage::Kind::Event && !message.body.isValid();
+}
+
 }  // namespace
 
 /// Runs the event loop and deletes the presenter after it, so that whatever is still queued to the
@@ -103,16 +107,20 @@ void PresenterChannel::enqueue(const IncomingMessage& message) {
     bool isDropped = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_closing) {
+        const int waiting = static_cast<int>(m_queue.size());
+        const bool isFull = waiting >= mostWaiting();
+        // A waiting signal is handled after this moment, so that it stands for a repeated one too.
+        if (m_closing || (isFull && isSignal(message) && isWaiting(message.type.toInt()))) {
             return;
         }
-        const int waiting = static_cast<int>(m_queue.size());
-        isDropped =
-            message.kind != IncomingMessage::Kind::Response && waiting >= g_mostWaiting.load();
+        isDropped = isFull && !isSignal(message) && message.kind != IncomingMessage::Kind::Response;
         if (!isDropped) {
             m_queue.push_back(message);
-            m_changed.notify_all();
+            if (isSignal(message)) {
+                ++m_waitingSignals[message.type.toInt()];
+            }
         }
+        m_changed.notify_all();
         const bool isFirst =
             isDropped ? m_dropped++ == 0
                       : waiting + 1 >= kManyWaiting && !std::exchange(m_warnedOfMany, true);
@@ -122,12 +130,16 @@ void PresenterChannel::enqueue(const IncomingMessage& message) {
     }
     if (isDropped) {
         qCWarning(lcChannel) << "presenter" << m_pid << "has" << mostWaiting()
-                             << "messages waiting: events and pushes are dropped until they are"
-                             << "handled, the first one is of type" << message.type;
+                             << "messages waiting: events and pushes are dropped until it has"
+                             << "handled some, the first one is of type" << message.type;
     } else {
         qCWarning(lcChannel) << "presenter" << m_pid << "is slow or not started:" << kManyWaiting
                              << "messages wait for it";
     }
+}
+
+bool PresenterChannel::isWaiting(int signal) const {
+    return m_waitingSignals.contains(signal);
 }
 
 void PresenterChannel::post(const std::function<void()>& function) {
@@ -217,34 +229,47 @@ void PresenterChannel::runMessageThread() {
     t_messageChannel = this;
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
-        if (m_queue.empty() && (m_warnedOfMany || m_dropped > 0)) {
-            reportCaughtUp(lock);
-        }
-        m_changed.wait(lock, [this] { return m_closing || !m_queue.empty(); });
+        m_changed.wait(lock, [this] { return m_closing || m_dropped > 0 || !m_queue.empty(); });
         if (m_closing) {
             return;
         }
-        const IncomingMessage message = std::move(m_queue.front());
-        m_queue.pop_front();
+        if (m_dropped > 0 && static_cast<int>(m_queue.size()) <= mostWaiting() / 2) {
+            announceReloads(lock);
+            continue;
+        }
+        const IncomingMessage message = takeFirst();
         lock.unlock();
         deliver(message);
         lock.lock();
     }
 }
 
-/// The queue is empty again after it was long; it is reported again when it next grows long.
+/// The queue is not empty.
+IncomingMessage PresenterChannel::takeFirst() {
+    IncomingMessage message = std::move(m_queue.front());
+    m_queue.pop_front();
+    if (m_queue.empty()) {
+        m_warnedOfMany = false;
+    }
+    if (isSignal(message)) {
+        const auto waiting = m_waitingSignals.find(message.type.toInt());
+        if (--*waiting == 0) {
+            m_waitingSignals.erase(waiting);
+        }
+    }
+    return message;
+}
+
 /// Changes of executions and positions may have been among what was dropped, so that a presenter
-/// that keeps figures computed from them has to compute them anew.
-void PresenterChannel::reportCaughtUp(std::unique_lock<std::mutex>& lock) {
-    m_warnedOfMany = false;
+/// that keeps figures computed from them has to compute them anew. This does not wait for an empty
+/// queue, which a busy presenter may never have.
+void PresenterChannel::announceReloads(std::unique_lock<std::mutex>& lock) {
     const int dropped = std::exchange(m_dropped, 0);
     lock.unlock();
-    if (dropped > 0) {
-        qCWarning(lcChannel) << "presenter" << m_pid << "has caught up;" << dropped
-                             << "events and pushes were dropped";
-        for (const int reloaded : kReloadEvents) {
-            EventBus::instance().publishTo(*this, reloaded);
-        }
+    qCWarning(lcChannel) << "presenter" << m_pid << "has caught up with half of its messages;"
+                         << dropped << "events and pushes were dropped";
+    for (const int reloaded : kReloadEvents) {
+        EventBus::instance().publishTo(*this, reloaded);
     }
     lock.lock();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
 #include <QVariant>
 #include <atomic>
@@ -45,7 +46,9 @@ public:
     void start();
     /// Queues for the message thread. Dropped once the disposal began. Events and pushes are also
     /// dropped while mostWaiting() messages wait, so that a presenter that is never started or that
-    /// hangs does not fill the memory; answers are always kept, since each was asked for.
+    /// hangs does not fill the memory. Answers are always kept, since each was asked for. Of events
+    /// without a body one of each id is kept: such an event only signals that something happened
+    /// (a session's data were loaded, say), which nothing else may report later.
     void enqueue(const IncomingMessage& message);
     /// With this many messages waiting a log line warns of the slow presenter.
     static constexpr int kManyWaiting = 10000;
@@ -92,7 +95,9 @@ private:
     class ObjectThread;
 
     void runMessageThread();
-    void reportCaughtUp(std::unique_lock<std::mutex>& lock);
+    bool isWaiting(int signal) const;
+    IncomingMessage takeFirst();
+    void announceReloads(std::unique_lock<std::mutex>& lock);
     void deliver(const IncomingMessage& message);
     void deletePresenter();
 
@@ -108,8 +113,9 @@ private:
     bool m_started = false;
     bool m_built = false;
     bool m_deleted = false;
-    bool m_warnedOfMany = false;  // both until the queue is empty again
-    int m_dropped = 0;
+    QHash<int, int> m_waitingSignals;  // events without a body in the queue, by id
+    bool m_warnedOfMany = false;       // until the queue is empty again
+    int m_dropped = 0;                 // until the queue is half empty again
     int m_openCalls = 0;
 
     std::thread m_messageThread;

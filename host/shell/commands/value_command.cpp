@@ -93,7 +93,7 @@ const ValueCommand::Instrument& ValueCommand::securityOf(const QString& id,
     if (found.symbol.isEmpty()) {
         const QString bond = standardBondOf(id, exchange);
         found.isKnown = !bond.isEmpty();
-        found.symbol = found.isKnown ? bond : id;
+        found.symbol = found.isKnown ? bond : QLatin1Char('?') + id;
     }
     if (found.isKnown) {
         found.factor = m_facade.ask(QStringLiteral("GetDispFactorBySymbol"), {found.symbol})

@@ -33,7 +33,7 @@ public:
 
 private:
     struct Instrument {
-        QString symbol;  ///< the id for an unknown one
+        QString symbol;  ///< "?" and the id for an unknown one
         bool isKnown = true;
         double factor = 1;
         double multiplier = 1;

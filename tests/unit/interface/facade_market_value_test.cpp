@@ -5,6 +5,7 @@
 #include "client_world.h"
 #include "facade_function.h"
 #include "local_platform.h"
+#include "log_capture.h"
 #include "process_per_case.h"
 #include "scripted_neighbour.h"
 #include "velmar_business_data_interface.h"
@@ -99,6 +100,38 @@ private slots:
         QCOMPARE(answer.value("result").toDouble(), 0.0);
         QVERIFY(answer.value("out").toArray().at(0).toObject().value("value").toString().contains(
             "136001.SH"));
+    }
+
+    void requeryFunds_noPresenter_asksNobodyAndMakesNoCore() {
+        const ClientWorld world({TestAccount("A1")});
+        const auto neighbour = std::make_shared<ScriptedNeighbour>();
+        LocalPlatform::instance().setNeighbourData(neighbour);
+        const LogCapture log;
+        Facade::RequeryFundInfo();
+        QVERIFY(neighbour->fundPresenters().isEmpty());
+        QVERIFY(!log.contains("RequeryFundInfo"));
+        QVERIFY(!log.contains("init ZnBusinessDataManager"));
+    }
+
+    void requeryFunds_presenter_isAskedOnceWithIt() {
+        ClientWorld world({TestAccount("A1")}, securities());
+        const auto neighbour = std::make_shared<ScriptedNeighbour>();
+        LocalPlatform::instance().setNeighbourData(neighbour);
+        world.login();
+        VelmarBusinessDataManager object;
+        object.initialize();
+        QVERIFY(world.link().waitForRequestCount("325005", 1));
+        const LogCapture log;
+        Facade::RequeryFundInfo();
+        QCOMPARE(neighbour->fundPresenters(), QList<ZnPresenterClass*>{s_presenter.load()});
+        QCOMPARE(log.texts().filter("RequeryFundInfo").size(), 1);
+
+        // Without a neighbour there is nobody to ask.
+        LocalPlatform::instance().setNeighbourData(nullptr);
+        Facade::RequeryFundInfo();
+        QCOMPARE(neighbour->fundPresenters().size(), 1);
+        QCOMPARE(log.texts().filter("RequeryFundInfo").size(), 2);
+        QVERIFY(log.texts(QtWarningMsg).isEmpty());
     }
 };
 

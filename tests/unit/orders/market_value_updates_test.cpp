@@ -234,6 +234,39 @@ private slots:
         QCOMPARE(f.of().symbolCostValueMap, (Values{{"600000.SH", 3200}}));
     }
 
+    void tick_twoRowsOfOneKey_movesTheLastOfThem() {
+        MarketValueFixture f;
+        f.setPrice("600000.SH", 10.0);
+        f.rebuild({positionRow("A1", "600000", Exchange::sh, 1, 9.0),
+                   positionRow("A1", "600000", Exchange::sh, 2, 9.0)});
+        QCOMPARE(f.value(), 3000.0);
+        f.tick("600000.SH", 12.0);
+        QCOMPARE(f.value(), 3400.0);
+        f.values.initPosData();
+        QCOMPARE(f.value(), 3600.0);
+    }
+
+    void rebuild_brokenOff_keepsTheTablesAndWhatAnUpdateBegan() {
+        MarketValueFixture f;
+        f.setPrice("600000.SH", 10.0);
+        f.rebuild({positionRow("A1", "600000", Exchange::sh, 1, 9.0)});
+        f.neighbour->setPositions({positionRow("A1", "600000", Exchange::sh, 7, 9.0)});
+        const int calls = f.neighbour->callCount(ScriptedNeighbour::Call::Positions);
+        const auto breakOff = [&f] {
+            int asked = 0;
+            f.values.initPosData([&asked] { return ++asked > 1; });
+            QCOMPARE(asked, 2);
+        };
+        breakOff();
+        QCOMPARE(f.neighbour->callCount(ScriptedNeighbour::Call::Positions), calls + 1);
+        QCOMPARE(f.value(), 1000.0);
+        f.values.step = [&](int) { breakOff(); };
+        f.tick("600000.SH", 12.0);
+        QCOMPARE(f.value(), 1200.0);
+        f.push("600000", 2, 9.0);
+        QCOMPARE(f.value(), 2400.0);
+    }
+
     void gap_readersAndRebuilds_findNoLockHeld() {
         MarketValueFixture f;
         f.rebuild({positionRow("A1", "600000", Exchange::sh, 1)});

@@ -61,6 +61,14 @@ private slots:
         QCOMPARE(f.of("nobody").marketValue, 0.0);
     }
 
+    void rebuild_neighbour_isAskedForTheAccountAlone() {
+        MarketValueFixture f;
+        f.rebuild({});
+        QCOMPARE(f.neighbour->filtersOf(ScriptedNeighbour::Call::Positions),
+                 (QList<QVariantMap>{{{UserAccount::tradingAccount, "A1"}},
+                                     {{UserAccount::tradingAccount, "A2"}}}));
+    }
+
     void rebuild_noNeighbour_emptiesTheTables() {
         MarketValueFixture f;
         f.setPrice("600000.SH", 10.0);
@@ -188,7 +196,7 @@ private slots:
         MarketValueFixture f({TestAccount("A1")}, data);
         f.rebuild({positionRow("A1", "131990", Exchange::sz, 50),
                    positionRow("A1", "131991", Exchange::sz, 50)});
-        QCOMPARE(f.of().symbolMarketValueMap, (Values{{"131990.SZ", 5000}, {"131991", 0}}));
+        QCOMPARE(f.of().symbolMarketValueMap, (Values{{"131990.SZ", 5000}, {"?131991", 0}}));
         QVERIFY(f.subscribed().isEmpty());
     }
 

@@ -194,7 +194,7 @@ private slots:
         QCOMPARE(probe.of(), 97.5);
     }
 
-    void numbers_thatAreNone_areLeftOutWithOneLogLine_data() {
+    void numbers_thatAreNotNumbers_areLeftOutWithOneLogLine_data() {
         QTest::addColumn<QVariant>("value");
         QTest::addColumn<bool>("isLogged");
         QTest::newRow("NaN") << QVariant(std::numeric_limits<double>::quiet_NaN()) << true;
@@ -209,7 +209,7 @@ private slots:
         QTest::newRow("empty text") << QVariant("") << false;
         QTest::newRow("no value") << QVariant() << false;
     }
-    void numbers_thatAreNone_areLeftOutWithOneLogLine() {
+    void numbers_thatAreNotNumbers_areLeftOutWithOneLogLine() {
         QFETCH(QVariant, value);
         QFETCH(bool, isLogged);
         for (const bool isBatch : {false, true}) {

@@ -1,6 +1,10 @@
 #include <QTimer>
 #include <QTimerEvent>
 #include <QtTest>
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <thread>
 
 #include "client_world.h"
 #include "commonquotahandler/common_quota_handler.h"
@@ -49,7 +53,8 @@ double value() {
 
 /// A platform with one account and its neighbour.
 struct Plugin {
-    Plugin() : world({TestAccount("A1")}, securities()) {
+    explicit Plugin(const QList<TestAccount>& accounts = {TestAccount("A1")})
+        : world(accounts, securities()) {
         LocalPlatform::instance().setNeighbourData(neighbour);
         neighbour->setPositions({position(10)});
         world.login();
@@ -93,6 +98,32 @@ class PresenterPositionsTest : public QObject {
         LocalPlatform::instance().publishEvent(event, {});
         QVERIFY(waitFor([] { return value() == 20000.0; }));
         QCOMPARE(plugin.rebuilds(), before + 1);
+    }
+
+    void closesWhilePositionsAreRead(const std::function<void(Presenter*)>& step) {
+        Plugin plugin({TestAccount("A1"), TestAccount("A2")});
+        QVERIFY(plugin.start());
+        Plugin::tick(10.0);
+        QVERIFY(waitFor([] { return value() == 10000.0; }));
+        auto* const presenter = new Presenter("Test.Presenter", nullptr);
+        presenter->initPresenter();
+        plugin.neighbour->setPositions({position(20)});
+        const int before = plugin.rebuilds();
+        std::thread closer;
+        std::atomic<bool> isClosing{false};
+        plugin.neighbour->onAnswer([&](Call call, const QString&) {
+            if (call == Call::Positions && !closer.joinable()) {
+                closer = std::thread([presenter] { presenter->deleteLater(); });
+                isClosing = waitFor([presenter] { return presenter->isClosing(); });
+            }
+        });
+        runOnThreadOf(presenter, [presenter, step] { step(presenter); });
+        QVERIFY(waitFor([&isClosing] { return isClosing.load(); }));
+        closer.join();
+        QVERIFY(waitFor([] { return LocalPlatform::instance().presenterCount() == 1; }));
+        plugin.neighbour->onAnswer({});
+        QCOMPARE(plugin.rebuilds(), before + 1);
+        QCOMPARE(value(), 10000.0);
     }
 
 private slots:
@@ -171,6 +202,66 @@ private slots:
 
     void loadedEvent_readsThePositionsAgain() { readsThePositionsAgain(0x31000); }
     void reloadedEvent_readsThePositionsAgain() { readsThePositionsAgain(0x31001); }
+
+    void positionEvent_throughTwoPresenters_countsOnce() {
+        Plugin plugin;
+        QVERIFY(plugin.start());
+        Plugin::tick(10.0);
+        QVERIFY(waitFor([] { return value() == 10000.0; }));
+        Presenter* const first = s_presenter;
+        VelmarBusinessDataManager second;
+        second.initialize();
+        QVERIFY(plugin.world.link().waitForRequestCount("325005", 2));
+        QVERIFY(first != s_presenter);
+        std::atomic<int> delivered{0};
+        for (Presenter* const presenter : {first, s_presenter.load()}) {
+            connect(
+                presenter, &Presenter::signalPositionUpdated, this, [&delivered] { ++delivered; },
+                Qt::QueuedConnection);
+        }
+        LocalPlatform::instance().publishEvent(0x31002, packRows(position(30), {}));
+        // Queued behind the core's slots, on the same thread.
+        QVERIFY(waitFor([&delivered] { return delivered == 2; }));
+        QCOMPARE(value(), 30000.0);
+        QCOMPARE(ZnBusinessDataManager::instance()
+                     ->marketValues()
+                     .GetMarketValueByTradingAccount("A1")
+                     .costValue,
+                 27000.0);
+    }
+
+    void destructor_activeTimer_isStoppedFirst() {
+        Plugin plugin;
+        auto* const presenter = new Presenter("Test.Presenter", nullptr);
+        presenter->initPresenter();
+        bool wasActive = false;
+        std::atomic<bool> isActive{true};
+        runOnThreadAndWait(presenter, [&] {
+            // Children are deleted in the order of their making, after the presenter's destructor.
+            auto* const before = new QObject(presenter);
+            presenter->slotInitData();
+            const auto timers = presenter->findChildren<QTimer*>();
+            const auto timer = std::find_if(timers.cbegin(), timers.cend(), [](const QTimer* one) {
+                return one->interval() == 180000;
+            });
+            QVERIFY(timer != timers.cend());
+            wasActive = (*timer)->isActive();
+            connect(before, &QObject::destroyed, before,
+                    [&isActive, timer = *timer] { isActive = timer->isActive(); });
+        });
+        const LogCapture log;
+        presenter->deleteLater();
+        QVERIFY(waitFor([&isActive] { return !isActive.load(); }));
+        QVERIFY(wasActive);
+        QVERIFY(!log.contains("QObject::killTimer"));
+    }
+
+    void reload_closingMeanwhile_readsNoFurtherAccountAndKeepsTheTable() {
+        closesWhilePositionsAreRead([](Presenter* presenter) { presenter->slotInitPosData(); });
+    }
+    void startUp_closingMeanwhile_readsNoFurtherAccountAndKeepsTheTable() {
+        closesWhilePositionsAreRead([](Presenter* presenter) { presenter->slotInitData(); });
+    }
 
     void positionEvent_reachesTheTable() {
         Plugin plugin;

@@ -1,15 +1,21 @@
+#include <QTimer>
 #include <QtTest>
+#include <functional>
 #include <future>
 #include <thread>
 
 #include "log_capture.h"
-#include "log_hook.h"
 #include "profit_world.h"
 
 namespace {
 
 using Presenter = VelmarBusinessDataManagerPresenterClass;
 using Profits = QMap<QString, RealizedProfit::ProfitBySymbol>;
+
+/// A value that calls a function when it is read as a number.
+struct ReadHook {
+    std::function<void()> act;
+};
 
 /// A presenter that hands out its table when it is deleted.
 class LastWords : public Presenter {
@@ -22,6 +28,8 @@ private:
 };
 
 }  // namespace
+
+Q_DECLARE_METATYPE(ReadHook)
 
 /// A presenter that is closed while it computes the realized profit.
 class PresenterProfitClosingTest : public QObject {
@@ -47,7 +55,13 @@ class PresenterProfitClosingTest : public QObject {
     std::atomic<bool> m_isClosing{false};
 
 private slots:
-    void initTestCase() { m_client = std::make_unique<ProfitClient>(); }
+    void initTestCase() {
+        QMetaType::registerConverter<ReadHook, double>([](const ReadHook& hook) {
+            hook.act();
+            return 1.0;
+        });
+        m_client = std::make_unique<ProfitClient>();
+    }
     void cleanupTestCase() { m_client.reset(); }
     void init() {
         m_last.clear();
@@ -76,20 +90,38 @@ private slots:
         QCOMPARE(m_world->inits(), 1);
     }
 
-    void rebuild_closingWhileTheTableIsBuilt_keepsTheTable() {
-        m_world->neighbour->setExecutions(
-            QVector<QVariantMap>(20000, TestDeal::buy(100, 10, 9)).toList());
-        const LogCapture log;
-        const LogHook atTheStart("get execution list", [this] {
+    void rebuild_closingWhileTheTableIsBuilt_stopsWithin10000RowsAndKeepsTheTable() {
+        QList<QVariantMap> rows = QVector<QVariantMap>(25000, TestDeal::buy(100, 10, 9)).toList();
+        rows[5000][Security::lastAmount] = QVariant::fromValue(ReadHook{[this] {
             beginToClose();
             m_isClosing = true;
-        });
+        }});
+        std::atomic<bool> isReadOn{false};
+        rows[20000][Security::lastAmount] =
+            QVariant::fromValue(ReadHook{[&isReadOn] { isReadOn = true; }});
+        m_world->neighbour->setExecutions(rows);
+        const LogCapture log;
         m_world->reload();
         waitUntilClosed();
+        QVERIFY(!isReadOn);
         QVERIFY(!log.contains("calc realize profit"));
         QCOMPARE(m_last.value("T0001").value("600000.SH").value("A1"), -5.0);
         m_world->receiveAll();
         QCOMPARE(m_world->inits(), 1);
+    }
+
+    void closing_dealsThatStillWait_areDiscarded() {
+        m_world->deal(TestDeal::buy(100, 10, 1));
+        bool isTimed = false;
+        runOnThreadAndWait(m_world->presenter, [this, &isTimed] {
+            const auto* const buffer = m_world->presenter->findChild<VelmarDelayBuffer*>();
+            isTimed = buffer && buffer->findChild<QTimer*>()->isActive();
+        });
+        QVERIFY(isTimed);
+        m_world->close();
+        QCOMPARE(m_last.value("T0001").value("600000.SH").value("A1"), -5.0);
+        m_world->receiveAll();
+        QVERIFY(m_world->updates().isEmpty());
     }
 
     void queued_closingBeforeTheirTurn_doNothing() {

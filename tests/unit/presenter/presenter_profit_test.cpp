@@ -231,7 +231,7 @@ private slots:
         QVERIFY(m_world->updates().isEmpty());
     }
 
-    void deal_withNumbersThatAreNone_leavesTheTotalsAsTheyAre() {
+    void deal_withNumbersThatAreNotNumbers_leavesTheTotalsAsTheyAre() {
         m_world->neighbour->setExecutions({buy(100, 10), sell(100, 11)});
         m_world->load();
         const LogCapture log;

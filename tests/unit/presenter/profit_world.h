@@ -32,7 +32,11 @@ inline QList<TestAccount> profitAccounts() {
 /// A client with loaded account tables, one for all cases of a program.
 class ProfitClient {
 public:
-    ProfitClient() : m_world(profitAccounts()) {
+    /// `mostWaiting` limits the queue of each presenter.
+    explicit ProfitClient(int mostWaiting = LocalPlatform::Options().mostWaiting)
+        : m_world(profitAccounts(), [mostWaiting](LocalPlatform::Options& options) {
+              options.mostWaiting = mostWaiting;
+          }) {
         m_world.login();
         auto* const loader = new VelmarBusinessDataManagerPresenterClass("Test.Loader", nullptr);
         loader->initPresenter();

@@ -1,4 +1,5 @@
 #include <QtTest>
+#include <algorithm>
 #include <memory>
 #include <thread>
 
@@ -7,6 +8,7 @@
 #include "local_platform.h"
 #include "log_capture.h"
 #include "temp_home.h"
+#include "vocabulary/tick_fields.h"
 #include "wait_for.h"
 
 namespace {
@@ -39,6 +41,42 @@ private slots:
         QVERIFY(waitFor([this]() { return !m_ticks.isEmpty(); }));
         QCOMPARE(m_ticks.size(), 1);
         QCOMPARE(m_ticks.first().symbol, QString("S1"));
+    }
+
+    void lastPrice_isNoNumber_leavesTheFormerOneWithOneLine_data() {
+        QTest::addColumn<QVariant>("price");
+        QTest::newRow("word") << QVariant("abc");
+        QTest::newRow("empty text") << QVariant("");
+        QTest::newRow("list") << QVariant(QVariantList{1});
+        QTest::newRow("map") << QVariant(QVariantMap{{"a", 1}});
+        QTest::newRow("nothing") << QVariant();
+    }
+    void lastPrice_isNoNumber_leavesTheFormerOneWithOneLine() {
+        QFETCH(QVariant, price);
+        QVERIFY(CommonQuotaHandler::instance().Init());
+        const auto publish = [](const QString& symbol, const QVariant& lastPrice) {
+            LocalPlatform::instance().publishTick(symbol, {{TickField::lastPrice, lastPrice}}, "");
+        };
+        const auto last = [](const QString& symbol) {
+            return CommonQuotaHandler::instance().getLastPrice(symbol);
+        };
+        publish("S1", 10.0);
+        const LogCapture log;
+        for (int i = 0; i < 3; ++i) {
+            publish("S1", price);
+            publish("S2", price);
+        }
+        QCOMPARE(last("S1"), 10.0);
+        QCOMPARE(last("S2"), 0.0);
+        QCOMPARE(log.texts(QtWarningMsg).filter("is no number").size(), 2);
+        const auto lines = log.lines();
+        QVERIFY(std::all_of(lines.cbegin(), lines.cend(), [](const LogCapture::Line& line) {
+            return line.type != QtWarningMsg || line.category == "velmar.platform.data";
+        }));
+        publish("S1", "11.5");
+        QCOMPARE(last("S1"), 11.5);
+        // The tick is delivered all the same.
+        QVERIFY(waitFor([this] { return m_ticks.size() == 8; }));
     }
 
     void tickFromAnotherThread_arrivesOnTheApplicationsInOrder() {

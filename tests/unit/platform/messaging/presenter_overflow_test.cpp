@@ -8,6 +8,7 @@ namespace {
 
 constexpr int kMost = 5;
 constexpr int kEvent = 0x12345;
+constexpr int kSignal = 0x12350;  // without a body
 constexpr int kExecutionsReloaded = 0x30001;
 constexpr int kPositionsReloaded = 0x31001;
 
@@ -43,6 +44,12 @@ class PresenterOverflowTest : public QObject {
     std::unique_ptr<PlatformFixture> m_platform;
     std::unique_ptr<Gate> m_gate;
 
+    void start(int mostWaiting) {
+        m_gate = std::make_unique<Gate>();
+        m_platform.reset();
+        m_platform = std::make_unique<PlatformFixture>(
+            [mostWaiting](LocalPlatform::Options& options) { options.mostWaiting = mostWaiting; });
+    }
     ProbePresenter* subscriber(const QList<int>& events, std::function<void()> onReload = {}) {
         auto* const presenter = new ProbePresenter(
             "Test.Full", [wait = m_gate->waiter(), onReload](const ProbeLog::Call& call) {
@@ -65,11 +72,7 @@ class PresenterOverflowTest : public QObject {
     }
 
 private slots:
-    void init() {
-        m_gate = std::make_unique<Gate>();
-        m_platform = std::make_unique<PlatformFixture>(
-            [](LocalPlatform::Options& options) { options.mostWaiting = kMost; });
-    }
+    void init() { start(kMost); }
     void cleanup() { m_platform.reset(); }
 
     void overflow_caughtUp_deliversBothReloadsOnceBehindTheQueue() {
@@ -79,7 +82,9 @@ private slots:
         m_gate->open();
         const QList<int> expected = withFirst({kExecutionsReloaded, kPositionsReloaded});
         QVERIFY(presenter->log->waitForCount(expected.size()));
-        QVERIFY(log.contains(QtWarningMsg, "has caught up; 3 events and pushes were dropped"));
+        QVERIFY(log.contains(
+            QtWarningMsg,
+            "has caught up with half of its messages; 3 events and pushes were dropped"));
         // Nothing else comes before the next event.
         publish(1);
         QVERIFY(presenter->log->waitForCount(expected.size() + 1));
@@ -133,13 +138,82 @@ private slots:
         });
         overflow(*presenter, 1);
         m_gate->open();
-        QVERIFY(log.waitFor("has caught up; 2 events and pushes were dropped"));
+        QVERIFY(log.waitFor(
+            "has caught up with half of its messages; 2 events and pushes were dropped"));
         const QList<int> expected = withFirst({kExecutionsReloaded}) + withFirst({}).mid(1) +
                                     QList<int>{kExecutionsReloaded};
         QVERIFY(presenter->log->waitForCount(expected.size()));
         publish(1);
         QVERIFY(presenter->log->waitForCount(expected.size() + 1));
         QCOMPARE(eventsOf(*presenter), expected + QList<int>{kEvent});
+    }
+
+    void overflow_withASmallLimit_deliversBothReloadsOnce_data() {
+        QTest::addColumn<int>("limit");
+        QTest::newRow("0") << 0;
+        QTest::newRow("1") << 1;
+        QTest::newRow("2") << 2;
+    }
+    void overflow_withASmallLimit_deliversBothReloadsOnce() {
+        QFETCH(int, limit);
+        start(limit);
+        const LogCapture log;
+        ProbePresenter* const presenter =
+            subscriber({kExecutionsReloaded, kPositionsReloaded, kSignal});
+        LocalPlatform::instance().publishEvent(kSignal, {});
+        QVERIFY(presenter->log->waitForCount(1));
+        publish(limit + 1);
+        m_gate->open();
+        QList<int> expected{kSignal};
+        for (int i = 0; i < limit; ++i) {
+            expected.append(kEvent);
+        }
+        expected += {kExecutionsReloaded, kPositionsReloaded};
+        QVERIFY(presenter->log->waitForCount(expected.size()));
+        LocalPlatform::instance().publishEvent(kSignal, {});
+        QVERIFY(presenter->log->waitForCount(expected.size() + 1));
+        QCOMPARE(eventsOf(*presenter), expected + QList<int>{kSignal});
+        QCOMPARE(log.texts(QtWarningMsg).filter("has caught up").size(), 1);
+    }
+
+    void overflow_backlogThatNeverEnds_deliversTheReloadsOnceBelowHalf() {
+        int handled = 0;
+        auto* const presenter =
+            new ProbePresenter("Test.Busy", [&handled, wait = m_gate->waiter()](const auto& call) {
+                wait(call);
+                ++handled;
+                // Two messages wait after the fourth; each further one brings another.
+                if (handled > 4 && handled < 30) {
+                    publish(1);
+                }
+            });
+        for (const int event : {kEvent, kExecutionsReloaded, kPositionsReloaded}) {
+            presenter->SubEvent(presenter->pluginPid(), event, 1);
+        }
+        presenter->initPresenter();
+        overflow(*presenter, 3);
+        m_gate->open();
+        QVERIFY(presenter->log->waitForCount(33));
+        const QList<int> events = eventsOf(*presenter);
+        QCOMPARE(events.mid(0, 8), withFirst({kExecutionsReloaded, kPositionsReloaded}));
+        QCOMPARE(events.count(kExecutionsReloaded), 1);
+        QCOMPARE(events.count(kPositionsReloaded), 1);
+    }
+
+    void overflow_eventsWithoutABody_keepsOneOfEach() {
+        ProbePresenter* const presenter = subscriber({kSignal, kSignal + 1});
+        overflow(*presenter, 0);
+        for (int i = 0; i < 3; ++i) {
+            LocalPlatform::instance().publishEvent(kSignal, {});
+            LocalPlatform::instance().publishEvent(kSignal + 1, {});
+        }
+        m_gate->open();
+        const QList<int> expected = withFirst({kSignal, kSignal + 1});
+        QVERIFY(presenter->log->waitForCount(expected.size()));
+        // One that was handled does not stand for a later one.
+        LocalPlatform::instance().publishEvent(kSignal, {});
+        QVERIFY(presenter->log->waitForCount(expected.size() + 1));
+        QCOMPARE(eventsOf(*presenter), expected + QList<int>{kSignal});
     }
 
     void longQueue_withoutADrop_deliversNoReload() {
