@@ -199,6 +199,14 @@ private slots:
         QCOMPARE(row.value("marketValue").toDouble(), 20000.0);
     }
 
+    void check_unknownSecurity_isNamedAsTheRunningTableDoes() {
+        m_positions = {{"T1", {position("???", Exchange::sh, 1000, 9)}}};
+        m_answers->running = total(0, 9000, {{"????", 0}}, {{"????", 9000}});
+        const CommandAnswer answer = command().check({"T1"}, kWide);
+        QVERIFY2(!answer.isFault, qPrintable(answer.lines.join('\n')));
+        QCOMPARE(answer.json.toObject().value("compared").toInt(), 4);
+    }
+
     void check_accountWithoutPositions_isWorthNothing() {
         m_positions.clear();
         QVERIFY(!command().check({"T1"}, kWide).isFault);
