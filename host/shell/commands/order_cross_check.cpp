@@ -147,13 +147,13 @@ QString verdictText(Verdict verdict, const QVariantMap& stored, const QVariantMa
     const QString from = text(stored, Security::orderStatus);
     const QString to = text(update, Security::orderStatus);
     const QString change = QStringLiteral("status '%1' to '%2'").arg(from, to);
-    const QString unlisted =
+    QString unlisted =
         QStringLiteral("the table has no status '%1', so only the empty one may follow").arg(from);
     switch (verdict) {
         case Verdict::FirstReport:
             return QStringLiteral("first report of the order");
         case Verdict::Accepted:
-            if (successors.isEmpty()) {
+            if (successors.isNull()) {
                 return unlisted;
             }
             return from == to ? QStringLiteral("same status '%1', more dealt or cancelled").arg(to)
@@ -163,7 +163,7 @@ QString verdictText(Verdict verdict, const QVariantMap& stored, const QVariantMa
         case Verdict::OtherOrder:
             return QStringLiteral("another order's id");
         case Verdict::StatusNotListed:
-            return successors.isEmpty() ? unlisted : QStringLiteral("%1 is not listed").arg(change);
+            return successors.isNull() ? unlisted : QStringLiteral("%1 is not listed").arg(change);
         case Verdict::NotFinite:
             return QStringLiteral("a quantity is not a finite number");
         case Verdict::NothingNew:

@@ -234,7 +234,7 @@ private slots:
         QCOMPARE(facadeNote("calcMarketValue", "multiplier"),
                  QString("units of one contract; counts for futures alone"));
         QCOMPARE(facadeNote("calcMarketValue", "quantity"),
-                 QString("in pieces: shares or contracts"));
+                 QString("in pieces: shares, or contracts of futures, options and gold"));
         QCOMPARE(facadeNote("calcMarketValue", "price"),
                  QString("in the currency of the symbol; for gold per gram, for futures and "
                          "options per unit of the contract"));
