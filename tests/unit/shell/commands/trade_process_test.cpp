@@ -238,6 +238,9 @@ private slots:
             QVERIFY2(process.waitForReadyRead(kLimitMs), out + process.readAllStandardError());
             out += process.readAllStandardOutput();
         }
+        if (question.contains("--json")) {
+            QVERIFY(QJsonDocument::fromJson(out.left(out.indexOf('\n'))).isObject());
+        }
         QVERIFY(process.processId() > 0);
         ::kill(static_cast<pid_t>(process.processId()), SIGINT);
         QVERIFY(process.waitForFinished(kLimitMs));
