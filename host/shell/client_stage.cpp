@@ -183,6 +183,10 @@ bool ClientStage::readBook(const QString& account, QJsonObject* answer, QString*
     if (!from) {
         return false;
     }
+    if (!Client::platformAccounts().contains(account)) {
+        *error = QStringLiteral("no account is called '%1'").arg(account);
+        return false;
+    }
     const auto listOf = [](const QList<QVariantMap>& rows) {
         QJsonArray list;
         for (const QVariantMap& row : rows) {

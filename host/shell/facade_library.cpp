@@ -48,6 +48,9 @@ constexpr FlagWord kNeedsWords[] = {
     {FacadeCage, "cage", "the price cage, loaded after the Hong Kong prices"},
     {FacadeSecurities, "securities", "the securities of the static database"},
     {FacadeServer, "server", "requests that the call itself sends"},
+    {FacadePositions, "positions",
+     "positions of the neighbouring data plug-in, and ticks for their prices"},
+    {FacadeExecutions, "executions", "executions of the neighbouring data plug-in"},
 };
 
 template <class Words>

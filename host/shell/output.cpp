@@ -50,10 +50,10 @@ void printError(const QString& text) {
     printTo(stderr, QStringLiteral("velmar-client: ") + harmlessText(text));
 }
 
-void printJson(const QJsonValue& value) {
+void printJson(const QJsonValue& value, QJsonDocument::JsonFormat format) {
     const QJsonDocument document =
         value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject());
-    const QString text = QString::fromUtf8(document.toJson(QJsonDocument::Indented));
+    const QString text = QString::fromUtf8(document.toJson(format));
     QString shown;
     shown.reserve(text.size());
     for (const QChar letter : text) {
@@ -62,6 +62,9 @@ void printJson(const QJsonValue& value) {
         } else {
             shown += letter;
         }
+    }
+    if (format == QJsonDocument::Compact) {
+        shown += QLatin1Char('\n');
     }
     write(stdout, shown.toUtf8());
 }

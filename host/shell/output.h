@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QJsonDocument>
 #include <QJsonValue>
 #include <QString>
 #include <cstdio>
@@ -15,8 +16,8 @@ QString printable(const QString& text);
 bool printTo(std::FILE* stream, const QString& text);
 /// The same on stderr, after the program's name.
 void printError(const QString& text);
-/// A JSON list or object, indented. What printable() replaces is written as \uXXXX.
-void printJson(const QJsonValue& value);
+/// A JSON list or object, indented or on one line. What printable() replaces is written as \uXXXX.
+void printJson(const QJsonValue& value, QJsonDocument::JsonFormat format = QJsonDocument::Indented);
 
 /// Whether everything that was printed on stdout could be written; prints an error if not.
 bool outputWritten();

@@ -20,7 +20,10 @@ enum FacadeNeeds : unsigned {
     FacadeHongKong = 2,    ///< Hong Kong rates and price ladders, which the start-up loads next
     FacadeCage = 4,        ///< the price cage, which the start-up loads after these
     FacadeSecurities = 8,  ///< the securities of the static database
-    FacadeServer = 16      ///< the call itself sends requests
+    FacadeServer = 16,     ///< the call itself sends requests
+    FacadePositions =
+        32,  ///< the neighbouring data plug-in's positions, and ticks for their prices
+    FacadeExecutions = 64  ///< the neighbouring data plug-in's executions of the day
 };
 
 /// One value of an enumeration.

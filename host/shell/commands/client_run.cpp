@@ -128,7 +128,8 @@ ExitCode faultOf(const CommandAnswer& answer) {
 
 ExitCode printAnswer(const CommandAnswer& answer, const ShellOptions& options) {
     if (options.asJson) {
-        printJson(answer.json);
+        // Of several documents, each is a line.
+        printJson(answer.json, options.follow ? QJsonDocument::Compact : QJsonDocument::Indented);
     } else {
         printTo(stdout, answer.lines.join(QLatin1Char('\n')));
     }
@@ -144,6 +145,10 @@ ExitCode follow(WatchedClient& watched, const ClientQuestion& question,
     for (bool isFirst = true;; isFirst = false) {
         const CommandAnswer answer = question.answer(watched);
         if (InterruptWatch::hasCome()) {
+            if (isFirst) {
+                printError(QStringLiteral("interrupted"));
+                return Failed;
+            }
             break;
         }
         if (const ExitCode fault = faultOf(answer)) {

@@ -16,6 +16,12 @@ inline QString numberText(double number) {
     return QString::number(number, 'g', 12);
 }
 
+/// "1 order", "2 orders".
+inline QString countText(int count, const char* noun) {
+    return QStringLiteral("%1 %2%3").arg(count).arg(QLatin1String(noun),
+                                                    count == 1 ? QString() : QStringLiteral("s"));
+}
+
 /// The figure, or 0 for one that is not finite or above 1e15: the exported functions leave such
 /// contributions out of their sums.
 inline double countable(double figure) {

@@ -119,15 +119,43 @@ bool OrderCrossCheck::isStored(Verdict verdict) {
     return verdict == Verdict::FirstReport || verdict == Verdict::Accepted;
 }
 
-QString OrderCrossCheck::reasonOf(Verdict verdict, const QVariantMap& stored,
-                                  const QVariantMap& update) {
+namespace {
+
+/// Quantities that are texts without a number, with a separator in front; empty when there are
+/// none.
+QString uncounted(const QVariantMap& stored, const QVariantMap& update) {
+    QStringList texts;
+    for (const QVariantMap& record : {update, stored}) {
+        for (const QString& field : {Security::cumQty, Security::cancelledQty}) {
+            const QString value = text(record, field);
+            bool isNumber = false;
+            record.value(field).toDouble(&isNumber);
+            if (!isNumber && !value.isEmpty() && !texts.contains(value)) {
+                texts.append(value);
+            }
+        }
+    }
+    QString notes;
+    for (const QString& value : qAsConst(texts)) {
+        notes += QStringLiteral("; '%1' is not a number and counts as 0").arg(value);
+    }
+    return notes;
+}
+
+QString verdictText(Verdict verdict, const QVariantMap& stored, const QVariantMap& update,
+                    const QString& successors) {
     const QString from = text(stored, Security::orderStatus);
     const QString to = text(update, Security::orderStatus);
     const QString change = QStringLiteral("status '%1' to '%2'").arg(from, to);
+    QString unlisted =
+        QStringLiteral("the table has no status '%1', so only the empty one may follow").arg(from);
     switch (verdict) {
         case Verdict::FirstReport:
             return QStringLiteral("first report of the order");
         case Verdict::Accepted:
+            if (successors.isNull()) {
+                return unlisted;
+            }
             return from == to ? QStringLiteral("same status '%1', more dealt or cancelled").arg(to)
                               : QStringLiteral("%1 is listed").arg(change);
         case Verdict::NoOrderId:
@@ -135,7 +163,7 @@ QString OrderCrossCheck::reasonOf(Verdict verdict, const QVariantMap& stored,
         case Verdict::OtherOrder:
             return QStringLiteral("another order's id");
         case Verdict::StatusNotListed:
-            return QStringLiteral("%1 is not listed").arg(change);
+            return successors.isNull() ? unlisted : QStringLiteral("%1 is not listed").arg(change);
         case Verdict::NotFinite:
             return QStringLiteral("a quantity is not a finite number");
         case Verdict::NothingNew:
@@ -145,4 +173,13 @@ QString OrderCrossCheck::reasonOf(Verdict verdict, const QVariantMap& stored,
                 .arg(quantities(update), quantities(stored));
     }
     return {};
+}
+
+}  // namespace
+
+QString OrderCrossCheck::reasonOf(Verdict verdict, const QVariantMap& stored,
+                                  const QVariantMap& update, const QString& successors) {
+    const QString reason = verdictText(verdict, stored, update, successors);
+    const bool isAboutIds = verdict == Verdict::NoOrderId || verdict == Verdict::OtherOrder;
+    return isAboutIds ? reason : reason + uncounted(stored, update);
 }

@@ -33,10 +33,12 @@ enum class Verdict {
     Shrinks           ///< one of the quantities has become smaller
 };
 
-/// `successors`: the entry of the status table for the stored status, codes joined with "|".
+/// `successors`: the entry of the status table for the stored status, codes joined with "|"; null
+/// when the table does not have that status.
 Verdict judge(const QVariantMap& stored, const QVariantMap& update, const QString& successors);
 bool isStored(Verdict verdict);
-/// The verdict in words, with the values that lead to it.
-QString reasonOf(Verdict verdict, const QVariantMap& stored, const QVariantMap& update);
+/// The verdict in words, with the values that lead to it; `successors` as for judge().
+QString reasonOf(Verdict verdict, const QVariantMap& stored, const QVariantMap& update,
+                 const QString& successors);
 
 }  // namespace OrderCrossCheck

@@ -1,9 +1,12 @@
 #include "orders_check.h"
 
 #include <QJsonDocument>
+#include <QSet>
 
 #include "exact_json.h"
+#include "figures_text.h"
 #include "order_cross_check.h"
+#include "order_fields.h"
 #include "orders_replay.h"
 #include "text_table.h"
 #include "trade_fields.h"
@@ -27,6 +30,22 @@ QString jsonText(const QJsonValue& value) {
     return QString::fromUtf8(value.isArray()
                                  ? QJsonDocument(value.toArray()).toJson(QJsonDocument::Compact)
                                  : QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact));
+}
+
+/// Field names of the file that are probably misspelt, sorted.
+QStringList unknownFields(const RecordFile& file) {
+    QSet<QString> known;
+    QSet<QString> unknown;
+    for (const FileRecord& record : file.records) {
+        for (auto it = record.fields.cbegin(); it != record.fields.cend(); ++it) {
+            if (!known.contains(it.key())) {
+                (isOrderField(it.key()) ? known : unknown).insert(it.key());
+            }
+        }
+    }
+    QStringList names = unknown.values();
+    names.sort();
+    return names;
 }
 
 }  // namespace
@@ -213,10 +232,14 @@ QStringList OrdersCheck::description(const Checked& one) {
                 account};
     }
     const QString price = text(record, TradeField::orderPrice);
-    return {text(record, Security::symbol), account,
-            QStringLiteral("side %1: %2%3")
-                .arg(text(record, Security::side), text(record, Security::orderQty),
-                     price.isEmpty() ? QString() : QStringLiteral(" at %1").arg(price))};
+    const QString symbol = text(record, Security::symbol);
+    const QString side = text(record, Security::side);
+    return {
+        symbol.isEmpty() ? QStringLiteral("no symbol") : symbol, account,
+        QStringLiteral("%1: %2%3")
+            .arg(side.isEmpty() ? QStringLiteral("no side") : QStringLiteral("side %1").arg(side),
+                 text(record, Security::orderQty),
+                 price.isEmpty() ? QString() : QStringLiteral(" at %1").arg(price))};
 }
 
 QJsonObject OrdersCheck::asJson(const Checked& one) {
@@ -272,8 +295,9 @@ void OrdersCheck::addTo(CommandAnswer& answer, const QVector<Checked>& checked, 
                              .arg(m_orderMessage.value(QLatin1String("type")).toString(),
                                   jsonText(m_orderMessage.value(QLatin1String("header"))))));
     }
-    answer.lines.append(
-        QStringLiteral("%1 records, %2 with a rule that fails").arg(checked.size()).arg(failing));
+    answer.lines.append(QStringLiteral("%1, %2 with a rule that fails")
+                            .arg(countText(checked.size(), "record"))
+                            .arg(failing));
     answer.json = QJsonObject{{QStringLiteral("orders"), m_orderMessage},
                               {QStringLiteral("records"), records}};
     answer.isFault = failing > 0;
@@ -307,11 +331,17 @@ CommandAnswer OrdersCheck::check(const RecordFile& file, bool allCancel, int col
     for (const QString& function : m_facade.absent()) {
         answer.lines.append(QStringLiteral("%1 is not exported").arg(function));
     }
+    const QStringList unknown = unknownFields(file);
+    if (!unknown.isEmpty()) {
+        answer.lines.append(harmlessText(QStringLiteral("fields that no order has: %1")
+                                             .arg(unknown.join(QStringLiteral(", ")))));
+    }
     answer.lines += faultLines(file);
     QJsonObject json = answer.json.toObject();
     json.insert(QStringLiteral("faults"), faultsAsJson(file));
+    json.insert(QStringLiteral("unknownFields"), QJsonArray::fromStringList(unknown));
     answer.json = json;
-    answer.isFault = answer.isFault || !file.faults.isEmpty() || !m_facade.absent().isEmpty();
+    answer.isFault = answer.isFault || !isUsable(file) || !m_facade.absent().isEmpty();
     answer.interrupted = m_facade.interrupted();
     return answer;
 }

@@ -52,6 +52,13 @@ QString jsonText(const QVariantMap& record) {
     return QString::fromUtf8(QJsonDocument(exactJsonObject(record)).toJson(QJsonDocument::Compact));
 }
 
+/// Why a rule is open whose figure depends on the direction.
+QString unknownDirection(const QVariantMap& order) {
+    const QString side = text(order, Security::side);
+    return side.isEmpty() ? QStringLiteral("no side")
+                          : QStringLiteral("whether side '%1' buys or sells is unknown").arg(side);
+}
+
 /// A finite number above zero; false for everything else.
 bool isAmount(const QVariant& value, double* number) {
     bool ok = false;
@@ -92,7 +99,8 @@ void OrdersCheck::addQuantityRules(Checked& one) {
                               .arg(text(order, Security::orderQty))});
         return;
     }
-    const bool isSell = sideOf(text(order, Security::side)) == Side::Sell;
+    const Side side = sideOf(text(order, Security::side));
+    const bool isSell = side == Side::Sell;
     const double step = number(QStringLiteral("GetQtyStepBySymbol"), {symbol});
     const double least = number(isSell ? QStringLiteral("GetMinSoldQtyBySymbol")
                                        : QStringLiteral("GetMinQtyPerOrderBySymbol"),
@@ -106,7 +114,10 @@ void OrdersCheck::addQuantityRules(Checked& one) {
     const bool isWhole = step > 0 && isOnStep(qty, step);
     Result result = isWhole ? Result::Pass : Result::Fail;
     QString detail = shown(step);
-    if (!isWhole && isSell) {
+    if (!isWhole && side == Side::Unknown) {
+        result = Result::Open;
+        detail += QStringLiteral("; ") + unknownDirection(order);
+    } else if (!isWhole && isSell) {
         // Whether it is the rest depends on the position at that moment.
         result = Result::Open;
         detail += QStringLiteral("; an odd quantity is sold as the rest of a position only");
@@ -146,8 +157,7 @@ void OrdersCheck::addCageRule(Checked& one, double price, double unit) {
     if (tick.isEmpty()) {
         rule.detail = QStringLiteral("no tick received");
     } else if (side == Side::Unknown) {
-        rule.detail = QStringLiteral("whether side '%1' buys or sells is unknown")
-                          .arg(text(order, Security::side));
+        rule.detail = unknownDirection(order);
     } else if (!ask(QStringLiteral("IsUserCageInfoInited"), {QString()}).toBool()) {
         rule.detail = QStringLiteral("the price cage is not loaded");
     } else {
@@ -204,9 +214,20 @@ void OrdersCheck::addAccountRules(Checked& one) {
              QStringLiteral("side '%1' is the exchange's, not an account's").arg(side)});
         return;
     }
+    const QString sideRule = QStringLiteral("side for account");
+    if (side.isEmpty()) {
+        one.rules.append({sideRule, Result::Fail, QStringLiteral("no side")});
+        return;
+    }
     const bool isSupported =
         ask(QStringLiteral("IsSideUnionSupportByAccount"), {account, side}).toBool();
+    if (!isSupported &&
+        ask(QStringLiteral("GetSupportSideUnionListByAccount"), {account}).toArray().isEmpty()) {
+        one.rules.append(
+            {sideRule, Result::Open, QStringLiteral("the account's kind has no list of sides")});
+        return;
+    }
     one.rules.append(
-        {QStringLiteral("side for account"), isSupported ? Result::Pass : Result::Fail,
+        {sideRule, isSupported ? Result::Pass : Result::Fail,
          isSupported ? QString() : QStringLiteral("%1 may not use side '%2'").arg(account, side)});
 }

@@ -5,6 +5,7 @@
 #include <QJsonObject>
 
 #include "exact_json.h"
+#include "figures_text.h"
 #include "order_cross_check.h"
 #include "text_table.h"
 #include "vocabulary/fields.h"
@@ -45,14 +46,14 @@ OrdersReplay::Step OrdersReplay::take(const QVariantMap& update) {
     const QString id = text(update, Security::orderID);
     Step step;
     if (id.isEmpty()) {
-        step.reason = OrderCrossCheck::reasonOf(Verdict::NoOrderId, {}, update);
+        step.reason = OrderCrossCheck::reasonOf(Verdict::NoOrderId, {}, update, {});
         return step;
     }
     const auto known = m_stored.find(id);
     if (known == m_stored.end()) {
         m_stored.insert(id, update);
         step.isStored = true;
-        step.reason = OrderCrossCheck::reasonOf(Verdict::FirstReport, {}, update);
+        step.reason = OrderCrossCheck::reasonOf(Verdict::FirstReport, {}, update, {});
         step.stored = update;
         return step;
     }
@@ -60,9 +61,9 @@ OrdersReplay::Step OrdersReplay::take(const QVariantMap& update) {
     step.isStored =
         m_facade.ask(QStringLiteral("CanOrderUpdate"), {jsonText(*known), jsonText(update)})
             .toBool();
-    const Verdict verdict =
-        OrderCrossCheck::judge(*known, update, m_successors(text(*known, Security::orderStatus)));
-    step.reason = OrderCrossCheck::reasonOf(verdict, *known, update);
+    const QString successors = m_successors(text(*known, Security::orderStatus));
+    const Verdict verdict = OrderCrossCheck::judge(*known, update, successors);
+    step.reason = OrderCrossCheck::reasonOf(verdict, *known, update, successors);
     if (OrderCrossCheck::isStored(verdict) != step.isStored) {
         step.reason =
             QStringLiteral("unclear: the status table and the quantities as read give: %1")
@@ -106,17 +107,17 @@ CommandAnswer OrdersReplay::replay(const RecordFile& file, int columns) {
     }
     CommandAnswer answer;
     answer.lines = table.lines(columns);
-    answer.lines.append(QStringLiteral("%1 updates of %2 orders, %3 stored")
-                            .arg(file.records.size())
-                            .arg(m_stored.size())
-                            .arg(stored));
+    answer.lines.append(
+        QStringLiteral("%1 of %2, %3 stored")
+            .arg(countText(file.records.size(), "update"), countText(m_stored.size(), "order"))
+            .arg(stored));
     for (const QString& function : m_facade.absent()) {
         answer.lines.append(QStringLiteral("%1 is not exported").arg(function));
     }
     answer.lines += faultLines(file);
     answer.json = QJsonObject{{QStringLiteral("updates"), updates},
                               {QStringLiteral("faults"), faultsAsJson(file)}};
-    answer.isFault = !file.faults.isEmpty() || !m_facade.absent().isEmpty();
+    answer.isFault = !isUsable(file) || !m_facade.absent().isEmpty();
     answer.interrupted = m_facade.interrupted();
     return answer;
 }
@@ -131,15 +132,20 @@ QJsonValue faultsAsJson(const RecordFile& file) {
     return faults;
 }
 
+bool isUsable(const RecordFile& file) {
+    return file.faults.isEmpty() && !file.records.isEmpty();
+}
+
 QStringList faultLines(const RecordFile& file) {
     QStringList lines;
     for (const RecordFault& fault : file.faults) {
         lines.append(harmlessText(fault.toString()));
     }
     if (!lines.isEmpty()) {
-        lines.append(QStringLiteral("%1 bad line%2")
-                         .arg(lines.size())
-                         .arg(lines.size() == 1 ? QString() : QStringLiteral("s")));
+        lines.append(countText(lines.size(), "bad line"));
+    }
+    if (file.records.isEmpty()) {
+        lines.append(QStringLiteral("no records"));
     }
     return lines;
 }

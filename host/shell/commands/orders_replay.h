@@ -8,7 +8,8 @@
 #include "record_file.h"
 
 /// Plays order updates as a keeper of an order table would: the first report of an order is stored
-/// unasked; each later one replaces the stored record if CanOrderUpdate agrees. For one thread.
+/// without asking; each later one replaces the stored record if CanOrderUpdate agrees. For one
+/// thread.
 class OrdersReplay {
 public:
     /// The status table: the codes that may follow a status, joined with "|".
@@ -31,5 +32,8 @@ private:
 
 /// The bad lines of a file as data.
 QJsonValue faultsAsJson(const RecordFile& file);
-/// The bad lines of a file, one each, with a line that counts them.
+/// Whether a file has records and no bad line.
+bool isUsable(const RecordFile& file);
+/// The bad lines of a file, one each, with a line that counts them; a line for a file without
+/// records.
 QStringList faultLines(const RecordFile& file);

@@ -22,12 +22,22 @@ QString text(const QVariantMap& record, const QString& field) {
     return record.value(field).toString();
 }
 
+inline const QString kNotCovered =
+    QStringLiteral("realized profit covers normal and margin accounts that may trade");
+
 double number(const QVariantMap& record, const QString& field) {
     return record.value(field).toDouble();
 }
 
 bool isBuy(const QVariantMap& deal) {
     return deal.value(Security::side) == OrderSide::buy;
+}
+
+QString sideText(const QVariantMap& deal) {
+    const QString side = isBuy(deal) ? QStringLiteral("buy") : QStringLiteral("sell");
+    return text(deal, UserAccount::ExchangeExecType) == EntrustType::cancelOrder
+               ? side + QStringLiteral(", cancelled")
+               : side;
 }
 
 QString averageText(double amount, double qty) {
@@ -155,10 +165,17 @@ CommandAnswer ProfitCommand::show(const QStringList& accounts, int columns) {
     QJsonArray json;
     QStringList totals;
     int without = 0;
+    const QStringList covered = this->accounts();
+    QStringList notCovered;
     for (const QString& account : accounts) {
         const Items items = itemsOf(account);
+        const bool isCovered = covered.contains(account);
         if (items.isEmpty()) {
-            ++without;
+            if (isCovered) {
+                ++without;
+            } else {
+                notCovered.append(harmlessText(QStringLiteral("%1  %2").arg(account, kNotCovered)));
+            }
             continue;
         }
         QJsonArray itemsAsJson;
@@ -166,8 +183,9 @@ CommandAnswer ProfitCommand::show(const QStringList& accounts, int columns) {
             const DealSum& sum = item.sum;
             QString note;
             if (!item.isKnown) {
-                note = sum.isNothing() ? QStringLiteral("only cancels")
-                                       : QStringLiteral("not in the running table yet");
+                note = !isCovered        ? kNotCovered
+                       : sum.isNothing() ? QStringLiteral("only cancels")
+                                         : QStringLiteral("not in the running table yet");
             } else if (!isRounding(sum, item.profit, sum.profit())) {
                 note = QStringLiteral("these deals give %1").arg(moneyText(sum.profit()));
             }
@@ -179,8 +197,7 @@ CommandAnswer ProfitCommand::show(const QStringList& accounts, int columns) {
                             QString::number(sum.deals.size()), note});
             for (const QVariantMap& deal : sum.deals) {
                 trail.addRow({account, item.symbol, text(deal, Security::execID),
-                              text(deal, Security::orderID),
-                              isBuy(deal) ? QStringLiteral("buy") : QStringLiteral("sell"),
+                              text(deal, Security::orderID), sideText(deal),
                               numberText(number(deal, Security::lastQty)),
                               text(deal, TradeField::dealPrice),
                               moneyText(number(deal, Security::lastAmount)),
@@ -202,10 +219,10 @@ CommandAnswer ProfitCommand::show(const QStringList& accounts, int columns) {
         answer.lines += trail.lines(columns) << QString();
         answer.lines += totals;
     }
+    answer.lines += notCovered;
     if (without > 0) {
-        answer.lines.append(QStringLiteral("without deals today: %1 account%2")
-                                .arg(without)
-                                .arg(without == 1 ? QString() : QStringLiteral("s")));
+        answer.lines.append(
+            QStringLiteral("without deals today: %1").arg(countText(without, "account")));
     }
     answer.json = json;
     addAbsent(answer);
@@ -215,7 +232,11 @@ CommandAnswer ProfitCommand::show(const QStringList& accounts, int columns) {
 CommandAnswer ProfitCommand::check(const QStringList& accounts, int columns) {
     QVector<FigureDifference> differences;
     int compared = 0;
-    for (const QString& account : accounts) {
+    // The running table may have an account that it should not have.
+    QStringList all = accounts;
+    all += m_facade.ask(QStringLiteral("GetAllRealizedProfitMap"), {}).toObject().keys();
+    all.removeDuplicates();
+    for (const QString& account : qAsConst(all)) {
         const Items items = itemsOf(account);
         for (const Item& item : items) {
             ++compared;
@@ -263,8 +284,9 @@ CommandAnswer checkAnswer(const QVector<FigureDifference>& differences, int comp
     if (!differences.isEmpty()) {
         answer.lines = table.lines(columns);
     }
-    answer.lines.append(
-        QStringLiteral("%1 figures compared, %2 differ").arg(compared).arg(differences.size()));
+    answer.lines.append(QStringLiteral("%1 compared, %2 differ")
+                            .arg(countText(compared, "figure"))
+                            .arg(differences.size()));
     answer.json =
         QJsonObject{{QStringLiteral("compared"), compared}, {QStringLiteral("differences"), json}};
     answer.isFault = !differences.isEmpty();

@@ -43,8 +43,8 @@ public:
     QStringList accounts();
     /// Accounts without deals are only counted. Lines are cut to `columns`.
     CommandAnswer show(const QStringList& accounts, int columns);
-    /// Compares the running table with all deals; a difference is a fault. The running table may
-    /// lack an item whose rows only report cancels.
+    /// Compares the running table with all deals, over these accounts and those that the table has;
+    /// a difference is a fault. The running table may lack an item whose rows only report cancels.
     CommandAnswer check(const QStringList& accounts, int columns);
 
 private:

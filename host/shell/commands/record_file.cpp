@@ -149,7 +149,12 @@ class CsvReader final : public RecordReader {
 protected:
     void take(const QByteArray& line) override {
         QVector<Cell> cells;
-        if (!split(QString::fromUtf8(line), &cells)) {
+        const int carriageReturn = line.indexOf('\r');
+        if (carriageReturn >= 0) {
+            addFault(columnOf(line, carriageReturn),
+                     QStringLiteral("a CR without LF; lines end in LF or CRLF"));
+            takeBadLine();
+        } else if (!split(QString::fromUtf8(line), &cells)) {
             takeBadLine();
         } else if (!m_hasNames) {
             takeNames(cells);

@@ -26,14 +26,20 @@ constexpr int kTickWaitMs = 3000;
 /// With --deals: how long the day is before a question about profits.
 constexpr int kDealWaitMs = 3000;
 
-/// Each status is read once.
+/// The table is read once.
 OrdersReplay::Successors statusTable() {
-    return [known = QHash<QString, QString>()](const QString& status) mutable {
-        if (!known.contains(status)) {
-            known.insert(status, CDataBase::GetInstance()->GetStaticCfgValue(
-                                     Constants::ORDERSTATUSSWITCH, status));
+    return [table = QMap<QString, QString>(), isRead = false](const QString& status) mutable {
+        if (!isRead) {
+            isRead = true;
+            table =
+                CDataBase::GetInstance()->GetStaticValuesBySection(Constants::ORDERSTATUSSWITCH);
         }
-        return known.value(status);
+        const auto entry = table.constFind(status);
+        if (entry == table.constEnd()) {
+            return QString();
+        }
+        // A final status has an entry without codes.
+        return entry->isNull() ? QStringLiteral("") : *entry;
     };
 }
 

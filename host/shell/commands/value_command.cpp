@@ -12,8 +12,10 @@
 
 namespace {
 
-/// The running total adds up differences of prices, so it is rounded more often than a fresh sum.
-constexpr double kRounding = 1e-6;
+/// A running figure adds up differences of prices, so it is rounded more often than a fresh sum: it
+/// may be off by this share of the absolute amounts in it, and by this amount when they are gone.
+constexpr double kRounding = 1e-9;
+constexpr double kLeftOver = 1e-6;
 /// Of a gold contract, in grams.
 constexpr double kGoldUnit = 1000;
 constexpr double kStandardBondPrice = 100;
@@ -35,10 +37,6 @@ QString text(const QVariantMap& record, const QString& field) {
     return record.value(field).toString();
 }
 
-bool isRounding(double scale, double one, double other) {
-    return std::abs(one - other) <= kRounding * (1 + scale);
-}
-
 double figure(const QJsonObject& running, const char* name) {
     return running.value(QLatin1String(name)).toDouble();
 }
@@ -50,33 +48,34 @@ ValueCommand::ValueCommand(const FacadeLibrary& library, const FacadeAsk& ask,
     : m_facade(library, ask), m_sources(sources) {}
 
 double ValueCommand::Row::marketValue() const {
-    return countable(nominal * price * rate);
+    return countable(nominal() * price * rate);
 }
 
 double ValueCommand::Row::cost() const {
-    return countable(averageCost * nominal * rate);
+    return countable(averageCost * nominal() * rate);
 }
 
-double ValueCommand::Account::marketValue() const {
-    double sum = 0;
+void ValueCommand::Sum::add(double amount) {
+    total += amount;
+    absolute += std::abs(amount);
+}
+
+bool ValueCommand::Sum::agreesWith(double running) const {
+    return std::abs(running - total) <= kLeftOver + kRounding * absolute;
+}
+
+ValueCommand::Sum ValueCommand::Account::marketValue() const {
+    Sum sum;
     for (const Row& row : rows) {
-        sum += row.marketValue();
+        sum.add(row.marketValue());
     }
     return sum;
 }
 
-double ValueCommand::Account::cost() const {
-    double sum = 0;
+ValueCommand::Sum ValueCommand::Account::cost() const {
+    Sum sum;
     for (const Row& row : rows) {
-        sum += row.cost();
-    }
-    return sum;
-}
-
-double ValueCommand::Account::scale() const {
-    double sum = 0;
-    for (const Row& row : rows) {
-        sum += std::abs(row.marketValue()) + std::abs(row.cost());
+        sum.add(row.cost());
     }
     return sum;
 }
@@ -141,10 +140,8 @@ ValueCommand::Row ValueCommand::rowOf(const QVariantMap& position) {
     const Instrument& security = securityOf(text(position, Security::securityID), row.exchange);
     row.symbol = security.symbol;
     row.factor = security.factor;
-    row.multiplier = security.multiplier;
+    row.multiplier = security.multiplier * (row.exchange == Exchange::sge ? kGoldUnit : 1);
     row.shown = position.value(Security::nominalQty).toDouble();
-    row.nominal =
-        row.shown * row.factor * row.multiplier * (row.exchange == Exchange::sge ? kGoldUnit : 1);
     row.rate = rateOf(row.exchange, &row.hasRate);
     if (isStandardBond(row.symbol)) {
         row.price = kStandardBondPrice;
@@ -184,9 +181,8 @@ QStringList ValueCommand::symbolsWithoutPrice(const QStringList& accounts) {
 }
 
 bool ValueCommand::agrees(const Account& account) const {
-    return isRounding(account.scale(), figure(account.running, "marketValue"),
-                      account.marketValue()) &&
-           isRounding(account.scale(), figure(account.running, "costValue"), account.cost());
+    return account.marketValue().agreesWith(figure(account.running, "marketValue")) &&
+           account.cost().agreesWith(figure(account.running, "costValue"));
 }
 
 QJsonObject ValueCommand::asJson(const Account& account) {
@@ -197,8 +193,9 @@ QJsonObject ValueCommand::asJson(const Account& account) {
                         {QStringLiteral("exchange"), row.exchange},
                         {QStringLiteral("displayQty"), row.shown},
                         {QStringLiteral("displayFactor"), row.factor},
+                        {QStringLiteral("quantity"), row.quantity()},
                         {QStringLiteral("multiplier"), row.multiplier},
-                        {QStringLiteral("quantity"), row.nominal},
+                        {QStringLiteral("nominal"), row.nominal()},
                         {QStringLiteral("price"),
                          row.price > 0 ? QJsonValue(row.price) : QJsonValue(QJsonValue::Null)},
                         {QStringLiteral("rate"), row.rate},
@@ -209,8 +206,8 @@ QJsonObject ValueCommand::asJson(const Account& account) {
     return {{QStringLiteral("account"), account.name},
             {QStringLiteral("marketValue"), figure(account.running, "marketValue")},
             {QStringLiteral("costValue"), figure(account.running, "costValue")},
-            {QStringLiteral("marketValueOfPositions"), account.marketValue()},
-            {QStringLiteral("costOfPositions"), account.cost()},
+            {QStringLiteral("marketValueOfPositions"), account.marketValue().total},
+            {QStringLiteral("costOfPositions"), account.cost().total},
             {QStringLiteral("positions"), rows}};
 }
 
@@ -246,19 +243,19 @@ CommandAnswer ValueCommand::show(const QStringList& accounts, int columns) {
             if (!row.hasRate) {
                 notes.append(QStringLiteral("no rate, 1 is used"));
             }
-            table.addRow(
-                {name, row.symbol, row.exchange, numberText(row.shown * row.factor),
-                 numberText(row.multiplier * (row.exchange == Exchange::sge ? kGoldUnit : 1)),
-                 row.price > 0 ? numberText(row.price) : QString(), numberText(row.rate),
-                 moneyText(row.marketValue()), numberText(row.averageCost), moneyText(row.cost()),
-                 notes.join(QStringLiteral(", "))});
+            table.addRow({name, row.symbol, row.exchange, numberText(row.quantity()),
+                          numberText(row.multiplier),
+                          row.price > 0 ? numberText(row.price) : QString(), numberText(row.rate),
+                          moneyText(row.marketValue()), numberText(row.averageCost),
+                          moneyText(row.cost()), notes.join(QStringLiteral(", "))});
         }
         QString total = QStringLiteral("%1  market value %2, cost %3")
                             .arg(name, moneyText(figure(account.running, "marketValue")),
                                  moneyText(figure(account.running, "costValue")));
         if (!agrees(account)) {
-            total += QStringLiteral("; these positions give %1 and %2")
-                         .arg(moneyText(account.marketValue()), moneyText(account.cost()));
+            total +=
+                QStringLiteral("; these positions give %1 and %2")
+                    .arg(moneyText(account.marketValue().total), moneyText(account.cost().total));
         }
         totals.append(harmlessText(total));
         json.append(asJson(account));
@@ -275,9 +272,8 @@ CommandAnswer ValueCommand::show(const QStringList& accounts, int columns) {
             QStringLiteral("without a price: %1").arg(names.join(QStringLiteral(", ")))));
     }
     if (without > 0) {
-        answer.lines.append(QStringLiteral("without positions: %1 account%2")
-                                .arg(without)
-                                .arg(without == 1 ? QString() : QStringLiteral("s")));
+        answer.lines.append(
+            QStringLiteral("without positions: %1").arg(countText(without, "account")));
     }
     answer.json = QJsonObject{{QStringLiteral("accounts"), json},
                               {QStringLiteral("withoutPrice"), QJsonArray::fromStringList(names)}};
@@ -290,21 +286,20 @@ CommandAnswer ValueCommand::check(const QStringList& accounts, int columns) {
     int compared = 0;
     for (const QString& name : accounts) {
         const Account account = accountOf(name);
-        const double scale = account.scale();
         const auto compare = [&](const QString& item, const char* figureName, double running,
-                                 double fresh) {
+                                 const Sum& fresh) {
             ++compared;
-            if (!isRounding(scale, running, fresh)) {
-                differences.append({name, item, QLatin1String(figureName), running, fresh});
+            if (!fresh.agreesWith(running)) {
+                differences.append({name, item, QLatin1String(figureName), running, fresh.total});
             }
         };
         compare(QString(), "market value", figure(account.running, "marketValue"),
                 account.marketValue());
         compare(QString(), "cost", figure(account.running, "costValue"), account.cost());
-        QMap<QString, QPair<double, double>> fresh;
+        QMap<QString, QPair<Sum, Sum>> fresh;
         for (const Row& row : account.rows) {
-            fresh[row.symbol].first += row.marketValue();
-            fresh[row.symbol].second += row.cost();
+            fresh[row.symbol].first.add(row.marketValue());
+            fresh[row.symbol].second.add(row.cost());
         }
         const QJsonObject values =
             account.running.value(QLatin1String("symbolMarketValueMap")).toObject();

@@ -43,25 +43,34 @@ private:
         QString exchange;
         double shown = 0;  ///< quantity in display units
         double factor = 1;
-        double multiplier = 1;
-        double nominal = 0;  ///< what a price is multiplied with
+        double multiplier = 1;  ///< for gold with the grams of a kilogram
         double price = 0;
         double rate = 1;
         bool hasRate = true;
         double averageCost = 0;
 
+        /// In pieces: shares or contracts.
+        double quantity() const { return shown * factor; }
+        /// What a price is multiplied with.
+        double nominal() const { return quantity() * multiplier; }
         double marketValue() const;
         double cost() const;
+    };
+    /// Amounts added up, with their absolute sum, which rounding is measured by.
+    struct Sum {
+        double total = 0;
+        double absolute = 0;
+
+        void add(double amount);
+        bool agreesWith(double running) const;
     };
     struct Account {
         QString name;
         QVector<Row> rows;
         QJsonObject running;  ///< as the functions answer
 
-        double marketValue() const;
-        double cost() const;
-        /// The sum of the rows' absolute values, which rounding is measured by.
-        double scale() const;
+        Sum marketValue() const;
+        Sum cost() const;
     };
 
     Account accountOf(const QString& name);

@@ -170,6 +170,20 @@ private slots:
         QCOMPARE(needsOf("GetAllCageMap"), unsigned(FacadeCage));
         QCOMPARE(needsOf("GetPriceUnitBySymbol"), unsigned(FacadeSecurities | FacadeHongKong));
         QCOMPARE(needsOf("GetTraderInfoList"), unsigned(FacadeServer));
+        QCOMPARE(needsOf("GetAllRealizedProfitMap"), unsigned(FacadeExecutions));
+        QVERIFY(needsOf("GetMarketValueByTradingAccount") & FacadePositions);
+    }
+
+    void notes_ofValuesAndProfits_containTheirUnits() {
+        QVERIFY(facadeNote("calcMarketValue", "quantity")
+                    .contains("contracts of futures, options "
+                              "and gold"));
+        QVERIFY(facadeNote("calcMarketValue", "price").contains("gold per gram"));
+        QCOMPARE(facadeNote("calcMarketValue", "error"),
+                 QString("set only for a bond whose accrued interest is unknown"));
+        QVERIFY(facadeNote("GetRealizedProfitByAccount", "result")
+                    .endsWith("sums currencies as they are"));
+        QVERIFY(facadeNote("OrderCancelRequest", "order").startsWith("the order's record"));
     }
 
     void notes_ofMasksAndExchanges_containTheValues() {
@@ -220,7 +234,7 @@ private slots:
         QCOMPARE(facadeNote("calcMarketValue", "multiplier"),
                  QString("units of one contract; counts for futures alone"));
         QCOMPARE(facadeNote("calcMarketValue", "quantity"),
-                 QString("in pieces: shares or contracts"));
+                 QString("in pieces: shares, or contracts of futures, options and gold"));
         QCOMPARE(facadeNote("calcMarketValue", "price"),
                  QString("in the currency of the symbol; for gold per gram, for futures and "
                          "options per unit of the contract"));

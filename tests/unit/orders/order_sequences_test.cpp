@@ -99,7 +99,7 @@ bool isAsTheEnd(const Report& report, const Report& last) {
 }
 
 /// Walks every order in which the reports may arrive, by states: which have arrived, and which of
-/// them is stored. The first to arrive is stored unasked.
+/// them is stored. The first to arrive is stored without asking.
 class Arrivals {
 public:
     explicit Arrivals(const std::vector<Report>& reports) : m_reports(reports) {

@@ -347,6 +347,8 @@ void ScenarioPlayerTest::failedStep_endsTheClientWithItsLine_data() {
                                     << "result is {";
     QTest::newRow("unknown_function") << "3"
                                       << "GetEverything";
+    QTest::newRow("unknown_account") << "4"
+                                     << "no account is called 'T999999'";
     QTest::newRow("unknown_event") << "3:14"
                                    << "NoSuchEvent";
     QTest::newRow("wrong_field") << "3"

@@ -8,6 +8,7 @@
 
 #include "client.h"
 #include "exact_json.h"
+#include "log_capture.h"
 #include "orders_check.h"
 #include "orders_replay.h"
 #include "small_market.h"
@@ -32,6 +33,25 @@ QVariantMap order(const QString& id, const QString& status, const QVariant& cum,
 
 QString jsonText(const QVariantMap& record) {
     return QString::fromUtf8(QJsonDocument(exactJsonObject(record)).toJson(QJsonDocument::Compact));
+}
+
+/// Whether the function has logged what it does for this verdict.
+bool isLoggedAs(Verdict verdict, const QStringList& lines) {
+    switch (verdict) {
+        case Verdict::FirstReport:
+        case Verdict::Accepted:
+        case Verdict::NoOrderId:
+        case Verdict::OtherOrder:
+            return lines.isEmpty();
+        case Verdict::StatusNotListed:
+            return lines.size() == 1 && lines.first().startsWith("oldStatus = ");
+        case Verdict::NotFinite:
+            return lines.size() == 1 && lines.first().contains("not a finite quantity");
+        case Verdict::NothingNew:
+        case Verdict::Shrinks:
+            return lines.size() == 1 && lines.first().startsWith("same status, ");
+    }
+    return false;
 }
 
 }  // namespace
@@ -67,10 +87,22 @@ private slots:
         QTest::newRow("other id") << order("1", "0", 0, 0) << order("2", "1", 0, 0)
                                   << Verdict::OtherOrder << "another order's id";
         QTest::newRow("not listed")
-            << order("1", "2", 0, 0) << order("1", "0", 0, 0) << Verdict::StatusNotListed
-            << "status '2' to '0' is not listed";
-        QTest::newRow("empty statuses") << order("1", "x", 0, 0) << order("1", "", 0, 0)
-                                        << Verdict::Accepted << "status 'x' to '' is listed";
+            << order("1", "1", 0, 0) << order("1", "0", 0, 0) << Verdict::StatusNotListed
+            << "status '1' to '0' is not listed";
+        QTest::newRow("empty statuses")
+            << order("1", "x", 0, 0) << order("1", "", 0, 0) << Verdict::Accepted
+            << "the table has no status 'x', so only the empty one may "
+               "follow";
+        QTest::newRow("final status")
+            << order("1", "2", 0, 0) << order("1", "1", 0, 0) << Verdict::StatusNotListed
+            << "status '2' to '1' is not listed";
+        QTest::newRow("status outside the table")
+            << order("1", "zzz", 0, 0) << order("1", "0", 0, 0) << Verdict::StatusNotListed
+            << "the table has no status 'zzz', so only the empty one may follow";
+        QTest::newRow("texts without a number")
+            << order("1", "0", "x y", 0) << order("1", "1", "abc", "100") << Verdict::Accepted
+            << "status '0' to '1' is listed; 'abc' is not a number and counts as 0; 'x y' is not a "
+               "number and counts as 0";
         QTest::newRow("not a number") << order("1", "0", 0, 0) << order("1", "1", "nan", 0)
                                       << Verdict::NotFinite << "a quantity is not a finite number";
         QTest::newRow("infinite") << order("1", "0", 0, 0) << order("1", "1", 0, "inf")
@@ -92,10 +124,10 @@ private slots:
         QFETCH(QVariantMap, update);
         QFETCH(Verdict, verdict);
         QFETCH(QString, reason);
-        const QMap<QString, QString> table{{"0", "0|1|2"}, {"1", "1|2"}};
+        const QMap<QString, QString> table{{"0", "0|1|2"}, {"1", "1|2"}, {"2", ""}};
         const QString next = table.value(stored.value(Security::orderStatus).toString());
         QCOMPARE(OrderCrossCheck::judge(stored, update, next), verdict);
-        QCOMPARE(OrderCrossCheck::reasonOf(verdict, stored, update), reason);
+        QCOMPARE(OrderCrossCheck::reasonOf(verdict, stored, update, next), reason);
     }
 
     void randomPairs_judgeAndTheExportedFunctionAgree() {
@@ -117,22 +149,33 @@ private slots:
             return order(pick(ids), pick(statuses), pick(quantities), pick(quantities));
         };
         QMap<Verdict, int> seen;
+        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\nvelmar.orders.debug=true"));
+        LogCapture log;
         for (int i = 0; i < 60000; ++i) {
             const QVariantMap stored = make();
             QVariantMap update = make();
             if (i % 4 == 0) {
                 update.insert(Security::orderStatus, stored.value(Security::orderStatus));
             }
-            const Verdict verdict = OrderCrossCheck::judge(
-                stored, update,
-                CDataBase::GetInstance()->GetStaticCfgValue(
-                    Constants::ORDERSTATUSSWITCH, stored.value(Security::orderStatus).toString()));
+            const QString next = CDataBase::GetInstance()->GetStaticCfgValue(
+                Constants::ORDERSTATUSSWITCH, stored.value(Security::orderStatus).toString());
+            const Verdict verdict = OrderCrossCheck::judge(stored, update, next);
+            log.clear();
             ++seen[verdict];
             const QStringList arguments{jsonText(stored), jsonText(update)};
             const bool answered = call("CanOrderUpdate", arguments).toBool();
             QVERIFY2(answered == OrderCrossCheck::isStored(verdict),
                      qPrintable(arguments.join(' ') + ' ' +
-                                OrderCrossCheck::reasonOf(verdict, stored, update)));
+                                OrderCrossCheck::reasonOf(verdict, stored, update, next)));
+            QStringList logged;
+            for (const LogCapture::Line& line : log.lines()) {
+                // Positions that other threads read are logged under the same category.
+                if (line.category == "velmar.orders" && !line.text.startsWith("positions ")) {
+                    logged.append(line.text);
+                }
+            }
+            QVERIFY2(isLoggedAs(verdict, logged),
+                     qPrintable(arguments.join(' ') + ' ' + logged.join(" / ")));
         }
         for (const Verdict verdict :
              {Verdict::Accepted, Verdict::NoOrderId, Verdict::OtherOrder, Verdict::StatusNotListed,

@@ -34,6 +34,7 @@ public:
              QJsonObject{{"tradingAccount", "T1"}, {"accountStatus", "0"}, {"authorityFlags", 16}}},
             {"IsSymbolTradableByAccount", true},
             {"IsSideUnionSupportByAccount", true},
+            {"GetSupportSideUnionListByAccount", QJsonArray{"101", "102"}},
         };
     }
     QVariantMap added{{Security::orderStation, "here"},
@@ -130,7 +131,7 @@ private slots:
             QCOMPARE(entry(answer, 0, "rules", "rule", rule).value("result").toString(),
                      QString("pass"));
         }
-        QVERIFY(answer.lines.contains("1 records, 0 with a rule that fails"));
+        QVERIFY(answer.lines.contains("1 record, 0 with a rule that fails"));
         QVERIFY(answer.lines.at(2).startsWith("2     600000.SH"));
     }
 
@@ -244,6 +245,13 @@ private slots:
         QTest::newRow("side unknown") << QVariantMap{{"side", "305"}} << "price limits"
                                       << "open"
                                       << "whether side '305' buys or sells is unknown";
+        QTest::newRow("odd, side unknown")
+            << QVariantMap{{"orderQty", 150}, {"side", "305"}} << "quantity step"
+            << "open"
+            << "100; whether side '305' buys or sells is unknown";
+        QTest::newRow("no side") << QVariantMap{{"side", ""}} << "side for account"
+                                 << "fail"
+                                 << "no side";
         QTest::newRow("other symbol") << QVariantMap{{"symbol", "000001.SZ"}} << "price limits"
                                       << "open"
                                       << "no tick received";
@@ -321,6 +329,52 @@ private slots:
         const QJsonObject found = entry(check(answers, {goodOrder()}), 0, "rules", "rule", rule);
         QCOMPARE(found.value("result").toString(), result);
         QCOMPARE(found.value("detail").toString(), detail);
+    }
+
+    void sideForAccount_kindWithoutAListOfSides_isOpen() {
+        Answers answers;
+        answers.results.insert("IsSideUnionSupportByAccount", false);
+        answers.results.insert("GetSupportSideUnionListByAccount", QJsonArray());
+        const CommandAnswer answer = check(answers, {goodOrder()});
+        const QJsonObject rule = entry(answer, 0, "rules", "rule", "side for account");
+        QCOMPARE(rule.value("result").toString(), QString("open"));
+        QCOMPARE(rule.value("detail").toString(),
+                 QString("the account's kind has no list of sides"));
+        QVERIFY(!answer.isFault);
+    }
+
+    void orderWithoutSymbolAndSide_isDescribedInWords() {
+        Answers answers;
+        QVariantMap order = goodOrder();
+        order.remove(Security::symbol);
+        order.remove(Security::side);
+        const QStringList lines = check(answers, {order}).lines;
+        QVERIFY(lines.at(2).contains("no symbol"));
+        QVERIFY(lines.at(4).contains("no side: 100 at 10.2"));
+    }
+
+    void fieldName_thatNoOrderHas_isNamedBehindTheTable() {
+        Answers answers;
+        QVariantMap order = goodOrder();
+        order.insert("sied", "101");
+        order.insert("ordrQty", 1);
+        const CommandAnswer answer = check(answers, {order});
+        QCOMPARE(answer.lines.last(), QString("fields that no order has: ordrQty, sied"));
+        QCOMPARE(answer.json.toObject().value("unknownFields").toArray(),
+                 (QJsonArray{"ordrQty", "sied"}));
+        QVERIFY(!answer.isFault);
+        QVERIFY(check(answers, {goodOrder()}).lines.filter("no order has").isEmpty());
+    }
+
+    void fileWithoutRecords_isAFault() {
+        for (const char* bytes : {"", "symbol,side\n", "symbol,side\rA,1\rB,2\r"}) {
+            Answers answers;
+            OrdersCheck orders(m_library, answers.function(), someTick());
+            const CommandAnswer answer =
+                orders.check(parseRecords(bytes, RecordFormat::Csv), false, kWide);
+            QVERIFY(answer.isFault);
+            QCOMPARE(answer.lines.last(), QString("no records"));
+        }
     }
 
     void cancel_byOrderIdOrEntrustTypeOrOption_hasAMessageOfItsOwn() {

@@ -81,7 +81,7 @@ private slots:
             QCOMPARE(update(answer, i).value("stored").toObject().value("cumQty").toString(),
                      stored.at(i));
         }
-        // A first report is stored unasked.
+        // A first report is stored without asking.
         QVERIFY(update(answer, 0).value("answer").isNull());
         QCOMPARE(answers.calls.size(), 5);
         QVERIFY(answer.lines.contains("7 updates of 2 orders, 4 stored"));
@@ -113,6 +113,18 @@ private slots:
         QVERIFY(answer.lines.contains("line 3, column 3: a quote without its closing one"));
         QCOMPARE(answer.json.toObject().value("updates").toArray().size(), 2);
         QCOMPARE(answer.json.toObject().value("faults").toArray().size(), 1);
+    }
+
+    void fileWithoutRecords_isAFault() {
+        Answers answers;
+        const CommandAnswer answer = replay(answers, "");
+        QVERIFY(answer.isFault);
+        QCOMPARE(answer.lines.last(), QString("no records"));
+    }
+
+    void oneOrder_isCountedInTheSingular() {
+        Answers answers;
+        QVERIFY(replay(answers, "A,0,0,0\n").lines.contains("1 update of 1 order, 1 stored"));
     }
 
     void interrupt_isReported() {

@@ -42,7 +42,8 @@ private slots:
         m_deals = {{"T1", {deal("1", 100, 10, 3), deal("2", 50, 11, 2)}}};
         m_answers = std::make_unique<FacadeRecorder>();
         m_answers->results = {{"GetRealizedProfitMapByAccount", profits(45)},
-                              {"GetRealizedProfitByAccount", 45.0}};
+                              {"GetRealizedProfitByAccount", 45.0},
+                              {"GetFundAccountListByFundProp", m_covered}};
     }
 
     void sum_deals_giveTheProfitOfTheMatchedQuantity() {
@@ -76,7 +77,7 @@ private slots:
     }
 
     void show_accountsWithoutDeals_areCounted() {
-        m_answers->results.clear();
+        m_answers->results = {{"GetFundAccountListByFundProp", m_covered}};
         QCOMPARE(command().show({"T2"}, kWide).lines,
                  QStringList("without deals today: 1 account"));
         const CommandAnswer answer = command().show({"T1", "T2", "T3"}, kWide);
@@ -88,6 +89,32 @@ private slots:
         QVERIFY(command().show({"T1"}, kWide).lines.at(2).endsWith("these deals give 45.00"));
         m_answers->results.remove("GetRealizedProfitMapByAccount");
         QVERIFY(command().show({"T1"}, kWide).lines.at(2).endsWith("not in the running table yet"));
+    }
+
+    void show_accountThatProfitDoesNotCover_saysSo() {
+        const QString covers("realized profit covers normal and margin accounts that may trade");
+        m_answers->results = {{"GetFundAccountListByFundProp", QJsonArray()}};
+        QVERIFY(command().show({"T1"}, kWide).lines.at(2).endsWith(covers));
+        QCOMPARE(command().show({"T9"}, kWide).lines, QStringList("T9  " + covers));
+    }
+
+    void show_cancelRowOfTheDeals_isMarked() {
+        QVariantMap cancel = deal("2", 0, 0);
+        cancel.insert(UserAccount::ExchangeExecType, EntrustType::cancelOrder);
+        m_deals["T1"].append(cancel);
+        const QStringList lines = command().show({"T1"}, kWide).lines;
+        QCOMPARE(lines.filter("sell, cancelled").size(), 1);
+        QVERIFY(lines.filter("sell, cancelled").first().contains("E0"));
+    }
+
+    void check_accountOfTheRunningTableAlone_isADifference() {
+        m_answers->results.insert("GetAllRealizedProfitMap",
+                                  QJsonObject{{"T1", profits(45)}, {"T9", profits(45)}});
+        const CommandAnswer answer = command().check({"T1"}, kWide);
+        QVERIFY(answer.isFault);
+        QCOMPARE(answer.lines.at(2).simplified(),
+                 QString("T9 600000.SH S1 profit 45.0000 missing"));
+        QVERIFY(answer.lines.contains("2 figures compared, 1 differ"));
     }
 
     void show_controlCharactersOfADeal_areReplaced() {
@@ -110,7 +137,7 @@ private slots:
 
     void check_itemOfCancelsAlone_mayBeMissing() {
         m_deals = {{"T1", {deal("2", 0, 0)}}};
-        m_answers->results.clear();
+        m_answers->results = {{"GetFundAccountListByFundProp", m_covered}};
         QVERIFY(!command().check({"T1"}, kWide).isFault);
         QVERIFY(command().show({"T1"}, kWide).lines.at(2).endsWith("only cancels"));
         m_deals = {{"T1", {deal("2", 0, 0, 1)}}};
@@ -149,6 +176,9 @@ private:
                 [this](const QString& account) { return m_deals.value(account); }};
     }
 
+    const QJsonArray m_covered{QJsonObject{{"tradingAccount", "T1"}},
+                               QJsonObject{{"tradingAccount", "T2"}},
+                               QJsonObject{{"tradingAccount", "T3"}}};
     FacadeLibrary m_library;
     std::unique_ptr<FacadeRecorder> m_answers;
     QMap<QString, QList<QVariantMap>> m_deals;

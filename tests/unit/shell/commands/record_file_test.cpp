@@ -127,6 +127,13 @@ private slots:
         QCOMPARE(file.records.first().fields, (QVariantMap{{"a", "3"}, {"b", "4"}}));
     }
 
+    void csv_linesThatEndInCrAlone_areAFault() {
+        const RecordFile file = parseRecords("symbol,side\rA,1\rB,2\r", RecordFormat::Csv);
+        QCOMPARE(faultTexts(file),
+                 QStringList("line 1, column 12: a CR without LF; lines end in LF or CRLF"));
+        QVERIFY(file.records.isEmpty());
+    }
+
     void csv_badFieldNames_leaveNoRecords_data() {
         QTest::addColumn<QByteArray>("names");
         QTest::addColumn<QString>("fault");

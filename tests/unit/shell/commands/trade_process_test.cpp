@@ -128,7 +128,7 @@ private slots:
                                    "O1,0,0,0\nO1,1,100,0\nO1,1,50,0\nO1,2,200,0\nO1,1,150,0\n");
         const Ended table = run({"orders", "replay", file});
         QVERIFY2(table.code == 0 && table.err.isEmpty(), table.text());
-        QVERIFY2(table.out.contains("5 updates of 1 orders, 3 stored"), table.text());
+        QVERIFY2(table.out.contains("5 updates of 1 order, 3 stored"), table.text());
         const Ended data = run({"orders", "replay", file, "--json"});
         const QJsonArray updates = data.json().object().value("updates").toArray();
         QCOMPARE(updates.size(), 5);
@@ -237,6 +237,9 @@ private slots:
         while (out.count(part) < 3) {
             QVERIFY2(process.waitForReadyRead(kLimitMs), out + process.readAllStandardError());
             out += process.readAllStandardOutput();
+        }
+        if (question.contains("--json")) {
+            QVERIFY(QJsonDocument::fromJson(out.left(out.indexOf('\n'))).isObject());
         }
         QVERIFY(process.processId() > 0);
         ::kill(static_cast<pid_t>(process.processId()), SIGINT);

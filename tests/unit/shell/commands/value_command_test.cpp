@@ -165,6 +165,48 @@ private slots:
                  QString("T1 GONE market value 1000.0000 0.0000 1000.0000"));
     }
 
+    void check_smallDifferenceBesideALargePosition_isFound() {
+        m_prices = {{"600000.X", 10}, {"1.X", 1000}};
+        m_positions = {
+            {"T1",
+             {position("600000", Exchange::sh, 1000, 9), position("1", Exchange::sh, 1e8, 1000)}}};
+        const QJsonObject costs{{"600000.X", 9000}, {"1.X", 1e11}};
+        const auto checked = [&](double small, double large) {
+            m_answers->running =
+                total(1e11 + 10000, 1e11 + 9000, {{"600000.X", small}, {"1.X", large}}, costs);
+            return command().check({"T1"}, kWide);
+        };
+        QVERIFY(!checked(10000.000001, 1e11 + 50).isFault);
+        const CommandAnswer other = checked(10000.01, 1e11);
+        QVERIFY(other.isFault);
+        QCOMPARE(other.lines.filter("600000.X").size(), 1);
+        QCOMPARE(checked(10000, 1e11 + 200).lines.filter("1.X").size(), 1);
+    }
+
+    void show_goldAsJson_hasThousandInItsMultiplier() {
+        m_positions = {{"T1", {position("600000", Exchange::sge, 2, 9)}}};
+        const QJsonObject row = accountOf(command().show({"T1"}, kWide))
+                                    .value("positions")
+                                    .toArray()
+                                    .first()
+                                    .toObject();
+        QCOMPARE(row.value("quantity").toDouble(), 2.0);
+        QCOMPARE(row.value("multiplier").toDouble(), 1000.0);
+        QCOMPARE(row.value("nominal").toDouble(), 2000.0);
+        QCOMPARE(row.value("marketValue").toDouble(),
+                 row.value("quantity").toDouble() * row.value("multiplier").toDouble() *
+                     row.value("price").toDouble() * row.value("rate").toDouble());
+        QCOMPARE(row.value("marketValue").toDouble(), 20000.0);
+    }
+
+    void check_unknownSecurity_isNamedAsTheRunningTableDoes() {
+        m_positions = {{"T1", {position("???", Exchange::sh, 1000, 9)}}};
+        m_answers->running = total(0, 9000, {{"????", 0}}, {{"????", 9000}});
+        const CommandAnswer answer = command().check({"T1"}, kWide);
+        QVERIFY2(!answer.isFault, qPrintable(answer.lines.join('\n')));
+        QCOMPARE(answer.json.toObject().value("compared").toInt(), 4);
+    }
+
     void check_accountWithoutPositions_isWorthNothing() {
         m_positions.clear();
         QVERIFY(!command().check({"T1"}, kWide).isFault);
