@@ -92,7 +92,6 @@ private slots:
         Core* const core = Core::instance();
         QVariantMap record{{"a", 1}};
         const QList<QPair<std::function<void()>, QString>> expected{
-            {[=] { emit presenter->signalPositionUpdated({}); }, "Manager::slotPositionUpdated"},
             {[=] { emit presenter->signalBusiMsgRecved({}, true); },
              "Manager::slotRecvBusiMsgPush"},
             {[=] { emit presenter->signalNetReconnect("g", presenter); },
@@ -115,6 +114,9 @@ private slots:
             runOnThreadAndWait(presenter, [] {});
             QCOMPARE(log.texts(QtDebugMsg).filter(connection.second).size(), 1);
         }
+        log.clear();
+        emit presenter->signalPositionUpdated({});
+        QVERIFY(log.waitFor("position push without account or security"));
     }
 
     void securityAccountsChanged_core_isPublishedByThePresenterOnce() {
