@@ -11,7 +11,12 @@ namespace {
 
 constexpr int kLimitMs = 100000;
 /// What a user waits for the prompt after Ctrl-C.
+// The sanitizers slow every step of the end down, the thread sanitizer most.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr int kEndMs = 5000;
+#else
 constexpr int kEndMs = 1000;
+#endif
 
 inline const QString kProgram = QStringLiteral(VELMAR_BINARY_DIR "/bin/velmar-client");
 
