@@ -186,7 +186,7 @@ private slots:
 
     void everyPriceType_derivedFieldsAndCrossCheckAgree() {
         QStringList accounts;
-        for (const QJsonValue& one :
+        for (const auto& one :
              call("GetTradingAccountList", {"true", "16", "true"}).toArray()) {
             accounts.append(one.toString());
         }

@@ -203,7 +203,7 @@ private slots:
         QTest::addColumn<QString>("rule");
         QTest::addColumn<QString>("result");
         QTest::addColumn<QString>("detail");
-        const QString sell = SideUnion::normalSideList.at(1);
+        const QString& sell = SideUnion::normalSideList.at(1);
         QTest::newRow("few") << QVariantMap{{"orderQty", 50}} << "smallest order"
                              << "fail"
                              << "100";

@@ -95,7 +95,7 @@ private slots:
         const QJsonObject header = answer.value("orders").toObject().value("header").toObject();
         QCOMPARE(header.value("subGroupNumber").toInt(), 5000);
         QSet<QString> times;
-        for (const QJsonValue& record : answer.value("records").toArray()) {
+        for (const auto& record : answer.value("records").toArray()) {
             times.insert(
                 record.toObject().value("row").toObject().value("transActTime").toString());
         }
@@ -179,7 +179,7 @@ private slots:
         const QJsonArray accounts = ended.json().array();
         QVERIFY2(!accounts.isEmpty(), ended.text());
         for (const QJsonValue& account : accounts) {
-            for (const QJsonValue& item : account.toObject().value("items").toArray()) {
+            for (const auto& item : account.toObject().value("items").toArray()) {
                 QVERIFY(!item.toObject().value("deals").toArray().isEmpty());
             }
         }
