@@ -186,8 +186,7 @@ private slots:
 
     void everyPriceType_derivedFieldsAndCrossCheckAgree() {
         QStringList accounts;
-        for (const auto& one :
-             call("GetTradingAccountList", {"true", "16", "true"}).toArray()) {
+        for (const auto& one : call("GetTradingAccountList", {"true", "16", "true"}).toArray()) {
             accounts.append(one.toString());
         }
         QVERIFY(accounts.size() > 3);
