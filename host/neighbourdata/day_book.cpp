@@ -242,31 +242,32 @@ void DayBook::requeryFunds(ZnPresenterClass*) {
     qCInfo(lcNeighbour) << "funds of" << opening.accounts.size() << "accounts read again";
 }
 
-int DayBook::positionCount(const QString& tradingAccount) const {
+template <class CountOf>
+int DayBook::sumOverAccounts(const QString& tradingAccount, CountOf countOf) const {
     const std::lock_guard<std::mutex> guard(m_lock);
-    int count = 0;
+    int sum = 0;
     for (const QString& account : accountsOf({{UserAccount::tradingAccount, tradingAccount}})) {
-        count += m_ledger.contains(account) ? m_ledger.account(account).holdings.size() : 0;
+        sum += countOf(account);
     }
-    return count;
+    return sum;
+}
+
+int DayBook::positionCount(const QString& tradingAccount) const {
+    return sumOverAccounts(tradingAccount, [this](const QString& account) {
+        return m_ledger.contains(account) ? m_ledger.account(account).holdings.size() : 0;
+    });
 }
 
 int DayBook::executionCount(const QString& tradingAccount) const {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    int count = 0;
-    for (const QString& account : accountsOf({{UserAccount::tradingAccount, tradingAccount}})) {
-        count += m_days.value(account).executions.size();
-    }
-    return count;
+    return sumOverAccounts(tradingAccount, [this](const QString& account) {
+        return m_days.value(account).executions.size();
+    });
 }
 
 int DayBook::orderCount(const QString& tradingAccount) const {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    int count = 0;
-    for (const QString& account : accountsOf({{UserAccount::tradingAccount, tradingAccount}})) {
-        count += m_days.value(account).orders.size();
-    }
-    return count;
+    return sumOverAccounts(tradingAccount, [this](const QString& account) {
+        return m_days.value(account).orders.size();
+    });
 }
 
 QVector<TradingDesk::Account> DayBook::tradableAccounts() const {

@@ -86,6 +86,9 @@ private:
     bool findOrderOf(const DayDeal& deal, DayOrder** order, QString* error);
     void publishDeal(const DayDeal& deal, const QVariantMap& row);
     void publishPosition(const QString& tradingAccount, const Instrument& instrument);
+    /// The sum of a count over one account, over all of them when the text is empty.
+    template <class CountOf>
+    int sumOverAccounts(const QString& tradingAccount, CountOf countOf) const;
     QStringList accountsOf(const QVariantMap& filter) const;
 
     const DayOpeningSource m_opening;

@@ -151,7 +151,7 @@ private:
     QMap<QString, VelmarStatisticAssist> m_netElapseStat;
     QMap<QString, QStringList> m_busiMsgMenuMap;
     RealizedProfit m_realizedProfit;
-    /// Set on the object thread. Deals that come while it is None are dropped.
+    /// Set on the object thread. Deals that arrive in the state None are dropped.
     std::atomic<ProfitState> m_realizedProfitInited{ProfitState::None};
     VelmarDelayBuffer* m_dealBuffer = nullptr;  // object thread only
 };
