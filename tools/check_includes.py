@@ -28,8 +28,10 @@ HOST = "host"
 # The layers of the host; each may include those before it.
 LAYERS = (
     "host/platform/bodies",
+    "host/platform/transfer",
     "host/platform/stores",
     "host/platform/messaging",
+    "host/platform/machine",
     "host/platform/libraries",
     "host/platform/lifecycle",
     "host/gateway",

@@ -6,7 +6,9 @@ usage: lint.py --build BUILD_DIR [--jobs N] [FILE...]
 BUILD_DIR holds compile_commands.json, with moc's output built. Its precompiled headers are left out,
 so a source that lacks an include of its own is found here. A file that passed clang-tidy is
 looked at again only when it, anything of the tree that it includes, its compile command, the
-configuration or clang-tidy itself has changed; the marks lie in BUILD_DIR/tidy.
+configuration, the libraries or clang-tidy itself has changed. The marks of the files that passed lie
+in velmar-tidy below the user's cache folder (XDG_CACHE_HOME, by default ~/.cache), so that they
+serve every clone of the tree; one that was not needed for 30 days is removed.
 
 Exit codes: 0 clean, 1 something was found, 2 wrong usage.
 """
@@ -20,6 +22,7 @@ import re
 import subprocess
 import sys
 import time
+from pathlib import Path
 
 from include_graph import Tree
 
@@ -30,7 +33,9 @@ FOLDERS = ("src", "host", "examples", "tests", "bench", "fuzz")
 # The commands are another compiler's. Qt's logging macros are used without their further arguments,
 # which clang alone calls pedantic.
 EXTRA = ("--extra-arg=-Wno-error", "--extra-arg=-Wno-gnu-zero-variadic-macro-arguments")
-
+# What is read from outside the tree.
+LIBRARIES = ("qtbase5-dev", "librapidcheck-dev", "libunwind-dev", "libstdc++-12-dev", "libc6-dev")
+MARK_DAYS = 30
 
 # How the build brings in its precompiled headers.
 PRECOMPILED = re.compile(r" -fpch-preprocess| -Winvalid-pch| -include \S*/cmake_pch\.hxx")
@@ -53,15 +58,25 @@ def file_text(path):
         return file.read()
 
 
+def marks_folder():
+    cache = os.environ.get("XDG_CACHE_HOME") or os.path.join(Path.home(), ".cache")
+    return os.path.join(cache, "velmar-tidy")
+
+
 class Tidy:
     def __init__(self, tree, build):
         self.tree = tree
-        self.build = build
-        self.marks = os.path.join(build, "tidy")
+        self.commands_folder = os.path.join(build, "tidy")
+        self.marks = marks_folder()
+        os.makedirs(self.commands_folder, exist_ok=True)
         os.makedirs(self.marks, exist_ok=True)
-        self.common = (output_of(TIDY, "--version") + " ".join(EXTRA)).encode()
-        for folder in ("", "host", "tests", "bench"):
-            self.common += file_text(os.path.join(tree.root, folder, ".clang-tidy"))
+        self.common = (output_of(TIDY, "--version") + " ".join(EXTRA)
+                       + output_of("dpkg-query", "-W", *LIBRARIES)).encode()
+        configurations = [os.path.join(tree.root, ".clang-tidy")]
+        for folder in FOLDERS:
+            configurations += sorted(Path(tree.root, folder).rglob(".clang-tidy"))
+        for configuration in configurations:
+            self.common += file_text(configuration)
         self.hashes = {}
 
     def hash_of(self, path):
@@ -70,25 +85,26 @@ class Tidy:
         return self.hashes[path]
 
     def mark_of(self, path, command):
-        key = hashlib.sha256(self.common + command.encode())
+        # Where the tree lies does not change what is found in it.
+        key = hashlib.sha256(self.common + command.replace(self.tree.root, "ROOT").encode())
         for part in self.tree.closure(path):
             key.update(part.encode() + self.hash_of(part))
         return os.path.join(self.marks, key.hexdigest())
 
     def run(self, path):
         full = os.path.join(self.tree.root, path)
-        done = subprocess.run([TIDY, "-p", self.marks, "--quiet", *EXTRA, full],
+        done = subprocess.run([TIDY, "-p", self.commands_folder, "--quiet", *EXTRA, full],
                               capture_output=True, text=True, check=False)
         return done.returncode, done.stdout + ("" if done.returncode == 0 else done.stderr)
 
 
-def compile_commands(tree, build, marks):
+def compile_commands(tree, build, folder):
     """Source path to compile command, of the tree's own files; writes what clang-tidy reads."""
     with open(os.path.join(build, DATABASE), encoding="utf-8") as file:
         entries = json.load(file)
     for entry in entries:
         entry["command"] = PRECOMPILED.sub("", entry["command"])
-    with open(os.path.join(marks, DATABASE), "w", encoding="utf-8") as file:
+    with open(os.path.join(folder, DATABASE), "w", encoding="utf-8") as file:
         json.dump(entries, file)
     known = set(tree.files)
     commands = {}
@@ -101,7 +117,7 @@ def compile_commands(tree, build, marks):
 
 def check_tidy(tree, build, jobs, only):
     tidy = Tidy(tree, build)
-    commands = compile_commands(tree, build, tidy.marks)
+    commands = compile_commands(tree, build, tidy.commands_folder)
     marks = {path: tidy.mark_of(path, command) for path, command in sorted(commands.items())
              if not only or path in only}
     due = [path for path, mark in marks.items() if not os.path.exists(mark)]
@@ -120,20 +136,24 @@ def check_tidy(tree, build, jobs, only):
                 bad += 1
                 print(text, flush=True)
             else:
-                with open(marks[path], "w", encoding="utf-8"):
-                    pass
-    drop_old_marks(tidy.marks, set(marks.values()) if not only else None)
+                Path(marks[path]).touch()
+    keep_fresh(tidy.marks, marks.values())
     print(f"lint: clang-tidy found something in {bad} of {len(marks)} files", flush=True)
     return bad == 0
 
 
-def drop_old_marks(folder, wanted):
-    if wanted is None:
-        return
-    for name in os.listdir(folder):
-        mark = os.path.join(folder, name)
-        if mark not in wanted and name != DATABASE:
-            os.remove(mark)
+def keep_fresh(folder, used):
+    """Removes the marks that no tree has used for long; the used ones count from now."""
+    for mark in used:
+        if os.path.exists(mark):
+            os.utime(mark)
+    oldest = time.time() - MARK_DAYS * 24 * 3600
+    for mark in Path(folder).iterdir():
+        try:
+            if mark.stat().st_mtime < oldest:
+                mark.unlink()
+        except FileNotFoundError:
+            pass  # another run was quicker
 
 
 def main():

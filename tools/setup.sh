@@ -8,9 +8,9 @@ set -euo pipefail
 packages=()
 for purpose in "${@:-run}"; do
     case "$purpose" in
-        run) packages+=(g++ cmake ninja-build ccache qtbase5-dev libqt5sql5-sqlite) ;;
+        run) packages+=(g++ cmake ninja-build ccache qtbase5-dev libqt5sql5-sqlite libunwind-dev) ;;
         test) packages+=(git python3 librapidcheck-dev) ;;
-        bench) packages+=(libquickfix-dev) ;;
+        bench) packages+=(libquickfix-dev libsqlite3-dev) ;;
         fuzz) packages+=(git clang-14 libclang-rt-14-dev) ;;
         lint) packages+=(git python3 clang-format-14 clang-tidy-14) ;;
         *)

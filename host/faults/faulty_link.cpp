@@ -25,7 +25,7 @@ QString textOr(const QString& text, const QString& standard) {
 QVariant refusalOf(const QString& msgType, const QVariantMap& request, const QString& text) {
     QVariantList rows = makeErrorBody(text).toList();
     QVariantMap header = rows.first().toMap();
-    header.insert(System::msgType, msgType);
+    header.insert(System::msgType, answerHeaderTypeOf(msgType));
     header.insert(System::subGroupNumber, 0);
     header.insert(System::totalSize, 0);
     if (request.contains(System::clientMsgID)) {
@@ -141,7 +141,7 @@ bool FaultyLink::send(const GatewayRequest& request) {
 bool FaultyLink::intercept(const GatewayRequest& request, const QString& type,
                            const QVariantMap& header, const Fault& fault) {
     const quint64 id = request.envelopeId;
-    const QString envelope = request.msgType;
+    const QString answerType = answerTypeOf(request.msgType, type);
     switch (fault.kind) {
         case FaultKind::TimeOut:
             if (fault.silent) {
@@ -158,19 +158,14 @@ bool FaultyLink::intercept(const GatewayRequest& request, const QString& type,
         case FaultKind::Refusal: {
             const QVariant body =
                 refusalOf(type, header, textOr(fault.text, QStringLiteral("服务端拒绝了请求")));
-            return postOutcome(id, fault.ms, [=](auto& to) { to.onAnswer(id, envelope, body); });
+            return postOutcome(id, fault.ms, [=](auto& to) { to.onAnswer(id, answerType, body); });
         }
         case FaultKind::Garbage:
             return postOutcome(id, fault.ms, [=](auto& to) {
-                to.onAnswer(id, envelope, QStringLiteral("garbage"));
+                to.onAnswer(id, answerType, QStringLiteral("garbage"));
             });
-        case FaultKind::Disconnect: {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            if (m_running) {
-                disconnectLocked(id, fault);
-            }
-            return m_running;
-        }
+        case FaultKind::Disconnect:
+            return disconnect(id, fault);
         default:
             return passOn(request, fault);
     }
@@ -210,6 +205,9 @@ bool FaultyLink::postOutcome(quint64 envelopeId, int afterMs, Report report) {
 }
 
 void FaultyLink::setGate(const QString& gate, const QString& netState) {
+    if (netState != NET_STATE::CONNECTED) {
+        m_below->loseGate(gate);
+    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_running) {
         m_reconnects.remove(gate);
@@ -238,7 +236,12 @@ void FaultyLink::setGateLocked(const QString& gate, const QString& netState) {
     postLocked(0, {0, [=](auto& to) { to.onGateState(gate, reported); }});
 }
 
-void FaultyLink::disconnectLocked(quint64 envelopeId, const Fault& fault) {
+bool FaultyLink::disconnect(quint64 envelopeId, const Fault& fault) {
+    m_below->loseGate(fault.gate);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_running) {
+        return false;
+    }
     setGateLocked(fault.gate, NET_STATE::NOCONNECT);
     postLocked(0, {envelopeId, [envelopeId, gate = fault.gate](auto& to) {
                        to.onFailure(envelopeId, QStringLiteral("%1 is disconnected").arg(gate));
@@ -249,6 +252,7 @@ void FaultyLink::disconnectLocked(quint64 envelopeId, const Fault& fault) {
         postLocked(fault.reconnectMs,
                    {0, [this, gate = fault.gate, number](auto&) { reconnect(gate, number); }});
     }
+    return true;
 }
 
 void FaultyLink::postLocked(qint64 afterMs, Due due) {

@@ -35,9 +35,12 @@ public:
     void stop() override;
     bool send(const GatewayRequest& request) override;
 
+    void loseGate(const QString& gate) override { m_below->loseGate(gate); }
+
     /// Reports a gate's state as a server would. A state other than CONNECTED holds, whatever the
     /// link below reports, until CONNECTED is set here; the gate then gets the state that the link
-    /// below reported last, CONNECTED by default. Any thread; no effect while the link is stopped.
+    /// below reported last, CONNECTED by default. With such a state the link below loses the gate,
+    /// before it is reported. Any thread; no effect while the link is stopped.
     void setGate(const QString& gate, const QString& netState);
 
     /// The number of requests whose answers it waits for or holds back, and of other queued reports
@@ -76,7 +79,7 @@ private:
     std::optional<Fault> takeChanged(quint64 envelopeId);
     void postLocked(qint64 afterMs, Due due);
     void setGateLocked(const QString& gate, const QString& netState);
-    void disconnectLocked(quint64 envelopeId, const Fault& fault);
+    bool disconnect(quint64 envelopeId, const Fault& fault);
     void reconnect(const QString& gate, quint64 number);
     void holdLocked(const Fault& fault, Due due);
     void releaseLocked(const QString& groupKey);

@@ -8,6 +8,8 @@
 #include <thread>
 
 #include "gateway_log.h"
+#include "message_type.h"
+#include "packed_body.h"
 #include "vocabulary/net_state.h"
 #include "vocabulary/values.h"
 
@@ -38,16 +40,19 @@ public:
     }
 
     bool enqueue(const GatewayRequest& request) {
+        const int losses = m_engine->gateLosses(m_session, request.msgType);
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             if (m_stopping) {
                 return false;
             }
-            m_requests.push_back(request);
+            m_requests.push_back({request, losses});
         }
         m_wake.notify_one();
         return true;
     }
+
+    void loseGate(const QString& gate) { m_engine->loseGate(m_session, gate); }
 
     void pushed(const QString& topic, const QVariant& body) override {
         notice([=] { m_listener->onPush(topic, body); });
@@ -59,6 +64,10 @@ public:
 
 private:
     using Notice = std::function<void()>;
+    struct Queued {
+        GatewayRequest request;
+        int gateLosses = 0;  ///< when it came in
+    };
 
     void notice(Notice call) {
         {
@@ -101,17 +110,21 @@ private:
     }
 
     void serveRequest(std::unique_lock<std::mutex>& lock) {
-        GatewayRequest request = std::move(m_requests.front());
+        Queued queued = std::move(m_requests.front());
         m_requests.pop_front();
         const bool stopping = m_stopping;
         lock.unlock();
+        const GatewayRequest& request = queued.request;
         if (stopping) {
             m_listener->onFailure(request.envelopeId, QStringLiteral("与服务端的连接已关闭"));
         } else {
-            const QVariant answer = m_engine->handle(m_session, request.msgType, request.body);
-            m_listener->onAnswer(request.envelopeId, request.msgType, answer);
+            const QVariant answer =
+                m_engine->handle(m_session, request.msgType, request.body, queued.gateLosses);
+            const QString type =
+                messageTypeOf(request.msgType, rowsOfPackedBody(request.body).first());
+            m_listener->onAnswer(request.envelopeId, answerTypeOf(request.msgType, type), answer);
         }
-        request = GatewayRequest();
+        queued = Queued();
         lock.lock();
     }
 
@@ -123,7 +136,7 @@ private:
     // Guards the members below; never held while the engine or the listener is called.
     std::mutex m_mutex;
     std::condition_variable m_wake;
-    std::deque<GatewayRequest> m_requests;
+    std::deque<Queued> m_requests;
     std::deque<Notice> m_notices;
     bool m_noticing = false;
     bool m_stopping = false;
@@ -164,11 +177,18 @@ void EmbeddedLink::stop() {
     }
 }
 
+std::shared_ptr<EmbeddedLink::Worker> EmbeddedLink::worker() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_worker;
+}
+
 bool EmbeddedLink::send(const GatewayRequest& request) {
-    std::shared_ptr<Worker> worker;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        worker = m_worker;
+    const auto running = worker();
+    return running && running->enqueue(request);
+}
+
+void EmbeddedLink::loseGate(const QString& gate) {
+    if (const auto running = worker()) {
+        running->loseGate(gate);
     }
-    return worker && worker->enqueue(request);
 }

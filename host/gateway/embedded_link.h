@@ -22,9 +22,14 @@ public:
     /// Must not be called from the listener.
     void stop() override;
     bool send(const GatewayRequest& request) override;
+    /// Drops the subscriptions that were made through the gate. A push that is on its way already
+    /// still arrives.
+    void loseGate(const QString& gate) override;
 
 private:
     class Worker;
+
+    std::shared_ptr<Worker> worker() const;
 
     const std::shared_ptr<ServerEngine> m_engine;
     std::shared_ptr<Worker> m_worker;

@@ -11,7 +11,6 @@
 namespace {
 
 constexpr int kPositionWidth = 16;
-constexpr int kMaxValues = 1000;
 inline const QString kRefusedRow = QStringLiteral("1");
 
 bool isPositive(const QVariant& value, int* number) {
@@ -19,96 +18,14 @@ bool isPositive(const QVariant& value, int* number) {
     return *number > 0;
 }
 
-/// Whether a value can be compared with a column: it has a text and is not a list or a record.
-bool isSingle(const QVariant& value) {
-    return value.userType() != QMetaType::QStringList && value.canConvert<QString>();
-}
-
-/// The conditions of a request's filters.
-struct Conditions {
-    QStringList clauses;
-    QVariantList values;
-
-    QString where() const {
-        return clauses.isEmpty()
-                   ? QString()
-                   : QStringLiteral(" WHERE ") + clauses.join(QStringLiteral(" AND "));
-    }
-    void add(const QString& clause, const QVariant& value) {
-        clauses.append(clause);
-        values.append(value);
-    }
-};
-
-/// False with a text when there are too many values.
-bool addOneOf(const PagedFilter& filter, const QString& text, Conditions* conditions,
-              QString* refusal) {
-    const QStringList values = text.split(QLatin1Char(','), Qt::SkipEmptyParts);
-    if (values.size() > kMaxValues) {
-        *refusal = QStringLiteral("%1一次最多%2个，请求了%3个")
-                       .arg(filter.field)
-                       .arg(kMaxValues)
-                       .arg(values.size());
-        return false;
-    }
-    conditions->clauses.append(
-        QStringLiteral("%1 IN (%2)").arg(filter.column, placeholders(values.size())));
-    for (const QString& value : values) {
-        conditions->values.append(value);
-    }
-    return true;
-}
-
-bool addDate(const PagedFilter& filter, const QVariant& value, Conditions* conditions,
-             QString* refusal) {
-    const QDate date = dateOf(value);
-    if (!date.isValid()) {
-        *refusal = QStringLiteral("日期无效：%1").arg(value.toString());
-        return false;
-    }
-    const QString sign = filter.kind == PagedFilter::Kind::NotLess   ? QStringLiteral(">=")
-                         : filter.kind == PagedFilter::Kind::NotMore ? QStringLiteral("<=")
-                                                                     : QStringLiteral("=");
-    conditions->add(QStringLiteral("%1 %2 ?").arg(filter.column, sign),
-                    date.toString(QStringLiteral("yyyyMMdd")).toInt());
-    return true;
-}
-
-bool addFilter(const PagedFilter& filter, const ServerCall& call, Conditions* conditions,
-               QString* refusal) {
-    const QVariant value = call.value(filter.field);
-    if (!value.isNull() && !isSingle(value)) {
-        *refusal = QStringLiteral("%1应为单个值").arg(filter.field);
-        return false;
-    }
-    if (value.toString().isEmpty()) {
-        if (filter.required) {
-            *refusal = QStringLiteral("请求缺少%1").arg(filter.field);
-        }
-        return !filter.required;
-    }
-    switch (filter.kind) {
-        case PagedFilter::Kind::OneOf:
-            return addOneOf(filter, value.toString(), conditions, refusal);
-        case PagedFilter::Kind::Equal:
-            conditions->add(QStringLiteral("%1 = ?").arg(filter.column), value);
-            return true;
-        case PagedFilter::Kind::NotLess:
-        case PagedFilter::Kind::NotMore:
-        case PagedFilter::Kind::SameDate:
-            break;
-    }
-    return addDate(filter, value, conditions, refusal);
-}
-
 /// Reads the rows and the position of the last one.
 bool readRows(const ServerCall& call, const PagedSource& source, const QVariantList& fromValues,
-              Conditions conditions, const PageRequest& page, HandlerAnswer* answer,
+              QueryConditions conditions, const PageRequest& page, HandlerAnswer* answer,
               qint64* lastPosition) {
     if (page.mode == PageRequest::Mode::Position) {
-        conditions.add(QStringLiteral("%1 > ?").arg(source.position), page.after);
+        conditions.add(QStringLiteral("%1 > ?").arg(source.position), {page.after});
         if (!source.seek.isEmpty()) {
-            conditions.add(source.seek, page.after);
+            conditions.add(source.seek, {page.after});
         }
     }
     QString sql =
@@ -150,16 +67,6 @@ void addStatuses(const ServerCall& call, const QString& field, bool isWhole,
     }
 }
 
-void addPageFields(const PageRequest& page, qint64 lastPosition, HandlerAnswer* answer) {
-    if (page.mode == PageRequest::Mode::Page) {
-        answer->header.insert(System::pageNo, page.pageNo);
-        answer->header.insert(System::pageSize, page.count);
-    } else if (page.mode == PageRequest::Mode::Position) {
-        answer->header.insert(System::positionStr,
-                              answer->rows.isEmpty() ? page.requested : positionText(lastPosition));
-    }
-}
-
 }  // namespace
 
 std::optional<PageRequest> PageRequest::of(const ServerCall& call, int maxCount, QString* refusal) {
@@ -188,7 +95,7 @@ std::optional<PageRequest> PageRequest::of(const ServerCall& call, int maxCount,
     page.mode = Mode::Position;
     page.requested = position.toString();
     const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
-    if (!isSingle(position) || page.requested.size() > kPositionWidth ||
+    if (!isSingleValue(position) || page.requested.size() > kPositionWidth ||
         !std::all_of(page.requested.cbegin(), page.requested.cend(), isDigit)) {
         *refusal = QStringLiteral("查询位置无效：%1").arg(page.requested);
         return std::nullopt;
@@ -197,31 +104,27 @@ std::optional<PageRequest> PageRequest::of(const ServerCall& call, int maxCount,
     return page;
 }
 
+void PageRequest::addFields(qint64 lastPosition, HandlerAnswer* answer) const {
+    if (mode == Mode::Page) {
+        answer->header.insert(System::pageNo, pageNo);
+        answer->header.insert(System::pageSize, count);
+    } else if (mode == Mode::Position) {
+        answer->header.insert(System::positionStr,
+                              answer->rows.isEmpty() ? requested : positionText(lastPosition));
+    }
+}
+
 QString positionText(qint64 position) {
     constexpr int kDecimal = 10;
     return QStringLiteral("%1").arg(position, kPositionWidth, kDecimal, QLatin1Char('0'));
-}
-
-QDate dateOf(const QVariant& value) {
-    if (value.userType() == QMetaType::QDate || value.userType() == QMetaType::QDateTime) {
-        return value.toDate();
-    }
-    const QString text = value.toString();
-    const QDate date = QDate::fromString(text, QStringLiteral("yyyyMMdd"));
-    return date.isValid() ? date : QDate::fromString(text, QStringLiteral("yyyy-MM-dd"));
 }
 
 HandlerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
                           const QVariantList& fromValues) {
     QString refusal;
     const auto page = PageRequest::of(call, source.maxPageSize, &refusal);
-    Conditions conditions;
-    const bool isClear =
-        page &&
-        std::all_of(source.filters.cbegin(), source.filters.cend(), [&](const PagedFilter& filter) {
-            return addFilter(filter, call, &conditions, &refusal);
-        });
-    if (!isClear) {
+    QueryConditions conditions;
+    if (!page || !conditions.addFilters(call, source.filters, &refusal)) {
         return HandlerAnswer::refused(refusal);
     }
     HandlerAnswer answer;
@@ -230,7 +133,7 @@ HandlerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
     qint64 last = 0;
     const bool read = call.store.select(counting, fromValues + conditions.values,
                                         [&answer](const QSqlQuery& query) {
-                                            answer.totalSize = query.value(0).toInt();
+                                            answer.totalSize = query.value(0).toLongLong();
                                         }) &&
                       readRows(call, source, fromValues, conditions, *page, &answer, &last);
     if (!read) {
@@ -239,6 +142,6 @@ HandlerAnswer answerPaged(const ServerCall& call, const PagedSource& source,
     if (!source.statusField.isEmpty()) {
         addStatuses(call, source.statusField, page->mode == PageRequest::Mode::All, &answer);
     }
-    addPageFields(*page, last, &answer);
+    page->addFields(last, &answer);
     return answer;
 }

@@ -1,29 +1,13 @@
 #pragma once
 
-#include <QDate>
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
 #include <QVector>
 #include <optional>
 
+#include "query_conditions.h"
 #include "server_call.h"
-
-/// A condition that a field of a request puts on a list. A missing or empty field puts none.
-struct PagedFilter {
-    enum class Kind {
-        OneOf,    ///< values joined with ",": the column has one of them
-        Equal,    ///< the column has this value
-        NotLess,  ///< the column is this date or a later one
-        NotMore,  ///< the column is this date or an earlier one
-        SameDate  ///< the column is this date
-    };
-
-    Kind kind;
-    QString field;
-    QString column;         ///< for a date: a plain column with yyyyMMdd, as a number or a text
-    bool required = false;  ///< a request without it is refused
-};
 
 /// How to read a paged list from the store.
 struct PagedSource {
@@ -65,13 +49,12 @@ struct PageRequest {
     /// Empty, with a text for the client, when the request's fields are invalid or ask for more
     /// than `maxCount` rows.
     static std::optional<PageRequest> of(const ServerCall& call, int maxCount, QString* refusal);
+    /// Adds the fields of the page to the header of an answer that has its rows.
+    void addFields(qint64 lastPosition, HandlerAnswer* answer) const;
 };
 
 /// A position as a text of 16 digits; the texts sort like the numbers.
 QString positionText(qint64 position);
-/// The date of a number (20260105), a text ("20260105", "2026-01-05") or a date; invalid for
-/// anything else.
-QDate dateOf(const QVariant& value);
 
 /// Answers with the part of the list that the request asks for, sorted by `position`. The header
 /// gets System::totalSize, the number of rows that meet the filters, and the fields of the page:

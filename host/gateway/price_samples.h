@@ -8,7 +8,7 @@
 /// rates of the Hong Kong dollar, which are invented.
 namespace PriceSamples {
 
-/// The value of a configuration item as a text; empty for an unknown name.
+/// The value of one of the cage's configuration items as a text; empty for another name.
 QString systemItem(const QString& itemName);
 /// Exchange rates, one row for each exchange of Hong Kong connect.
 QList<QVariantMap> hongKongRates();

@@ -11,6 +11,8 @@
 #include "subscriptions.h"
 #include "vocabulary/values.h"
 
+class MessageCentre;
+
 /// A request as a handler receives it.
 struct ServerCall {
     Session session;
@@ -20,6 +22,9 @@ struct ServerCall {
     const MarketStore& store;
     Subscriptions& subscriptions;
     ServerState& state;
+    MessageCentre& messages;
+    QString gate = {};   ///< the NetGateType that the request came through
+    int gateLosses = 0;  ///< Subscriptions::losses() of the gate when the request came in
 
     /// A field of the request: of its header, or of its first data row.
     QVariant value(const QString& key) const {
@@ -36,8 +41,8 @@ struct ServerCall {
 struct HandlerAnswer {
     QString refusal;  ///< why nothing was done; empty for a success
     QList<QVariantMap> rows;
-    int totalSize = -1;  ///< rows that the server has; negative means those of this answer
-    QVariantMap header;  ///< further fields of the header
+    qint64 totalSize = -1;  ///< rows that the server has; negative means those of this answer
+    QVariantMap header;     ///< further fields of the header
     /// A text; the older messages use a number.
     QVariant successStatus = RequestExeStatus::success;
 

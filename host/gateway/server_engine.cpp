@@ -6,9 +6,12 @@
 #include "handler_families.h"
 #include "message_type.h"
 #include "packed_body.h"
+#include "patch_offers.h"
 #include "row_count.h"
+#include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
+#include "vocabulary/velmar_msg_type.h"
 #include "znmsg/c_pack_message_common.h"
 
 namespace {
@@ -19,14 +22,15 @@ inline const QString kRefused = QStringLiteral("1");
 
 QVariant pack(const QString& msgType, const QVariant& clientMsgId, const HandlerAnswer& answer) {
     CPackMessageCommon packer;
-    packer.AddVaule(System::msgType, msgType);
+    packer.AddVaule(System::msgType, answerHeaderTypeOf(msgType));
     if (clientMsgId.isValid()) {
         packer.AddVaule(System::clientMsgID, clientMsgId);
     }
     const bool refused = !answer.refusal.isEmpty();
     const int count = refused ? 0 : answer.rows.size();
+    const qint64 total = answer.totalSize < 0 || refused ? count : answer.totalSize;
     packer.AddVaule(System::subGroupNumber, count);
-    packer.AddVaule(System::totalSize, answer.totalSize < 0 || refused ? count : answer.totalSize);
+    packer.AddVaule(System::totalSize, total);
     packer.AddVaule(System::textDescription, answer.refusal);
     if (refused) {
         packer.AddVaule(System::requestExeStatus, kRefused);
@@ -73,6 +77,7 @@ ServerEngine::ServerEngine(std::shared_ptr<const MarketStore> store,
                            std::shared_ptr<ServerState> state)
     : m_store(std::move(store)),
       m_state(state ? std::move(state) : ServerState::inMemory()),
+      m_messages(std::make_unique<MessageCentre>(*m_store, *m_state)),
       m_handlers(standardHandlers()) {}
 
 std::shared_ptr<ServerEngine> ServerEngine::open(const QString& storeFile, QString* error,
@@ -93,14 +98,34 @@ void ServerEngine::closeSession(const Session& session) {
     m_subscriptions.close(session);
 }
 
+void ServerEngine::loseGate(const Session& session, const QString& gate) {
+    const int dropped = m_subscriptions.loseGate(session, gate);
+    if (dropped > 0) {
+        qCInfo(lcGateway).noquote()
+            << "ServerEngine dropped" << dropped << "subscriptions with" << gate;
+    }
+}
+
+int ServerEngine::gateLosses(const Session& session, const QString& envelopeType) const {
+    return m_subscriptions.losses(session, gateOf(envelopeType));
+}
+
 QVariant ServerEngine::handle(const Session& session, const QString& envelopeType,
                               const QVariant& body) {
+    return handle(session, envelopeType, body, gateLosses(session, envelopeType));
+}
+
+QVariant ServerEngine::handle(const Session& session, const QString& envelopeType,
+                              const QVariant& body, int lossesBefore) {
     QList<QVariantMap> rows = rowsOfPackedBody(body);
     const QVariantMap header = rows.takeFirst();
     const QString msgType = messageTypeOf(envelopeType, header);
     QString refusal;
     const bool isWhole = cutToStatedRows(msgType, header, &rows, &refusal);
-    const ServerCall call{session, msgType, header, rows, *m_store, m_subscriptions, *m_state};
+    const ServerCall call{session,     msgType,     header,
+                          rows,        *m_store,    m_subscriptions,
+                          *m_state,    *m_messages, gateOf(envelopeType),
+                          lossesBefore};
     const HandlerAnswer answer = isWhole ? dispatch(call) : HandlerAnswer::refused(refusal);
     if (!answer.refusal.isEmpty()) {
         qCInfo(lcGateway).noquote() << "ServerEngine refused" << msgType << "under" << envelopeType
@@ -127,6 +152,67 @@ int ServerEngine::push(const QString& topic, const QVariant& body, const QString
         target->pushed(topic, body);
     }
     return targets.size();
+}
+
+void ServerEngine::setClock(std::function<QDateTime()> clock) {
+    m_messages->setClock(std::move(clock));
+}
+
+bool ServerEngine::publishMessage(const QString& userId, const QVariantMap& fields,
+                                  QVariantMap* stored, int* sessions, QString* error) {
+    const auto targets = m_subscriptions.targets(Velmar_MsgType::MessageCenterPushMsg, userId);
+    QVariantMap message;
+    if (!m_messages->publish(userId, fields, !targets.isEmpty(), &message, error)) {
+        return false;
+    }
+    CPackMessageCommon packer;
+    packer.AddRowVaule(message);
+    const QVariant body = packer.GetPackedMsg(false);
+    for (const auto& target : targets) {
+        target->pushed(Velmar_MsgType::MessageCenterPushMsg, body);
+    }
+    if (stored) {
+        *stored = message;
+    }
+    if (sessions) {
+        *sessions = targets.size();
+    }
+    return true;
+}
+
+bool ServerEngine::hasMessageSubscriber(const QString& userId) const {
+    return !m_subscriptions.targets(Velmar_MsgType::MessageCenterPushMsg, userId).isEmpty();
+}
+
+bool ServerEngine::messagesOf(const QString& userId, MessageCentre::Extent extent,
+                              QList<QVariantMap>* messages, QString* error) {
+    MessageCentre::Query query;
+    query.extent = extent;
+    MessageCentre::Page page;
+    if (!m_messages->read(userId, query, &page, error)) {
+        return false;
+    }
+    *messages = page.rows;
+    return true;
+}
+
+bool ServerEngine::publishPatch(const QVariantMap& fields, int* sessions, QString* error) {
+    QVariantMap patch;
+    if (!PatchOffers(*m_store, *m_state).publish(fields, &patch, error)) {
+        return false;
+    }
+    CPackMessageCommon packer;
+    packer.AddVaule(System::SubMsgType, SubscribeTopicSubType::clientPatchInfo);
+    packer.AddVaule(System::textDescription, VelmarUtils::TransMap2Str(patch, *error));
+    const int reached = push(Velmar_MsgType::ClientPatchInfoPush, packer.GetPackedMsg(false));
+    if (sessions) {
+        *sessions = reached;
+    }
+    return true;
+}
+
+bool ServerEngine::hasPatchSubscriber() const {
+    return !m_subscriptions.targets(Velmar_MsgType::ClientPatchInfoPush).isEmpty();
 }
 
 QStringList ServerEngine::messageTypes() const {

@@ -198,10 +198,15 @@ QList<QPair<QString, QVariantMap>> ServerState::records(const QString& table,
         values.append(end);
     }
     QList<QPair<QString, QVariantMap>> found;
+    return collect(table, sql, values, &found) ? found : QList<QPair<QString, QVariantMap>>();
+}
+
+bool ServerState::collect(const QString& table, const QString& sql, const QVariantList& values,
+                          QList<QPair<QString, QVariantMap>>* found) const {
     const DatabaseFault fault = run(sql, values, [&](const QSqlQuery& query) {
         const QString key = query.value(0).toString();
         if (const auto record = toRecord(query.value(1).toByteArray())) {
-            found.append({key, *record});
+            found->append({key, *record});
         } else {
             qCWarning(lcGateway) << "server state" << m_file << "has an unreadable record" << table
                                  << key;
@@ -209,9 +214,30 @@ QList<QPair<QString, QVariantMap>> ServerState::records(const QString& table,
     });
     if (fault) {
         qCWarning(lcGateway).noquote() << "server state not read:" << m_file << fault.text;
-        return {};
     }
-    return found;
+    return !fault;
+}
+
+bool ServerState::between(const QString& table, const QString& after, const QString& before,
+                          int limit, qint64 offset,
+                          QList<QPair<QString, QVariantMap>>* found) const {
+    return collect(table,
+                   QStringLiteral("SELECT key, record FROM document WHERE tab = ? AND key > ? AND"
+                                  " key < ? ORDER BY key LIMIT ? OFFSET ?"),
+                   {bound(table), bound(after), bound(before), limit, offset}, found);
+}
+
+int ServerState::countBetween(const QString& table, const QString& after,
+                              const QString& before) const {
+    int count = 0;
+    const DatabaseFault fault =
+        run(QStringLiteral("SELECT count(*) FROM document WHERE tab = ? AND key > ? AND key < ?"),
+            {bound(table), bound(after), bound(before)},
+            [&count](const QSqlQuery& query) { count = query.value(0).toInt(); });
+    if (fault) {
+        qCWarning(lcGateway).noquote() << "server state not read:" << m_file << fault.text;
+    }
+    return fault ? -1 : count;
 }
 
 std::optional<QVariantMap> ServerState::record(const QString& table, const QString& key) const {
@@ -273,4 +299,12 @@ bool ServerState::remove(const QString& table, const QString& key, QString* erro
     return reportWrite(run(QStringLiteral("DELETE FROM document WHERE tab = ? AND key = ?"),
                            {bound(table), bound(key)}),
                        error);
+}
+
+bool ServerState::removeBetween(const QString& table, const QString& after, const QString& before,
+                                QString* error) {
+    return reportWrite(
+        run(QStringLiteral("DELETE FROM document WHERE tab = ? AND key > ? AND key < ?"),
+            {bound(table), bound(after), bound(before)}),
+        error);
 }

@@ -35,6 +35,14 @@ public:
     /// when the file cannot be read.
     QList<QPair<QString, QVariantMap>> records(const QString& table,
                                                const QString& keyPrefix = {}) const;
+    /// Those whose key is greater than one text and less than another, sorted by key: at most
+    /// `limit` of them (negative for all), without the first `offset`. Keys compare by code points.
+    /// False with a log line when the file cannot be read.
+    bool between(const QString& table, const QString& after, const QString& before, int limit,
+                 qint64 offset, QList<QPair<QString, QVariantMap>>* found) const;
+    /// The number of the records between two keys; negative, with a log line, when the file cannot
+    /// be read.
+    int countBetween(const QString& table, const QString& after, const QString& before) const;
     /// Empty when there is no such record or, with a log line, when the file cannot be read.
     std::optional<QVariantMap> record(const QString& table, const QString& key) const;
     /// Creates or replaces a record. False with a log line and a text on failure; nothing is
@@ -45,6 +53,9 @@ public:
                   QString* error);
     /// Removes a record, if it exists. False as with write().
     bool remove(const QString& table, const QString& key, QString* error);
+    /// Removes the records between two keys, see between(). False as with write().
+    bool removeBetween(const QString& table, const QString& after, const QString& before,
+                       QString* error);
 
 private:
     ServerState(const QString& file, const QString& database, const QString& options);
@@ -54,6 +65,9 @@ private:
     DatabaseFault check(bool* isEmpty) const;
     DatabaseFault checkFormat(bool* isEmpty) const;
     DatabaseFault makeTables();
+    /// Runs a query for keys and records and adds the readable ones to the list.
+    bool collect(const QString& table, const QString& sql, const QVariantList& values,
+                 QList<QPair<QString, QVariantMap>>* found) const;
     DatabaseFault run(const QString& sql, const QVariantList& values = {},
                       const std::function<void(const QSqlQuery&)>& onRow = {}) const;
     /// Whether a write succeeded; logs and sets the text when it did not.

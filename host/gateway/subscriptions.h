@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariant>
 #include <QVector>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -30,9 +31,15 @@ public:
     void setUser(const Session& session, const QString& userId);
     QString user(const Session& session) const;
 
-    /// Subscribes the session to a topic for a user; doing so again has no effect. False when the
-    /// session is not open.
-    bool subscribe(const Session& session, const QString& topic, const QString& userId);
+    /// Subscribes the session to a topic for a user through a gate; doing so again has no effect.
+    /// False when the session is not open, and when it has lost the gate since `lossesBefore`, what
+    /// losses() returned when the request came in.
+    bool subscribe(const Session& session, const QString& topic, const QString& userId,
+                   const QString& gate, int lossesBefore);
+    /// How often the session has lost the gate.
+    int losses(const Session& session, const QString& gate) const;
+    /// Removes the subscriptions that the session made through the gate and returns their number.
+    int loseGate(const Session& session, const QString& gate);
     /// The targets of the sessions that subscribed to the topic, in the order of subscription; with
     /// a user, only those that subscribed for that user.
     QVector<std::shared_ptr<PushTarget>> targets(const QString& topic,
@@ -42,11 +49,15 @@ private:
     struct Client {
         std::weak_ptr<PushTarget> target;
         QString userId;
+        QHash<QString, int> losses = {};  ///< by gate
     };
     struct Subscriber {
         quint64 sessionId;
         QString userId;
+        QString gate;
     };
+
+    int removeLocked(const std::function<bool(const Subscriber&)>& isGone);
 
     mutable std::mutex m_mutex;  // guards the tables below
     quint64 m_lastId = 0;

@@ -12,24 +12,30 @@
 
 #include "account_rows.h"
 #include "authority_rows.h"
+#include "fund_rows.h"
 #include "history_rows.h"
 #include "market_file.h"
 #include "market_log.h"
 #include "market_stop.h"
 #include "market_store.h"
+#include "menu_rows.h"
+#include "message_rows.h"
+#include "patch_rows.h"
 #include "reference_rows.h"
+#include "risk_rows.h"
 #include "sealed_database.h"
 #include "securities.h"
 #include "server_rows.h"
 #include "static_config.h"
+#include "system_item_rows.h"
 
 namespace {
 
 // To be raised when the rows that are written change, so that older files are replaced.
-inline const QString kContents = QStringLiteral("11");
+inline const QString kContents = QStringLiteral("16");
 constexpr int kLockTryMs = 100;
 constexpr int kOwnAccountsOfSecond = 3;
-// The year of the orders and deals; positions and messages are dated at its end.
+// The year of the orders and deals; positions are dated at its end.
 constexpr int kHistoryYear = 2025;
 
 inline const QString kInterrupted =
@@ -55,11 +61,13 @@ QString partFile(const QString& file) {
     return file + QStringLiteral(".part");
 }
 
-/// The rows of a market before they are written; of the orders and deals only the plan.
+/// The rows of a market before they are written; of the orders and deals only the plan. The daily
+/// funds, a few rows for each account, are computed in the file and not counted.
 struct Contents {
     QList<TableRow> store;
     QList<TableRow> statics;
     std::unique_ptr<HistoryRows> history;
+    QList<QVariantMap> securities;
 
     int rowCount() const { return store.size() + history->rowCount() + statics.size(); }
 };
@@ -90,14 +98,19 @@ bool makeContents(const MarketOptions& options, const MarketStop& stop, Contents
     const int accounts = options.allAccounts();
     const AccountTree tree = makeAccountTree(options.seed, accounts);
     const AccountTree ofSecond = makeAccountTree(options.seed, kOwnAccountsOfSecond, accounts);
-    const auto securities = makeSecurities(options.seed, options.allSymbols(), rules, stop);
+    contents->securities = makeSecurities(options.seed, options.allSymbols(), rules, stop);
+    const auto& securities = contents->securities;
+    QList<TableRow> messages;
+    if (!makeMessageRows(options.seed, tree, ofSecond, securities, &messages, error)) {
+        return false;
+    }
     const QDate lastDay(kHistoryYear, 12, 31);
     contents->store = makeStoreRows(tree, ofSecond) + makeAuthorityRows(tree, ofSecond) +
-                      makeCalendarRows(calendar) + makeSpreadRows(rules) + menus +
-                      makeMessageRows(tree, calendar, lastDay) +
-                      makePositionRows(options.seed, tree, securities) +
+                      makeCalendarRows(calendar) + makeSpreadRows(rules) + menus + messages +
+                      makeRiskRows(securities) + makePositionRows(options.seed, tree, securities) +
                       makePositionRows(options.seed + 1, ofSecond, securities) +
-                      makeCashRows(options.seed, tree) + makeCashRows(options.seed + 1, ofSecond);
+                      makeCashRows(options.seed, tree) + makeCashRows(options.seed + 1, ofSecond) +
+                      makeSystemItemRows() + makePatchRows();
     contents->history = std::make_unique<HistoryRows>(
         options.seed, options.allHistoryOrders(), tree, securities,
         calendar.days(TradeDayType::Shares, QDate(kHistoryYear, 1, 1), lastDay));
@@ -134,9 +147,12 @@ private:
 /// One of the two files, as it is being written.
 class FileWriter {
 public:
+    using Computed = std::function<bool(MarketFile& file, const HistoryRows::OnRows& onRows)>;
+
     FileWriter(const QString& path, ProgressMeter& meter) : m_file(path), m_meter(meter) {}
 
-    bool write(const QString& schema, const QList<TableRow>& rows, const HistoryRows* history,
+    /// `computed`, where given, writes the rows that statements compute from the others.
+    bool write(const QString& schema, const QList<TableRow>& rows, const Computed& computed,
                const Marks& marks, QString* error) {
         const auto onRows = [this](int count) { return step(count); };
         const bool written = m_file.create(schema) &&
@@ -144,7 +160,7 @@ public:
                                          [this](const TableRow& row) {
                                              return m_file.insert(row.table, row.values) && step(1);
                                          }) &&
-                             (!history || history->write(m_file, onRows)) && m_file.finish(marks);
+                             (!computed || computed(m_file, onRows)) && m_file.finish(marks);
         if (!written) {
             *error = m_stopped ? kInterrupted : m_file.error();
         }
@@ -186,13 +202,16 @@ bool writeMarket(const QString& dir, const MarketOptions& options, const MarketW
     ProgressMeter meter(progress, contents.rowCount());
     const QString store = marketStoreFile(dir);
     const QString statics = staticDatabaseFile(dir);
+    const auto computed = [&](MarketFile& file, const HistoryRows::OnRows& onRows) {
+        return contents.history->write(file, onRows) &&
+               writeFundRows(file, contents.securities, QDate(kHistoryYear, 1, 1));
+    };
     const bool done =
         FileWriter(partFile(store), meter)
-            .write(QStringLiteral("market.sql"), contents.store, contents.history.get(), marks,
-                   error) &&
+            .write(QStringLiteral("market.sql"), contents.store, computed, marks, error) &&
         FileWriter(partFile(statics), meter)
             .write(QStringLiteral("static.sql"), contents.statics, nullptr, marks, error) &&
-        takeName(store, error) && takeName(statics, error);
+        writePatchFiles(dir, error) && takeName(store, error) && takeName(statics, error);
     QFile::remove(partFile(store));
     QFile::remove(partFile(statics));
     return done;

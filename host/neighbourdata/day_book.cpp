@@ -1,6 +1,7 @@
 #include "day_book.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "neighbour_log.h"
@@ -181,13 +182,14 @@ QList<QVariantMap> DayBook::executions(const QVariantMap& filter, int start, int
             }
         }
     }
-    if (isNarrow(filter)) {
-        const auto others =
-            std::remove_if(found.begin(), found.end(),
-                           [&filter](const QVariantMap& record) { return !fits(record, filter); });
-        found.erase(others, found.end());
+    if (!isNarrow(filter)) {
+        return partOf(found, start, count, total);
     }
-    return partOf(found, start, count, total);
+    // Into a list of its own: the book may still share the other one.
+    QList<QVariantMap> fitting;
+    std::copy_if(found.cbegin(), found.cend(), std::back_inserter(fitting),
+                 [&filter](const QVariantMap& record) { return fits(record, filter); });
+    return partOf(fitting, start, count, total);
 }
 
 QList<QVariantMap> DayBook::orders(const QVariantMap& filter, int start, int count,

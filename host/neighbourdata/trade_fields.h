@@ -2,11 +2,7 @@
 
 #include <QString>
 
-/// Fields of orders and deals that the vocabulary does not name; prices in currency per piece.
-namespace TradeField {
-inline const QString orderPrice = QStringLiteral("orderPrice");
-inline const QString dealPrice = QStringLiteral("lastPx");
-}  // namespace TradeField
+#include "trade_field.h"
 
 /// Codes of Security::side in deals and executions beside OrderSide::buy.
 namespace DealSide {

@@ -20,6 +20,7 @@ public:
     bool start(GatewayLinkListener* listener, QString* error) override;
     void stop() override;
     bool send(const GatewayRequest& request) override;
+    void loseGate(const QString& gate) override { m_below->loseGate(gate); }
 
     /// The number of requests without an outcome so far. One that never gets an outcome counts
     /// until stop(). Any thread.

@@ -35,6 +35,8 @@ struct ScenarioStep {
         StartFails,  ///< like Start, which must fail
         Ready,       ///< waits for the accounts
         Push,
+        Message,  ///< stores a business message for a user and pushes it
+        Patch,    ///< offers a patch of the client and pushes it
         Tick,
         Gate,
         Deal,      ///< of the day, into the neighbouring data plug-in's book
@@ -42,6 +44,8 @@ struct ScenarioStep {
         Order,     ///< likewise
         Book,      ///< checks what the book has of an account
         BookReload,
+        Messages,        ///< compares the messages of server, table and memory
+        MessagesRepair,  ///< the same, with missing ones pushed again
         Call,
         Expect,
         ExpectIdle,  ///< no request is under way
@@ -53,7 +57,7 @@ struct ScenarioStep {
     QString name;        ///< setting, topic, symbol, gate, function, or what is expected
     int nameColumn = 1;  ///< column of the name of what is expected
     QString value;       ///< of a setting, a gate's state, a tick's source
-    QString user;        ///< of a start and a push
+    QString user;        ///< of a start, a push and a message
     QStringList values;  ///< arguments of a call
     QList<QVariantMap> rows;
     ::Fault fault;

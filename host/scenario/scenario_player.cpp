@@ -1,5 +1,7 @@
 #include "scenario_player.h"
 
+#include <QJsonArray>
+#include <QJsonObject>
 #include <algorithm>
 #include <utility>
 
@@ -110,6 +112,10 @@ bool ScenarioPlayer::playStep(const ScenarioStep& step) {
             return m_stage.ready(step.limitMs, &error) || fail(error);
         case Kind::Push:
             return playPush(step);
+        case Kind::Message:
+            return playMessage(step);
+        case Kind::Patch:
+            return playPatch(step);
         case Kind::Tick:
             m_stage.tick(step.name, step.rows.first(), step.value);
             return true;
@@ -124,6 +130,9 @@ bool ScenarioPlayer::playStep(const ScenarioStep& step) {
             return playBook(step);
         case Kind::BookReload:
             return m_stage.reloadBook(&error) || fail(error);
+        case Kind::Messages:
+        case Kind::MessagesRepair:
+            return playMessages(step);
         case Kind::Call:
             return playCall(step);
         case Kind::Expect:
@@ -162,12 +171,47 @@ bool ScenarioPlayer::playPush(const ScenarioStep& step) {
            fail(QStringLiteral("nobody subscribed to it within %1 ms").arg(step.limitMs));
 }
 
+/// A client that is still starting may subscribe later, so this waits for a subscriber; with a
+/// limit of 0 the user may be away.
+bool ScenarioPlayer::playMessage(const ScenarioStep& step) {
+    const bool maySend =
+        step.limitMs == 0 || !step.checks.isEmpty() ||
+        m_stage.waitUntil([&] { return m_stage.hasMessageSubscriber(step.user); }, step.limitMs);
+    if (!maySend) {
+        return fail(QStringLiteral("nobody subscribed to the messages within %1 ms; within=0 sends "
+                                   "them to a user who is away")
+                        .arg(step.limitMs));
+    }
+    QString error;
+    return endPut(step, m_stage.putMessage(step.user, step.rows.first(), &error), error);
+}
+
+/// Waits for a subscriber like playMessage().
+bool ScenarioPlayer::playPatch(const ScenarioStep& step) {
+    const bool maySend =
+        step.limitMs == 0 || !step.checks.isEmpty() ||
+        m_stage.waitUntil([this] { return m_stage.hasPatchSubscriber(); }, step.limitMs);
+    if (!maySend) {
+        return fail(
+            QStringLiteral("nobody subscribed to patches within %1 ms; within=0 offers them "
+                           "to clients that are away")
+                .arg(step.limitMs));
+    }
+    QString error;
+    return endPut(step, m_stage.putPatch(step.rows.first(), &error), error);
+}
+
 bool ScenarioPlayer::playBookRecord(const ScenarioStep& step) {
     const QVariantMap& record = step.rows.first();
     QString error;
     const bool stored = step.kind == Kind::Deal    ? m_stage.putDeal(record, &error)
                         : step.kind == Kind::Order ? m_stage.putOrder(record, &error)
                                                    : m_stage.putPosition(record, &error);
+    return endPut(step, stored, error);
+}
+
+/// A record must be stored, or refused with a text that passes the step's checks.
+bool ScenarioPlayer::endPut(const ScenarioStep& step, bool stored, const QString& error) {
     if (step.checks.isEmpty()) {
         return stored || fail(error);
     }
@@ -186,6 +230,32 @@ bool ScenarioPlayer::playBook(const ScenarioStep& step) {
     };
     if (!m_stage.waitUntil(isFinal, step.limitMs)) {
         return fail(missed(step, answer));
+    }
+    return error.isEmpty() || fail(error);
+}
+
+/// Repairs once; the comparison is repeated, since the table is written behind the memory.
+bool ScenarioPlayer::playMessages(const ScenarioStep& step) {
+    QJsonObject answer;
+    QString error;
+    if (step.kind == Kind::MessagesRepair && !m_stage.repairMessages(&error)) {
+        return fail(error);
+    }
+    const auto isFinal = [&] {
+        return !m_stage.checkMessages(&answer, &error) || allHold(step, answer);
+    };
+    if (!m_stage.waitUntil(isFinal, step.limitMs)) {
+        constexpr int kShown = 3;
+        QString text = missed(step, answer);
+        const QJsonArray differences = answer.value(QLatin1String("differences")).toArray();
+        for (int i = 0; i < qMin(kShown, differences.size()); ++i) {
+            const QJsonObject one = differences.at(i).toObject();
+            text += QStringLiteral("; %1%2: %3")
+                        .arg(one.value(QLatin1String("serverId")).toString(),
+                             one.value(QLatin1String("clientId")).toString(),
+                             one.value(QLatin1String("what")).toString());
+        }
+        return fail(text);
     }
     return error.isEmpty() || fail(error);
 }

@@ -22,8 +22,12 @@ private:
     bool playStep(const ScenarioStep& step);
     bool playStart(const ScenarioStep& step);
     bool playPush(const ScenarioStep& step);
+    bool playMessage(const ScenarioStep& step);
+    bool playPatch(const ScenarioStep& step);
     bool playBookRecord(const ScenarioStep& step);
+    bool endPut(const ScenarioStep& step, bool stored, const QString& error);
     bool playBook(const ScenarioStep& step);
+    bool playMessages(const ScenarioStep& step);
     bool playCall(const ScenarioStep& step);
     bool playExpect(const ScenarioStep& step);
     bool isMet(const ScenarioStep& step) const;

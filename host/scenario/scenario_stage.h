@@ -30,6 +30,16 @@ public:
 
     /// Returns the number of sessions that the push was sent to.
     virtual int push(const QString& topic, const QVariant& body, const QString& user) = 0;
+    /// Stores a business message for a user, the client's when empty, and pushes it to the user's
+    /// subscribers. False with a text when the server refuses it.
+    virtual bool putMessage(const QString& user, const QVariantMap& message, QString* error) = 0;
+    /// Whether a client has subscribed to the user's business messages.
+    virtual bool hasMessageSubscriber(const QString& user) const = 0;
+    /// Makes the server offer a patch of the client and push it to the subscribers. False with a
+    /// text when the server refuses it.
+    virtual bool putPatch(const QVariantMap& patch, QString* error) = 0;
+    /// Whether a client has subscribed to patches.
+    virtual bool hasPatchSubscriber() const = 0;
     virtual void tick(const QString& symbol, const QVariantMap& fields, const QString& source) = 0;
     virtual void setGate(const QString& gate, const QString& netState) = 0;
     /// Put a record into the book of the neighbouring data plug-in, which may refuse it.
@@ -41,6 +51,12 @@ public:
     virtual bool readBook(const QString& account, QJsonObject* answer, QString* error) = 0;
     /// Makes the book reckon its positions again from the opening and the day's records.
     virtual bool reloadBook(QString* error) = 0;
+    /// Compares the messages of server, table and memory by server id: "agrees", the numbers of
+    /// compared messages "server", "table" and "memory", "earlier", "memoryOnly" and
+    /// "differences".
+    virtual bool checkMessages(QJsonObject* answer, QString* error) = 0;
+    /// Makes the server push those of its messages that are not in memory once more.
+    virtual bool repairMessages(QString* error) = 0;
     virtual bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
                       QString* error) = 0;
     virtual int pendingRequests() const = 0;

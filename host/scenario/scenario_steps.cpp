@@ -1,5 +1,6 @@
 #include "scenario_steps.h"
 
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -261,12 +262,30 @@ bool readGate(const Words& words, ScenarioStep* step, LineError* error) {
     return takeNothingMore(words, 3, error);
 }
 
-/// "deal RECORD", "position RECORD", "order RECORD", each with "error" when it is to be refused.
-bool readBookRecord(const Words& words, ScenarioStep* step, LineError* error) {
+/// Reads "user=", which a message may have, and "within=", which a patch may have too; `isRead` is
+/// whether it was one.
+bool readMessageWord(const LineWord& word, ScenarioStep* step, bool* isRead, LineError* error) {
+    const bool isUser = step->kind == Kind::Message && isNamed(word, "user");
+    *isRead = isUser || ((step->kind == Kind::Message || step->kind == Kind::Patch) &&
+                         isNamed(word, "within"));
+    if (isUser) {
+        step->user = word.text;
+        return true;
+    }
+    return !*isRead || readNumberOf(word, 0, kMostMs, &step->limitMs, error);
+}
+
+/// "deal RECORD", "position RECORD", "order RECORD", "message RECORD", "patch RECORD", each with
+/// "error" when it is to be refused.
+bool readRecord(const Words& words, ScenarioStep* step, LineError* error) {
+    static const QHash<QString, Kind> kinds{{QStringLiteral("deal"), Kind::Deal},
+                                            {QStringLiteral("order"), Kind::Order},
+                                            {QStringLiteral("position"), Kind::Position},
+                                            {QStringLiteral("message"), Kind::Message},
+                                            {QStringLiteral("patch"), Kind::Patch}};
     const QString& what = words.first().text;
-    step->kind = what == QLatin1String("deal")    ? Kind::Deal
-                 : what == QLatin1String("order") ? Kind::Order
-                                                  : Kind::Position;
+    step->kind = kinds.value(what);
+    step->limitMs = kStandardLimitMs;
     if (words.size() < 2) {
         return failAt(endOf(words), QStringLiteral("the record of the %1 is missing").arg(what),
                       error);
@@ -278,6 +297,13 @@ bool readBookRecord(const Words& words, ScenarioStep* step, LineError* error) {
     step->rows.append(record);
     for (int i = 2; i < words.size(); ++i) {
         ScenarioCheck check;
+        bool isRead = false;
+        if (!readMessageWord(words.at(i), step, &isRead, error)) {
+            return false;
+        }
+        if (isRead) {
+            continue;
+        }
         if (words.at(i).key != QLatin1String("error")) {
             return takeNothingMore(words, i, error);
         }
@@ -345,6 +371,37 @@ bool readBook(const Words& words, ScenarioStep* step, LineError* error) {
         return failAt(words.at(2).column, QStringLiteral("'=>' is expected here"), error);
     }
     return readAnswerChecks(words, 2, step, error);
+}
+
+/// "messages check [repair] [within=MS] [=> CHECKS]"; without checks the places must agree.
+bool readMessages(const Words& words, ScenarioStep* step, LineError* error) {
+    step->kind = Kind::Messages;
+    step->limitMs = kStandardLimitMs;
+    QString what;
+    if (!takePlain(words, 1, "check", &what, error)) {
+        return false;
+    }
+    if (what != QLatin1String("check")) {
+        return failAt(words.at(1).column, QStringLiteral("messages takes check"), error);
+    }
+    int at = 2;
+    for (; at < words.size() && words.at(at).text != QLatin1String("=>"); ++at) {
+        const LineWord& word = words.at(at);
+        if (word.key.isEmpty() && word.text == QLatin1String("repair")) {
+            step->kind = Kind::MessagesRepair;
+        } else if (!isNamed(word, "within")) {
+            return takeNothingMore(words, at, error);
+        } else if (!readNumberOf(word, 1, kMostMs, &step->limitMs, error)) {
+            return false;
+        }
+    }
+    if (at < words.size()) {
+        return readAnswerChecks(words, at, step, error);
+    }
+    const QString agrees = QStringLiteral("agrees");
+    step->checks.append({agrees, ScenarioCheck::Op::Equals, QStringLiteral("true"),
+                         agrees + QStringLiteral("=true")});
+    return true;
 }
 
 bool readRecordKind(const LineWord& word, ScenarioStep* step, LineError* error) {
@@ -438,11 +495,12 @@ bool readExpect(const Words& words, ScenarioStep* step, LineError* error) {
 bool readScenarioStep(const QVector<LineWord>& words, ScenarioStep* step, LineError* error) {
     using Reader = bool (*)(const Words&, ScenarioStep*, LineError*);
     static const std::pair<const char*, Reader> readers[] = {
-        {"setting", readSetting},  {"fault", readFaultStep},     {"clock", readClock},
-        {"start", readStart},      {"ready", readReady},         {"push", readPush},
-        {"tick", readTick},        {"gate", readGate},           {"deal", readBookRecord},
-        {"order", readBookRecord}, {"position", readBookRecord}, {"call", readCall},
-        {"book", readBook},        {"expect", readExpect},
+        {"setting", readSetting},   {"fault", readFaultStep}, {"clock", readClock},
+        {"start", readStart},       {"ready", readReady},     {"push", readPush},
+        {"message", readRecord},    {"tick", readTick},       {"gate", readGate},
+        {"deal", readRecord},       {"order", readRecord},    {"position", readRecord},
+        {"call", readCall},         {"book", readBook},       {"expect", readExpect},
+        {"messages", readMessages}, {"patch", readRecord},
     };
     const LineWord& directive = words.first();
     for (const auto& [name, reader] : readers) {

@@ -8,13 +8,16 @@
 #include <thread>
 #include <utility>
 
+#include "bottom_bar.h"
 #include "client_watcher.h"
+#include "crash_handler.h"
 #include "day_book.h"
 #include "dealer.h"
 #include "embedded_link.h"
 #include "exchange_clock.h"
 #include "faulty_link.h"
 #include "gate_events.h"
+#include "gate_switch.h"
 #include "interrupt_watch.h"
 #include "local_platform.h"
 #include "market_log.h"
@@ -41,7 +44,10 @@ QString libraryName(const QString& file) {
 }  // namespace
 
 Client::Client(const Options& options, const Listener& listener)
-    : m_options(options), m_listener(listener), m_sight(std::make_shared<ClientSight>()) {}
+    : m_options(options),
+      m_listener(listener),
+      m_sight(std::make_shared<ClientSight>()),
+      m_delays(std::make_shared<GateDelays>()) {}
 
 Client::~Client() {
     stop();
@@ -89,7 +95,7 @@ bool Client::begin(QString* error) {
 }
 
 void Client::endWaits() {
-    LocalPlatform::instance().beginClose();
+    LocalPlatform::instance().endWaits();
 }
 
 bool Client::awaitAccounts(int limitMs, QString* error) {
@@ -112,9 +118,16 @@ bool Client::awaitProfits(int limitMs) {
     return m_sight->profitsReady();
 }
 
+bool Client::awaitMessages(int limitMs) {
+    m_gate.waitUntil([this] { return m_sight->messagesLoaded() || InterruptWatch::hasCome(); },
+                     limitMs);
+    return m_sight->messagesLoaded();
+}
+
 bool Client::beginSteps(QString* error) {
     return prepareMarket(error) && startPlatform(error) && connectServer(error) &&
-           loadLibraries(error) && makePluginObject(kBusinessDataObject, error) && login(error);
+           loadLibraries(error) && loginUser(error) &&
+           makePluginObject(kBusinessDataObject, error) && loadAccounts(error);
 }
 
 bool Client::prepareMarket(QString* error) {
@@ -153,14 +166,20 @@ bool Client::startPlatform(QString* error) {
         return false;
     }
     m_platformStarted = true;
+    if (m_options.reportsCrashes) {
+        CrashHandler::install(VelmarUtils::GetUserCfgFileDir(),
+                              QDir(m_options.homeDir).filePath(QStringLiteral("log")));
+    }
     // start() took back an endWaits() that came before it.
     if (InterruptWatch::hasCome()) {
         return false;
     }
     setClock();
     // It must have subscribed before anything can publish what it waits for.
-    auto* const watcher = new ClientWatcher(m_sight, [this] { m_gate.wake(); });
+    auto* const watcher = new ClientWatcher(
+        m_sight, [this] { m_gate.wake(); }, m_options.keepsDeals);
     watcher->initPresenter();
+    (new BottomBar(m_delays))->initPresenter();
     if (m_listener.platformStarted) {
         m_listener.platformStarted();
     }
@@ -259,6 +278,8 @@ bool Client::connectServer(QString* error) {
     if (!m_server) {
         return false;
     }
+    m_server->setClock(
+        [] { return CBusinessDataBase::GetInstance()->getCurrentBusinessDateTime(); });
     auto faulty =
         std::make_unique<FaultyLink>(std::make_unique<EmbeddedLink>(m_server), m_options.faults);
     FaultyLink* const link = faulty.get();
@@ -270,6 +291,10 @@ bool Client::connectServer(QString* error) {
         return false;
     }
     m_link = link;
+    // The platform deletes presenters before the link.
+    auto* const gateSwitch = new GateSwitch(
+        [link](const QString& gate, const QString& netState) { link->setGate(gate, netState); });
+    gateSwitch->initPresenter();
     // Every start publishes the first states before a plug-in can subscribe to them.
     m_gate.waitUntil(
         [this] {
@@ -318,6 +343,9 @@ bool Client::loadLibraries(QString* error) {
         }
         m_furtherPlugins.append(file);
     }
+    if (m_options.reportsCrashes) {
+        CrashHandler::refresh();
+    }
     m_plugins.extensionsInitialized();
     return m_facade.load(businessData, error);
 }
@@ -351,14 +379,18 @@ bool Client::makePluginObject(const QString& name, QString* error) {
     return true;
 }
 
-bool Client::login(QString* error) {
-    LocalPlatform& platform = LocalPlatform::instance();
-    if (!platform.loginUser(m_options.user, SampleLogin::password, error)) {
+/// Before plug-in objects are made: the login decides which files and databases they open.
+bool Client::loginUser(QString* error) {
+    if (!LocalPlatform::instance().loginUser(m_options.user, SampleLogin::password, error)) {
         *error = QStringLiteral("the log-in of %1 failed: %2").arg(m_options.user, *error);
         return false;
     }
     ended(QStringLiteral("logged in (%1)").arg(m_options.user));
-    if (!platform.loadAccountTree(error)) {
+    return true;
+}
+
+bool Client::loadAccounts(QString* error) {
+    if (!LocalPlatform::instance().loadAccountTree(error)) {
         *error = QStringLiteral("the account list was not received: %1").arg(*error);
         return false;
     }
@@ -416,23 +448,27 @@ void Client::countAccounts(const QStringList& accounts) {
     }
 }
 
-bool Client::call(const FacadeFunction& function, const QStringList& arguments, int limitMs,
-                  QJsonObject* answer) {
-    std::atomic<bool> answered{false};
-    std::thread caller([&] {
-        *answer = function.call(arguments);
-        answered = true;
+bool Client::run(const std::function<void()>& work, int limitMs) {
+    std::atomic<bool> isDone{false};
+    std::thread worker([&] {
+        work();
+        isDone = true;
         m_gate.wake();
     });
-    m_gate.waitUntil([&] { return answered || InterruptWatch::hasCome(); }, limitMs);
-    const bool inTime = answered;
+    m_gate.waitUntil([&] { return isDone || InterruptWatch::hasCome(); }, limitMs);
+    const bool inTime = isDone;
     if (!inTime) {
         endStreams();
-        // Ends what the function waits for; stop() takes plug-ins and presenters down in order.
+        // Ends what the work waits for; stop() takes plug-ins and presenters down in order.
         LocalPlatform::instance().beginClose();
     }
-    caller.join();
+    worker.join();
     return inTime;
+}
+
+bool Client::call(const FacadeFunction& function, const QStringList& arguments, int limitMs,
+                  QJsonObject* answer) {
+    return run([&] { *answer = function.call(arguments); }, limitMs);
 }
 
 ClientStatus Client::status() const {
@@ -442,8 +478,18 @@ ClientStatus Client::status() const {
     status.presenters = platform.presenterCount();
     status.pendingRequests = platform.pendingRequestCount();
     status.gates = m_sight->gates();
+    const QMap<QString, GateDelay> delays = m_delays->all();
+    for (auto it = delays.cbegin(); it != delays.cend(); ++it) {
+        if (it->lastTime.isValid()) {
+            status.delaysMs.insert(it.key(), it->lastMs);
+        }
+    }
     status.upSeconds = m_upSince.elapsed() / 1000;
     return status;
+}
+
+QVector<SeenDeal> Client::lastDeals() const {
+    return m_sight->lastDeals();
 }
 
 void Client::stop() {

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "body_size.h"
+#include "client_watcher.h"
 #include "facade_library.h"
 #include "fault_plan.h"
 #include "gateway_link.h"
@@ -15,10 +16,10 @@
 #include "sample_market.h"
 #include "status_line.h"
 
-class ClientSight;
 class DayBook;
 class Dealer;
 class FaultyLink;
+class GateDelays;
 class ServerEngine;
 class TickFeed;
 
@@ -47,7 +48,11 @@ public:
         /// them; 0: none. Equal market and seed give equal orders and deals.
         double dealsPerSecond = 0;
         quint32 dealSeed = 1;
+        bool keepsDeals = false;                ///< lastDeals() has the deals of the day's accounts
         qint64 bodyLimit = kStandingBodyLimit;  ///< most bytes of a body
+        /// A crash of the process leaves a dump and a record, which the next start reports. For a
+        /// process that is this client and nothing else.
+        bool reportsCrashes = false;
         /// What goes wrong between client and server; may change while the client runs.
         std::shared_ptr<FaultPlan> faults = std::make_shared<FaultPlan>();
         /// Puts a link of the caller's own around the client's; may be empty.
@@ -83,6 +88,9 @@ public:
     /// Waits until the plug-in has built its realized profits; false after the limit or an
     /// interrupt.
     bool awaitProfits(int limitMs);
+    /// Waits until the plug-in has merged what the server had of business messages; false after
+    /// the limit or an interrupt.
+    bool awaitMessages(int limitMs);
     /// Makes and initialises the plug-in object of that name, of a loaded library.
     bool makePluginObject(const QString& name, QString* error);
     /// Makes and initialises the plug-in objects of all further libraries.
@@ -93,13 +101,16 @@ public:
     /// Ends the dealing, the ticks, the book's events and every wait without limit, then plug-ins,
     /// link and platform, in this order. A second call does nothing.
     void stop();
-    /// Makes every request that is under way fail, and each later one, so that a main thread which
-    /// waits for an answer returns. For InterruptWatch; any thread, whether a client is up or not.
+    /// Makes every synchronous request that is under way fail, and each later one, so that a main
+    /// thread which waits for an answer returns. For InterruptWatch; any thread, whether a client
+    /// is up or not.
     static void endWaits();
 
-    /// Runs the call on another thread while the main loop goes on, which the function may need.
+    /// Runs the work on another thread while the main loop goes on, which the work may need.
     /// Returns false after an interrupt or after `limitMs` (negative: no limit); the platform is
-    /// closed then.
+    /// closed then, and the work has ended.
+    bool run(const std::function<void()>& work, int limitMs);
+    /// Calls an exported function in run().
     bool call(const FacadeFunction& function, const QStringList& arguments, int limitMs,
               QJsonObject* answer);
 
@@ -111,6 +122,8 @@ public:
     /// accounts. Null before the market is opened and after stop().
     DayBook* book() const { return m_book.get(); }
     ClientStatus status() const;
+    /// The last few deals, the latest one last; empty unless the options say keepsDeals.
+    QVector<SeenDeal> lastDeals() const;
     /// Where the main thread waits; woken when the client's state changes.
     MainLoopGate& gate() { return m_gate; }
     /// One line for the user: whether ticks keep to the exchanges' hours.
@@ -136,7 +149,8 @@ private:
     bool loadLibraries(QString* error);
     bool loadLibrary(const QString& file, QString* error);
     void skip(const QString& why) const;
-    bool login(QString* error);
+    bool loginUser(QString* error);
+    bool loadAccounts(QString* error);
     bool loadBook(QString* error);
     bool waitForAccounts(int limitMs, QString* error);
     void countAccounts(const QStringList& accounts);
@@ -146,6 +160,7 @@ private:
     const Options m_options;
     const Listener m_listener;
     const std::shared_ptr<ClientSight> m_sight;
+    const std::shared_ptr<GateDelays> m_delays;
     MainLoopGate m_gate;
     PluginManager m_plugins;
     QStringList m_furtherPlugins;  // files, in the order of loading

@@ -13,6 +13,7 @@
 #include "faulty_link.h"
 #include "interrupt_watch.h"
 #include "local_platform.h"
+#include "message_places.h"
 #include "recording_link.h"
 #include "server_engine.h"
 #include "settings_codec.h"
@@ -24,6 +25,7 @@ namespace {
 
 constexpr int kLookAgainMs = 2;
 constexpr int kCallLimitMs = 30000;
+constexpr int kMessagesPauseMs = 100;
 constexpr int kSubscribe = 1;
 
 }  // namespace
@@ -145,6 +147,35 @@ int ClientStage::push(const QString& topic, const QVariant& body, const QString&
     return server ? server->push(topic, body, user) : 0;
 }
 
+bool ClientStage::putMessage(const QString& user, const QVariantMap& message, QString* error) {
+    ServerEngine* const server = m_client->server();
+    if (!server) {
+        *error = QStringLiteral("the client has no server");
+        return false;
+    }
+    const QString& receiver = user.isEmpty() ? m_options.user : user;
+    return server->publishMessage(receiver, message, nullptr, nullptr, error);
+}
+
+bool ClientStage::hasMessageSubscriber(const QString& user) const {
+    const ServerEngine* const server = m_client->server();
+    return server && server->hasMessageSubscriber(user.isEmpty() ? m_options.user : user);
+}
+
+bool ClientStage::putPatch(const QVariantMap& patch, QString* error) {
+    ServerEngine* const server = m_client->server();
+    if (!server) {
+        *error = QStringLiteral("the client has no server");
+        return false;
+    }
+    return server->publishPatch(patch, nullptr, error);
+}
+
+bool ClientStage::hasPatchSubscriber() const {
+    const ServerEngine* const server = m_client->server();
+    return server && server->hasPatchSubscriber();
+}
+
 void ClientStage::tick(const QString& symbol, const QVariantMap& fields, const QString& source) {
     LocalPlatform::instance().publishTick(symbol, fields, source);
 }
@@ -206,6 +237,36 @@ bool ClientStage::readBook(const QString& account, QJsonObject* answer, QString*
 bool ClientStage::reloadBook(QString* error) {
     DayBook* const to = book(error);
     return to && to->reload(error);
+}
+
+FacadeAsk ClientStage::asking() {
+    return
+        [this](const FacadeFunction& function, const QStringList& arguments, QJsonObject* answer) {
+            return m_client->call(function, arguments, kCallLimitMs, answer);
+        };
+}
+
+bool ClientStage::checkMessages(QJsonObject* answer, QString* error) {
+    MessageCheck check;
+    if (!MessagePlacesCheck(*m_client, asking()).compare(&check, error)) {
+        return false;
+    }
+    *answer = check.asJson();
+    if (!check.agrees()) {
+        // Each look sends requests, which the scenario records.
+        m_client->gate().waitUntil(&InterruptWatch::hasCome, kMessagesPauseMs);
+    }
+    return true;
+}
+
+bool ClientStage::repairMessages(QString* error) {
+    MessageCheck check;
+    MessagePlacesCheck places(*m_client, asking());
+    if (!places.compare(&check, error)) {
+        return false;
+    }
+    places.pushAgain(check.missing);
+    return true;
 }
 
 bool ClientStage::call(const QString& function, const QStringList& arguments, QJsonObject* answer,

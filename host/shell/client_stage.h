@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "client.h"
+#include "facade_questions.h"
 #include "scenario_stage.h"
 #include "scenario_tape.h"
 
@@ -22,6 +23,10 @@ public:
     bool begin(const QString& user, QString* error) override;
     bool ready(int limitMs, QString* error) override;
     int push(const QString& topic, const QVariant& body, const QString& user) override;
+    bool putMessage(const QString& user, const QVariantMap& message, QString* error) override;
+    bool hasMessageSubscriber(const QString& user) const override;
+    bool putPatch(const QVariantMap& patch, QString* error) override;
+    bool hasPatchSubscriber() const override;
     void tick(const QString& symbol, const QVariantMap& fields, const QString& source) override;
     void setGate(const QString& gate, const QString& netState) override;
     bool putDeal(const QVariantMap& deal, QString* error) override;
@@ -29,6 +34,8 @@ public:
     bool putOrder(const QVariantMap& order, QString* error) override;
     bool readBook(const QString& account, QJsonObject* answer, QString* error) override;
     bool reloadBook(QString* error) override;
+    bool checkMessages(QJsonObject* answer, QString* error) override;
+    bool repairMessages(QString* error) override;
     bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
               QString* error) override;
     int pendingRequests() const override;
@@ -45,6 +52,7 @@ private:
     class Watcher;
 
     void platformStarted();
+    FacadeAsk asking();
     /// Null with a text when the client has none.
     DayBook* book(QString* error) const;
 

@@ -2,10 +2,19 @@
 
 #include <QMap>
 #include <QString>
+#include <QTime>
+#include <QVariantMap>
+#include <QVector>
 #include <functional>
 #include <memory>
 
 #include "znwidget/zn_presenter_class.h"
+
+/// A deal of the neighbouring data plug-in as its event had it, and when the event came.
+struct SeenDeal {
+    QTime at;
+    QVariantMap record;
+};
 
 /// What the events so far say about the running client. Any thread.
 class ClientSight {
@@ -20,13 +29,19 @@ public:
     bool cageLoadOver() const;
     /// The plug-in has reported that its realized profits are built from the deals of the day.
     bool profitsReady() const;
+    /// The plug-in has reported the end of its query for messages, successful or not.
+    bool messagesLoaded() const;
     /// The last reported state of each gate.
     QMap<QString, QString> gates() const;
+    /// The last few deals, the latest one last; empty unless the watcher keeps them.
+    QVector<SeenDeal> lastDeals() const;
 
     void setAccountsReady();
     void setCageLoadOver();
     void setProfitsReady();
+    void setMessagesLoaded();
     void setGate(const QString& gate, const QString& netState);
+    void addDeal(const SeenDeal& deal);
 
 private:
     struct Seen;
@@ -39,15 +54,20 @@ class ClientWatcher : public ZnPresenterClass {
     Q_OBJECT
 
 public:
-    /// `onChange` is called on the message thread after each change of `sight`.
-    ClientWatcher(std::shared_ptr<ClientSight> sight, std::function<void()> onChange);
+    /// `onChange` is called on the message thread after each change of `sight`, except for deals,
+    /// which only a watcher that keeps them receives.
+    ClientWatcher(std::shared_ptr<ClientSight> sight, std::function<void()> onChange,
+                  bool keepsDeals = false);
 
     void ProcEventMsg(QString srcId, QVariant eventId, QVariant body) override;
 
 private:
+    void procDeal(const QVariant& body);
+
     const std::shared_ptr<ClientSight> m_sight;
     const std::function<void()> m_onChange;
     const int m_accountsEvent;
     const int m_cageEvent;
     const int m_profitsEvent;
+    const int m_messagesEvent;
 };

@@ -51,6 +51,8 @@ constexpr FlagWord kNeedsWords[] = {
     {FacadePositions, "positions",
      "positions of the neighbouring data plug-in, and ticks for their prices"},
     {FacadeExecutions, "executions", "executions of the neighbouring data plug-in"},
+    {FacadeMessages, "messages", "the business messages, which the start-up completes by a query"},
+    {FacadeRisk, "risk", "the risk notices and types, which the start-up loads last"},
 };
 
 template <class Words>

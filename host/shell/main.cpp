@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("velmar-client"));
     // Without a log file, only warnings belong on stderr; LogFile sets its own rules.
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\nvelmar.history.cache=false"));
     ShellOptions options;
     options.language = language;
     QString error;

@@ -50,10 +50,11 @@ void printError(const QString& text) {
     printTo(stderr, QStringLiteral("velmar-client: ") + harmlessText(text));
 }
 
-void printJson(const QJsonValue& value, QJsonDocument::JsonFormat format) {
-    const QJsonDocument document =
-        value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject());
-    const QString text = QString::fromUtf8(document.toJson(format));
+bool writeOut(const QByteArray& bytes) {
+    return write(stdout, bytes);
+}
+
+QString escapedJson(const QString& text) {
     QString shown;
     shown.reserve(text.size());
     for (const QChar letter : text) {
@@ -63,6 +64,13 @@ void printJson(const QJsonValue& value, QJsonDocument::JsonFormat format) {
             shown += letter;
         }
     }
+    return shown;
+}
+
+void printJson(const QJsonValue& value, QJsonDocument::JsonFormat format) {
+    const QJsonDocument document =
+        value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject());
+    QString shown = escapedJson(QString::fromUtf8(document.toJson(format)));
     if (format == QJsonDocument::Compact) {
         shown += QLatin1Char('\n');
     }

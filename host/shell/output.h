@@ -16,7 +16,11 @@ QString printable(const QString& text);
 bool printTo(std::FILE* stream, const QString& text);
 /// The same on stderr, after the program's name.
 void printError(const QString& text);
-/// A JSON list or object, indented or on one line. What printable() replaces is written as \uXXXX.
+/// Bytes on stdout, as they are. False when they cannot be written.
+bool writeOut(const QByteArray& bytes);
+/// A JSON text with \uXXXX for what printable() replaces.
+QString escapedJson(const QString& text);
+/// A JSON list or object, indented or on one line, with escapedJson().
 void printJson(const QJsonValue& value, QJsonDocument::JsonFormat format = QJsonDocument::Indented);
 
 /// Whether everything that was printed on stdout could be written; prints an error if not.

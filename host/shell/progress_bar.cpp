@@ -15,8 +15,7 @@ int percentOf(int done, int total) {
 
 }  // namespace
 
-QString progressText(int done, int total, int columns) {
-    const QString title = QStringLiteral("making the sample market");
+QString progressText(int done, int total, int columns, const QString& title) {
     const QString percent = QStringLiteral("  %1 %").arg(percentOf(done, total), 3);
     // Two spaces and the ends of the bar separate title and percentage.
     const int width = qMin(kWidestBar, columns - title.size() - percent.size() - 4);
@@ -30,9 +29,9 @@ QString progressText(int done, int total, int columns) {
 
 void ProgressBar::draw(int done, int total) {
     // The last column stays free: some terminals start a new line when it is written.
-    const QString text = done < total
-                             ? progressText(done, total, StatusLine::terminalColumns(m_stream) - 1)
-                             : QString();
+    const QString text =
+        done < total ? progressText(done, total, StatusLine::terminalColumns(m_stream) - 1, m_title)
+                     : QString();
     if (text != m_drawn) {
         m_drawn = text;
         std::fprintf(m_stream, "\r%s\x1b[K", text.toUtf8().constData());
@@ -53,8 +52,8 @@ void ProgressBar::show(int done, int total) {
     }
     if (m_sinceLine.elapsed() >= kLineEveryMs) {
         m_sinceLine.restart();
-        std::printf("making the sample market: %d %%, %d of %d rows\n", percentOf(done, total),
-                    done, total);
+        std::printf("%s: %d %%, %d of %d rows\n", m_title.toUtf8().constData(),
+                    percentOf(done, total), done, total);
         std::fflush(stdout);
     }
 }

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <utility>
 
+#include "crash_kinds.h"
 #include "dealer.h"
 #include "line_words.h"
 #include "option_values.h"
@@ -28,6 +29,9 @@ const QString kFault = QStringLiteral("fault");
 const QString kScenario = QStringLiteral("scenario");
 // Given by the player of a scenario to its child processes.
 const QString kSection = QStringLiteral("scenario-section");
+const QString kCrash = QStringLiteral("crash");
+// Given to the child processes of a crash round.
+const QString kCrashStep = QStringLiteral("crash-step");
 const QString kTicks = QStringLiteral("ticks");
 const QString kTickRate = QStringLiteral("tick-rate");
 const QString kMarketHours = QStringLiteral("market-hours");
@@ -45,9 +49,9 @@ const QString kVersion = QStringLiteral("version");
 const QString kEarly = QStringLiteral("early");
 const QString kRaw = QStringLiteral("raw");
 
-const QStringList kWithValue{kHome,  kPlugins,  kPlugin,  kUser,     kWait,     kScale,
-                             kFault, kScenario, kSection, kTicks,    kTickRate, kClock,
-                             kDeals, kSeed,     kCount,   kBodyLimit};
+const QStringList kWithValue{kHome,  kPlugins,  kPlugin,  kUser,      kWait,     kScale,
+                             kFault, kScenario, kSection, kTicks,     kTickRate, kClock,
+                             kDeals, kSeed,     kCount,   kBodyLimit, kCrash,    kCrashStep};
 const QStringList kFlags{kRebuild, kVerbose, kStay, kOnce, kMarketHours, kVersion, kEarly, kRaw};
 
 void addOptions(QCommandLineParser& parser, bool everywhere) {
@@ -55,7 +59,7 @@ void addOptions(QCommandLineParser& parser, bool everywhere) {
         parser.setOptionsAfterPositionalArgumentsMode(
             QCommandLineParser::ParseAsPositionalArguments);
     }
-    for (const QString& withValue : kWithValue) {
+    for (const QString& withValue : kWithValue + HistoryOptionWords::names()) {
         parser.addOption(QCommandLineOption(withValue, QString(), QStringLiteral("value")));
     }
     for (const QString& flag : kFlags) {
@@ -173,7 +177,7 @@ bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QStri
         options->command = ShellOptions::Command::Scenario;
         options->scenarioFile = parser.value(kScenario);
         for (const QString& other : {kScale, kRebuild, kWait, kStay, kOnce, kTickRate, kClock,
-                                     kMarketHours, kDeals, kSeed}) {
+                                     kMarketHours, kDeals, kSeed, kCrash}) {
             if (parser.isSet(other)) {
                 *error = QStringLiteral("--%1 cannot be combined with --%2").arg(kScenario, other);
                 return false;
@@ -184,6 +188,22 @@ bool takeScenario(const QCommandLineParser& parser, ShellOptions* options, QStri
         !readWholeNumber(parser.value(kSection), 1, kMostSections, &options->section)) {
         *error = QStringLiteral("--%1 takes a number up to %2").arg(kSection).arg(kMostSections);
         return false;
+    }
+    return true;
+}
+
+bool takeCrash(const QCommandLineParser& parser, ShellOptions* options, QString* error) {
+    if (parser.isSet(kCrash)) {
+        options->command = ShellOptions::Command::Crash;
+        options->crashKind = parser.value(kCrash);
+        if (!CrashKinds::names().contains(options->crashKind)) {
+            *error = QStringLiteral("--%1 takes one of %2")
+                         .arg(kCrash, CrashKinds::names().join(QStringLiteral(", ")));
+            return false;
+        }
+    }
+    if (parser.isSet(kCrashStep)) {
+        options->crashStep = parser.value(kCrashStep);
     }
     return true;
 }
@@ -223,7 +243,8 @@ bool takeOptions(const QStringList& arguments, bool everywhere, ShellOptions* op
     if (!takeFaults(parser.values(kFault), options, error) ||
         !takeTicks(parser.values(kTicks), options, error) ||
         !takePlugins(parser.values(kPlugin), options, error) ||
-        !takeScenario(parser, options, error)) {
+        !takeCrash(parser, options, error) || !takeScenario(parser, options, error) ||
+        !HistoryOptionWords::take(parser, &options->history, error)) {
         return false;
     }
     options->rebuild = options->rebuild || parser.isSet(kRebuild);
@@ -251,6 +272,10 @@ bool standsAlone(const ShellOptions& options, bool withCommand, QString* error) 
         *error = QStringLiteral("--%1 cannot be combined with a command").arg(kPlugin);
         return false;
     }
+    if (withCommand && !options.crashKind.isEmpty()) {
+        *error = QStringLiteral("--%1 cannot be combined with a command").arg(kCrash);
+        return false;
+    }
     if (options.command != ShellOptions::Command::Scenario) {
         return true;
     }
@@ -276,6 +301,28 @@ bool asksForText(const ShellOptions& options) {
            options.command == ShellOptions::Command::Version;
 }
 
+/// The options of the commands about the past, each with the commands that have it.
+bool historyBelongs(const ShellOptions& options, QString* error) {
+    using Command = ShellOptions::Command;
+    const Command command = options.command;
+    const bool isList = command == Command::History;
+    const bool hasRange = isList || command == Command::Calendar;
+    const bool hasRows = hasRange || command == Command::Announcement ||
+                         command == Command::AnnualReport || command == Command::Config;
+    const HistoryOptions& history = options.history;
+    if ((history.from.isValid() || history.to.isValid()) && !hasRange) {
+        *error = QStringLiteral("--from and --to go with history and calendar only");
+        return false;
+    }
+    if (!history.accounts.isEmpty() && !isList) {
+        *error = QStringLiteral("--account goes with history only");
+        return false;
+    }
+    *error = QStringLiteral(
+        "--format and --out go with history, calendar, announcement, report and config only");
+    return hasRows || (!history.hasFormat && history.outFile.isEmpty());
+}
+
 /// The options of one command only.
 bool belongTogether(const ShellOptions& options, QString* error) {
     const bool isCall = options.command == ShellOptions::Command::Call;
@@ -286,15 +333,21 @@ bool belongTogether(const ShellOptions& options, QString* error) {
             return false;
         }
     }
-    if (options.count > 0 && options.command != ShellOptions::Command::Ticks) {
-        *error = QStringLiteral("--%1 goes with ticks watch only").arg(kCount);
+    const bool isTail = options.command == ShellOptions::Command::Messages &&
+                        options.question == ShellOptions::Question::Tail;
+    const bool isRecord = options.command == ShellOptions::Command::Monitor &&
+                          options.question == ShellOptions::Question::Record;
+    if (options.count > 0 && options.command != ShellOptions::Command::Ticks && !isTail &&
+        !isRecord) {
+        *error = QStringLiteral("--%1 goes with ticks watch, messages tail and monitor record only")
+                     .arg(kCount);
         return false;
     }
     if (options.hasSeed && !(options.dealRate > 0)) {
         *error = QStringLiteral("--%1 goes with --%2 only").arg(kSeed, kDeals);
         return false;
     }
-    return true;
+    return historyBelongs(options, error);
 }
 
 }  // namespace
@@ -331,5 +384,6 @@ bool isShellOption(const QString& word) {
         return false;
     }
     const QString name = word.mid(2).section(QLatin1Char('='), 0, 0);
-    return name == kHelp || kWithValue.contains(name) || kFlags.contains(name);
+    return name == kHelp || kWithValue.contains(name) || kFlags.contains(name) ||
+           HistoryOptionWords::names().contains(name);
 }

@@ -7,6 +7,7 @@
 
 #include "body_size.h"
 #include "fault_plan.h"
+#include "history_options.h"
 #include "text_language.h"
 
 /// What the command line asks for.
@@ -22,13 +23,38 @@ struct ShellOptions {
         Orders,
         Profit,
         Value,
+        Messages,
+        Menus,
+        Risk,
+        Monitor,
+        Skin,
+        History,
+        Calendar,
+        Announcement,
+        AnnualReport,
+        Config,
+        Subscribe,
+        Patches,
         Doctor,
         Scenario,
+        Crash,
         Help,
         Version
     };
-    /// What Orders, Profit and Value are asked.
-    enum class Question { Show, Check, Replay };
+    /// What Orders, Profit, Value, Messages, Patches and Monitor are asked.
+    enum class Question {
+        Show,
+        Check,
+        Replay,
+        List,
+        Read,
+        Tail,
+        RemindShow,
+        RemindSet,
+        Apply,
+        Export,
+        Record
+    };
     /// Whether the main job stays up after the start; ByTerminal: if stdout is a terminal.
     enum class Staying { ByTerminal, Stay, Once };
 
@@ -39,18 +65,32 @@ struct ShellOptions {
     bool raw = false;       ///< of Call: passes unknown values of enumerations
     /// Of Accounts: the one to explain, empty for the list; of Profit and Value: empty for all.
     QString account;
-    Question question = Question::Show;  ///< of Orders, Profit, Value
-    QString recordFile;                  ///< of Orders
+    Question question = Question::Show;  ///< of Orders, Profit, Value, Messages, Patches, Monitor
+    QString patch;                       ///< of Patches, Apply
+    QString recordFile;                  ///< of Orders: to read; of Monitor, Record: to write
     bool cancels = false;                ///< of Orders, Check: every record cancels an order
     bool follow = false;                 ///< of Profit and Value, Show: again on changes
-    QString symbol;                      ///< of Rules; of Symbols: the text to look for
+    bool unread = false;                 ///< of Messages, List: without those marked read
+    bool repair = false;                 ///< of Messages, Check: has missing ones pushed again
+    QStringList messageIds;              ///< of Messages, Read
+    /// Of Messages, RemindShow and RemindSet: type, "type/sub-type" or "today"; empty for all.
+    QString remindKind;
+    QString remindLevel;   ///< of Messages, RemindSet
+    QString remindSwitch;  ///< of Messages, RemindSet: "on", "quiet" or "off"
+    QString symbol;        ///< of Rules and Risk; of Symbols: the text to look for
+    QString list;          ///< of History: "orders", "deals", ...; of Calendar: the exchange's code
+    QString item;          ///< of Config: its name; of Subscribe: the topic; of Skin: its name
+    HistoryOptions history;  ///< of History, Calendar, Announcement, AnnualReport, Config
     TextLanguage language = TextLanguage::English;  ///< of Rules
-    bool asJson = false;                            ///< of Accounts, Orders, Profit, Value
-    QString homeDir;                                ///< empty for the default
-    QString pluginsDir;                             ///< empty for the default
-    QStringList pluginFiles;   ///< of Run: plug-in libraries from elsewhere, absolute paths
-    QString user;              ///< the login; empty for the sample market's standard one
-    int waitSeconds = 60;      ///< limit for the accounts, and for the rest of the start-up
+    /// Of Accounts, Orders, Profit, Value, Messages, Menus, Risk, Patches, Skin and of Monitor,
+    /// Show.
+    bool asJson = false;
+    QString homeDir;          ///< empty for the default
+    QString pluginsDir;       ///< empty for the default
+    QStringList pluginFiles;  ///< of Run: plug-in libraries from elsewhere, absolute paths
+    QString user;             ///< the login; empty for the sample market's standard one
+    /// Limit for the accounts, for the rest of the start-up, and for the gates' answers of Monitor.
+    int waitSeconds = 60;
     int scale = 1;             ///< size of the sample market, a multiple of the standard one
     bool rebuild = false;      ///< makes the sample market again
     bool verbose = false;      ///< the log on stderr too, with debug lines; details of Functions
@@ -62,10 +102,15 @@ struct ShellOptions {
     quint32 dealSeed = 1;      ///< what decides the orders and deals
     bool hasSeed = false;      ///< dealSeed was given
     QStringList watched;       ///< of Ticks: the symbols to print
-    int count = 0;             ///< of Ticks: how many to print; 0 for no limit
+    /// Of Ticks, of Messages, Tail and of Monitor, Record: how many lines; 0 for no limit.
+    int count = 0;
     qint64 bodyLimit = kStandingBodyLimit;  ///< most bytes of a body
     QVector<Fault> faults;                  ///< what goes wrong between client and server
     QString scenarioFile;                   ///< of Scenario
+    QString crashKind;                      ///< of Crash: one of CrashKinds::names()
+    /// Of Crash: the part of the round that this process plays: "crash", or the file name of the
+    /// dump to report; empty for the process that starts both.
+    QString crashStep;
     int section = 0;  ///< of Scenario: the only one to play, in this process, from 1; 0 for all
     Staying staying = Staying::ByTerminal;
 };

@@ -1,5 +1,6 @@
 #include "start_up_wait.h"
 
+#include <QCoreApplication>
 #include <atomic>
 #include <memory>
 
@@ -22,10 +23,13 @@ bool awaitStartUp(Client& client, int limitMs, QString* error) {
         return false;
     }
     if (*isOver) {
+        // The slot hands the risk notices over to the main thread, where they are still queued.
+        QCoreApplication::sendPostedEvents();
         return true;
     }
-    const QString step = client.awaitCage(0)
-                             ? QStringLiteral("new share issues and subscriptions")
+    const QString step = client.awaitMessages(0) ? QStringLiteral("risk notices and risk types")
+                         : client.awaitCage(0)
+                             ? QStringLiteral("new share issues, subscriptions and messages")
                              : QStringLiteral("Hong Kong prices and the price cage");
     *error = QStringLiteral(
                  "the start-up was not over within %1 s, still loading: %2; --early "

@@ -22,6 +22,15 @@ QString gateText(const QMap<QString, QString>& gates) {
     return down.isEmpty() ? count : count + QStringLiteral(": ") + down.join(QStringLiteral(", "));
 }
 
+/// Empty before the first delay is measured.
+QString delayText(const QMap<QString, int>& delaysMs) {
+    QStringList delays;
+    for (auto it = delaysMs.cbegin(); it != delaysMs.cend(); ++it) {
+        delays.append(QStringLiteral("%1 %2 ms").arg(it.key()).arg(it.value()));
+    }
+    return delays.join(QStringLiteral(", "));
+}
+
 QString upText(qint64 seconds) {
     return QStringLiteral("up %1:%2:%3")
         .arg(seconds / 3600, 2, 10, QLatin1Char('0'))
@@ -32,12 +41,17 @@ QString upText(qint64 seconds) {
 }  // namespace
 
 QString statusText(const ClientStatus& status, int columns) {
-    const QStringList parts{
-        upText(status.upSeconds), QStringLiteral("%1 accounts").arg(status.accounts),
-        gateText(status.gates), QStringLiteral("%1 pending").arg(status.pendingRequests),
-        QStringLiteral("%1 presenters").arg(status.presenters)};
+    const QStringList parts{upText(status.upSeconds),
+                            QStringLiteral("%1 accounts").arg(status.accounts),
+                            gateText(status.gates),
+                            QStringLiteral("%1 pending").arg(status.pendingRequests),
+                            QStringLiteral("%1 presenters").arg(status.presenters),
+                            delayText(status.delaysMs)};
     QString line;
     for (const QString& part : parts) {
+        if (part.isEmpty()) {
+            continue;
+        }
         const QString longer = line.isEmpty() ? part : line + QStringLiteral(" | ") + part;
         if (longer.size() > columns) {
             break;
@@ -55,20 +69,4 @@ int StatusLine::terminalColumns(std::FILE* stream) {
 
 bool StatusLine::isTerminal(std::FILE* stream) {
     return isatty(fileno(stream)) == 1;
-}
-
-void StatusLine::draw(const ClientStatus& status) {
-    // The last column stays free: some terminals start a new line when it is written.
-    const QByteArray line = statusText(status, terminalColumns() - 1).toUtf8();
-    std::printf("\r%s\x1b[K", line.constData());
-    std::fflush(stdout);
-    m_drawn = true;
-}
-
-void StatusLine::leave() {
-    if (m_drawn) {
-        std::printf("\n");
-        std::fflush(stdout);
-        m_drawn = false;
-    }
 }

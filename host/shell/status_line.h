@@ -10,23 +10,18 @@ struct ClientStatus {
     int presenters = 0;
     int pendingRequests = 0;
     QMap<QString, QString> gates;  ///< gate to its state
+    QMap<QString, int> delaysMs;   ///< gate to its last delay, of the gates that have one
     qint64 upSeconds = 0;
 };
 
 /// One line of at most `columns` characters: as many parts as fit, the most important ones first.
 QString statusText(const ClientStatus& status, int columns);
 
-/// The last line of a terminal, drawn again and again.
-class StatusLine {
-public:
-    /// The columns of the stream's terminal, 80 when unknown.
-    static int terminalColumns(std::FILE* stream = stdout);
-    static bool isTerminal(std::FILE* stream = stdout);
+/// The terminal that lines are drawn on.
+namespace StatusLine {
 
-    void draw(const ClientStatus& status);
-    /// Ends the line; further output goes below it.
-    void leave();
+/// The columns of the stream's terminal, 80 when unknown.
+int terminalColumns(std::FILE* stream = stdout);
+bool isTerminal(std::FILE* stream = stdout);
 
-private:
-    bool m_drawn = false;
-};
+}  // namespace StatusLine

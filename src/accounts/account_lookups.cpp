@@ -188,3 +188,26 @@ QMap<QString, QString> AccountLookups::GetAuthTradeProductAccountList() const {
     const auto tables = m_state.m_accountLock.read();
     return tables->m_authTradeProductMap;
 }
+
+std::optional<QString> AccountLookups::productAccountOf(const QString& tradingAccount) const {
+    const auto accounts = m_state.m_accountLock.read();
+    const auto found = accounts->m_accountInfoMap.constFind(tradingAccount);
+    if (found == accounts->m_accountInfoMap.cend()) {
+        return {};
+    }
+    return found->productAccount;
+}
+
+QStringList AccountLookups::accountsOfType(const QStringList& tradingAccounts,
+                                           const QString& fundAccountType) const {
+    const auto accounts = m_state.m_accountLock.read();
+    const auto& records = accounts->m_accountInfoMap;
+    QStringList kept;
+    for (const QString& account : tradingAccounts) {
+        const auto found = records.constFind(account);
+        if (found != records.cend() && found->fundAccountType == fundAccountType) {
+            kept.append(account);
+        }
+    }
+    return kept;
+}

@@ -7,6 +7,8 @@
 #include <functional>
 
 #include "account_state.h"
+#include "account_type_reader.h"
+#include "product_account_reader.h"
 #include "tag_user_account_info.h"
 
 class SecurityAccounts;
@@ -16,7 +18,7 @@ class SecurityAccounts;
 /// m_accountLock for reading while it selects; those that wait for the load do so first. The lists
 /// contain accounts that the load listed: a frozen account, and one whose record was entered later
 /// by SetFundAbbrName, has a record and is in no list.
-class AccountLookups {
+class AccountLookups : public ProductAccountReader, public AccountTypeReader {
 public:
     AccountLookups(const AccountState& state, SecurityAccounts& securityAccounts)
         : m_state(state), m_securityAccounts(securityAccounts) {}
@@ -31,6 +33,10 @@ public:
     QString GetExtCounterCodeByTradingAccount(const QString& tradingAccount) const;
     bool IsAccountNormalCounter(const tagUserAccountInfo& account) const;
     bool IsAccountNormalCounter(const QString& tradingAccount) const;
+
+    std::optional<QString> productAccountOf(const QString& tradingAccount) const override;
+    QStringList accountsOfType(const QStringList& tradingAccounts,
+                               const QString& fundAccountType) const override;
 
     // By authority.
     QStringList GetTradingAccountList(bool wait, int authority, bool includeDistributed) const;

@@ -2,7 +2,9 @@
 
 #include <QtDebug>
 #include <algorithm>
-#include <vector>
+#include <array>
+#include <iterator>
+#include <type_traits>
 
 #ifdef QT_NO_DEBUG
 
@@ -14,39 +16,57 @@ bool HeldLocks::any() {
 
 namespace {
 
+// More than there are ranks, and a thread holds each rank at most once.
+constexpr int kMostHeld = 64;
+
 struct Held {
-    LockRank rank;
-    const char* name;
+    LockRank rank = LockRank::FirstLoad;
+    const char* name = nullptr;
 };
 
-std::vector<Held>& heldByThisThread() {
-    thread_local std::vector<Held> held;
+/// Needs no destructor, since destructors of static objects take locks too, after the destructors
+/// of the main thread's own variables have run.
+struct HeldByThread {
+    std::array<Held, kMostHeld> locks;
+    int count = 0;
+
+    auto begin() { return locks.begin(); }
+    auto end() { return locks.begin() + count; }
+};
+
+HeldByThread& heldByThisThread() {
+    thread_local HeldByThread held;
+    static_assert(std::is_trivially_destructible_v<HeldByThread>);
     return held;
 }
 
 }  // namespace
 
 void HeldLocks::taken(LockRank rank, const char* name) {
-    auto& held = heldByThisThread();
-    const auto inner = std::find_if(held.cbegin(), held.cend(),
+    HeldByThread& held = heldByThisThread();
+    const auto inner = std::find_if(held.begin(), held.end(),
                                     [rank](const Held& lock) { return lock.rank >= rank; });
-    if (inner != held.cend()) {
+    if (inner != held.end()) {
         qFatal("lock order: %s taken while %s is held", name, inner->name);
     }
-    held.push_back({rank, name});
+    if (held.count == kMostHeld) {
+        qFatal("lock order: %s taken while %d locks are held", name, kMostHeld);
+    }
+    held.locks.at(static_cast<size_t>(held.count++)) = {rank, name};
 }
 
 void HeldLocks::released(LockRank rank) {
-    auto& held = heldByThisThread();
-    const auto last = std::find_if(held.crbegin(), held.crend(),
-                                   [rank](const Held& lock) { return lock.rank == rank; });
-    if (last != held.crend()) {
-        held.erase(std::next(last).base());
+    HeldByThread& held = heldByThisThread();
+    const auto lock = std::find_if(held.begin(), held.end(),
+                                   [rank](const Held& one) { return one.rank == rank; });
+    if (lock != held.end()) {
+        std::move(std::next(lock), held.end(), lock);
+        --held.count;
     }
 }
 
 bool HeldLocks::any() {
-    return !heldByThisThread().empty();
+    return heldByThisThread().count > 0;
 }
 
 #endif

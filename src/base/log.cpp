@@ -19,9 +19,10 @@ VELMAR_CATEGORY(lcAccounts, "velmar.accounts")
 VELMAR_CATEGORY(lcSymbolRules, "velmar.symbolrules")
 VELMAR_CATEGORY(lcOrders, "velmar.orders")
 VELMAR_CATEGORY(lcRequests, "velmar.requests")
+VELMAR_CATEGORY(lcBusiMsg, "velmar.busimsg")
+VELMAR_CATEGORY(lcMenus, "velmar.menus")
+VELMAR_CATEGORY(lcHistory, "velmar.history")
+VELMAR_CATEGORY(lcHistoryCache, "velmar.history.cache")
+VELMAR_CATEGORY(lcMonitor, "velmar.monitor")
 
 #undef VELMAR_CATEGORY
-
-void logWithoutReader(const QLoggingCategory& category, const char* what) {
-    qCDebug(category) << what << "arrived; this build has no reader for it";
-}

@@ -13,6 +13,9 @@ const QLoggingCategory& lcAccounts();
 const QLoggingCategory& lcSymbolRules();
 const QLoggingCategory& lcOrders();
 const QLoggingCategory& lcRequests();
-
-/// Logs at debug level that something arrived which no code of this build reads.
-void logWithoutReader(const QLoggingCategory& category, const char* what);
+const QLoggingCategory& lcBusiMsg();
+const QLoggingCategory& lcMenus();
+const QLoggingCategory& lcHistory();
+/// The whole deal cache as one text, which may be very large.
+const QLoggingCategory& lcHistoryCache();
+const QLoggingCategory& lcMonitor();

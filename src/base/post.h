@@ -39,3 +39,11 @@ template <class Functor>
 void invokeOn(QObject* context, Functor functor) {
     QMetaObject::invokeMethod(context, PostedFunctor<Functor>(std::move(functor)));
 }
+
+/// Queues a functor for the context object's thread, behind what is queued there, also when that is
+/// the calling thread. It is dropped when the context is destroyed before.
+template <class Functor>
+void queueOn(QObject* context, Functor functor) {
+    QMetaObject::invokeMethod(context, PostedFunctor<Functor>(std::move(functor)),
+                              Qt::QueuedConnection);
+}

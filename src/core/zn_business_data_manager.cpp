@@ -7,24 +7,42 @@
 #include "account_edits.h"
 #include "account_lookups.h"
 #include "account_state.h"
+#include "asset_delivery.h"
 #include "businessdatamanager/business_data_interface.h"
 #include "commonquotahandler/common_quota_handler.h"
+#include "deal_statistics.h"
+#include "exit_errors.h"
 #include "external_account_query.h"
 #include "fund_abbr_names.h"
 #include "fund_account_table.h"
+#include "fund_reports.h"
+#include "history_lists.h"
+#include "history_records.h"
 #include "hong_kong_prices.h"
+#include "linkage_events.h"
 #include "log.h"
 #include "market_values.h"
+#include "menu_plugin_table.h"
+#include "message_flow.h"
+#include "message_store.h"
 #include "order_messages.h"
 #include "price_cage.h"
 #include "price_rules.h"
 #include "price_unit_ladders.h"
+#include "product_reports.h"
+#include "push_subscriptions.h"
 #include "quantity_rules.h"
+#include "remind_settings.h"
+#include "responsible_presenter.h"
 #include "risk_notice_waiver.h"
 #include "security_accounts.h"
+#include "server_items.h"
+#include "skin_report.h"
 #include "symbol_data.h"
 #include "symbol_identity.h"
+#include "symbol_risk_flags.h"
 #include "tradability.h"
+#include "trade_dates.h"
 #include "trader_table.h"
 #include "user_authorities.h"
 #include "velmarutils/velmar_utils.h"
@@ -76,36 +94,72 @@ ZnBusinessDataManager::ZnBusinessDataManager(QObject* parent)
       m_priceRules(
           std::make_unique<PriceRules>(*m_symbolIdentity, *m_hongKongPrices, *m_priceCage)),
       m_riskNoticeWaiver(std::make_unique<RiskNoticeWaiver>(m_clock)),
+      m_symbolRiskFlags(std::make_unique<SymbolRiskFlags>(
+          *m_symbolIdentity, *m_riskNoticeWaiver, m_clock, static_cast<RiskMessageSink&>(*this))),
       m_orderMessages(std::make_unique<OrderMessages>(*m_securityAccounts, m_clock)),
       m_symbolData(
           std::make_unique<SymbolData>(*m_symbolIdentity, *m_priceRules, *m_hongKongPrices)),
-      m_marketValues(std::make_unique<MarketValues>(*m_symbolData)) {
+      m_marketValues(std::make_unique<MarketValues>(*m_symbolData)),
+      m_menuPluginTable(std::make_unique<MenuPluginTable>()),
+      m_remindSettings(std::make_unique<RemindSettings>(m_clock)),
+      m_messageStore(std::make_unique<MessageStore>(m_clock)),
+      m_messageFlow(std::make_unique<MessageFlow>(
+          *m_messageStore, *m_remindSettings, *m_accountLookups, static_cast<BusiMsgSink&>(*this))),
+      m_historyLists(std::make_unique<HistoryLists>(*m_symbolData)),
+      m_historyRecords(std::make_unique<HistoryRecords>()),
+      m_dealStatistics(std::make_unique<DealStatistics>(*m_symbolData)),
+      m_fundReports(std::make_unique<FundReports>(*m_accountLookups)),
+      m_productReports(std::make_unique<ProductReports>()),
+      m_assetDelivery(std::make_unique<AssetDelivery>(*m_symbolData)),
+      m_tradeDates(std::make_unique<TradeDates>()),
+      m_serverItems(std::make_unique<ServerItems>()),
+      m_pushSubscriptions(std::make_unique<PushSubscriptions>()),
+      m_linkageEvents(std::make_unique<LinkageEvents>()),
+      m_clientInfo(this, static_cast<ClientInfoOutlet&>(*this)) {
     qCInfo(lcCore) << "init ZnBusinessDataManager";
     setObjectName(QStringLiteral("ZnBusinessDataManager"));
     if (s_firstConstruction.exchange(false)) {
         startUp();
     }
-    // The first caller may be any thread; the slots run on the application's.
-    if (!parent && qApp && thread() != qApp->thread()) {
-        moveToThread(qApp->thread());
-    }
+    moveToApplicationThread();
 }
 
 ZnBusinessDataManager::~ZnBusinessDataManager() = default;
 
+/// The first caller may be any thread; the slots and timers run on the application's.
+void ZnBusinessDataManager::moveToApplicationThread() {
+    if (!parent() && qApp && thread() != qApp->thread()) {
+        moveToThread(qApp->thread());
+    }
+}
+
 void ZnBusinessDataManager::startUp() {
     qCInfo(lcCore) << "init ZnBusinessDataManager curNewMsgIdIndex";
     curNewMsgIdIndex = VelmarEventMsgID::TORVI_BASE_TYPE;
+    m_messageStore->startWriter();
     m_marketValues->loadStandardBonds();
     registerMetaTypes();
     m_quantityRules->initSymbolQtyRules();
     loadReferenceData();
     startTickFeed();
+    m_remindSettings->initBusiMsgRemindSetting(this);
     VelmarUtils::ResetSkin();
     ZnSystemSettingDataMgr::instance().init();
+    m_messageStore->initBusiMsgCenterData();
+    // Direct: a message that is marked read just before the end must reach the writer's list.
+    connect(
+        this, &ZnBusinessDataManager::signalBusiMsgRead, this,
+        [this](const QVariantMap& busiMsg) { m_messageStore->saveBusiMsgRead(busiMsg); },
+        Qt::DirectConnection);
+    // Items of the steps below are collected there, where a timer of the buffer fires.
+    moveToApplicationThread();
+    connectMonitoring();
+    uploadClientUpdateError(static_cast<ClientInfoSink&>(*this));
+    uploadDmpMonitorInfo(static_cast<ClientInfoSink&>(*this), m_clock);
     openSettings();
     m_riskNoticeWaiver->load();
     m_priceUnitLadders->load();
+    uploadSkinChangeInfo(static_cast<ClientInfoSink&>(*this));
     m_quantityRules->slotTradeFeeSettingChanged();
 }
 
@@ -185,4 +239,45 @@ void ZnBusinessDataManager::securityAccountSettingChanged() {
 
 void ZnBusinessDataManager::priceCageInfoFinishInit() {
     emit signalPriceCageInfoFinishInit();
+}
+
+void ZnBusinessDataManager::AssembleHistoryEntrustDealList(QString strMsgType,
+                                                           QList<QVariantMap> detailList) {
+    m_historyLists->AssembleHistoryEntrustDealList(strMsgType, std::move(detailList));
+}
+
+void ZnBusinessDataManager::QueryAssetDileveryResponse(QString msgType, QVariantMap request,
+                                                       QString reqExeStatus,
+                                                       QList<QVariantMap> response) {
+    m_assetDelivery->QueryAssetDileveryResponse(msgType, request, reqExeStatus, response);
+}
+
+void ZnBusinessDataManager::slotNetReconnect(QString netType, ZnPresenterClass* prtClass) {
+    m_pushSubscriptions->subscribeAgain(prtClass, netType);
+    reportNetStatus(netType, 0);
+}
+
+void ZnBusinessDataManager::slotRecvBusiMsgPush(QVariantMap dataMap, bool bInDb) {
+    m_messageFlow->slotRecvBusiMsgPush(dataMap, bInDb);
+}
+
+void ZnBusinessDataManager::slotNoticeSymbolChanged(QList<QVariantMap> noticeInfoList) {
+    m_symbolRiskFlags->slotNoticeSymbolChanged(noticeInfoList);
+}
+
+bool ZnBusinessDataManager::busiMsgAdded(QVariantMap& busiMsg) {
+    const bool isTakenIn = ResponsiblePresenter::isOpen();
+    emit signalBusiMsgAdd(busiMsg);
+    return isTakenIn;
+}
+
+void ZnBusinessDataManager::busiMsgRead(const QVariantMap& busiMsg) {
+    emit signalBusiMsgRead(busiMsg);
+}
+
+void ZnBusinessDataManager::raiseRiskMessage(const QString& text) {
+    static const QString subType = QStringLiteral("4001");
+    constexpr bool kSaved = true;
+    m_messageFlow->AddBusiMsg(BusiMsgLevel::Important, text, BusiMsgType::TradeMsg, subType,
+                              QString(), QString(), kSaved, QString());
 }

@@ -23,7 +23,9 @@ enum FacadeNeeds : unsigned {
     FacadeServer = 16,     ///< the call itself sends requests
     FacadePositions =
         32,  ///< the neighbouring data plug-in's positions, and ticks for their prices
-    FacadeExecutions = 64  ///< the neighbouring data plug-in's executions of the day
+    FacadeExecutions = 64,  ///< the neighbouring data plug-in's executions of the day
+    FacadeMessages = 128,   ///< the business messages, which the start-up completes by a query
+    FacadeRisk = 256        ///< the risk notices and types, which the start-up loads last
 };
 
 /// One value of an enumeration.

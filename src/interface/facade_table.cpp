@@ -1,4 +1,5 @@
 #include "facade_call.h"
+#include "facade_menu_value.h"
 #include "facade_notes.h"
 #include "facade_order_value.h"
 #include "facade_price_value.h"
@@ -18,6 +19,11 @@ namespace {
 using PriceInCage = double (*)(const QVariantMap&, const CustomPriceType&, const qint64&, bool,
                                bool, bool, HandicapInfo*);
 using PriceByRatio = double (*)(const QVariantMap&, CustomPriceType, qint64, double, HandicapInfo*);
+
+using AddClassified = void (*)(const QString&, const QString&, const QString&, const QString&,
+                               const QString&, const QString&, bool, const QString&);
+using AddByKey = void (*)(const QString&, const QString&, const QString&, const QString&, bool,
+                          const QString&);
 
 constexpr unsigned kFirst = FacadeFirstLoad;
 constexpr unsigned kPresenter = FacadeFirstLoad | FacadePresenter;
@@ -173,6 +179,92 @@ constexpr FacadeFunction kFunctions[] = {
     VELMAR_ENTRY(calcMarketValue, FacadePlain, FacadeSecurities,
                  "error, symbol, quantity, price, multiplier"),
     VELMAR_ENTRY(RequeryFundInfo, FacadePresenter, FacadeNothing, ""),
+
+    // Business messages.
+    VELMAR_OVERLOAD(AddClassified, AddBusiMsg, FacadePlain, FacadeAccounts,
+                    "level, text, type, subType, itemName, itemValue, bSaveDb, tradingAccount"),
+    VELMAR_OVERLOAD(AddByKey, AddBusiMsg, FacadePlain, FacadeAccounts,
+                    "key, text, itemName, itemValue, bSaveDb, tradingAccount"),
+    VELMAR_ENTRY(GetAllBusiMsgList, kFirst, FacadeMessages, ""),
+    VELMAR_ENTRY(GetBusiMsgRemindSettingInfo, FacadePlain, FacadeNothing,
+                 "type, subType, level, bApplyNoMoreRemind"),
+    VELMAR_ENTRY(GetNoMoreRemindInDayFlag, FacadePlain, FacadeNothing, ""),
+    VELMAR_ENTRY(GetRemindBusiMsgList, kFirst, FacadeMessages, ""),
+    VELMAR_ENTRY(GetUnreadBusiMsgList, kFirst, FacadeMessages, ""),
+    VELMAR_ENTRY(IsBusiMsgRead, FacadePlain, FacadeMessages, "clientMsgId"),
+    VELMAR_ENTRY(SetBusiMsgRead, kFirst, FacadeMessages, "clientMsgId"),
+    VELMAR_ENTRY(SetBusiMsgRemindSettingInfo, FacadePlain, FacadeNothing,
+                 "type, subType, level, setting"),
+    VELMAR_ENTRY(SetNoMoreRemindInDay, FacadePlain, FacadeNothing, ""),
+
+    // Menus.
+    VELMAR_ENTRY(GetMenuIDByPluginID, kPresenter, FacadeServer, "pluginId"),
+    VELMAR_ENTRY(GetMenuInfoListByPluginID, kPresenter, FacadeServer, "pluginId"),
+    VELMAR_ENTRY(GetMenuNameByMenuId, kPresenter, FacadeServer, "menuId"),
+    VELMAR_ENTRY(IsUserHasMenuId, kPresenter, FacadeServer, "menuId"),
+
+    // Risk flags of symbols.
+    VELMAR_ENTRY(CheckSymbolRiskInfo, FacadePlain, FacadeSecurities | FacadeRisk,
+                 "symbols, moduleName"),
+    VELMAR_ENTRY(GetScienTechGrowFlagBySymbol, FacadePlain, FacadeSecurities, "symbol"),
+    VELMAR_ENTRY(GetSymbolStType, FacadePlain, FacadeSecurities, "symbol, text"),
+    VELMAR_ENTRY(InitKeyMonitorSymbols, kPresenter, FacadeServer, ""),
+    VELMAR_ENTRY(InitSymbolRiskTypeInfo, kPresenter, FacadeServer, ""),
+    VELMAR_ENTRY(IsSymbolBreakingIssuePrice, FacadePlain, FacadeRisk, "symbol"),
+    VELMAR_ENTRY(IsSymbolBrokenNetPrice, FacadePlain, FacadeRisk, "symbol"),
+    VELMAR_ENTRY(IsSymbolInST, FacadePlain, FacadeSecurities, "symbol"),
+    VELMAR_ENTRY(IsSymbolKeyMonitor, FacadePlain, FacadeNothing, "symbol"),
+
+    // Past orders and deals.
+    VELMAR_ENTRY(GetHistoryEntrustList, kPresenter, FacadeSecurities | FacadeServer,
+                 "accounts, startDate, endDate"),
+    VELMAR_ENTRY(GetHistoryDealList, kPresenter, FacadeSecurities | FacadeServer,
+                 "accounts, startDate, endDate"),
+    VELMAR_ENTRY(GetHistoryEntrustByTradeDateAndOrderID, kPresenter, FacadeServer,
+                 "tradeDate, orderID, tradingAccount"),
+    VELMAR_ENTRY(GetHistoryEntrustRecordList, kPresenter, FacadeServer,
+                 "params, startDate, endDate"),
+    VELMAR_ENTRY(GetHistoryDealRecordList, kPresenter, FacadeServer, "params, startDate, endDate"),
+    VELMAR_ENTRY(GetHistoryDealGatherRecordList, kPresenter, FacadeServer,
+                 "params, startDate, endDate, maxNum"),
+    VELMAR_ENTRY(GetHistoryEntrustExportList, kPresenter, FacadeServer,
+                 "accounts, startDate, endDate, error"),
+    VELMAR_ENTRY(GetHistoryDealExportList, kPresenter, FacadeServer,
+                 "accounts, startDate, endDate, error"),
+    VELMAR_ENTRY(GetHistoryDealStatisticsList, kPresenter, FacadeSecurities | FacadeServer,
+                 "accounts, startDate, endDate"),
+
+    // Reports.
+    VELMAR_ENTRY(GetHistoryNormalFundInfo, kPresenter, FacadeAccounts | FacadeServer,
+                 "accounts, startDate, endDate"),
+    VELMAR_ENTRY(GetTodayNormalFundInfo, kPresenter, FacadeAccounts | FacadeServer,
+                 "accounts, date"),
+    VELMAR_ENTRY(GetHistoryMarginFundInfo, kPresenter, FacadeAccounts | FacadeServer,
+                 "accounts, date"),
+    VELMAR_ENTRY(GetHistoryAppraisementInfo, kPresenter, FacadeServer,
+                 "accounts, date, currentDate"),
+    VELMAR_ENTRY(GetHistoryAppraisementProfitInfo, kPresenter, FacadeServer,
+                 "accounts, date, currentDate"),
+    VELMAR_ENTRY(GetHistoryPanfenFlowInfo, kPresenter, FacadeServer, "accounts, date"),
+    VELMAR_ENTRY(GetHistoryAssetDeliveryReports, kPresenter, FacadeSecurities | FacadeServer,
+                 "accounts, startDate, endDate, reports"),
+    VELMAR_ENTRY(GetAnnualReport, kPresenter, FacadeServer, "error"),
+
+    // Trade days.
+    VELMAR_ENTRY(GetTradeDates, kPresenter, FacadeServer, "startDate, endDate, exchange, error"),
+    VELMAR_ENTRY(GetTradeDatesByDayAndRange, kPresenter, FacadeServer, "date, days, exchange"),
+    VELMAR_ENTRY(GetTradeDatesByMonth, kPresenter, FacadeServer, "month, year"),
+
+    // Single items of the server.
+    VELMAR_ENTRY(GetSystemAnnoucement, kPresenter, FacadeServer, "withValue"),
+    VELMAR_ENTRY(getSysConfigValue, FacadePresenter, FacadeServer, "itemName"),
+    VELMAR_ENTRY(SubscribePushMsgFromServer, kPresenter, FacadeServer, "topic, content, netType"),
+
+    // Client information and linkage.
+    VELMAR_ENTRY(AddClientInfo, FacadePlain, FacadeNothing,
+                 "itemType, itemValue, itemValueEx, operType, time, logTriggerTime"),
+    VELMAR_ENTRY(GetLinkageEventID, FacadePlain, FacadeNothing, "msgType"),
+    VELMAR_ENTRY(UploadAllClientInfo, FacadePlain, FacadeNothing, ""),
 };
 
 #undef VELMAR_OVERLOAD

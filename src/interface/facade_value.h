@@ -211,10 +211,16 @@ template <>
 struct FacadeValue<QDate> {
     static constexpr int score = 1;
     static QString name() { return QStringLiteral("QDate"); }
-    static QString wanted() { return QStringLiteral("a date such as 2026-01-31"); }
+    static QString wanted() { return QStringLiteral("a date such as 2026-01-31 or 20260131"); }
     static bool fromText(const QString& text, QDate* value) {
-        *value = QDate::fromString(text, Qt::ISODate);
-        return value->isValid();
+        QDate date = QDate::fromString(text, QStringLiteral("yyyy-MM-dd"));
+        if (!date.isValid()) {
+            date = QDate::fromString(text, QStringLiteral("yyyyMMdd"));
+        }
+        if (date.isValid()) {
+            *value = date;
+        }
+        return date.isValid();
     }
     static bool fromJson(const QJsonValue& json, QDate* value) {
         return fromText(json.toString(), value);
@@ -226,13 +232,15 @@ template <>
 struct FacadeValue<QTime> {
     static constexpr int score = 1;
     static QString name() { return QStringLiteral("QTime"); }
-    static QString wanted() { return QStringLiteral("a time such as 09:30:00"); }
+    static QString wanted() {
+        return QStringLiteral("a time such as 09:30:00, or an empty text for an invalid one");
+    }
     static bool fromText(const QString& text, QTime* value) {
         *value = QTime::fromString(text, Qt::ISODateWithMs);
-        return value->isValid();
+        return value->isValid() || text.isEmpty();
     }
     static bool fromJson(const QJsonValue& json, QTime* value) {
-        return fromText(json.toString(), value);
+        return json.isString() && fromText(json.toString(), value);
     }
     static QJsonValue toJson(const QTime& value) { return value.toString(Qt::ISODateWithMs); }
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDate>
 #include <QList>
 #include <QMap>
 #include <QString>
@@ -14,6 +15,7 @@
 #include "symbol_list_type.h"
 #include "tag_user_account_info.h"
 #include "velmar_market_value_info.h"
+#include "velmar_plugin_info.h"
 #include "velmarutils/velmar_busi_utils.h"
 
 #ifdef VELMAR_BUSINESS_DATA_LIBRARY
@@ -583,4 +585,288 @@ public:
     /// Has the neighbouring data plug-in read the funds of all accounts again. Any thread;
     /// presenter; blocks while that plug-in reads. Does nothing without that plug-in.
     static void RequeryFundInfo();
+
+    // Business messages: short notices for the user who is logged in. A message is a record with
+    // System::clientMsgID (its identity in this client), BusiMsgLevel, BusiMsgType, BusiMsgSubType,
+    // createTime (a QDateTime), itemName, itemValue, textDescription, positionStr,
+    // BusiMsgCenter::ServerMsgId, ReadStatus (a bool), and UserAccount::tradingAccount and
+    // productAccount where it concerns an account. Lists are in the order of the client ids, which
+    // are compared as texts.
+
+    /// Raises a notice: the presenter's object thread takes it in soon after this call and then
+    /// publishes EventMsgName::BUSI_MSG_UPDATED. Level, type and sub-type are those of the message
+    /// dictionary. `bSaveDb` keeps the notice for the rest of the day, also over a restart;
+    /// otherwise it lives until the client ends, unless the product is configured to keep all. A
+    /// notice with an empty text is dropped, and so is one whose type belongs to menus that the
+    /// user does not have, except the first of that type; both are logged. A notice for a trading
+    /// account that has no record is announced but in no list. Any thread; does not block. Without
+    /// a presenter the notice is lost, which is logged as a warning.
+    static void AddBusiMsg(const QString& level, const QString& text, const QString& type,
+                           const QString& subType, const QString& itemName,
+                           const QString& itemValue, bool bSaveDb, const QString& tradingAccount);
+    /// The same, classified by a key of the message dictionary. A notice of an unknown key is
+    /// raised without level, type and sub-type, and a warning is logged.
+    static void AddBusiMsg(const QString& key, const QString& text, const QString& itemName,
+                           const QString& itemValue, bool bSaveDb, const QString& tradingAccount);
+    /// All messages in memory, read or not: those of today that the table had at the start, and
+    /// every one since then, also of earlier days, until the client ends. Empty when no message
+    /// came; during the start-up the server's earlier messages may be missing until
+    /// EventMsgName::BUSI_MSG_LOADED. Any thread; first load; does not block.
+    static QList<QVariantMap> GetAllBusiMsgList();
+    /// The messages that were not marked read. Any thread; first load; does not block.
+    static QList<QVariantMap> GetUnreadBusiMsgList();
+    /// The unread messages that are to pop up, by the reminder settings; empty once
+    /// SetNoMoreRemindInDay() was called. Any thread; first load; does not block.
+    static QList<QVariantMap> GetRemindBusiMsgList();
+    /// Whether a message was marked read; false for an unknown id. Any thread; does not block.
+    static bool IsBusiMsgRead(const QString& clientMsgId);
+    /// Marks a message read, for good, and publishes EventMsgName::BUSI_MSG_UPDATED. False for an
+    /// unknown id. True, without another event, when it was read before. Any thread; first load;
+    /// does not block.
+    static bool SetBusiMsgRead(const QString& clientMsgId);
+    /// The setting that applies to a kind of message: the user's own choice for the sub-type, or
+    /// for the whole type when the user made no choice for the sub-type; otherwise the product's
+    /// default for exactly this kind, otherwise the product's default for all kinds. One whole
+    /// record, never mixed; empty when the product has no defaults. Its keys are the callers' own,
+    /// and BusiMsgCenter::RemindSwitch and PopSwitch. With `bApplyNoMoreRemind`, PopSwitch is false
+    /// once SetNoMoreRemindInDay() was called; what is stored does not change. Any thread; waits at
+    /// most for a choice that is being written.
+    static QVariantMap GetBusiMsgRemindSettingInfo(const QString& type, const QString& subType,
+                                                   const QString& level, bool bApplyNoMoreRemind);
+    /// Stores the user's choice for a kind of message, also for the next start; an empty sub-type
+    /// stands for all sub-types of the type and replaces what they had. An empty record takes the
+    /// choice back: the default applies again, or the user's choice for the type as a whole when no
+    /// other level of the sub-type has a choice. The values are those that JSON has (texts,
+    /// numbers, bools, lists, records), nested at most 1,024 levels deep with the record itself; a
+    /// record beyond that is in effect until the end of the process, and a warning is logged, since
+    /// the next start does not read it back as it is. False, and nothing is changed, when type or
+    /// level is empty. With an empty sub-type, a type that is not in the message dictionary stores
+    /// nothing, and a warning is logged. When the file cannot be written, one warning is logged,
+    /// and the choices hold until the end of the process. Any thread; blocks for the settings file.
+    static bool SetBusiMsgRemindSettingInfo(const QString& type, const QString& subType,
+                                            const QString& level, const QVariantMap& setting);
+    /// Ends reminders until the date changes, which is noticed at the next start. Any thread;
+    /// blocks for the settings file.
+    static void SetNoMoreRemindInDay();
+    /// Whether reminders are ended. Any thread; does not block.
+    static bool GetNoMoreRemindInDayFlag();
+
+    // Menus, as the server configures them for the user. The first question of each kind blocks for
+    // a request, and so does each later one while the answer was empty; other questions wait for
+    // that request. Each of those that found the table empty sends one of its own afterwards, one
+    // after the other: with a server that does not answer, the last of them waits for all their
+    // time-outs. When it does not succeed, a warning is logged and the answer is empty, as it is
+    // without a presenter. Any thread; first load; presenter.
+
+    /// A menu that opens the plug-in: of several, the one whose instance id sorts first. Empty when
+    /// no menu opens it.
+    static QString GetMenuIDByPluginID(QString pluginId);
+    /// Everything that opens the plug-in, in the order of the instance ids. Entries with the same
+    /// instance id are one entry, the last one of the server's list.
+    static QList<VelmarPluginInfo> GetMenuInfoListByPluginID(QString pluginId);
+    /// The caption of a menu of the system, also of one that the user does not have; empty when
+    /// unknown.
+    static QString GetMenuNameByMenuId(const QString& menuId);
+    /// Whether the user has a menu, also one that opens no plug-in.
+    static bool IsUserHasMenuId(const QString& menuId);
+
+    // Risk flags of symbols.
+
+    /// Raises messages for symbols ("600000.SH") that are about to be traded and carry a risk mark:
+    /// risk warning, coming delisting, a reminder of the server, and when `moduleName` contains
+    /// "指令", a price below the issue price or the net value. Each symbol is reported once a day,
+    /// also over a restart; it counts as reported even when its message is lost because no
+    /// presenter takes it in. Returns whether a symbol was reported; false before the risk notices
+    /// are loaded. The messages come into the lists of messages shortly afterwards. Any thread;
+    /// blocks for the file of reported symbols, not for the server.
+    static bool CheckSymbolRiskInfo(const QStringList& symbols, const QString& moduleName);
+    /// 2 for a growth tier symbol of the science and technology board, 1 for one that was listed
+    /// before the tier existed (before 2025-07-13), otherwise 0, also for an unknown symbol. Any
+    /// thread; does not block.
+    static int GetScienTechGrowFlagBySymbol(const QString& symbol);
+    /// The StFlag of a symbol, StFlag::Normal for an unknown symbol and one without a flag. `text`
+    /// is set to a warning for the user when the symbol has the flag StFlag::IsST or IsStarST, in
+    /// Beijing for any flag, and is left alone otherwise. Any thread; does not block.
+    static QString GetSymbolStType(const QString& symbol, QString& text);
+    /// Requests the key-monitor list and replaces the one in memory; a failed request leaves it.
+    /// Any thread; first load; presenter; blocks for a request.
+    static void InitKeyMonitorSymbols();
+    /// Requests the symbols below issue price and net value, unless that has succeeded before. The
+    /// start-up does it too. A failed request leaves the lists, and the next call tries again. Any
+    /// thread; first load; presenter; blocks for requests, also for those of another call.
+    static void InitSymbolRiskTypeInfo();
+    /// Whether the price is below the issue price, by the server's list. False for an unknown
+    /// symbol and before the list is loaded. Any thread; does not block.
+    static bool IsSymbolBreakingIssuePrice(const QString& symbol);
+    /// The same for a price below the net value.
+    static bool IsSymbolBrokenNetPrice(const QString& symbol);
+    /// Whether the symbol's flag is StFlag::IsST or IsStarST. Any thread; does not block.
+    static bool IsSymbolInST(const QString& symbol);
+    /// Whether the key-monitor list contains the symbol; that list is only loaded by
+    /// InitKeyMonitorSymbols(). Any thread; does not block.
+    static bool IsSymbolKeyMonitor(const QString& symbol);
+
+    // Past orders and deals, as the server lists them. All of them block for their requests. A
+    // range beyond 100 years is refused with a warning and an empty result, and so is an invalid
+    // date, except by the two cached lists and the statistics, which request nothing for it and
+    // log nothing. Quantities in pieces, prices in the currency of the symbol, dates of rows
+    // as yyyyMMdd unless described otherwise. Any thread; first load; presenter.
+
+    /// The orders of the accounts, in their order, by day and order id; cancel requests are left
+    /// out. Security::leaveQty (pieces) and Security::symbol are added. A day that has rows is held
+    /// for good; the others of the range are requested again by each call, several pages side by
+    /// side. A request that does not succeed is only logged: its rows are missing, and the result
+    /// is what is held; a day that has other rows is then held without them. While the server does
+    /// not answer, a list of several pages blocks until it does or the client closes. Empty, with
+    /// no request, for a range whose first day is after its last one.
+    static QList<QVariantMap> GetHistoryEntrustList(const QStringList& accounts,
+                                                    const QDate& startDate, const QDate& endDate);
+    /// The same for filled deals, by day, order id and execution id; only Security::symbol is
+    /// added.
+    static QList<QVariantMap> GetHistoryDealList(const QStringList& accounts,
+                                                 const QDate& startDate, const QDate& endDate);
+    /// One order. With an empty account only the held rows of all accounts are searched, without a
+    /// request; otherwise the order is requested unless the day is held, and a requested row is the
+    /// server's own, without Security::symbol and Security::leaveQty. Empty when not found and
+    /// after a failure.
+    static QVariantMap GetHistoryEntrustByTradeDateAndOrderID(const QDate& tradeDate,
+                                                              const QString& orderID,
+                                                              const QString& tradingAccount);
+    /// Orders by a filter of the caller: the page System::pageNo of System::pageSize rows, or, with
+    /// the configured largest size, all rows up to that number. Element 0 is the answer's header
+    /// with System::totalSize; the other rows are the server's own. `params` gets the flag that
+    /// includes cancelled rows, and loses its page fields for the largest size. After a failure
+    /// empty, or, for the largest size, the rows so far.
+    static QList<QVariantMap> GetHistoryEntrustRecordList(QVariantMap& params,
+                                                          const QDate& startDate,
+                                                          const QDate& endDate);
+    /// The same for deals, with the flag that includes discharged rows too. For the largest size
+    /// the last page is complete even when it exceeds that number.
+    static QList<QVariantMap> GetHistoryDealRecordList(QVariantMap& params, const QDate& startDate,
+                                                       const QDate& endDate);
+    /// Deals by a filter of the caller, until there are more than `maxNum` elements, of which
+    /// element 0 is the header; only the last page of the list is complete all the same. The rows
+    /// so far after a failure, so empty when the first page failed. `params` loses its page fields.
+    static QList<QVariantMap> GetHistoryDealGatherRecordList(QVariantMap& params,
+                                                             const QDate& startDate,
+                                                             const QDate& endDate,
+                                                             const int& maxNum);
+    /// All orders of all accounts in one query, cancelled ones included, as the server's own rows;
+    /// or an empty list and a text in `error`, which is cleared first.
+    static QList<QVariantMap> GetHistoryEntrustExportList(const QStringList& accounts,
+                                                          const QDate& startDate,
+                                                          const QDate& endDate, QString& error);
+    /// The same for deals.
+    static QList<QVariantMap> GetHistoryDealExportList(const QStringList& accounts,
+                                                       const QDate& startDate, const QDate& endDate,
+                                                       QString& error);
+    /// Statistics of the deals of the accounts, in their order, by day: Security::cumQty in pieces,
+    /// Security::avgPx per piece, UserAccount::tradeDate as a QDate. A requested day is held for
+    /// good, today excepted; a day whose request failed counts as one without rows, with a warning.
+    static QList<QVariantMap> GetHistoryDealStatisticsList(const QStringList& accounts,
+                                                           const QDate& startDate,
+                                                           const QDate& endDate);
+
+    // Reports. All of them block for their requests; a failure is only logged, and the result
+    // contains what came or was held before it. Rows are the server's own, figures in currency;
+    // dates in them are as the server writes them unless stated otherwise. An invalid date goes out
+    // as an empty text, except in the delivery report. Any thread; first load; presenter.
+
+    /// The capital of the cash accounts among the given ones: a row for each account and day from
+    /// `startDate` to `endDate`, in the server's order; accounts of other types are left out.
+    /// Nothing is held. A second caller waits for the first one's answer. Empty after a failure.
+    static QList<QVariantMap> GetHistoryNormalFundInfo(const QStringList& accounts,
+                                                       const QDate& startDate,
+                                                       const QDate& endDate);
+    /// The capital of the cash accounts on a day, by trading account; an account that the server
+    /// refused is missing. Nothing is held. Empty after a failure.
+    static QMap<QString, QVariantMap> GetTodayNormalFundInfo(const QStringList& accounts,
+                                                             const QDate& date);
+    /// The capital of the margin accounts on a day, by trading account; an account that the server
+    /// refused is missing. A row is held for good, unless the day is invalid. A second caller waits
+    /// for the first one's answer. After a failure the result contains the held rows.
+    static QMap<QString, QVariantMap> GetHistoryMarginFundInfo(const QStringList& accounts,
+                                                               const QDate& date);
+    /// The appraisement rows of the products (`accounts`) for `date`: those of held products
+    /// first, then the others, each requested in pages of 3000 rows. A product and day with rows is
+    /// held, also when its later pages were lost, which the log warns of. Everything held is
+    /// dropped first when `currentDate` equals `date`. A refused product is left out; any other
+    /// failure and the fifth time-out end the call with the rows so far. Empty at once when there
+    /// are no products and `date` is invalid.
+    static QList<QVariantMap> GetHistoryAppraisementInfo(const QStringList& accounts,
+                                                         const QDate& date,
+                                                         const QDate& currentDate);
+    /// The same for the profit figures. Without products and a valid `date` everything held is
+    /// still dropped when `currentDate` is invalid, too.
+    static QList<QVariantMap> GetHistoryAppraisementProfitInfo(const QStringList& accounts,
+                                                               const QDate& date,
+                                                               const QDate& currentDate);
+    /// The panfen equity flow of the products (`accounts`) for `date`, one request for each product
+    /// that is not held. A product and day with rows is held for good. Failures end or shorten the
+    /// result as with the appraisement.
+    static QList<QVariantMap> GetHistoryPanfenFlowInfo(const QStringList& accounts,
+                                                       const QDate& date);
+    /// Appends the asset delivery rows of the accounts, in their order, by day, to `reports`;
+    /// `UserAccount::tradeDate` and `System::businessDate` are QDate, `AssetDeliver::BusinessTime`
+    /// is a QTime. A fetched day is held for good, also one without rows; what is missing is
+    /// fetched in chunks of up to 31 days, side by side. Always 0; the days of a chunk that failed
+    /// are missing, and the next call requests them again. Nothing is requested for an invalid
+    /// date, a range in reverse order, and, with a warning, a range of more than 100 years.
+    static int GetHistoryAssetDeliveryReports(const QStringList& accounts, const QDate& startDate,
+                                              const QDate& endDate, QList<QVariantMap>& reports);
+    /// The login's annual report. After a failure an empty record and a text in `error`, which is
+    /// cleared first. Nothing is held.
+    static QVariantMap GetAnnualReport(QString& error);
+
+    // Trade days. Any thread; first load; presenter; each blocks for its requests.
+
+    /// The trade days of an exchange from `startDate` to `endDate` ("yyyyMMdd"), as the server
+    /// writes them; an unknown exchange has the mainland's calendar. `error` is cleared, and set
+    /// after a failure.
+    static QStringList GetTradeDates(const QString& startDate, const QString& endDate,
+                                     const QString& exchange, QString& error);
+    /// The `days` trade days around `date` ("yyyyMMdd"), likewise. Empty after a failure, which is
+    /// only logged, and for a date in another form, without a request.
+    static QStringList GetTradeDatesByDayAndRange(const QString& date, int days,
+                                                  const QString& exchange);
+    /// The mainland's trade days of a month (0 for the whole year) of this or the next year (0 for
+    /// this one). Requested by the first call and held for good, so the days end with the year
+    /// after that call's. Empty for any other year and after a failure; the next call tries again.
+    static QList<QDate> GetTradeDatesByMonth(int month, int year);
+
+    // Single items of the server. Any thread; presenter; block for a request.
+
+    /// The system announcement; with `withValue` the request carries the item's value "1". Empty
+    /// after a failure. First load.
+    static QString GetSystemAnnoucement(bool withValue);
+    /// The value of a configuration item, held for good once it is not empty; an empty one is
+    /// requested by each call. Empty after a failure, which is only logged. Does no first load, and
+    /// is empty before one.
+    static QString getSysConfigValue(const QString& itemName);
+    /// Subscribes a topic of server pushes through a gate (NetGateType). True when the subscription
+    /// stands, also when another caller made it; false when the first attempt failed, which is
+    /// repeated in the background after 5, 10, 15 and 20 s, and for a topic that contains "_" or a
+    /// content that has no JSON form. A subscription through the trade or information gate is made
+    /// again when that gate has connected again, also when it did so during the request. Callers
+    /// come one after the other, so one may also wait for the requests of others. First load.
+    static bool SubscribePushMsgFromServer(const QString& topic, const QVariantMap& content,
+                                           const QString& netType);
+
+    // Client information and linkage. Any thread; do not block; do no first load.
+
+    /// Reports a fact about the client to the server, together with others within 15 seconds, or at
+    /// once and alone when `logTriggerTime` is not 0. `itemType` is a ClinetInfoUpload constant;
+    /// `time` is the time of day, an invalid one stands for now. Items wait while the plug-in has
+    /// no presenter, up to 100,000 of them, after which further ones are dropped with one warning.
+    /// The last ones are sent when the client closes in order; they are lost when the server cannot
+    /// be reached at that moment. Each live presenter sends them.
+    static void AddClientInfo(const QString& itemType, const QString& itemValue,
+                              const QString& itemValueEx, QVariant operType, const QTime& time,
+                              int logTriggerTime);
+    /// The event id of a message type, the same for every caller in this run of the process: 136449
+    /// and upward in the order of first use.
+    static int GetLinkageEventID(const QString& msgType);
+    /// Has the items that AddClientInfo() collected before this call sent at once, and returns
+    /// before they are. Does nothing before the first item.
+    static void UploadAllClientInfo();
 };

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "never_destroyed.h"
-#include "vocabulary/fields.h"
+#include "order_record.h"
 #include "vocabulary/values.h"
 
 namespace {
@@ -68,19 +68,19 @@ QString decimalText(const QVariant& quantity) {
 
 }  // namespace
 
-std::optional<DerivedOrderFields> derivedOrderFields(const QVariantMap& order) {
-    const QString priceType = order.value(CustomField::priceType).toString();
+std::optional<DerivedOrderFields> derivedOrderFields(const OrderRecord& order) {
+    const QString priceType = order.text(OrderRecord::PriceType);
     if (priceType.isEmpty()) {
         return {};
     }
-    const bool isMarket = order.value(Security::orderType).toString() == OrderType::market;
+    const bool isMarket = order.text(OrderRecord::OrderType) == OrderType::market;
     const OrderKind orderKind = isMarket ? OrderKind::Market : OrderKind::Other;
     for (const DerivationRule& rule : neverDestroyed<DerivationRules>().rules) {
         const bool applies = rule.orderKind == OrderKind::Any || rule.orderKind == orderKind;
         if (applies && rule.priceType == priceType) {
             return DerivedOrderFields{rule.timeInForce, rule.maxPriceLevels,
                                       rule.minQty == MinQty::OrderQty
-                                          ? decimalText(order.value(Security::orderQty))
+                                          ? decimalText(order.value(OrderRecord::OrderQty))
                                           : QStringLiteral("0")};
         }
     }

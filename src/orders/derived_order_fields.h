@@ -1,8 +1,9 @@
 #pragma once
 
 #include <QString>
-#include <QVariantMap>
 #include <optional>
+
+class OrderRecord;
 
 /// The fields of an order that follow from its order type and price type, as texts.
 struct DerivedOrderFields {
@@ -12,4 +13,4 @@ struct DerivedOrderFields {
 };
 
 /// Nothing when no rule names the record's combination of types. Any thread.
-std::optional<DerivedOrderFields> derivedOrderFields(const QVariantMap& order);
+std::optional<DerivedOrderFields> derivedOrderFields(const OrderRecord& order);

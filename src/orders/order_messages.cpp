@@ -5,6 +5,7 @@
 #include "clock.h"
 #include "derived_order_fields.h"
 #include "log.h"
+#include "order_record.h"
 #include "security_accounts_reader.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/fields.h"
@@ -17,6 +18,7 @@
 namespace {
 
 inline const QString kNumericNewOrderList = QStringLiteral("261202");
+constexpr int kFetchFrom = 500;
 inline const QString kNumericOrderCancel = QStringLiteral("261212");
 
 QString textOf(const QVariantMap& record, const QString& field) {
@@ -45,7 +47,7 @@ void addSizeAndType(const QList<QVariantMap>& list, const QString& msgType,
 }
 
 /// False when a minQty that follows from the order's quantity is empty.
-bool addDerivedFields(const QVariantMap& order, CPackMessageCommon& packer) {
+bool addDerivedFields(const OrderRecord& order, CPackMessageCommon& packer) {
     const auto derived = derivedOrderFields(order);
     if (!derived) {
         return true;
@@ -56,15 +58,15 @@ bool addDerivedFields(const QVariantMap& order, CPackMessageCommon& packer) {
     return !derived->minQty.isEmpty();
 }
 
-void addOrderStation(const QVariantMap& order, CPackMessageCommon& packer) {
-    if (textOf(order, Security::orderStation).isEmpty()) {
+void addOrderStation(const OrderRecord& order, CPackMessageCommon& packer) {
+    if (order.isEmpty(OrderRecord::OrderStation)) {
         packer.AddVaule(Security::orderStation, VelmarUtils::GetVelmarOrderStation(QString()));
     }
 }
 
-void addInstruction(const QVariantMap& order, CPackMessageCommon& packer) {
-    if (!textOf(order, Instruction::InstructionID).isEmpty()) {
-        packer.AddVaule(Security::parentOrderID, order.value(Instruction::InstructionID));
+void addInstruction(const OrderRecord& order, CPackMessageCommon& packer) {
+    if (!order.isEmpty(OrderRecord::InstructionID)) {
+        packer.AddVaule(Security::parentOrderID, order.value(OrderRecord::InstructionID));
         packer.AddVaule(Security::orderFlowType, orderFlowType::instructionOrder);
     }
 }
@@ -152,16 +154,19 @@ void OrderMessages::addOrders(const QList<QVariantMap>& list, IdLookup idLookup,
     int withoutMinQty = 0;
     Choice choice;
     for (int i = 1; i < list.size(); ++i) {
-        const QVariantMap& order = list.at(i);
-        const QString symbol = textOf(order, Security::symbol);
+        if (list.size() > kFetchFrom && i % RecordBlock::kTogether == 1) {
+            RecordBlock::fetch(list, i);
+        }
+        const OrderRecord order(list.at(i));
+        const QString symbol = order.text(OrderRecord::Symbol);
         packer.AddRow();
-        packer.AddRowVaule(order);
+        packer.AddRowVaule(list.at(i));
         packer.delValue(Security::symbol);
         withoutMinQty += addDerivedFields(order, packer) ? 0 : 1;
         packer.AddVaule(Security::transActTime, time);
-        const bool needsId = textOf(order, Security::securityID).isEmpty() ||
+        const bool needsId = order.isEmpty(OrderRecord::SecurityID) ||
                              (idLookup == IdLookup::WithoutIdOrSource &&
-                              textOf(order, Security::securityIDSource).isEmpty());
+                              order.isEmpty(OrderRecord::SecurityIDSource));
         if (needsId) {
             packer.AddVaule(Security::securityID,
                             CBusinessDataBase::GetInstance()->getSecurityIDBySymbol(
@@ -178,12 +183,12 @@ void OrderMessages::addOrders(const QList<QVariantMap>& list, IdLookup idLookup,
     }
 }
 
-void OrderMessages::addSecurityAccount(const QVariantMap& order, const QString& symbol,
+void OrderMessages::addSecurityAccount(const OrderRecord& order, const QString& symbol,
                                        Choice* last, CPackMessageCommon& packer) const {
-    if (!textOf(order, UserAccount::securityAccount).isEmpty()) {
+    if (!order.isEmpty(OrderRecord::SecurityAccount)) {
         return;
     }
-    QString exchange = textOf(order, UserAccount::securityExchange);
+    QString exchange = order.text(OrderRecord::SecurityExchange);
     if (exchange.isEmpty()) {
         exchange =
             CBusinessDataBase::GetInstance()->GetSecurityExchangeBySymbol(symbol, true).value(0);
@@ -191,7 +196,7 @@ void OrderMessages::addSecurityAccount(const QVariantMap& order, const QString& 
     if (exchange.isEmpty()) {
         return;
     }
-    const QString tradingAccount = textOf(order, UserAccount::tradingAccount);
+    const QString tradingAccount = order.text(OrderRecord::TradingAccount);
     if (exchange != last->exchange || tradingAccount != last->tradingAccount) {
         *last = {tradingAccount, exchange,
                  m_securityAccounts.GetCurrentSecurityAccountByTradingAndExchange(tradingAccount,

@@ -7,6 +7,7 @@
 class Clock;
 class CMessageCommon;
 class CPackMessageCommon;
+class OrderRecord;
 class SecurityAccountsReader;
 
 /// Builds the messages of new orders and of cancels; sends nothing and checks no rule. The caller
@@ -42,7 +43,7 @@ private:
     QString transActTime() const;
     void addOrders(const QList<QVariantMap>& list, IdLookup idLookup,
                    CPackMessageCommon& packer) const;
-    void addSecurityAccount(const QVariantMap& order, const QString& symbol, Choice* last,
+    void addSecurityAccount(const OrderRecord& order, const QString& symbol, Choice* last,
                             CPackMessageCommon& packer) const;
 
     SecurityAccountsReader& m_securityAccounts;

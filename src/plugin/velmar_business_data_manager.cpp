@@ -4,6 +4,7 @@
 
 #include "first_load.h"
 #include "log.h"
+#include "responsible_presenter.h"
 #include "vocabulary/plugin_propety.h"
 #include "zn_business_data_manager.h"
 
@@ -15,7 +16,9 @@ using Core = ZnBusinessDataManager;
 void connectToCore(Presenter* presenter, Core* core) {
     QObject::connect(presenter, &Presenter::signalPositionUpdated, core,
                      &Core::slotPositionUpdated);
-    QObject::connect(presenter, &Presenter::signalBusiMsgRecved, core, &Core::slotRecvBusiMsgPush);
+    // Direct, so that a subscriber of the event that follows finds the message in the lists.
+    QObject::connect(presenter, &Presenter::signalBusiMsgRecved, core, &Core::slotRecvBusiMsgPush,
+                     Qt::DirectConnection);
     // Direct, so that the core's slots run on the message thread, where they may send synchronous
     // requests.
     QObject::connect(presenter, &Presenter::signalNetReconnect, core, &Core::slotNetReconnect,
@@ -71,6 +74,7 @@ void VelmarBusinessDataManager::initialize() {
             &VelmarBusinessDataManagerPresenterClass::slotInitData);
     emit signalInitData();
     connectToCore(newPresenter, newPresenter->dataManager());
+    ResponsiblePresenter::add(newPresenter);
     qCInfo(lcPlugin) << "lauch VelmarBusinessDataManager"
                      << static_cast<const void*>(s_presenter.load()) << QThread::currentThreadId();
     newPresenter->initPresenter();

@@ -2,6 +2,7 @@
 
 #include "event_ids.h"
 #include "log.h"
+#include "responsible_presenter.h"
 #include "velmar_business_data_manager_presenter_class.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/names.h"
@@ -97,7 +98,8 @@ void VelmarBusinessDataManagerPresenterClass::ProcEventMsg(QString, QVariant eve
 void VelmarBusinessDataManagerPresenterClass::procNamedEvent(int eventId, const QVariant& body) {
     if (eventId == EventIds::named(EventMsgName::BUSI_MSG_ADD)) {
         QVariantMap record = rowOf(body);
-        if (hasRecord(record, "BUSI_MSG_ADD")) {
+        // Every presenter gets the event, and each one's signal reaches all of them.
+        if (hasRecord(record, "BUSI_MSG_ADD") && ResponsiblePresenter::is(this)) {
             emit m_dataManager->signalBusiMsgAdd(record);
         }
     } else if (eventId == EventIds::named(EventMsgName::ETFTRADESETTING_TRADEFEECHANGE)) {
@@ -146,6 +148,7 @@ void VelmarBusinessDataManagerPresenterClass::procGateState(const QString& gate,
         }
         known = netState;
     }
+    m_dataManager->monitorBoard().gateState(gate, netState);
     if (netState == NET_STATE::CONNECTED) {
         emit signalNetReconnect(gate, this);
         if (gate == NetGateType::InfoGate) {
@@ -155,15 +158,8 @@ void VelmarBusinessDataManagerPresenterClass::procGateState(const QString& gate,
         emit signalNetDisconnected(gate);
     }
     if (netState == NET_STATE::CONNECTED && hasHeartBeat(gate)) {
-        {
-            const auto heartBeats = m_heartBeatLock.write();
-            heartBeats->m_heartBeatInfo[gate] = NetDelayStat();
-        }
+        m_heartBeats.reset(gate);
+        m_dataManager->monitorBoard().gateDelay(gate, m_heartBeats.heartBeatInfo().value(gate));
         emit signalRestartTimer(gate);
     }
-}
-
-QMap<QString, NetDelayStat> VelmarBusinessDataManagerPresenterClass::heartBeatInfo() const {
-    const auto heartBeats = m_heartBeatLock.read();
-    return heartBeats->m_heartBeatInfo;
 }

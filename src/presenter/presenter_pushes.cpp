@@ -1,4 +1,5 @@
 #include "log.h"
+#include "post.h"
 #include "server_request.h"
 #include "velmar_business_data_manager_presenter_class.h"
 #include "velmarutils/velmar_utils.h"
@@ -10,7 +11,7 @@
 void VelmarBusinessDataManagerPresenterClass::ProcSubMsg(QString, QVariant msgType, QVariant body) {
     const QString type = msgType.toString();
     if (type == Velmar_MsgType::MessageCenterPushMsg) {
-        logWithoutReader(lcPresenter(), "MessageCenterPushMsg");
+        procMessagePush(body);
     } else if (type == Velmar_MsgType::ClientPatchInfoPush) {
         procPatchPush(body);
     }
@@ -30,7 +31,9 @@ void VelmarBusinessDataManagerPresenterClass::procPatchPush(const QVariant& body
         qCDebug(lcPresenter) << "ClientPatchInfoPush not understood:" << error;
         return;
     }
-    takeClientPatchInfo({patch});
+    // On the object thread: the download would hold up the heartbeats' answers, and the query at
+    // the start would clear what it writes.
+    invokeOn(this, [this, patch] { m_patches->writePatchInfoFile(this, {patch}); });
 }
 
 void VelmarBusinessDataManagerPresenterClass::ProcResponseMsg(QString, QString, QVariant msgType,
@@ -39,6 +42,7 @@ void VelmarBusinessDataManagerPresenterClass::ProcResponseMsg(QString, QString, 
     reportRefusedResponse(type, body);
     if (type == Velmar_MsgType::BusiHeartBeatResponse ||
         type == Velmar_MsgType::BusiHeartBeatRequest) {
-        logWithoutReader(lcPresenter(), "heartbeat answer");
+        m_heartBeats.takeAnswer(body);
+        noteBeatsOnTheirWay();
     }
 }

@@ -6,6 +6,7 @@
 #include "market_values.h"
 #include "price_cage.h"
 #include "server_request.h"
+#include "symbol_risk_flags.h"
 #include "velmar_business_data_manager_presenter_class.h"
 #include "vocabulary/constants.h"
 #include "vocabulary/fields.h"
@@ -71,6 +72,23 @@ void VelmarBusinessDataManagerPresenterClass::slotInitData() {
     startPosTimer();
     m_dataManager->marketValues().initPosData([this] { return isClosing(); });
     subscribeBusiMsgTopic();
+    if (isClosing()) {
+        return;
+    }
+    queryBusiMsg();
+    if (isClosing()) {
+        return;
+    }
+    startHeartBeats();
+    if (!sendStartUpReports()) {
+        return;
+    }
+    subscribePatchPush();
+    m_patches->queryClientPatchInfo(this);
+    if (isClosing()) {
+        return;
+    }
+    m_dataManager->riskFlags().InitSymbolRiskTypeInfo(this);
 }
 
 void VelmarBusinessDataManagerPresenterClass::subscribeBusiMsgTopic() {

@@ -2,34 +2,34 @@
 
 #include <QTimer>
 #include <QTimerEvent>
+#include <algorithm>
 
 #include "event_ids.h"
 #include "presenter_use.h"
-#include "saturated.h"
+#include "responsible_presenter.h"
 #include "shared_settings.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/names.h"
 #include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
 #include "zn_business_data_manager.h"
-#include "zncore/zn_core.h"
 #include "zndatabase/c_data_base.h"
 
 std::atomic<VelmarBusinessDataManagerPresenterClass*> s_presenter{nullptr};
 
 namespace {
 
-// The setting is in minutes, and there is a heartbeat every 15 seconds.
-constexpr int kBeatsPerMinute = 4;
 constexpr int kSubscribe = 1;
-constexpr int kMsPerSecond = 1000;
 
 }  // namespace
 
 VelmarBusinessDataManagerPresenterClass::VelmarBusinessDataManagerPresenterClass(
     const QString& name, QObject* parent)
     : ZnPresenterClass(name, parent, IMessageInterface::OwnThreads),
-      m_dataManager(ZnBusinessDataManager::instance()) {
+      m_dataManager(ZnBusinessDataManager::instance()),
+      m_heartBeats(m_clock, static_cast<HeartBeatSink&>(*this)),
+      m_performance(m_clock, static_cast<ClientInfoSink&>(*this)),
+      m_netDelays(static_cast<NetDelayAlarm&>(*this)) {
     using Self = VelmarBusinessDataManagerPresenterClass;
     subscribeEvents();
     connect(this, &Self::signalInitPosData, this, &Self::slotInitPosData);
@@ -46,6 +46,7 @@ VelmarBusinessDataManagerPresenterClass::VelmarBusinessDataManagerPresenterClass
 }
 
 VelmarBusinessDataManagerPresenterClass::~VelmarBusinessDataManagerPresenterClass() {
+    ResponsiblePresenter::remove(this);
     PresenterUse::leave(this);
     for (QTimer* const timer : {m_posTimer, m_threadNumTimer}) {
         if (timer) {
@@ -85,12 +86,9 @@ void VelmarBusinessDataManagerPresenterClass::readSettings() {
             .toInt() == 1;
     m_patchSettings = new SharedSettings(
         QStringLiteral("%1/patchClientSet.cfg").arg(VelmarUtils::GetDefaultUserCfgFileDir()), this);
-    const int minutes = ZnCore::instance()->settings(SystemSetting::SysMultiTimeOutCount).toInt();
-    const int samples = saturated<int>(double(minutes) * kBeatsPerMinute);
-    for (const QString& gate :
-         {NetGateType::TradeGate, NetGateType::InfoGate, NetGateType::MarketTcpGate}) {
-        m_netElapseStat.insert(gate, VelmarStatisticAssist(samples, samples));
-    }
+    m_patches = std::make_unique<ClientPatches>(*m_patchSettings);
+    // Once more, since a change before the subscription of its event would be missed.
+    m_netDelays.slotMultiDelaySettingChanged();
 }
 
 void VelmarBusinessDataManagerPresenterClass::readMenuRelations() {
@@ -98,15 +96,15 @@ void VelmarBusinessDataManagerPresenterClass::readMenuRelations() {
         CDataBase::GetInstance()->GetStaticValuesBySection(DictionaryKey::BusiMsgMenuRela);
     m_busiMsgMenuMap.clear();
     for (auto it = relations.cbegin(); it != relations.cend(); ++it) {
-        if (!it.value().isEmpty()) {
-            m_busiMsgMenuMap.insert(it.key(), it.value().split(QLatin1Char('|')));
+        const QStringList menuIds = it.value().split(QLatin1Char('|'), Qt::SkipEmptyParts);
+        if (!menuIds.isEmpty()) {
+            m_busiMsgMenuMap.insert(it.key(), menuIds);
         }
     }
 }
 
-int VelmarBusinessDataManagerPresenterClass::startPerformTimer(const QString& type,
-                                                               int periodSeconds) {
-    const int timerId = startTimer(periodSeconds * kMsPerSecond, Qt::VeryCoarseTimer);
+int VelmarBusinessDataManagerPresenterClass::startPerformTimer(const QString& type, int periodMs) {
+    const int timerId = startTimer(periodMs, Qt::VeryCoarseTimer);
     m_performTimerMap.insert(type, timerId);
     return timerId;
 }

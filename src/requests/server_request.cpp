@@ -3,7 +3,10 @@
 #include <cmath>
 #include <limits>
 
+#include "log.h"
+#include "presenter_time_out.h"
 #include "request_failure_log.h"
+
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 #include "znmsg/c_message_common.h"
@@ -16,43 +19,29 @@ namespace {
 using Outcome = ServerReply::Outcome;
 
 constexpr int kTimedOut = 1;
+constexpr int kNotSent = 2;
 inline const QString kNumberedText = QStringLiteral("58");
-
-/// Sets a presenter's time-out for one send and restores it afterwards.
-class TimeOutOfOneSend {
-public:
-    TimeOutOfOneSend(ZnPresenterClass& presenter, int seconds)
-        : m_presenter(presenter), m_standing(seconds > 0 ? presenter.getRequestTimeOut() : 0) {
-        if (m_standing > 0) {
-            m_presenter.setRequestTimeOut(seconds);
-        }
-    }
-    ~TimeOutOfOneSend() {
-        if (m_standing > 0) {
-            m_presenter.setRequestTimeOut(m_standing);
-        }
-    }
-    Q_DISABLE_COPY(TimeOutOfOneSend)
-
-private:
-    ZnPresenterClass& m_presenter;
-    const int m_standing;
-};
 
 /// The envelope with its body. Sending it passes the ownership to the platform.
 CMessageCommon* makeMessage(const ZnPresenterClass& presenter, const ServerRequest& request) {
     CPackMessageCommon packer;
-    packer.AddVaule(System::msgType, request.msgType);
     packer.AddRowVaule(request.fields);
+    packer.AddVaule(System::msgType, request.msgType);  // a caller's fields cannot replace it
     if (!request.rows.isEmpty()) {
         packer.AddVaule(System::subGroupNumber, request.rows.size());
+    }
+    if (request.identified) {
+        // Reading it creates it.
+        request.identified(packer.GetValue(System::clientMsgID).toString());
     }
     for (const QVariantMap& row : request.rows) {
         packer.AddRow();
         packer.AddRowVaule(row);
     }
     auto* const message = new CMessageCommon;
-    message->SetSrcid(presenter.pluginPid());
+    if (request.hasSourceId) {
+        message->SetSrcid(presenter.pluginPid());
+    }
     message->SetType(
         QVariant(request.envelopeType.isEmpty() ? request.msgType : request.envelopeType));
     message->SetMsg(packer.GetPackedMsg(false));
@@ -92,6 +81,13 @@ int rowCountOf(CUnPackMessageCommon& body, int held) {
     return isWhole ? static_cast<int>(count) : -1;
 }
 
+void copyRows(CUnPackMessageCommon& body, int count, ServerReply* reply) {
+    for (int row = 1; row <= count; ++row) {
+        body.SetCurrentRow(row);
+        reply->rows.append(body.GetRowValue());
+    }
+}
+
 /// Copies the rows into the reply. Returns false, with a text in the reply, when the row count is
 /// missing or does not fit the rows that the body holds.
 bool takeRows(const ServerRequest& request, CUnPackMessageCommon& body, ServerReply* reply) {
@@ -110,36 +106,8 @@ bool takeRows(const ServerRequest& request, CUnPackMessageCommon& body, ServerRe
                       .arg(held);
         return false;
     }
-    for (int row = 1; row <= count; ++row) {
-        body.SetCurrentRow(row);
-        reply->rows.append(body.GetRowValue());
-    }
+    copyRows(body, count, reply);
     return true;
-}
-
-ServerReply judge(const ServerRequest& request, int code, const QVariant& response) {
-    ServerReply reply;
-    reply.code = code;
-    if (code == kTimedOut) {
-        reply.outcome = Outcome::TimedOut;
-        return reply;
-    }
-    CUnPackMessageCommon body;
-    body.SetUnPackMsg(response, false);
-    reply.header = body.GetRowValue();
-    reply.text = textOf(body, request.answer);
-    if (code != 0) {
-        return reply;
-    }
-    reply.status = body.GetValue(System::requestExeStatus, QString()).toString();
-    if (!isSuccess(reply.status, request.answer, &reply.code)) {
-        reply.outcome = Outcome::Refused;
-        return reply;
-    }
-    if (request.answer == AnswerForm::NamedStatus || takeRows(request, body, &reply)) {
-        reply.outcome = Outcome::Answered;
-    }
-    return reply;
 }
 
 QString reasonOf(const ServerReply& reply) {
@@ -156,12 +124,49 @@ QString reasonOf(const ServerReply& reply) {
 
 ServerReply withoutPresenter(const ServerRequest& request) {
     ServerReply reply;
+    reply.code = kNotSent;
     reply.text = QStringLiteral("%1 needs a presenter to be sent").arg(request.msgType);
     requestFailureLog().report(request.msgType, reply.outcome, reply.text);
     return reply;
 }
 
 }  // namespace
+
+ServerReply judgeAnswer(const ServerRequest& request, int code, const QVariant& response) {
+    ServerReply reply;
+    reply.code = code;
+    CUnPackMessageCommon body;
+    body.SetUnPackMsg(response, false);
+    reply.header = body.GetRowValue();
+    if (request.answer == AnswerForm::NamedAnyStatus) {
+        copyRows(body, body.GetRowCount() - 1, &reply);
+        body.SetCurrentRow(0);
+    }
+    reply.text = textOf(body, request.answer);
+    if (code == kTimedOut) {
+        reply.outcome = Outcome::TimedOut;
+        return reply;
+    }
+    if (code != 0) {
+        return reply;
+    }
+    reply.status = body.GetValue(System::requestExeStatus, QString()).toString();
+    if (request.answer == AnswerForm::RowsAlone) {
+        copyRows(body, body.GetRowCount() - 1, &reply);
+        reply.outcome = Outcome::Answered;
+        return reply;
+    }
+    if (!isSuccess(reply.status, request.answer, &reply.code)) {
+        reply.outcome = Outcome::Refused;
+        return reply;
+    }
+    const bool rowsAreDone =
+        request.answer == AnswerForm::NamedStatus || request.answer == AnswerForm::NamedAnyStatus;
+    if (rowsAreDone || takeRows(request, body, &reply)) {
+        reply.outcome = Outcome::Answered;
+    }
+    return reply;
+}
 
 ServerReply sendToServer(ZnPresenterClass* presenter, const ServerRequest& request) {
     if (!presenter) {
@@ -171,14 +176,20 @@ ServerReply sendToServer(ZnPresenterClass* presenter, const ServerRequest& reque
     QVariant response;
     int code = 0;
     {
-        const TimeOutOfOneSend timeOut(*presenter, request.timeOutSeconds);
+        const PresenterTimeOut timeOut(*presenter, request.timeOutSeconds);
         code = request.send == SendKind::SyncBlock
                    ? presenter->sendRequest_Sync_Block(message, response, 0)
                    : presenter->sendRequest_Sync(message, response);
     }
-    ServerReply reply = judge(request, code, response);
-    if (!reply.isAnswered()) {
+    ServerReply reply = judgeAnswer(request, code, response);
+    if (reply.isAnswered()) {
+        return reply;
+    }
+    if (request.warns) {
         requestFailureLog().report(request.msgType, reply.outcome, reasonOf(reply));
+    } else {
+        qCDebug(lcRequests).noquote()
+            << "request" << request.msgType << "did not succeed:" << reasonOf(reply);
     }
     return reply;
 }

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariant>
 #include <QVariantMap>
+#include <functional>
 
 class ZnPresenterClass;
 
@@ -16,7 +17,14 @@ enum class AnswerForm {
     NamedStatus,
     /// Older messages: the status is a number, where 0 or a missing one means success; the text is
     /// under "58"; every data row of the body counts.
-    Numbered
+    Numbered,
+    /// The named fields; but every data row of the body is read, whatever the send returned and
+    /// whatever status and row count the answer has: for callers who take what there is. The
+    /// outcome is the same as with Named, except that a wrong row count is no failure.
+    NamedAnyStatus,
+    /// The text is System::textDescription. Every answer is a success, whatever its status and row
+    /// count, and every data row of the body counts.
+    RowsAlone
 };
 
 enum class SendKind { Sync, SyncBlock };
@@ -29,10 +37,17 @@ struct ServerRequest {
     QString envelopeType = {};  ///< the envelope's type where it differs from `msgType`
     SendKind send = SendKind::Sync;
     /// The time-out of this request; 0 for the presenter's standing one. It replaces the
-    /// presenter's while the request is under way, so two threads must not use it at once on one
-    /// presenter.
+    /// presenter's while the request is under way, for the presenter's other requests too; the
+    /// standing one is back when the last request with a time-out of its own has ended.
     int timeOutSeconds = 0;
     AnswerForm answer = AnswerForm::Named;
+    bool hasSourceId = true;  ///< whether the envelope names the presenter as its source
+    /// When set, the header has a System::clientMsgID, and this is called with it before the
+    /// request is sent, on the sending thread.
+    std::function<void(const QString& clientMsgId)> identified = {};
+    /// Whether a failure is logged as a warning; otherwise at debug level, for callers that repeat
+    /// the request and log a warning of their own.
+    bool warns = true;
 };
 
 /// The outcome of a request.
@@ -46,20 +61,26 @@ struct ServerReply {
     };
 
     Outcome outcome = Outcome::Failed;
-    int code = 0;    ///< what the send returned; for a numeric status of an answer, that number
+    /// What the send returned, 2 without a presenter; for a numeric status of an answer, that
+    /// number.
+    int code = 0;
     QString status;  ///< System::requestExeStatus of the answer, empty without one
     QString text;    ///< the text of the answer or of the failure, may be empty
     QVariantMap header;
-    QList<QVariantMap> rows;  ///< data rows of a success
+    QList<QVariantMap> rows;  ///< data rows of a success; of any answer with NamedAnyStatus
 
     bool isAnswered() const { return outcome == Outcome::Answered; }
 };
 
 /// Sends a request and waits for its answer, at most for the time-out. Any thread, with no leaf
-/// lock held. A null presenter is a failure. Every outcome but a success is logged as a warning;
-/// see RequestFailureLog. While a request with a time-out of its own is under way, other requests
-/// of that presenter may get the same time-out.
+/// lock held. A null presenter is a failure. Every outcome but a success is logged, as a warning
+/// unless the request says otherwise; see RequestFailureLog. While a request with a time-out of its
+/// own is under way, other requests of that presenter may get the same time-out.
 ServerReply sendToServer(ZnPresenterClass* presenter, const ServerRequest& request);
+
+/// The outcome of a request whose send returned `code` with `response`. A pure function; logs
+/// nothing. The text of a response that came with a time-out is kept.
+ServerReply judgeAnswer(const ServerRequest& request, int code, const QVariant& response);
 
 /// Sends a request and returns; the answer comes to the presenter's ProcResponseMsg. Returns false,
 /// with a warning, when the presenter is null or the platform did not take the request. Any thread.

@@ -103,11 +103,29 @@ class Docs(unittest.TestCase):
         self.assertGreater(len(published), 1)
         self.assertEqual(sorted(published - set(page)), [])
 
+    def test_each_event_of_the_page_has_one_row(self):
+        names = [name for name, _ in EVENT_ROW.findall(read("docs/plugin-author.md"))]
+        self.assertEqual(sorted(names), sorted(set(names)))
+
     def test_gates_of_the_page_have_the_ids_of_the_code(self):
         in_code = re.findall(r"\{+(0x[0-9A-F]+), (NetGateType::\w+)\}",
                              read("host/platform/messaging/gate_events.cpp"))
         on_page = re.findall(r"`(NetGateType::\w+)` \| (0x[0-9A-F]+) \|", read("docs/plugin-author.md"))
         self.assertEqual(sorted((gate, number) for number, gate in in_code), sorted(on_page))
+
+    def test_board_entries_of_the_page_are_those_of_the_code(self):
+        in_code = re.findall(r'QStringLiteral\(\s*"(\w+)"', read("src/interface/records/monitor_keys.h"))
+        self.assertGreater(len(in_code), 10)
+        page = read("docs/monitoring.md")
+        self.assertEqual([name for name in in_code if f"`{name}`" not in page and f'"{name}"' not in page], [])
+
+    def test_exported_families_of_the_page_are_those_of_the_code(self):
+        code = read("host/shell/commands/monitor/monitor_exports.cpp")
+        in_code = set(re.findall(r'\{\w+, "(\w+)", |\{"(gate_\w+)", |to\.add\("(\w+)", ', code))
+        in_code = {name for names in in_code for name in names if name}
+        self.assertGreater(len(in_code), 15)
+        on_page = set(re.findall(r"`velmar_(\w+)`", read("docs/monitoring.md")))
+        self.assertEqual(on_page - {""}, in_code)
 
     def test_derived_fields_of_the_page_are_those_of_the_code(self):
         in_code = DERIVED_RULE.findall(read("src/orders/derived_order_fields.cpp"))

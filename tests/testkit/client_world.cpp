@@ -9,6 +9,7 @@
 #include "local_platform.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
+#include "vocabulary/velmar_msg_type.h"
 
 namespace {
 
@@ -125,7 +126,10 @@ ClientWorld::ClientWorld(const QList<TestAccount>& accounts, const StaticDbBuild
     QString error;
     m_link->on(HostMsgType::login, ScriptedReply::rows({{{UserAccount::userID, kUser}}}));
     m_link->on(HostMsgType::accountTree, [this](const QVariant&) { return treeAnswer(); });
+    // Sent by every client that closes.
+    m_link->on(Velmar_MsgType::ClientInfoUploadRequest, ScriptedReply::rows({}));
     m_link->on(kExternalQuery, [this](const QVariant& body) { return counterAnswer(body); });
+    m_link->on(Velmar_MsgType::BusiHeartBeatRequest, ScriptedReply::rows({}));
     if (!LocalPlatform::instance().start(options, &error) ||
         !LocalPlatform::instance().setLink(std::make_unique<LentLink>(m_link), &error)) {
         qFatal("the local platform did not start: %s", qPrintable(error));

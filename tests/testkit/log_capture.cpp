@@ -41,7 +41,8 @@ void record(QtMsgType type, const QMessageLogContext& context, const QString& te
     }
     for (const auto& capture : living) {
         const std::lock_guard<std::mutex> guard(capture->lock);
-        capture->lines.push_back({type, QString::fromUtf8(context.category), text});
+        capture->lines.push_back(
+            {type, QString::fromUtf8(context.category), text, std::this_thread::get_id()});
     }
     if (before && (captures().verbose || type == QtFatalMsg)) {
         before(type, context, text);

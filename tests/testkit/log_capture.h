@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <QtGlobal>
 #include <memory>
+#include <thread>
 #include <vector>
 
 /// Records the log lines of the process while it lives. Captures nest: all that live record. Any
@@ -15,6 +16,7 @@ public:
         QtMsgType type = QtDebugMsg;
         QString category;
         QString text;
+        std::thread::id thread;  ///< the one that logged the line
     };
 
     LogCapture();

@@ -3,7 +3,9 @@
 #include <QCoreApplication>
 #include <QMetaMethod>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QTextStream>
 #include <QtTest>
 
@@ -27,7 +29,12 @@ QStringList caseNames(const QMetaObject* suite) {
 }
 
 bool runCase(const QString& program, const QString& name, QTextStream& out) {
+    // A case that leaves its world to the end of the process leaves the world's files, too.
+    const QTemporaryDir files;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("TMPDIR"), files.path());
     QProcess child;
+    child.setProcessEnvironment(environment);
     child.setProcessChannelMode(QProcess::MergedChannels);
     child.start(program, {name});
     const bool ended = child.waitForStarted() && child.waitForFinished(kCaseLimitMs);

@@ -6,12 +6,20 @@
 #include "vocabulary/fields.h"
 #include "vocabulary/net_state.h"
 #include "vocabulary/values.h"
+#include "vocabulary/velmar_msg_type.h"
 #include "wait_for.h"
 
 namespace {
 
 bool isOfType(const ScriptedLink::Request& request, const QString& type) {
     return type.isEmpty() || request.type == type || request.envelopeType == type;
+}
+
+/// As a server answers: with the envelope's type, a heartbeat with a type of its own.
+QString answerTypeOf(const ScriptedLink::Request& request) {
+    return request.type == Velmar_MsgType::BusiHeartBeatRequest
+               ? Velmar_MsgType::BusiHeartBeatResponse
+               : request.envelopeType;
 }
 
 QVariant withClientMsgId(const QVariant& body, const QVariant& requestBody) {
@@ -222,6 +230,10 @@ ScriptedReply ScriptedLink::replyLocked(const Request& request) const {
         if (numbered != m_numbered.end()) {
             return numbered->second;
         }
+        const auto chooser = m_choosers.find(type);
+        if (chooser != m_choosers.end()) {
+            return chooser->second(request);
+        }
         const auto standing = m_standing.find(type);
         if (standing != m_standing.end()) {
             return standing->second;
@@ -240,7 +252,7 @@ void ScriptedLink::playLocked(const Request& request, const ScriptedReply& reply
         postLocked([request, reply](GatewayLinkListener& to) {
             switch (reply.m_kind) {
                 case Kind::Answer:
-                    to.onAnswer(request.envelopeId, request.envelopeType,
+                    to.onAnswer(request.envelopeId, answerTypeOf(request),
                                 withClientMsgId(reply.m_makeBody(request.body), request.body));
                     break;
                 case Kind::Failure:
@@ -266,11 +278,18 @@ void ScriptedLink::postLocked(Action action) {
 
 void ScriptedLink::on(const QString& type, const ScriptedReply& reply) {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    m_choosers.erase(type);
     m_standing[type] = reply;
 }
 
 void ScriptedLink::on(const QString& type, ScriptedReply::Function makeBody) {
     on(type, ScriptedReply::with(std::move(makeBody)));
+}
+
+void ScriptedLink::onEach(const QString& type,
+                          std::function<ScriptedReply(const Request&)> choose) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_choosers[type] = std::move(choose);
 }
 
 void ScriptedLink::onOccurrence(const QString& type, int occurrence, const ScriptedReply& reply) {
@@ -281,6 +300,7 @@ void ScriptedLink::onOccurrence(const QString& type, int occurrence, const Scrip
 void ScriptedLink::forget(const QString& type) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_standing.erase(type);
+    m_choosers.erase(type);
     for (auto it = m_numbered.begin(); it != m_numbered.end();) {
         it = it->first.first == type ? m_numbered.erase(it) : std::next(it);
     }

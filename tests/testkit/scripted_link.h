@@ -95,6 +95,9 @@ public:
     /// Replies to every request of the type, except those with a reply of their own.
     void on(const QString& type, const ScriptedReply& reply);
     void on(const QString& type, ScriptedReply::Function makeBody);
+    /// Replies to each request of the type as the function chooses; the function runs inside
+    /// send(), one request at a time, and must not call the link.
+    void onEach(const QString& type, std::function<ScriptedReply(const Request&)> choose);
     /// Replies to the request of the type with this number, from 1.
     void onOccurrence(const QString& type, int occurrence, const ScriptedReply& reply);
     void forget(const QString& type);
@@ -144,6 +147,7 @@ private:
     std::map<QString, int> m_occurrences;
     std::map<QString, ScriptedReply> m_standing;
     std::map<std::pair<QString, int>, ScriptedReply> m_numbered;
+    std::map<QString, std::function<ScriptedReply(const Request&)>> m_choosers;
     GatewayLinkListener* m_listener = nullptr;
     QString m_startFailure;
     bool m_busy = false;

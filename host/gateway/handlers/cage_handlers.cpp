@@ -13,16 +13,6 @@ HandlerAnswer answerRows(const QList<QVariantMap>& rows) {
     return answer;
 }
 
-/// An unknown item is a success without rows.
-HandlerAnswer systemItem(const ServerCall& call) {
-    const QString name = call.text(System::itemName);
-    const QString value = PriceSamples::systemItem(name);
-    if (value.isEmpty()) {
-        return {};
-    }
-    return answerRows({{{System::itemName, name}, {System::itemValue, value}}});
-}
-
 HandlerAnswer hongKongRates(const ServerCall&) {
     return answerRows(PriceSamples::hongKongRates());
 }
@@ -50,7 +40,6 @@ HandlerAnswer hongKongPriceUnits(const ServerCall& call) {
 }  // namespace
 
 void addCageHandlers(ServerHandlers& handlers) {
-    handlers.insert(Velmar_MsgType::getSysConfigRequest, systemItem);
     handlers.insert(Velmar_MsgType::HKStockExchangeRateRequest, hongKongRates);
     handlers.insert(Velmar_MsgType::HKPriceUnitRequest, hongKongPriceUnits);
 }

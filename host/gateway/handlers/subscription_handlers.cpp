@@ -24,8 +24,8 @@ HandlerAnswer subscribeTopic(const ServerCall& call) {
         return HandlerAnswer::refused(
             QStringLiteral("主题%1的订阅用户不存在：\"%2\"").arg(topic, userId));
     }
-    if (!call.subscriptions.subscribe(call.session, topic, userId)) {
-        return HandlerAnswer::refused(QStringLiteral("主题%1的订阅会话已关闭").arg(topic));
+    if (!call.subscriptions.subscribe(call.session, topic, userId, call.gate, call.gateLosses)) {
+        return HandlerAnswer::refused(QStringLiteral("主题%1的订阅会话已关闭或已断线").arg(topic));
     }
     return {};
 }

@@ -13,7 +13,8 @@ constexpr int kRound = 40;
 constexpr int kOrderRowsOfRound = 48;
 constexpr int kDealRowsOfRound = 82;
 constexpr int kOrdersOfOthers = 240;
-constexpr int kOthers = 9;
+constexpr int kCashAccounts = 10;
+constexpr int kCreditAccounts = 5;
 constexpr int kBatch = 4000;
 constexpr int kPoolSize = 400;
 
@@ -25,7 +26,8 @@ WITH RECURSIVE
     number(n) AS (
         SELECT first FROM p UNION ALL SELECT n + 1 FROM number, p WHERE n + 1 < behind),
     raw AS (
-        SELECT n, n % 10 AS kind, ((n + 1) * 2654435761 + seed * 40503) & 4294967295 AS h,
+        SELECT n, n % 10 AS kind, ((n + 1) * 2654435761 + seed * 40503 + (account_no - 1) * 2246822519)
+                   & 4294967295 AS h,
                n * days / orders AS day, n * days % orders * 14000 / orders AS second, p.*
         FROM number, p),
     drawn AS (
@@ -40,7 +42,8 @@ SELECT n, trade_date, printf('%d%05d', trade_date, account_no), kind,
        CASE WHEN kind < 2 THEN 0 WHEN kind = 2 THEN 1 ELSE n / 10 % 4 + 1 END,
        kind IN (0, 2), exchange, security_id,
        CASE exchange WHEN '1' THEN shanghai ELSE shenzhen END,
-       CASE direction WHEN 1 THEN '101' ELSE '102' END, (h >> 3) % 8 = 0, qty,
+       CASE direction WHEN 1 THEN CASE (h >> 13) % 4 WHEN 0 THEN ? ELSE ? END
+           ELSE CASE (h >> 13) % 4 WHEN 0 THEN ? ELSE ? END END, (h >> 3) % 8 = 0, qty,
        CASE WHEN kind < 2 THEN 0 WHEN kind = 2 THEN qty / 2 ELSE qty END,
        price, price - direction * tick * ((h >> 11) % 2),
        midnight + 1000 * (second + CASE WHEN second < 7200 THEN 34200 ELSE 39600 END)
@@ -66,11 +69,14 @@ SELECT ?, trade_date, printf('%s%08d', order_no, 2 * n + c),
 FROM temp.draft CROSS JOIN (SELECT 0 AS c UNION ALL SELECT 1) WHERE c = 0 OR cancelled
 )");
 
-// The part after the last deal reports that the rest was cancelled.
+// The part after the last deal reports that the rest was cancelled, of every other order without
+// deals by the counter itself.
 const QString kDeals = QStringLiteral(R"(
 INSERT INTO history_deal
 SELECT account, trade_date, order_id, printf('E%08d%d', n, k), security_account, exchange,
-       security_id, side, CASE WHEN k < deals THEN '0' ELSE '4' END, '2', last_qty,
+       security_id, side,
+       CASE WHEN k < deals THEN '0' WHEN kind = 0 AND n / 10 % 2 THEN 'I' ELSE '4' END, '2',
+       last_qty,
        px / 10000.0, last_qty * px / 10000.0, last_qty * px * 25 / 10000000 / 100.0,
        time + 1000 * (k + 1)
 FROM (
@@ -82,13 +88,18 @@ FROM (
     FROM temp.draft CROSS JOIN temp.part WHERE k < deals + cancelled)
 )");
 
+// An order with a filled quantity has deals, so the orders give the securities that were dealt in.
 const QString kDays = QStringLiteral(R"(
 INSERT INTO history_day
-SELECT o.trading_account, o.trade_date, o.rows, COALESCE(d.rows, 0)
-FROM (SELECT trading_account, trade_date, COUNT(*) AS rows FROM history_order
-      WHERE trading_account = ? GROUP BY trade_date) AS o
-LEFT JOIN (SELECT trade_date, COUNT(*) AS rows FROM history_deal
-           WHERE trading_account = ? GROUP BY trade_date) AS d USING(trade_date)
+SELECT o.trading_account, o.trade_date, o.rows, COALESCE(d.rows, 0), o.cancels,
+       COALESCE(d.cancels, 0), COALESCE(d.inner_cancels, 0), o.deal_groups
+FROM (SELECT trading_account, trade_date, COUNT(*) AS rows, SUM(entrust_type = 'F') AS cancels,
+             COUNT(DISTINCT CASE WHEN cum_qty > 0
+                 THEN security_exchange || security_id || side END) AS deal_groups
+      FROM history_order WHERE trading_account = ? GROUP BY trade_date) AS o
+LEFT JOIN (SELECT trade_date, COUNT(*) AS rows, SUM(exchange_exec_type = '4') AS cancels,
+                  SUM(exchange_exec_type = 'I') AS inner_cancels
+           FROM history_deal WHERE trading_account = ? GROUP BY trade_date) AS d USING(trade_date)
 ORDER BY o.trade_date
 )");
 
@@ -133,13 +144,27 @@ HistoryRows::HistoryRows(quint32 seed, int orders, const AccountTree& tree,
                          const QVector<TradeCalendar::Day>& days)
     : m_seed(seed), m_days(days), m_pool(poolOf(securities)) {
     const int rounded = (orders + kRound - 1) / kRound * kRound;
-    const bool possible = rounded > 0 && !m_days.isEmpty() && !m_pool.isEmpty();
-    for (int i = 0; possible && i < tree.accounts.size() && m_accounts.size() <= kOthers; ++i) {
+    if (rounded == 0 || m_days.isEmpty() || m_pool.isEmpty()) {
+        return;
+    }
+    const QString& sell = SideUnion::normalSideList.at(1);
+    const QStringList cashSides{SideUnion::normalBuy, SideUnion::normalBuy, sell, sell};
+    const QStringList& margin = SideUnion::marginOrderSideList;
+    const QStringList creditSides{SideUnion::financingBuy, margin.at(0), margin.at(3),
+                                  margin.at(1)};
+    int cash = 0;
+    int credit = 0;
+    for (int i = 0; i < tree.accounts.size(); ++i) {
         const AccountTree::TradingAccount& one = tree.accounts.at(i);
-        if (one.binding.fundAccountType == FundAccountType::Cash) {
+        const bool isCash = one.binding.fundAccountType == FundAccountType::Cash;
+        const bool isCredit = one.binding.fundAccountType == FundAccountType::Credit;
+        if ((isCash && cash < kCashAccounts) || (isCredit && credit < kCreditAccounts)) {
+            const bool isFirst = isCash && cash == 0;
             m_accounts.append({i + 1, one.account, securityAccountOf(one, Exchange::sh),
                                securityAccountOf(one, Exchange::sz),
-                               m_accounts.isEmpty() ? rounded : qMin(rounded, kOrdersOfOthers)});
+                               isCash ? cashSides : creditSides,
+                               isFirst ? rounded : qMin(rounded, kOrdersOfOthers)});
+            ++(isCash ? cash : credit);
         }
     }
 }
@@ -178,9 +203,19 @@ bool HistoryRows::prepare(MarketFile& file) const {
 }
 
 bool HistoryRows::draft(MarketFile& file, const Account& account, int from, int to) const {
-    return file.execute(QStringLiteral("DELETE FROM temp.draft")) &&
-           file.execute(kDraft, {from, to, account.orders, m_days.size(), m_pool.size(), m_seed,
-                                 account.number, account.shanghai, account.shenzhen});
+    QVariantList values{from,
+                        to,
+                        account.orders,
+                        m_days.size(),
+                        m_pool.size(),
+                        m_seed,
+                        account.number,
+                        account.shanghai,
+                        account.shenzhen};
+    for (const QString& side : account.sides) {
+        values.append(side);
+    }
+    return file.execute(QStringLiteral("DELETE FROM temp.draft")) && file.execute(kDraft, values);
 }
 
 bool HistoryRows::writeAccount(MarketFile& file, const Account& account,

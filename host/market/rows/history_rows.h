@@ -9,8 +9,8 @@
 #include "market_file.h"
 #include "trade_calendar.h"
 
-/// The orders and deals of a year, for a few cash accounts: many for the first one, some hundreds
-/// for the others. SQL statements compute them from their numbers.
+/// The orders and deals of a year, for a few cash and margin accounts: many for the first cash
+/// account, some hundreds for the others. SQL statements compute them from their numbers.
 class HistoryRows {
 public:
     /// Called after each batch of rows; returning false stops the writing.
@@ -32,6 +32,7 @@ private:
         QString account;
         QString shanghai;
         QString shenzhen;
+        QStringList sides;  // two to buy, two to sell; the first of each for one order in four
         int orders;
     };
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QDate>
 #include <QList>
 #include <QVariantMap>
 
@@ -13,13 +12,6 @@ QList<TableRow> makeCalendarRows(const TradeCalendar& calendar);
 
 /// The price bands of Hong Kong, for shares and for funds.
 QList<TableRow> makeSpreadRows(const MarketRules& rules);
-
-/// The menus and who has them. False with a text when the built-in table cannot be read.
-bool makeMenuRows(QList<TableRow>* rows, QString* error);
-
-/// The business messages of both logins; those of the last trade days up to the given one.
-QList<TableRow> makeMessageRows(const AccountTree& tree, const TradeCalendar& calendar,
-                                const QDate& lastDay);
 
 /// What the accounts hold, as their kinds allow: shares, funds, bonds and Hong Kong shares for cash
 /// and margin, contracts and gold for the others.

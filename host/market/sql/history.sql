@@ -1,6 +1,6 @@
 -- The history of one account. Everything about an order depends on its number n: its day, its time,
 -- its outcome (ten in turn: one cancelled, one rejected, one partly cancelled, the others filled in
--- one to four parts) and, by the hash h of n, what is ordered.
+-- one to four parts) and, by the hash h of n and the account's number, what is ordered.
 -- Prices are counted in ten-thousandths of a yuan, so that all arithmetic is in whole numbers.
 CREATE TEMP TABLE part(k INTEGER PRIMARY KEY);
 INSERT INTO part VALUES(0), (1), (2), (3), (4);

@@ -93,7 +93,8 @@ CREATE TABLE history_order(
     text_description TEXT NOT NULL,
     PRIMARY KEY(trading_account, trade_date, order_id)) WITHOUT ROWID;
 
--- Deals ('0') and, with exchange_exec_type '4', reports that a rest was cancelled.
+-- Deals ('0') and reports that a rest was cancelled: by the exchange with exchange_exec_type '4', by
+-- the counter, which the order had not left yet, with 'I'.
 CREATE TABLE history_deal(
     trading_account TEXT NOT NULL,
     trade_date INTEGER NOT NULL,
@@ -112,12 +113,18 @@ CREATE TABLE history_deal(
     transact_time INTEGER NOT NULL,
     PRIMARY KEY(trading_account, trade_date, order_id, exec_id)) WITHOUT ROWID;
 
--- Rows of both tables by account and day, so that totals and pages need no walk over the rows.
+-- Rows of both tables by account and day, so that totals and pages need no walk over the rows:
+-- orders and, of these, requests to cancel; deals and, of these, the reports of both kinds; and how
+-- many pairs of a security and a side have deals. No row of a day with none of them.
 CREATE TABLE history_day(
     trading_account TEXT NOT NULL,
     trade_date INTEGER NOT NULL,
     orders INTEGER NOT NULL,
     deals INTEGER NOT NULL,
+    cancel_requests INTEGER NOT NULL,
+    cancel_reports INTEGER NOT NULL,
+    inner_cancels INTEGER NOT NULL,
+    deal_groups INTEGER NOT NULL,
     PRIMARY KEY(trading_account, trade_date)) WITHOUT ROWID;
 
 -- At the end of the last day of the history.
@@ -135,11 +142,12 @@ CREATE TABLE opening_cash(
     trading_account TEXT PRIMARY KEY REFERENCES trading_account(trading_account),
     cash REAL NOT NULL) WITHOUT ROWID;
 
--- Messages of a login; position is the cursor, of fixed width, so that texts compare like numbers.
-CREATE TABLE busi_message(
+-- The messages that a login gets on each day; second_of_day is the time at the exchanges. An empty
+-- text is a field that the message does not have.
+CREATE TABLE daily_message(
     user_id TEXT NOT NULL REFERENCES login,
-    position TEXT NOT NULL,
-    server_msg_id TEXT NOT NULL UNIQUE,
+    seq INTEGER NOT NULL,
+    second_of_day INTEGER NOT NULL,
     msg_level TEXT NOT NULL,
     msg_type TEXT NOT NULL,
     msg_sub_type TEXT NOT NULL,
@@ -147,9 +155,40 @@ CREATE TABLE busi_message(
     product_account TEXT NOT NULL,
     item_name TEXT NOT NULL,
     item_value TEXT NOT NULL,
-    create_time INTEGER NOT NULL,
     text_description TEXT NOT NULL,
-    PRIMARY KEY(user_id, position)) WITHOUT ROWID;
+    PRIMARY KEY(user_id, seq)) WITHOUT ROWID;
+
+-- Clients fetch data of a key again when its version is higher than theirs.
+CREATE TABLE data_version(
+    seq INTEGER PRIMARY KEY,
+    data_key TEXT NOT NULL UNIQUE,
+    data_version INTEGER NOT NULL);
+
+-- Notices of shares; the flags are 0 or 1, delist_date is yyyymmdd, empty without a delisting.
+CREATE TABLE risk_notice(
+    seq INTEGER PRIMARY KEY,
+    security_id TEXT NOT NULL,
+    security_exchange TEXT NOT NULL,
+    st_flag INTEGER NOT NULL,
+    delist_flag INTEGER NOT NULL,
+    delist_date TEXT NOT NULL,
+    remind_info TEXT NOT NULL);
+
+-- Securities by type of risk: 1 below the issue price, 2 below the net asset value.
+CREATE TABLE risk_type(
+    seq INTEGER PRIMARY KEY,
+    security_id TEXT NOT NULL,
+    security_exchange TEXT NOT NULL,
+    risk_flag_type INTEGER NOT NULL);
+
+-- The securities that a login watches; some by their symbol alone.
+CREATE TABLE key_monitor(
+    user_id TEXT NOT NULL REFERENCES login,
+    seq INTEGER NOT NULL,
+    security_id TEXT NOT NULL,
+    security_exchange TEXT NOT NULL,
+    symbol TEXT NOT NULL,
+    PRIMARY KEY(user_id, seq)) WITHOUT ROWID;
 
 -- All menus in the order of seq; menu_position is JSON, a plug-in or a list of plug-ins.
 CREATE TABLE menu(
@@ -207,3 +246,48 @@ CREATE TABLE trader_binding(
     position INTEGER NOT NULL,
     user_id TEXT NOT NULL REFERENCES organ_user,
     PRIMARY KEY(account_type, account, position)) WITHOUT ROWID;
+
+-- Money and securities of an account at the end of a day, in fen. An account has a row for each day
+-- with deals, and one before its first day; a day without a row ends like the day before it.
+--   balance = balance of the row before + sold - bought - fee + transfer
+--   market_value = market value of the row before + value_change + value_transfer
+-- value_change is what the day's deals changed, at closing prices. Both transfers are what came in
+-- from outside, negative for what went out.
+CREATE TABLE fund_day(
+    trading_account TEXT NOT NULL REFERENCES trading_account(trading_account),
+    trade_date INTEGER NOT NULL,
+    deals INTEGER NOT NULL,
+    bought INTEGER NOT NULL,
+    sold INTEGER NOT NULL,
+    fee INTEGER NOT NULL,
+    transfer INTEGER NOT NULL,
+    balance INTEGER NOT NULL,
+    value_change INTEGER NOT NULL,
+    value_transfer INTEGER NOT NULL,
+    market_value INTEGER NOT NULL,
+    PRIMARY KEY(trading_account, trade_date)) WITHOUT ROWID;
+
+-- What margin accounts owe, in fen: money borrowed to buy and securities borrowed to sell. Interest
+-- on both runs from `since` on, at a yearly rate in ten-thousandths.
+CREATE TABLE margin_debt(
+    trading_account TEXT PRIMARY KEY REFERENCES trading_account(trading_account),
+    since INTEGER NOT NULL,
+    financed INTEGER NOT NULL,
+    shorted INTEGER NOT NULL,
+    yearly_rate INTEGER NOT NULL) WITHOUT ROWID;
+
+-- Patches of clients, by the version of the client that each is for. The file is relative to the
+-- folder of this store; time_stamp is yyyyMMddHHmmss at the exchanges.
+CREATE TABLE client_patch(
+    patch_id TEXT PRIMARY KEY,
+    file TEXT NOT NULL,
+    remark TEXT NOT NULL,
+    data_version TEXT NOT NULL,
+    time_stamp TEXT NOT NULL) WITHOUT ROWID;
+
+-- Configuration items with a description; some have a longer one too.
+CREATE TABLE system_item(
+    item_name TEXT PRIMARY KEY,
+    item_value TEXT NOT NULL,
+    description TEXT NOT NULL,
+    long_description TEXT NOT NULL) WITHOUT ROWID;

@@ -8,6 +8,8 @@
 #include <QVariantList>
 #include <QVariantMap>
 
+#include "flat_row.h"
+
 namespace {
 
 constexpr qint64 kFrame = 5;   // head of a text, a list or a map
@@ -37,6 +39,9 @@ public:
             case QMetaType::QStringList:
                 return addAll(*static_cast<const QStringList*>(value.constData()));
             default:
+                if (value.userType() == flatRowType()) {
+                    return addRow(flatRowIn(value));
+                }
                 m_size += value.userType() < QMetaType::QChar ? kNumber : kOther;
         }
     }
@@ -69,6 +74,15 @@ private:
             addText(it.key());
             add(it.value());
         }
+    }
+
+    void addRow(const FlatRow& row) {
+        m_size += kFrame;
+        row.forEach([this](const QString& key, const QVariant& value) {
+            addText(key);
+            add(value);
+            return true;
+        });
     }
 
     const qint64 m_enough;

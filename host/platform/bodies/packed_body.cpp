@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "flat_row.h"
 #include "vocabulary/fields.h"
 
 namespace {
@@ -10,7 +11,7 @@ inline const QString kFailedStatus = QStringLiteral("1");
 inline const QString kOldTextTag = QStringLiteral("58");
 
 bool isRow(const QVariant& value) {
-    return value.userType() == QMetaType::QVariantMap;
+    return value.userType() == QMetaType::QVariantMap || value.userType() == flatRowType();
 }
 
 }  // namespace

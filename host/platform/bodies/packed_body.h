@@ -7,8 +7,8 @@
 
 #include "platform_export.h"
 
-// A packed body is a list of rows, each a map of key to value, kept as Qt values so that every type
-// survives. The first row is the header, which every body has.
+// A packed body is a list of rows, each a map of key to value or a FlatRow, kept as Qt values so
+// that every type survives. The first row is the header, which every body has.
 
 /// False for everything else, an empty list included.
 PLATFORM_API bool isPackedBody(const QVariant& value);

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <limits>
 
+#include "flat_row.h"
 #include "packed_body_tags.h"
 #include "packed_body_wire.h"
 
@@ -50,7 +51,20 @@ public:
     bool ascii(const QChar* text, int size) {
         reserve(size);
         char* const to = m_bytes.data() + m_used;
-        for (int i = 0; i < size; ++i) {
+        int i = 0;
+        for (; i + kUnitsAtOnce <= size; i += kUnitsAtOnce) {
+            quint64 units = 0;
+            std::memcpy(&units, text + i, sizeof units);
+            if (units & kBeyondAscii) {
+                return false;
+            }
+            // Moves the low bytes of the four units together; right for either byte order.
+            units = (units | units >> 8) & 0x0000ffff0000ffff;
+            units |= units >> 16;
+            const auto packed = static_cast<quint32>(units);
+            std::memcpy(to + i, &packed, sizeof packed);
+        }
+        for (; i < size; ++i) {
             const ushort unit = text[i].unicode();
             if (unit >= 0x80) {
                 return false;
@@ -69,6 +83,9 @@ public:
     }
 
 private:
+    static constexpr int kUnitsAtOnce = 4;
+    static constexpr quint64 kBeyondAscii = 0xff80ff80ff80ff80;
+
     void add(uchar byte) {
         reserve(1);
         m_bytes.data()[m_used++] = static_cast<char>(byte);
@@ -98,7 +115,10 @@ private:
     bool number(qint64 value);
     bool list(const QVariantList& list, int depth);
     bool map(const QVariantMap& map, int depth);
+    template <class Each>
+    bool row(int fields, const Each& each);
     bool row(const QVariantMap& row);
+    bool row(const FlatRow& row);
     bool stringList(const QStringList& list);
     bool date(const QDate& date);
     bool time(const QTime& time);
@@ -194,18 +214,35 @@ bool Encoder::map(const QVariantMap& map, int depth) {
     return true;
 }
 
-bool Encoder::row(const QVariantMap& row) {
-    if (!enter(0, row.size() + 1)) {
+/// `each` calls its argument with each key and value of the row, and returns at the first false.
+template <class Each>
+bool Encoder::row(int fields, const Each& each) {
+    if (!enter(0, fields + 1)) {
         return false;
     }
-    m_sink.head(Map, static_cast<quint64>(row.size()));
-    for (auto it = row.cbegin(); it != row.cend(); ++it) {
-        if (!text(it.key()) || !value(*it, 0)) {
-            m_error = QStringLiteral("field \"%1\": ").arg(it.key()) + m_error;
-            return false;
+    m_sink.head(Map, static_cast<quint64>(fields));
+    return each([this](const QString& key, const QVariant& field) {
+        if (text(key) && value(field, 0)) {
+            return true;
         }
-    }
-    return true;
+        m_error = QStringLiteral("field \"%1\": ").arg(key) + m_error;
+        return false;
+    });
+}
+
+bool Encoder::row(const QVariantMap& row) {
+    return this->row(row.size(), [&row](const auto& field) {
+        for (auto it = row.cbegin(); it != row.cend(); ++it) {
+            if (!field(it.key(), *it)) {
+                return false;
+            }
+        }
+        return true;
+    });
+}
+
+bool Encoder::row(const FlatRow& row) {
+    return this->row(row.size(), [&row](const auto& field) { return row.forEach(field); });
 }
 
 bool Encoder::stringList(const QStringList& list) {
@@ -346,10 +383,15 @@ QString Encoder::body(const QVariant& value) {
     const auto& rows = held<QVariantList>(value);
     m_sink.head(Array, static_cast<quint64>(rows.size()));
     for (int i = 0; i < rows.size(); ++i) {
-        if (rows.at(i).userType() != QMetaType::QVariantMap) {
+        if (rows.size() > FlatRow::kTogether && i % FlatRow::kTogether == 0) {
+            FlatRow::fetch(rows, i);
+        }
+        const int type = rows.at(i).userType();
+        if (type != QMetaType::QVariantMap && type != flatRowType()) {
             return QStringLiteral("not a packed body: row %1 is not a record").arg(i);
         }
-        if (!row(held<QVariantMap>(rows.at(i)))) {
+        if (!(type == QMetaType::QVariantMap ? row(held<QVariantMap>(rows.at(i)))
+                                             : row(flatRowIn(rows.at(i))))) {
             return QStringLiteral("row %1, ").arg(i) + m_error;
         }
     }

@@ -25,19 +25,27 @@ public:
         /// Bytes that a body may take on a wire; larger requests and answers fail, larger pushes
         /// are dropped. See bodySize().
         qint64 bodyLimit = kStandingBodyLimit;
+        /// How long beginClose() waits for what plug-ins still send.
+        std::chrono::milliseconds lastSendLimit = std::chrono::seconds(2);
         /// How long close() waits for a presenter that another thread is still making.
         std::chrono::milliseconds buildLimit = std::chrono::seconds(2);
+        /// How long close() waits for the plug-ins' threads (ZnThread) to end.
+        std::chrono::milliseconds threadLimit = std::chrono::seconds(10);
         /// Pages and rows after which VelmarUtils' paged queries give up.
         int mostPages = PageLimits().pages;
         int mostRows = PageLimits().rows;
         /// Messages that may wait for a presenter; further events and pushes are dropped, but for
         /// one event of each id among those without a body.
         int mostWaiting = 1000000;
+        /// Asynchronous requests that may be under way; further ones are refused.
+        int mostAsyncRequests = 50000;
     };
 
     static LocalPlatform& instance();
 
-    /// Opens settings and databases. False with a text that names the damaged or missing file; then
+    /// Opens settings and databases, and sets the application object's property
+    /// "velmar.applicationFolder" to the home, where plug-ins read it; the work database opens its
+    /// file at its first use. False with a text that names the damaged or missing file; then
     /// nothing is open. May be called again with other options, as tests do: the data of the former
     /// start is dropped and the closing state taken back.
     bool start(const Options& options, QString* error);
@@ -58,15 +66,25 @@ public:
     bool loginUser(const QString& userId, const QString& password, QString* error);
     bool loadAccountTree(QString* error);
 
-    /// The first step of the shut-down: marks the host closing, so that every wait without limit
-    /// ends, and fails every pending and every later request with 2. Presenters, events, settings
-    /// and databases keep working. To be called before waiting for a presenter to end. Any thread;
-    /// a second call does nothing.
+    /// Ends every wait of plug-ins: marks the host closing, so that every wait without limit ends,
+    /// and fails every pending and every later synchronous request with 2. Asynchronous requests
+    /// still go out. Any thread; does not block. The shut-down itself starts with beginClose().
+    void endWaits();
+    /// The first step of the shut-down: raises ZnCore::signalAboutToClose while every request still
+    /// goes out, then does what endWaits() does. When a slot is connected to the signal, it waits,
+    /// up to Options::lastSendLimit, until the presenters have worked off what is queued for their
+    /// object threads and the asynchronous requests that this sent are answered; not when it is
+    /// called on a presenter's thread. From then on every pending and every later request fails
+    /// with 2. Presenters, events, settings and databases keep working. To be called before waiting
+    /// for a presenter to end. Any thread; on another than the application's it also waits for
+    /// what the slots queued for that one. A second call does nothing.
     void beginClose();
-    /// Shut-down: beginClose(), then disposes of every live presenter and stops the link. Also run
-    /// when the application is about to quit and once more from a post routine. A second call does
-    /// nothing. A presenter that another thread has not finished making within the build limit is
-    /// left undeleted, with a critical log line.
+    /// Shut-down: beginClose(), then disposes of every live presenter, ends and joins the plug-ins'
+    /// threads, stops the link and closes the work database. Also run when the application is about
+    /// to quit and once more from a post routine. A second call does nothing. A presenter that
+    /// another thread has not finished making within the build limit is left undeleted, and a
+    /// thread that does not end within the thread limit is left running, each with a critical log
+    /// line.
     void close();
     /// Any thread.
     bool isClosing() const;
@@ -79,6 +97,11 @@ public:
     /// application's thread.
     void publishTick(const QString& symbol, const QVariantMap& tick,
                      const QString& source = QStringLiteral("feed"));
+
+    /// Shows another skin: saves its id as the setting "skin" and raises ZnCore::signalSkinChanged
+    /// on the application's thread, also for the skin that is shown. False, with a log line and
+    /// nothing changed, for an empty id. Any thread.
+    bool setSkin(const QString& skinId);
 
     /// Replaces the server-aligned clock, which is the machine's clock in the exchanges' zone
     /// (exchange_clock.h); null brings that one back. `clock` is called on any thread.
@@ -100,5 +123,9 @@ private:
     ~LocalPlatform() = default;
     Q_DISABLE_COPY(LocalPlatform)
 
+    void letPlugInsSend();
+
     std::atomic<bool> m_started{false};
+    std::atomic<std::chrono::milliseconds> m_lastSendLimit{Options().lastSendLimit};
+    std::atomic<std::chrono::milliseconds> m_threadLimit{Options().threadLimit};
 };

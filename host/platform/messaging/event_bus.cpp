@@ -16,6 +16,10 @@ void removeFrom(Table& table, const PresenterChannel* channel) {
     }
 }
 
+QString idText(int eventId) {
+    return QStringLiteral("0x") + QString::number(eventId, 16).toUpper();
+}
+
 }  // namespace
 
 EventBus& EventBus::instance() {
@@ -38,6 +42,7 @@ void EventBus::subscribeEvent(const std::shared_ptr<PresenterChannel>& channel,
         qCWarning(lcEventBus) << channel->pid() << "subscribes to an invalid event id:" << eventId;
         return;
     }
+    qCDebug(lcTraffic).noquote() << channel->pid() << "subscribes to event" << idText(id);
     const std::lock_guard<std::mutex> lock(m_mutex);
     add(m_events[id], channel);
 }
@@ -50,6 +55,7 @@ void EventBus::subscribePush(const std::shared_ptr<PresenterChannel>& channel,
                               << "subscribes to an empty message type:" << msgType;
         return;
     }
+    qCDebug(lcTraffic).noquote() << channel->pid() << "subscribes to push" << type;
     const std::lock_guard<std::mutex> lock(m_mutex);
     add(m_pushes[type], channel);
 }
@@ -68,6 +74,7 @@ void EventBus::publish(const QString& sourceId, const QVariant& eventId, const Q
         qCWarning(lcEventBus) << "event of" << sourceId << "without an id dropped:" << eventId;
         return;
     }
+    qCDebug(lcTraffic).noquote() << sourceId << "publishes event" << idText(id);
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (const auto& channel : m_events.value(id)) {
         if (destinationId.isEmpty() || channel->instanceId() == destinationId) {

@@ -9,6 +9,8 @@ public:
     virtual ~GatewayLinkListener() = default;
 
     /// The answer to a request. An unknown envelope (late, duplicate) is dropped with a log line.
+    /// `msgType` is that of the request's envelope; for a heartbeat, under any envelope, it is
+    /// Velmar_MsgType::BusiHeartBeatResponse.
     virtual void onAnswer(quint64 envelopeId, const QString& msgType, const QVariant& body) = 0;
     /// The request failed for the reason given.
     virtual void onFailure(quint64 envelopeId, const QString& reason) = 0;
@@ -17,7 +19,8 @@ public:
     /// A push of the server.
     virtual void onPush(const QString& msgType, const QVariant& body) = 0;
     /// A gate's new state, NetGateType and NET_STATE values. NOCONNECT of the trade gate fails
-    /// every pending request.
+    /// every pending request, that of the info gate the asynchronous ones under the shared envelope
+    /// "325005".
     virtual void onGateState(const QString& gate, const QString& netState) = 0;
 };
 
@@ -46,4 +49,11 @@ public:
     /// Hands a request over and returns without waiting. False when it could not be handed over.
     /// Any thread.
     virtual bool send(const GatewayRequest& request) = 0;
+    /// The connection of a gate, a NetGateType value, is lost although this link has not reported
+    /// it: a link around this one takes the gate down. A link to a server that has per-gate state,
+    /// such as subscriptions, drops that of the gate; the state of the gate is not reported.
+    /// Returns after it is dropped; no effect while the link does not run. Any thread.
+    virtual void loseGate(const QString& gate) { Q_UNUSED(gate) }
+    /// The address of the server. Any thread.
+    virtual QString address() const { return QStringLiteral("127.0.0.1"); }
 };

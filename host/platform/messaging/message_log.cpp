@@ -15,3 +15,8 @@ PLATFORM_CATEGORY(lcPluginHost, "velmar.platform.plugins")
 PLATFORM_CATEGORY(lcHost, "velmar.platform.host")
 
 #undef PLATFORM_CATEGORY
+
+const QLoggingCategory& lcTraffic() {
+    return neverDestroyed(
+        [] { return new const QLoggingCategory("velmar.platform.traffic", QtInfoMsg); });
+}

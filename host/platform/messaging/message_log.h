@@ -10,3 +10,6 @@ const QLoggingCategory& lcChannel();     // presenters and their threads
 const QLoggingCategory& lcRequest();     // requests and answers
 const QLoggingCategory& lcPluginHost();  // plug-ins and their objects
 const QLoggingCategory& lcHost();        // start, log-in, shut-down
+/// Each subscription, published event and request, on the thread that makes it. Its debug lines are
+/// off unless a filter rule turns them on.
+const QLoggingCategory& lcTraffic();

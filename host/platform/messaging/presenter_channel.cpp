@@ -5,6 +5,7 @@
 
 #include "event_bus.h"
 #include "message_log.h"
+#include "signal_stack.h"
 #include "thread_hand_over.h"
 #include "znwidget/zn_presenter_class.h"
 
@@ -39,6 +40,7 @@ public:
 
 protected:
     void run() override {
+        SignalStack::provide();
         // Only the disposal ends the thread; another caller of quit() does not.
         while (!m_ending) {
             exec();
@@ -226,6 +228,7 @@ void PresenterChannel::presenterDestroyed() {
 }
 
 void PresenterChannel::runMessageThread() {
+    SignalStack::provide();
     t_messageChannel = this;
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {

@@ -6,6 +6,7 @@
 #include "message_log.h"
 #include "never_destroyed.h"
 #include "request_broker.h"
+#include "signal_stack.h"
 
 namespace {
 
@@ -111,6 +112,12 @@ void PresenterRegistry::afterQueued(const std::function<void()>& done) const {
     }
 }
 
+bool PresenterRegistry::isPresenterThread() const {
+    const auto live = channels();
+    return std::any_of(live.begin(), live.end(),
+                       [](const auto& channel) { return channel->isOwnThread(); });
+}
+
 int PresenterRegistry::count() const {
     return static_cast<int>(channels().size());
 }
@@ -134,6 +141,7 @@ void PresenterRegistry::handToReaper(const std::shared_ptr<PresenterChannel>& ch
 }
 
 void PresenterRegistry::runReaper() {
+    SignalStack::provide();
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_toReap.empty()) {
         const std::shared_ptr<PresenterChannel> channel = std::move(m_toReap.front());

@@ -39,6 +39,9 @@ public:
     /// object thread now; a presenter that is disposed of meanwhile is not waited for.
     void afterQueued(const std::function<void()>& done) const;
 
+    /// Whether the calling thread is one of a presenter's.
+    bool isPresenterThread() const;
+
     int count() const;
 
 private:

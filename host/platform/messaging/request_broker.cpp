@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <chrono>
 #include <utility>
-#include <vector>
 
+#include "envelope_gate.h"
 #include "event_bus.h"
 #include "gate_events.h"
 #include "message_log.h"
+#include "message_totals.h"
 #include "never_destroyed.h"
 #include "packed_body.h"
 #include "row_count.h"
@@ -16,10 +17,24 @@
 #include "vocabulary/plugin_id.h"
 #include "vocabulary/values.h"
 
+namespace {
+
+/// The request for the log: its type, and that of the body where it differs.
+QString textOf(const GatewayRequest& request) {
+    const QString ownType =
+        request.body.toList().value(0).toMap().value(System::msgType).toString();
+    return ownType.isEmpty() || ownType == request.msgType
+               ? request.msgType
+               : QStringLiteral("%1 with %2").arg(request.msgType, ownType);
+}
+
+}  // namespace
+
 struct RequestBroker::Outcome {
     RequestResult result = RequestResult::Failure;
     QString msgType;
-    QVariant body;  ///< the answer, or a body that describes the failure
+    QVariant body;     ///< the answer, or a body that describes the failure
+    qint64 bytes = 0;  ///< size of an answer
 
     static Outcome failure(const QString& reason) {
         return {RequestResult::Failure, {}, makeErrorBody(reason)};
@@ -33,7 +48,7 @@ struct RequestBroker::Pending {
     std::shared_ptr<PresenterChannel> channel;  // null for the host
     bool isSync = true;
     QString msgType;
-    RequestDeadlines::Clock::time_point deadline;
+    qint64 bytes = 0;  // size of the request
     bool done = false;
     Outcome outcome;
     std::condition_variable ready;
@@ -43,13 +58,12 @@ RequestBroker& RequestBroker::instance() {
     return neverDestroyed([] { return new RequestBroker; });
 }
 
-RequestBroker::RequestBroker()
-    : m_deadlines([this](quint64 envelopeId) { onTimeOut(envelopeId); }) {}
+RequestBroker::RequestBroker() = default;
 
 void RequestBroker::setClosing(bool closing) {
     m_closing = closing;
     if (!closing) {
-        m_deadlines.open();
+        m_refusesAsync = false;
     }
 }
 
@@ -102,6 +116,8 @@ void RequestBroker::disconnectGates() {
 
 RequestResult RequestBroker::sendSync(const std::shared_ptr<PresenterChannel>& channel,
                                       const GatewayRequest& request, QVariant& response) {
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(request.timeOutMs);
     GatewayRequest sent = request;
     QString reason;
     const std::shared_ptr<Pending> pending = enter(channel, true, sent, &reason);
@@ -109,14 +125,13 @@ RequestResult RequestBroker::sendSync(const std::shared_ptr<PresenterChannel>& c
         response = makeErrorBody(reason);
         return RequestResult::Failure;
     }
-    if (!handOver(sent, &reason)) {
+    if (!handOver(sent, pending->bytes, &reason)) {
         complete(sent.envelopeId, Outcome::failure(reason));
     }
     Outcome outcome;
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        if (!pending->ready.wait_until(lock, pending->deadline,
-                                       [&pending] { return pending->done; })) {
+        if (!pending->ready.wait_until(lock, deadline, [&pending] { return pending->done; })) {
             m_pending.erase(sent.envelopeId);
             pending->outcome = Outcome::timeOut();
         }
@@ -131,13 +146,15 @@ bool RequestBroker::sendAsync(const std::shared_ptr<PresenterChannel>& channel,
     GatewayRequest sent = request;
     QString reason;
     const std::shared_ptr<Pending> pending = enter(channel, false, sent, &reason);
-    if (pending && handOver(sent, &reason)) {
+    if (pending && handOver(sent, pending->bytes, &reason)) {
         return true;
     }
     if (pending) {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_pending.erase(sent.envelopeId);
-        m_deadlines.remove(sent.envelopeId, pending->deadline);
+        const auto found = m_pending.find(sent.envelopeId);
+        if (found != m_pending.end()) {
+            eraseLocked(found);
+        }
     }
     // The caller logs that the request failed; only the reason is known here.
     qCDebug(lcRequest) << "request" << sent.msgType << "not sent:" << reason;
@@ -145,40 +162,63 @@ bool RequestBroker::sendAsync(const std::shared_ptr<PresenterChannel>& channel,
 }
 
 /// Enters the request in the table and gives it its envelope id; null with a reason when it is too
-/// large or something is closing.
+/// large, one too many, or something is closing.
 std::shared_ptr<RequestBroker::Pending> RequestBroker::enter(
     const std::shared_ptr<PresenterChannel>& channel, bool isSync, GatewayRequest& request,
     QString* refusal) {
-    if (!fits(QStringLiteral("request %1").arg(request.msgType), request.body, refusal)) {
+    auto pending = std::make_shared<Pending>();
+    if (!fits(QStringLiteral("request %1").arg(request.msgType), request.body, &pending->bytes,
+              refusal)) {
         return nullptr;
     }
-    constexpr int kMsPerSecond = 1000;
-    const qint64 waitMs =
-        isSync ? request.timeOutMs : qint64(channel->timeOut.seconds()) * kMsPerSecond;
-    auto pending = std::make_shared<Pending>();
     pending->channel = channel;
-    pending->deadline = RequestDeadlines::Clock::now() + std::chrono::milliseconds(waitMs);
     pending->isSync = isSync;
     pending->msgType = request.msgType;
     request.envelopeId = ++m_lastEnvelopeId;
     // Closing first sets its mark and then fails the requests in the table under this lock, so a
     // request cannot be entered after that.
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_closing || (channel && channel->isClosing())) {
-        *refusal = m_closing ? QStringLiteral("the host is closing")
-                             : QStringLiteral("the presenter is closing");
+    const bool isHostClosing = isSync ? m_closing : m_refusesAsync;
+    if (isHostClosing || (channel && channel->isClosing())) {
+        *refusal = isHostClosing ? QStringLiteral("the host is closing")
+                                 : QStringLiteral("the presenter is closing");
+        return nullptr;
+    }
+    if (!isSync && !mayEnterAsyncLocked(refusal)) {
         return nullptr;
     }
     m_pending.emplace(request.envelopeId, pending);
-    if (!isSync) {
-        m_deadlines.add(request.envelopeId, pending->deadline);
-    }
+    m_asyncCount += isSync ? 0 : 1;
     return pending;
 }
 
-bool RequestBroker::fits(const QString& what, const QVariant& body, QString* reason) const {
+bool RequestBroker::mayEnterAsyncLocked(QString* refusal) {
+    const int most = m_mostAsync;
+    if (m_asyncCount < most) {
+        return true;
+    }
+    *refusal = QStringLiteral("%1 asynchronous requests are under way").arg(m_asyncCount);
+    if (!std::exchange(m_refusalLogged, true)) {
+        qCWarning(lcRequest) << "asynchronous requests are refused:" << m_asyncCount
+                             << "are under way and have no outcome";
+    }
+    return false;
+}
+
+RequestBroker::PendingTable::iterator RequestBroker::eraseLocked(PendingTable::iterator found) {
+    if (!found->second->isSync) {
+        --m_asyncCount;
+        m_refusalLogged = m_refusalLogged && m_asyncCount > m_mostAsync / 2;
+        m_asyncEnded.notify_all();
+    }
+    return m_pending.erase(found);
+}
+
+bool RequestBroker::fits(const QString& what, const QVariant& body, qint64* bytes,
+                         QString* reason) const {
     const qint64 limit = m_bodyLimit;
-    if (bodySize(body, limit) <= limit) {
+    *bytes = bodySize(body, limit);
+    if (*bytes <= limit) {
         return true;
     }
     *reason =
@@ -186,17 +226,24 @@ bool RequestBroker::fits(const QString& what, const QVariant& body, QString* rea
     return false;
 }
 
-bool RequestBroker::handOver(const GatewayRequest& request, QString* reason) {
+bool RequestBroker::handOver(const GatewayRequest& request, qint64 bytes, QString* reason) {
     const std::shared_lock<std::shared_mutex> lock(m_linkMutex);
     if (!m_link) {
         *reason = QStringLiteral("no link to the server");
         return false;
     }
+    qCDebug(lcTraffic).noquote() << request.sourceId << "sends" << textOf(request);
     if (!m_link->send(request)) {
         *reason = QStringLiteral("the link did not take request %1").arg(request.msgType);
         return false;
     }
+    MessageTotals::instance().countMessage(gateOf(request.msgType), bytes);
     return true;
+}
+
+QString RequestBroker::linkAddress() const {
+    const std::shared_lock<std::shared_mutex> lock(m_linkMutex);
+    return m_link ? m_link->address() : QString();
 }
 
 void RequestBroker::complete(quint64 envelopeId, const Outcome& outcome) {
@@ -209,16 +256,23 @@ void RequestBroker::complete(quint64 envelopeId, const Outcome& outcome) {
             return;
         }
         pending = found->second;
-        m_pending.erase(found);
+        eraseLocked(found);
+        if (outcome.result == RequestResult::Answer) {
+            // Before the sender goes on, which may look at the totals.
+            MessageTotals::instance().countMessage(gateOf(pending->msgType), outcome.bytes);
+        }
         if (pending->isSync) {
-            pending->outcome = outcome;
-            pending->done = true;
-            pending->ready.notify_all();
+            finishSyncLocked(*pending, outcome);
             return;
         }
-        m_deadlines.remove(envelopeId, pending->deadline);
     }
     finishAsync(*pending, outcome);
+}
+
+void RequestBroker::finishSyncLocked(Pending& pending, const Outcome& outcome) {
+    pending.outcome = outcome;
+    pending.done = true;
+    pending.ready.notify_all();
 }
 
 void RequestBroker::finishAsync(const Pending& pending, const Outcome& outcome) {
@@ -237,18 +291,39 @@ void RequestBroker::finishAsync(const Pending& pending, const Outcome& outcome) 
 
 template <class Predicate>
 void RequestBroker::failWhere(Predicate predicate, const QString& reason) {
-    std::vector<quint64> ids;
+    const Outcome outcome = Outcome::failure(reason);
+    PendingList unanswered;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        for (const auto& [id, pending] : m_pending) {
-            if (predicate(*pending)) {
-                ids.push_back(id);
+        for (auto it = m_pending.begin(); it != m_pending.end();) {
+            const std::shared_ptr<Pending> pending = it->second;
+            if (!predicate(*pending)) {
+                ++it;
+                continue;
+            }
+            it = eraseLocked(it);
+            if (pending->isSync) {
+                finishSyncLocked(*pending, outcome);
+            } else {
+                unanswered.push_back(pending);
             }
         }
     }
+    logUnanswered(unanswered, reason);
+}
+
+/// A line for each, as finishAsync() writes it, but one for the rest of a large number: a server
+/// that was silent for a day leaves thousands.
+void RequestBroker::logUnanswered(const PendingList& unanswered, const QString& reason) {
+    constexpr size_t kMostLines = 100;
     const Outcome outcome = Outcome::failure(reason);
-    for (const quint64 id : ids) {
-        complete(id, outcome);
+    const size_t lines = std::min(unanswered.size(), kMostLines);
+    for (size_t i = 0; i < lines; ++i) {
+        finishAsync(*unanswered.at(i), outcome);
+    }
+    if (lines < unanswered.size()) {
+        qCWarning(lcRequest).noquote() << unanswered.size() - lines
+                                       << "more asynchronous requests without an answer:" << reason;
     }
 }
 
@@ -256,9 +331,23 @@ void RequestBroker::failAll(const QString& reason) {
     failWhere([](const Pending&) { return true; }, reason);
 }
 
+void RequestBroker::failSync(const QString& reason) {
+    failWhere([](const Pending& pending) { return pending.isSync; }, reason);
+}
+
 void RequestBroker::failOf(const PresenterChannel* channel, const QString& reason) {
     failWhere([channel](const Pending& pending) { return pending.channel.get() == channel; },
               reason);
+}
+
+bool RequestBroker::waitForAsync(quint64 afterEnvelopeId,
+                                 std::chrono::steady_clock::time_point until) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_asyncEnded.wait_until(lock, until, [this, afterEnvelopeId] {
+        return std::none_of(m_pending.cbegin(), m_pending.cend(), [=](const auto& entry) {
+            return !entry.second->isSync && entry.first > afterEnvelopeId;
+        });
+    });
 }
 
 int RequestBroker::pendingCount() const {
@@ -279,11 +368,12 @@ void RequestBroker::onAnswer(quint64 envelopeId, const QString& msgType, const Q
         return;
     }
     QString reason;
-    if (!fits(QStringLiteral("the answer of type %1").arg(msgType), body, &reason)) {
+    qint64 bytes = 0;
+    if (!fits(QStringLiteral("the answer of type %1").arg(msgType), body, &bytes, &reason)) {
         complete(envelopeId, Outcome::failure(reason));
         return;
     }
-    complete(envelopeId, {RequestResult::Answer, msgType, body});
+    complete(envelopeId, {RequestResult::Answer, msgType, body, bytes});
 }
 
 void RequestBroker::onFailure(quint64 envelopeId, const QString& reason) {
@@ -296,12 +386,13 @@ void RequestBroker::onTimeOut(quint64 envelopeId) {
 
 void RequestBroker::onPush(const QString& msgType, const QVariant& body) {
     QString reason;
+    qint64 bytes = 0;
     if (!isPackedBody(body)) {
         qCWarning(lcRequest) << "push dropped: the push of type" << msgType
                              << "is garbage, not a packed body";
         return;
     }
-    if (!fits(QStringLiteral("the push of type %1").arg(msgType), body, &reason)) {
+    if (!fits(QStringLiteral("the push of type %1").arg(msgType), body, &bytes, &reason)) {
         qCWarning(lcRequest).noquote() << "push dropped:" << reason;
         return;
     }
@@ -317,6 +408,9 @@ void RequestBroker::onPush(const QString& msgType, const QVariant& body) {
                    .arg(held);
         return;
     }
+    // The link does not report the gate of a push. The topics of the client's messages, by far the
+    // most of them, are subscribed through the info gate.
+    MessageTotals::instance().countMessage(NetGateType::InfoGate, bytes);
     EventBus::instance().push(msgType, body);
 }
 
@@ -333,6 +427,13 @@ void RequestBroker::onGateState(const QString& gate, const QString& netState) {
     }
     if (gate == NetGateType::TradeGate && netState == NET_STATE::NOCONNECT) {
         failAll(QStringLiteral("%1 is disconnected").arg(gate));
+    } else if (gate == NetGateType::InfoGate && netState == NET_STATE::NOCONNECT) {
+        // A caller that waits ends by its time-out; the others have nothing else that ends them.
+        failWhere(
+            [](const Pending& pending) {
+                return !pending.isSync && gateOf(pending.msgType) == NetGateType::InfoGate;
+            },
+            QStringLiteral("%1 is disconnected").arg(gate));
     }
     EventBus::instance().publish(PluginID::PLUGINNET_GLOBALID, event->id, netState);
 }

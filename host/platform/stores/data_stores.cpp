@@ -21,3 +21,7 @@ SharedValues& DataStores::board() {
 TickSubscriptions& DataStores::tickSubscriptions() {
     return neverDestroyed<TickSubscriptions>();
 }
+
+WorkDatabase& DataStores::workDatabase() {
+    return neverDestroyed<WorkDatabase>();
+}

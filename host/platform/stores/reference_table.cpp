@@ -53,22 +53,29 @@ bool ReferenceTable::loadOfAccounts(const QSet<QString>& tradingAccounts) {
 bool ReferenceTable::loadRows(const QSet<QString>* tradingAccounts) {
     QMap<QString, QString> texts;
     QString error;
-    const bool read = DataStores::staticDatabase().readReference(m_kind, &texts, &error);
+    StaticDatabase& database = DataStores::staticDatabase();
+    const bool read = database.readReference(m_kind, &texts, &error);
     if (!read) {
         qCWarning(lcPlatformStaticData).noquote()
             << "reference rows of kind" << m_kind << "are not loaded:" << error;
+        database.noteError(QStringLiteral("reference rows of kind %1 are not loaded").arg(m_kind));
     }
     QHash<QString, QVariantMap> rows;
+    int unusable = 0;
     for (auto it = texts.cbegin(); it != texts.cend(); ++it) {
         QVariantMap record;
         if (!RecordText::read(it.value(), &record, &error)) {
             qCWarning(lcPlatformStaticData).noquote()
                 << "reference row" << it.key() << "of kind" << m_kind << "cannot be read:" << error;
+            ++unusable;
         } else if (!tradingAccounts || tradingAccounts->contains(
                                            record.value(UserAccount::tradingAccount).toString())) {
             rows.insert(it.key(), record);
         }
     }
+    database.noteError(QStringLiteral("a reference row of kind %1 cannot be used").arg(m_kind),
+                       unusable);
+    database.noteReferenceRows(m_kind, rows.size());
     const std::unique_lock<std::shared_mutex> guard(m_lock);
     m_rows.swap(rows);
     return read;

@@ -81,6 +81,18 @@ QVariant SettingsFile::value(const QString& key) const {
     return m_settings->value(key);
 }
 
+QVariantMap SettingsFile::all() const {
+    const std::lock_guard<std::mutex> guard(m_lock);
+    QVariantMap values;
+    if (m_settings) {
+        const QStringList keys = m_settings->allKeys();
+        for (const QString& key : keys) {
+            values.insert(key, m_settings->value(key));
+        }
+    }
+    return values;
+}
+
 void SettingsFile::setValue(const QString& key, const QVariant& value) {
     const std::lock_guard<std::mutex> guard(m_lock);
     if (!m_settings || key.isEmpty()) {

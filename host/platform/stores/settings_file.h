@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QVariant>
+#include <QVariantMap>
 #include <memory>
 #include <mutex>
 
@@ -19,6 +20,8 @@ public:
 
     /// An invalid value when the key is absent or no file is open.
     QVariant value(const QString& key) const;
+    /// Every key with its value; a key of a group is "group/name".
+    QVariantMap all() const;
     /// Logs a warning when the write fails or no file is open.
     void setValue(const QString& key, const QVariant& value);
 

@@ -4,6 +4,7 @@
 #include <QSqlQuery>
 #include <QVariant>
 #include <mutex>
+#include <numeric>
 
 #include "data_log.h"
 #include "quantity_sections.h"
@@ -32,8 +33,9 @@ DatabaseFault readSections(const QString& file, QHash<QString, QMap<QString, QSt
 }
 
 /// Removes the quantity steps that are not a whole number above 0, with a log line for each, since
-/// a client divides by them.
-void dropUnusableSteps(const QString& file, QMap<QString, QString>& steps) {
+/// a client divides by them. Returns their number.
+int dropUnusableSteps(const QString& file, QMap<QString, QString>& steps) {
+    int dropped = 0;
     for (auto step = steps.begin(); step != steps.end();) {
         if (step.value().toInt() > 0) {
             ++step;
@@ -43,8 +45,10 @@ void dropUnusableSteps(const QString& file, QMap<QString, QString>& steps) {
             << "the static database" << file << "has a quantity step that cannot be used, section"
             << QuantitySection::step << "key" << step.key() << "value" << step.value()
             << "; the row is left out";
+        ++dropped;
         step = steps.erase(step);
     }
+    return dropped;
 }
 
 }  // namespace
@@ -62,7 +66,8 @@ bool StaticDatabase::open(const QString& file, QString* error) {
     }
     const auto steps = sections.find(QuantitySection::step);
     if (steps != sections.end()) {
-        dropUnusableSteps(file, *steps);
+        noteError(QStringLiteral("a row of section %1 cannot be used").arg(QuantitySection::step),
+                  dropUnusableSteps(file, *steps));
     }
     const std::unique_lock<std::shared_mutex> guard(m_lock);
     m_file = file;
@@ -74,6 +79,8 @@ void StaticDatabase::close() {
     const std::unique_lock<std::shared_mutex> guard(m_lock);
     m_file.clear();
     m_sections.clear();
+    m_referenceRows.clear();
+    m_errors.clear();
 }
 
 QString StaticDatabase::value(const QString& section, const QString& key) const {
@@ -112,4 +119,32 @@ bool StaticDatabase::readReference(const QString& kind, QMap<QString, QString>* 
         return false;
     }
     return true;
+}
+
+void StaticDatabase::noteError(const QString& text, int count) {
+    const std::unique_lock<std::shared_mutex> guard(m_lock);
+    if (count > 0) {
+        m_errors[text] += count;
+    }
+}
+
+QMap<QString, int> StaticDatabase::takeErrors() {
+    const std::unique_lock<std::shared_mutex> guard(m_lock);
+    QMap<QString, int> errors;
+    errors.swap(m_errors);
+    return errors;
+}
+
+void StaticDatabase::noteReferenceRows(const QString& kind, int count) {
+    const std::unique_lock<std::shared_mutex> guard(m_lock);
+    m_referenceRows.insert(kind, count);
+}
+
+int StaticDatabase::recordCount() const {
+    const std::shared_lock<std::shared_mutex> guard(m_lock);
+    int count = std::accumulate(m_referenceRows.cbegin(), m_referenceRows.cend(), 0);
+    for (const QMap<QString, QString>& section : m_sections) {
+        count += section.size();
+    }
+    return count;
 }

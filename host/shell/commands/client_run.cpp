@@ -45,6 +45,7 @@ Client::Options clientOptions(const ShellOptions& options) {
     client.dealsPerSecond = options.dealRate;
     client.dealSeed = options.dealSeed;
     client.bodyLimit = options.bodyLimit;
+    client.reportsCrashes = true;
     for (const Fault& fault : options.faults) {
         client.faults->add(fault);
     }
@@ -65,6 +66,7 @@ ExitCode openHome(const ShellOptions& options) {
     }
     LogFile::Options log;
     log.file = homeOf(options) + QStringLiteral("/log/client.log");
+    log.inDayFolders = true;
     log.debug = options.verbose || qEnvironmentVariableIsSet("VELMAR_LOG_DEBUG");
     log.onStderr = options.verbose;
     if (!LogFile::install(log, &error)) {
@@ -77,6 +79,11 @@ ExitCode openHome(const ShellOptions& options) {
 int columnsOfOutput() {
     return StatusLine::isTerminal() ? StatusLine::terminalColumns()
                                     : std::numeric_limits<int>::max();
+}
+
+bool drawsInPlace(const ShellOptions& options) {
+    const bool isLogBetween = options.verbose && StatusLine::isTerminal(stderr);
+    return StatusLine::isTerminal() && !isLogBetween && options.pluginFiles.isEmpty();
 }
 
 namespace {

@@ -23,6 +23,10 @@ ExitCode openHome(const ShellOptions& options);
 /// The columns of the terminal on stdout. Output to a file or a pipe is not cut.
 int columnsOfOutput();
 
+/// Whether figures are drawn in place again and again: stdout is a terminal, and neither the log
+/// nor the user's own plug-ins print lines in between.
+bool drawsInPlace(const ShellOptions& options);
+
 /// A client whose waits end with an interrupt.
 struct WatchedClient {
     explicit WatchedClient(const Client::Options& options, const Client::Listener& listener = {});

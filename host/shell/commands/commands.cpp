@@ -1,14 +1,21 @@
 #include "commands.h"
 
 #include <QElapsedTimer>
-#include <QTimer>
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 #include "client_run.h"
+#include "crash_round.h"
 #include "doctor_command.h"
+#include "history_questions.h"
+#include "live_view.h"
 #include "market_questions.h"
+#include "monitor_questions.h"
+#include "notice_questions.h"
 #include "output.h"
+#include "patches_command.h"
+#include "query_progress_view.h"
 #include "scenario_command.h"
 #include "start_up_wait.h"
 #include "status_line.h"
@@ -41,23 +48,6 @@ private:
     QElapsedTimer m_all;
 };
 
-void stayUp(Client& client) {
-    StatusLine line;
-    const bool live = StatusLine::isTerminal();
-    QTimer second;
-    QObject::connect(&second, &QTimer::timeout, &client.gate(), [&] {
-        if (live) {
-            line.draw(client.status());
-        }
-    });
-    if (live) {
-        line.draw(client.status());
-        second.start(1000);
-    }
-    client.gate().waitUntil(&InterruptWatch::hasCome, -1);
-    line.leave();
-}
-
 bool staysUp(const ShellOptions& options) {
     return options.staying == ShellOptions::Staying::Stay ||
            (options.staying == ShellOptions::Staying::ByTerminal && StatusLine::isTerminal());
@@ -71,6 +61,8 @@ int runMainJob(const ShellOptions& options) {
     Client::Options withPlugins = clientOptions(options);
     withPlugins.allPlugins = true;
     withPlugins.pluginFiles = options.pluginFiles;
+    const bool isLive = staysUp(options) && drawsInPlace(options);
+    withPlugins.keepsDeals = isLive;
     ProgressBar progress;
     Client::Listener listener;
     listener.stepEnded = [&steps](const QString& text) { steps.ended(text); };
@@ -91,7 +83,7 @@ int runMainJob(const ShellOptions& options) {
     steps.endedAll(QStringLiteral("in all, ready"));
     if (staysUp(options)) {
         printTo(stdout, QStringLiteral("running, Ctrl-C ends it"));
-        stayUp(client);
+        stayUp(watched, isLive);
     }
     client.stop();
     printTo(stdout, QStringLiteral("shut down"));
@@ -141,7 +133,13 @@ int runCall(const ShellOptions& options) {
         printError(error);
         return Failed;
     }
-    if (!client.call(*function, options.arguments, -1, &answer)) {
+    std::optional<QueryProgressView> view;
+    if (StatusLine::isTerminal(stderr)) {
+        view.emplace();
+    }
+    const bool isAnswered = client.call(*function, options.arguments, -1, &answer);
+    view.reset();
+    if (!isAnswered) {
         printError(QStringLiteral("interrupted"));
         return Failed;
     }
@@ -168,6 +166,16 @@ int runDoctor(const ShellOptions& options) {
         printTo(stdout, QStringLiteral("no problems found"));
     }
     return report.problems.isEmpty() ? Well : Failed;
+}
+
+/// Offline: the client reads the list at its next start.
+int runPatches(const ShellOptions& options) {
+    const PatchesCommand patches(homeOf(options));
+    const CommandAnswer answer = options.question == ShellOptions::Question::Apply
+                                     ? patches.apply(options.patch)
+                                     : patches.list(columnsOfOutput());
+    const ExitCode fault = faultOf(answer);
+    return fault == Well ? printAnswer(answer, options) : fault;
 }
 
 int listFunctions(const ShellOptions& options) {
@@ -199,6 +207,8 @@ int runCommand(const ShellOptions& options) {
             return runSymbols(options);
         case ShellOptions::Command::Rules:
             return runRules(options);
+        case ShellOptions::Command::Patches:
+            return runPatches(options);
         case ShellOptions::Command::Doctor:
             return runDoctor(options);
         case ShellOptions::Command::Ticks:
@@ -209,10 +219,34 @@ int runCommand(const ShellOptions& options) {
             return runProfit(options);
         case ShellOptions::Command::Value:
             return runValue(options);
+        case ShellOptions::Command::Messages:
+            return runMessages(options);
+        case ShellOptions::Command::Menus:
+            return runMenus(options);
+        case ShellOptions::Command::Risk:
+            return runRisk(options);
+        case ShellOptions::Command::History:
+            return runHistory(options);
+        case ShellOptions::Command::Calendar:
+            return runCalendar(options);
+        case ShellOptions::Command::Announcement:
+            return runAnnouncement(options);
+        case ShellOptions::Command::AnnualReport:
+            return runAnnualReport(options);
+        case ShellOptions::Command::Config:
+            return runConfig(options);
+        case ShellOptions::Command::Subscribe:
+            return runSubscribe(options);
+        case ShellOptions::Command::Monitor:
+            return runMonitor(options);
+        case ShellOptions::Command::Skin:
+            return runSkin(options);
         case ShellOptions::Command::Functions:
             return listFunctions(options);
         case ShellOptions::Command::Scenario:
             return runScenario(options, pluginsOf(options));
+        case ShellOptions::Command::Crash:
+            return runCrash(options);
         case ShellOptions::Command::Help:
             printTo(stdout, shellHelpText().trimmed());
             return Well;

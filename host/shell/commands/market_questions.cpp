@@ -20,7 +20,10 @@ constexpr int kTickWaitMs = 3000;
 RulesFacts gatherFacts(const ShellOptions& options, Client& client, const QVariantMap& tick) {
     RulesFacts facts = RulesFacts::ofPlatform(options.symbol);
     facts.cageWaitSeconds = kCageWaitSeconds;
-    client.awaitCage(kCageWaitSeconds * 1000);
+    // The new issues are loaded behind the cage and before the messages.
+    if (client.awaitCage(kCageWaitSeconds * 1000)) {
+        client.awaitMessages(kCageWaitSeconds * 1000);
+    }
     if (options.tickRate > 0) {
         client.gate().waitUntil([&tick] { return !tick.isEmpty() || InterruptWatch::hasCome(); },
                                 kTickWaitMs);

@@ -7,7 +7,8 @@
 /// A bounded run of numbers with their average: a value type, not for sharing between threads.
 class PLATFORM_API VelmarStatisticAssist {
 public:
-    /// Keeps the last `maxCount` numbers; an average counts as valid from `validMinCount` on.
+    /// Keeps the last `maxCount` numbers; an average counts as valid from `validMinCount` on. A run
+    /// that holds no number, such as one of a `maxCount` of 0, never has a valid average.
     VelmarStatisticAssist(int maxCount = 0, int validMinCount = 0);
 
     void AppendData(double value);

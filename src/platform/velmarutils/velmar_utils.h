@@ -7,6 +7,7 @@
 #include <QVariantMap>
 
 #include "platform_export.h"
+#include "velmarutils/sys_info.h"
 
 class ZnPresenterClass;
 
@@ -68,6 +69,12 @@ public:
     /// without an id.
     static int SendEventMsg(ZnPresenterClass* p, int eventId, const QVariant& body);
     static int SendEventMsg(ZnPresenterClass* p, const QString& eventName, const QVariant& body);
+    /// Puts a business message into the message centre: publishes EventMsgName::BUSI_MSG_ADD with
+    /// the strings as fields of the body's header, without those that are empty. Any thread; does
+    /// not block. `p` is the event's source; the host itself is when it is null.
+    static void PutBusiMsg(ZnPresenterClass* p, const QString& level, const QString& text,
+                           const QString& type, const QString& subType, const QString& itemName,
+                           const QString& itemValue, const QString& tradingAccount);
     /// The id of a named event, the same for every caller; 0 with a log line for an unknown name.
     static int GetTorviEventMsgIdByStr(const QString& name);
 
@@ -98,4 +105,37 @@ public:
 
     /// Re-applies the skin.
     static void ResetSkin();
+
+    /// A choice of the last login, a key of AutoLoginSetting; invalid when it was never made.
+    static QVariant GetAutoLoginSetting(const QString& key);
+    /// The version of the client, such as "1.2.0".
+    static QString GetAppVersion();
+    /// Downloads a file by a file, http or https address and gives it its name once it is whole,
+    /// replacing a file that has the name; its folder is made when missing. The flag is passed
+    /// true. Returns Quindar_Values::RequestExeStatus::success, or why it failed. At most 256 MiB
+    /// and 60 s; ends when the host closes. Blocks.
+    static QString DownloadFileByUrl(const QString& url, const QString& path, bool);
+
+    // The machine and this process. Any thread; they read small files of the system and do not
+    // wait. A value that the system does not give is -1 for a number and empty for a text; the
+    // functions that return bool return false when the system gives nothing.
+
+    /// The system's name with its release, such as "Debian GNU/Linux 12 (bookworm)", and the
+    /// release alone.
+    static bool GetOSVersion(QString& name, QString& version);
+    /// The screens as they were last seen on the application's thread, the default one first; empty
+    /// without a GUI.
+    static QList<SysScreenInfo> GetAllScreenInfo();
+    /// The user's setting "zoom", in percent; 100 when it is missing or another number than those
+    /// of the enumeration.
+    static ClientZoomType GetCurrentClientZoomType();
+    static bool GetSystemCpuStaticInfo(SysCpuInfo& info);
+    /// CPU in percent of the whole machine since the last sample, memory in MB; callers within a
+    /// second of a sample get that one.
+    static bool GetSysAndProcResourseInfo(SysAndProcRCInfo& info);
+    /// The threads of this process.
+    static int GetProcThreadCount();
+    /// Free and whole size in GB (2^30 bytes) of the file system that contains the user's files.
+    static double GetFreeSpaceOnTorviDisk();
+    static double GetDiskSizeOnTorviDisk();
 };

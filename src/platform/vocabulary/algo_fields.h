@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include "vocabulary/text_constant.h"
 
 /// Field names of the algorithm trading record.
 /// Such a record also carries common fields, so the keys are unique over all field namespaces.
@@ -8,7 +8,7 @@ namespace Algo_Fields {
 
 /// Fields of an algorithm instance.
 namespace VelmarStrategy {
-inline const QString instanceId = QStringLiteral("instanceId");
+VELMAR_TEXT(instanceId, "instanceId");
 }
 
 }  // namespace Algo_Fields

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QString>
+#include "vocabulary/text_constant.h"
 
 /// Connection states of a gate, as the body of a gate state event carries them.
 namespace NET_STATE {
 
-inline const QString CONNECTED = QStringLiteral("CONNECTED");
-inline const QString CONNECTTING = QStringLiteral("CONNECTTING");
-inline const QString NOCONNECT = QStringLiteral("NOCONNECT");
+VELMAR_TEXT(CONNECTED, "CONNECTED");
+VELMAR_TEXT(CONNECTTING, "CONNECTTING");
+VELMAR_TEXT(NOCONNECT, "NOCONNECT");
 
 }  // namespace NET_STATE

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <QString>
+#include "vocabulary/text_constant.h"
 
 /// Ids of other plug-ins, used as the destination of an event.
 namespace PluginID {
 
-inline const QString BOTTOM_WIDGET = QStringLiteral("ZNApp.BottomWidget");
-inline const QString PLUGINNET_GLOBALID = QStringLiteral("ZNApp.PluginNet");
+VELMAR_TEXT(BOTTOM_WIDGET, "ZNApp.BottomWidget");
+VELMAR_TEXT(PLUGINNET_GLOBALID, "ZNApp.PluginNet");
 
 }  // namespace PluginID

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <QString>
+#include "vocabulary/text_constant.h"
 
 /// Property keys of a plug-in object; the text of a menu's position uses the same keys.
 namespace PluginPropety {
 
-inline const QString CONTAINERID = QStringLiteral("containerId");
-inline const QString MENUID = QStringLiteral("menuId");
-inline const QString MENUSCREENHEIGHT = QStringLiteral("menuScreenHeight");
-inline const QString MENUSCREENWIDTH = QStringLiteral("menuScreenWidth");
-inline const QString PLUGINCUSTOMPROPERTITY = QStringLiteral("customProperty");
-inline const QString PLUGININSTANCE_ID = QStringLiteral("pluginInstanceId");
-inline const QString PLUGIN_ID = QStringLiteral("pluginId");
+VELMAR_TEXT(CONTAINERID, "containerId");
+VELMAR_TEXT(MENUID, "menuId");
+VELMAR_TEXT(MENUSCREENHEIGHT, "menuScreenHeight");
+VELMAR_TEXT(MENUSCREENWIDTH, "menuScreenWidth");
+VELMAR_TEXT(PLUGINCUSTOMPROPERTITY, "customProperty");
+VELMAR_TEXT(PLUGININSTANCE_ID, "pluginInstanceId");
+VELMAR_TEXT(PLUGIN_ID, "pluginId");
 
 }  // namespace PluginPropety

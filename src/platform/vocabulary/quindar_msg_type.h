@@ -1,24 +1,24 @@
 #pragma once
 
-#include <QString>
+#include "vocabulary/text_constant.h"
 
 /// Message types of requests and pushes that the whole client family shares.
 /// A type is unique over all namespaces of message types, because handlers are found by it alone.
 namespace Quindar_MsgType {
 
-inline const QString getUserProfileDataRequest = QStringLiteral("getUserProfileDataRequest");
-inline const QString menuConfigurationRequest = QStringLiteral("menuConfigurationRequest");
-inline const QString newOrderList = QStringLiteral("newOrderList");
-inline const QString orderCancelRequest = QStringLiteral("orderCancelRequest");
-inline const QString subscribeTopicRequest = QStringLiteral("subscribeTopicRequest");
-inline const QString sysConfigRequest = QStringLiteral("sysConfigRequest");
+VELMAR_TEXT(getUserProfileDataRequest, "getUserProfileDataRequest");
+VELMAR_TEXT(menuConfigurationRequest, "menuConfigurationRequest");
+VELMAR_TEXT(newOrderList, "newOrderList");
+VELMAR_TEXT(orderCancelRequest, "orderCancelRequest");
+VELMAR_TEXT(subscribeTopicRequest, "subscribeTopicRequest");
+VELMAR_TEXT(sysConfigRequest, "sysConfigRequest");
 
 /// Types of the quant family.
 namespace quant {
-inline const QString GetUserRequest = QStringLiteral("quantGetUserRequest");
+VELMAR_TEXT(GetUserRequest, "quantGetUserRequest");
 }
 
 // Also available beside the other types, under the short name that code uses.
-inline const QString quant_GetUserRequest = quant::GetUserRequest;
+VELMAR_CONSTANT(QString, quant_GetUserRequest, quant::GetUserRequest);
 
 }  // namespace Quindar_MsgType

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include "vocabulary/text_constant.h"
 
 /// Fixed field values that the whole client family shares.
 /// Codes that become part of composed keys contain none of the characters that join such keys.
@@ -8,152 +8,152 @@ namespace Quindar_Values {
 
 /// State of an account; "0" is an account in normal use.
 namespace AccountStatus {
-inline const QString freezing = QStringLiteral("1");
+VELMAR_TEXT(freezing, "1");
 }
 
 /// Kind of change to a profile.
 namespace AlterType {
-inline const QString create = QStringLiteral("create");
+VELMAR_TEXT(create, "create");
 }
 
 /// Authority kinds on an account.
 namespace AuthorityType {
-inline const QString AccountAuthority = QStringLiteral("AccountAuthority");
-inline const QString AccountEdit = QStringLiteral("AccountEdit");
-inline const QString AccountQuery = QStringLiteral("AccountQuery");
-inline const QString AccountSubscribe = QStringLiteral("AccountSubscribe");
-inline const QString AccountTrade = QStringLiteral("AccountTrade");
+VELMAR_TEXT(AccountAuthority, "AccountAuthority");
+VELMAR_TEXT(AccountEdit, "AccountEdit");
+VELMAR_TEXT(AccountQuery, "AccountQuery");
+VELMAR_TEXT(AccountSubscribe, "AccountSubscribe");
+VELMAR_TEXT(AccountTrade, "AccountTrade");
 }  // namespace AuthorityType
 
 /// Keys of an abnormal exit record; that of the dump is also a key of the board.
 namespace ClientMonitor {
-inline const QString TagCallStack = QStringLiteral("TagCallStack");
-inline const QString TagDump = QStringLiteral("TagDump");
+VELMAR_TEXT(TagCallStack, "TagCallStack");
+VELMAR_TEXT(TagDump, "TagDump");
 }  // namespace ClientMonitor
 
 /// Names of performance items, which are keys of the board.
 namespace ClientPerformItem {
-inline const QString DealCount = QStringLiteral("DealCount");
-inline const QString OrderCount = QStringLiteral("OrderCount");
-inline const QString PositionCount = QStringLiteral("PositionCount");
+VELMAR_TEXT(DealCount, "DealCount");
+VELMAR_TEXT(OrderCount, "OrderCount");
+VELMAR_TEXT(PositionCount, "PositionCount");
 }  // namespace ClientPerformItem
 
 /// Item names of client information uploads.
 namespace ClinetInfoUpload {
-inline const QString AutoUpdateError = QStringLiteral("AutoUpdateError");
+VELMAR_TEXT(AutoUpdateError, "AutoUpdateError");
 // The same item as in the values of the client family.
-inline const QString ClientErrorInfo = QStringLiteral("ClientErrorInfo");
-inline const QString SystemButtomClicked = QStringLiteral("SystemButtomClicked");
-inline const QString UserOperRecord = QStringLiteral("UserOperRecord");
+VELMAR_TEXT(ClientErrorInfo, "ClientErrorInfo");
+VELMAR_TEXT(SystemButtomClicked, "SystemButtomClicked");
+VELMAR_TEXT(UserOperRecord, "UserOperRecord");
 
 /// Error kinds of client information uploads; both are also keys of the board.
 namespace ClientErrorType {
-inline const QString ComputerResume = QStringLiteral("ComputerResume");
-inline const QString ComputerSuspend = QStringLiteral("ComputerSuspend");
+VELMAR_TEXT(ComputerResume, "ComputerResume");
+VELMAR_TEXT(ComputerSuspend, "ComputerSuspend");
 }  // namespace ClientErrorType
 }  // namespace ClinetInfoUpload
 
 /// The two cancels are different values of different fields: the first marks a cancelling
 /// entrust, the second a deal that reports a cancellation.
 namespace EntrustType {
-inline const QString CancelOrder = QStringLiteral("F");
-inline const QString cancelOrder = QStringLiteral("4");
+VELMAR_TEXT(CancelOrder, "F");
+VELMAR_TEXT(cancelOrder, "4");
 }  // namespace EntrustType
 
 /// Exchange codes.
 namespace Exchange {
-inline const QString cffex = QStringLiteral("7");
-inline const QString czce = QStringLiteral("4");
-inline const QString dcz = QStringLiteral("5");
-inline const QString hhk = QStringLiteral("G");
-inline const QString hk = QStringLiteral("K");
-inline const QString sh = QStringLiteral("1");
-inline const QString shf = QStringLiteral("6");
-inline const QString ssc = QStringLiteral("C");
-inline const QString sz = QStringLiteral("2");
-inline const QString szc = QStringLiteral("D");
-inline const QString szhk = QStringLiteral("S");
-inline const QString yhj = QStringLiteral("Y");
+VELMAR_TEXT(cffex, "7");
+VELMAR_TEXT(czce, "4");
+VELMAR_TEXT(dcz, "5");
+VELMAR_TEXT(hhk, "G");
+VELMAR_TEXT(hk, "K");
+VELMAR_TEXT(sh, "1");
+VELMAR_TEXT(shf, "6");
+VELMAR_TEXT(ssc, "C");
+VELMAR_TEXT(sz, "2");
+VELMAR_TEXT(szc, "D");
+VELMAR_TEXT(szhk, "S");
+VELMAR_TEXT(yhj, "Y");
 }  // namespace Exchange
 
 /// Market data security types.
 namespace MdcSecurityType {
-inline const QString BondType = QStringLiteral("3");
-inline const QString FundType = QStringLiteral("8");
-inline const QString FuturesType = QStringLiteral("5");
-inline const QString OptionType = QStringLiteral("6");
-inline const QString StockType = QStringLiteral("2");
+VELMAR_TEXT(BondType, "3");
+VELMAR_TEXT(FundType, "8");
+VELMAR_TEXT(FuturesType, "5");
+VELMAR_TEXT(OptionType, "6");
+VELMAR_TEXT(StockType, "2");
 }  // namespace MdcSecurityType
 
 /// Market data security subtypes. Five digits: two for the type, three within it, so that no
 /// subtype can be taken for a type where a rule table is keyed by either.
 namespace MdcSubSecurityType {
-inline const QString Asharenewsharesbid = QStringLiteral("02900");
-inline const QString Assetbackedsecurities = QStringLiteral("03500");
-inline const QString Convertiblebond = QStringLiteral("03200");
-inline const QString Gemstock = QStringLiteral("02100");
-inline const QString Pledgetypetreasurybondrepurchase = QStringLiteral("03310");
-inline const QString Thecorporatebondpledgedrepo = QStringLiteral("03320");
-inline const QString TradingopenindexfundETF = QStringLiteral("08100");
+VELMAR_TEXT(Asharenewsharesbid, "02900");
+VELMAR_TEXT(Assetbackedsecurities, "03500");
+VELMAR_TEXT(Convertiblebond, "03200");
+VELMAR_TEXT(Gemstock, "02100");
+VELMAR_TEXT(Pledgetypetreasurybondrepurchase, "03310");
+VELMAR_TEXT(Thecorporatebondpledgedrepo, "03320");
+VELMAR_TEXT(TradingopenindexfundETF, "08100");
 }  // namespace MdcSubSecurityType
 
 /// Kind of a menu.
 namespace MenuType {
-inline const QString client = QStringLiteral("client");
+VELMAR_TEXT(client, "client");
 }
 
 /// Order types.
 namespace OrderType {
-inline const QString market = QStringLiteral("1");
+VELMAR_TEXT(market, "1");
 }
 
 /// Order price types.
 namespace PriceType {
-inline const QString fixedPriceAfterMarket = QStringLiteral("FIXAFTER");
-inline const QString limitPriceAllDealOrCancel = QStringLiteral("LIMITFOK");
-inline const QString shDealOrCancel5 = QStringLiteral("SH5CANCEL");
-inline const QString shDealOrbeLimit5 = QStringLiteral("SH5LIMIT");
-inline const QString szAllDealOrCancel = QStringLiteral("SZFOK");
-inline const QString szDealOrCancel = QStringLiteral("SZIOC");
-inline const QString szDealOrCancel5 = QStringLiteral("SZ5CANCEL");
-inline const QString szOpponentOptimization = QStringLiteral("SZOPPOSITE");
-inline const QString szSelfOptimization = QStringLiteral("SZOWN");
+VELMAR_TEXT(fixedPriceAfterMarket, "FIXAFTER");
+VELMAR_TEXT(limitPriceAllDealOrCancel, "LIMITFOK");
+VELMAR_TEXT(shDealOrCancel5, "SH5CANCEL");
+VELMAR_TEXT(shDealOrbeLimit5, "SH5LIMIT");
+VELMAR_TEXT(szAllDealOrCancel, "SZFOK");
+VELMAR_TEXT(szDealOrCancel, "SZIOC");
+VELMAR_TEXT(szDealOrCancel5, "SZ5CANCEL");
+VELMAR_TEXT(szOpponentOptimization, "SZOPPOSITE");
+VELMAR_TEXT(szSelfOptimization, "SZOWN");
 }  // namespace PriceType
 
 /// Status of an answer.
 namespace RequestExeStatus {
-inline const QString success = QStringLiteral("0");
+VELMAR_TEXT(success, "0");
 }
 
 /// Where a security id comes from.
 namespace SecurityIDSource {
-inline const QString securityID = QStringLiteral("8");
+VELMAR_TEXT(securityID, "8");
 }
 
 /// What a subscription request asks for.
 namespace SubscribeType {
-inline const QString subscribe = QStringLiteral("1");
+VELMAR_TEXT(subscribe, "1");
 }
 
 /// Symbol suffixes, behind the dot of a symbol.
 namespace SymbolPost {
-inline const QString cffex = QStringLiteral("CFE");
-inline const QString czce = QStringLiteral("CZC");
-inline const QString dce = QStringLiteral("DCE");
-inline const QString hk = QStringLiteral("HK");
-inline const QString sh = QStringLiteral("SH");
-inline const QString shf = QStringLiteral("SHF");
-inline const QString sz = QStringLiteral("SZ");
+VELMAR_TEXT(cffex, "CFE");
+VELMAR_TEXT(czce, "CZC");
+VELMAR_TEXT(dce, "DCE");
+VELMAR_TEXT(hk, "HK");
+VELMAR_TEXT(sh, "SH");
+VELMAR_TEXT(shf, "SHF");
+VELMAR_TEXT(sz, "SZ");
 }  // namespace SymbolPost
 
 /// State of a user.
 namespace UserStatus {
-inline const QString good = QStringLiteral("1");
+VELMAR_TEXT(good, "1");
 }
 
 /// Where an order comes from.
 namespace orderFlowType {
-inline const QString instructionOrder = QStringLiteral("instruction");
+VELMAR_TEXT(instructionOrder, "instruction");
 }
 
 }  // namespace Quindar_Values

@@ -1,47 +1,48 @@
 #pragma once
 
-#include <QString>
 #include <array>
+
+#include "vocabulary/text_constant.h"
 
 /// Keys of a tick. Prices are doubles in the security's currency, quantities qlonglong in shares or
 /// contracts; a price or quantity of 0 means that it is missing.
 namespace TickField {
 
-inline const QString symbol = QStringLiteral("Symbol");
+VELMAR_TEXT(symbol, "Symbol");
 /// The phase of the day as a text, see TickPhase.
-inline const QString phase = QStringLiteral("TradingPhaseCode");
+VELMAR_TEXT(phase, "TradingPhaseCode");
 /// Date and time of the tick, a QDateTime.
-inline const QString time = QStringLiteral("TickTime");
+VELMAR_TEXT(time, "TickTime");
 
 /// Price of the last deal; the previous close until the day's first deal.
-inline const QString lastPrice = QStringLiteral("LastPx");
-inline const QString previousClose = QStringLiteral("PreClosePx");
+VELMAR_TEXT(lastPrice, "LastPx");
+VELMAR_TEXT(previousClose, "PreClosePx");
 /// The day's limits; without limits `maxPrice` is kNoUpperLimit and `minPrice` one step.
-inline const QString maxPrice = QStringLiteral("MaxPx");
-inline const QString minPrice = QStringLiteral("MinPx");
+VELMAR_TEXT(maxPrice, "MaxPx");
+VELMAR_TEXT(minPrice, "MinPx");
 /// 0 until the day's first deal, like the totals.
-inline const QString openPrice = QStringLiteral("OpenPx");
-inline const QString highPrice = QStringLiteral("HighPx");
-inline const QString lowPrice = QStringLiteral("LowPx");
-inline const QString totalQty = QStringLiteral("TotalQty");
-inline const QString totalAmount = QStringLiteral("TotalAmount");
-inline const QString dealCount = QStringLiteral("DealCount");
+VELMAR_TEXT(openPrice, "OpenPx");
+VELMAR_TEXT(highPrice, "HighPx");
+VELMAR_TEXT(lowPrice, "LowPx");
+VELMAR_TEXT(totalQty, "TotalQty");
+VELMAR_TEXT(totalAmount, "TotalAmount");
+VELMAR_TEXT(dealCount, "DealCount");
 
 constexpr int kLevels = 5;
+using LevelKeys = std::array<QString, kLevels>;
 /// The five levels of either side, the best one first.
-inline const std::array<QString, kLevels> buyPrice{
-    QStringLiteral("Buy1Price"), QStringLiteral("Buy2Price"), QStringLiteral("Buy3Price"),
-    QStringLiteral("Buy4Price"), QStringLiteral("Buy5Price")};
-inline const std::array<QString, kLevels> sellPrice{
-    QStringLiteral("Sell1Price"), QStringLiteral("Sell2Price"), QStringLiteral("Sell3Price"),
-    QStringLiteral("Sell4Price"), QStringLiteral("Sell5Price")};
-inline const std::array<QString, kLevels> buyQty{
-    QStringLiteral("Buy1OrderQty"), QStringLiteral("Buy2OrderQty"), QStringLiteral("Buy3OrderQty"),
-    QStringLiteral("Buy4OrderQty"), QStringLiteral("Buy5OrderQty")};
-inline const std::array<QString, kLevels> sellQty{
-    QStringLiteral("Sell1OrderQty"), QStringLiteral("Sell2OrderQty"),
-    QStringLiteral("Sell3OrderQty"), QStringLiteral("Sell4OrderQty"),
-    QStringLiteral("Sell5OrderQty")};
+VELMAR_CONSTANT(LevelKeys, buyPrice, QStringLiteral("Buy1Price"), QStringLiteral("Buy2Price"),
+                QStringLiteral("Buy3Price"), QStringLiteral("Buy4Price"),
+                QStringLiteral("Buy5Price"));
+VELMAR_CONSTANT(LevelKeys, sellPrice, QStringLiteral("Sell1Price"), QStringLiteral("Sell2Price"),
+                QStringLiteral("Sell3Price"), QStringLiteral("Sell4Price"),
+                QStringLiteral("Sell5Price"));
+VELMAR_CONSTANT(LevelKeys, buyQty, QStringLiteral("Buy1OrderQty"), QStringLiteral("Buy2OrderQty"),
+                QStringLiteral("Buy3OrderQty"), QStringLiteral("Buy4OrderQty"),
+                QStringLiteral("Buy5OrderQty"));
+VELMAR_CONSTANT(LevelKeys, sellQty, QStringLiteral("Sell1OrderQty"),
+                QStringLiteral("Sell2OrderQty"), QStringLiteral("Sell3OrderQty"),
+                QStringLiteral("Sell4OrderQty"), QStringLiteral("Sell5OrderQty"));
 
 /// The `maxPrice` of a day without an upper limit. Readers take every `maxPrice` above
 /// kHighestLimit for "no limit".
@@ -52,11 +53,11 @@ constexpr double kHighestLimit = 1e7;
 
 /// Values of "TradingPhaseCode", in the order of the day.
 namespace TickPhase {
-inline const QString beforeOpen = QStringLiteral("0");
-inline const QString openingAuction = QStringLiteral("1");
-inline const QString afterAuction = QStringLiteral("2");  ///< matched; no orders are taken yet
-inline const QString continuous = QStringLiteral("3");
-inline const QString midBreak = QStringLiteral("4");
-inline const QString closingAuction = QStringLiteral("5");
-inline const QString closed = QStringLiteral("6");
+VELMAR_TEXT(beforeOpen, "0");
+VELMAR_TEXT(openingAuction, "1");
+VELMAR_TEXT(afterAuction, "2");  ///< matched; no orders are taken yet
+VELMAR_TEXT(continuous, "3");
+VELMAR_TEXT(midBreak, "4");
+VELMAR_TEXT(closingAuction, "5");
+VELMAR_TEXT(closed, "6");
 }  // namespace TickPhase

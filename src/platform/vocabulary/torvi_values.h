@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include "vocabulary/text_constant.h"
 
 /// Inner fund properties and the two exchanges of A shares.
 namespace Torvi_Values {
@@ -16,8 +16,8 @@ inline constexpr int optionTrade = 4;
 
 /// Codes of the two exchanges, the same as in the common exchange codes.
 namespace Torvi_SecurityExchange {
-inline const QString SH = QStringLiteral("1");
-inline const QString SZ = QStringLiteral("2");
+VELMAR_TEXT(SH, "1");
+VELMAR_TEXT(SZ, "2");
 }  // namespace Torvi_SecurityExchange
 
 }  // namespace Torvi_Values

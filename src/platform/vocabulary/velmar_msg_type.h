@@ -1,56 +1,46 @@
 #pragma once
 
-#include <QString>
+#include "vocabulary/text_constant.h"
 
 /// Message types of this client family.
 /// A push type is also a subscription topic, whose key is cut at the first underscore, so no type
 /// may contain one.
 namespace Velmar_MsgType {
 
-inline const QString AlterClientPatchInfoRequest = QStringLiteral("AlterClientPatchInfoRequest");
-inline const QString BusiHeartBeatRequest = QStringLiteral("BusiHeartBeatRequest");
-inline const QString BusiHeartBeatResponse = QStringLiteral("BusiHeartBeatResponse");
-inline const QString ClientInfoUploadAPMRequest = QStringLiteral("ClientInfoUploadAPMRequest");
-inline const QString ClientInfoUploadRequest = QStringLiteral("ClientInfoUploadRequest");
-inline const QString ClientPatchInfoPush = QStringLiteral("ClientPatchInfoPush");
-inline const QString HKPriceUnitRequest = QStringLiteral("HKPriceUnitRequest");
-inline const QString HKStockExchangeRateRequest = QStringLiteral("HKStockExchangeRateRequest");
-inline const QString MessageCenterPushMsg = QStringLiteral("MessageCenterPushMsg");
-inline const QString QueryClientPatchInfoRequest = QStringLiteral("QueryClientPatchInfoRequest");
-inline const QString QueryMonitorSymbolsRequest = QStringLiteral("QueryMonitorSymbolsRequest");
-inline const QString QueryPanfenFlowRequest = QStringLiteral("QueryPanfenFlowRequest");
-inline const QString QueryRiskSecurityFlagInfoRequest =
-    QStringLiteral("QueryRiskSecurityFlagInfoRequest");
-inline const QString alterAccountAuthPermRequest = QStringLiteral("alterAccountAuthPermRequest");
-inline const QString alterAllUserProfileDataAndSendKafkaRequest =
-    QStringLiteral("alterAllUserProfileDataAndSendKafkaRequest");
-inline const QString getAccountAuthPermRequest = QStringLiteral("getAccountAuthPermRequest");
-inline const QString getAnnualReportRequest = QStringLiteral("getAnnualReportRequest");
-inline const QString getSysConfigRequest = QStringLiteral("getSysConfigRequest");
-inline const QString getSysMenuRequest = QStringLiteral("getSysMenuRequest");
-inline const QString getSysTradeDateByInitDateRequest =
-    QStringLiteral("getSysTradeDateByInitDateRequest");
-inline const QString getSysTradeDateByScopeRequest =
-    QStringLiteral("getSysTradeDateByScopeRequest");
-inline const QString getSysUserTradingPermRequest = QStringLiteral("getSysUserTradingPermRequest");
-inline const QString queryBusiMessagesRequest = QStringLiteral("queryBusiMessagesRequest");
-inline const QString queryHistoryAppraisementRequest =
-    QStringLiteral("queryHistoryAppraisementRequest");
-inline const QString queryHistoryAssetDeliveryRequest =
-    QStringLiteral("queryHistoryAssetDeliveryRequest");
-inline const QString queryHistoryExchangeOrderRequest =
-    QStringLiteral("queryHistoryExchangeOrderRequest");
-inline const QString queryHistoryExecutionRequest = QStringLiteral("queryHistoryExecutionRequest");
-inline const QString queryHistoryMarginFundRequest =
-    QStringLiteral("queryHistoryMarginFundRequest");
-inline const QString queryHistoryNormalFundRequest =
-    QStringLiteral("queryHistoryNormalFundRequest");
-inline const QString queryHistoryProfitRequest = QStringLiteral("queryHistoryProfitRequest");
-inline const QString queryProductDataVersionRequest =
-    QStringLiteral("queryProductDataVersionRequest");
-inline const QString queryProductRiskInfoRequest = QStringLiteral("queryProductRiskInfoRequest");
-inline const QString queryTodayNormalFundRequest = QStringLiteral("queryTodayNormalFundRequest");
-inline const QString salesTradeRealGatherHistoryRequest =
-    QStringLiteral("salesTradeRealGatherHistoryRequest");
+VELMAR_TEXT(AlterClientPatchInfoRequest, "AlterClientPatchInfoRequest");
+VELMAR_TEXT(BusiHeartBeatRequest, "BusiHeartBeatRequest");
+VELMAR_TEXT(BusiHeartBeatResponse, "BusiHeartBeatResponse");
+VELMAR_TEXT(ClientInfoUploadAPMRequest, "ClientInfoUploadAPMRequest");
+VELMAR_TEXT(ClientInfoUploadRequest, "ClientInfoUploadRequest");
+VELMAR_TEXT(ClientPatchInfoPush, "ClientPatchInfoPush");
+VELMAR_TEXT(HKPriceUnitRequest, "HKPriceUnitRequest");
+VELMAR_TEXT(HKStockExchangeRateRequest, "HKStockExchangeRateRequest");
+VELMAR_TEXT(MessageCenterPushMsg, "MessageCenterPushMsg");
+VELMAR_TEXT(QueryClientPatchInfoRequest, "QueryClientPatchInfoRequest");
+VELMAR_TEXT(QueryMonitorSymbolsRequest, "QueryMonitorSymbolsRequest");
+VELMAR_TEXT(QueryPanfenFlowRequest, "QueryPanfenFlowRequest");
+VELMAR_TEXT(QueryRiskSecurityFlagInfoRequest, "QueryRiskSecurityFlagInfoRequest");
+VELMAR_TEXT(alterAccountAuthPermRequest, "alterAccountAuthPermRequest");
+VELMAR_TEXT(alterAllUserProfileDataAndSendKafkaRequest,
+            "alterAllUserProfileDataAndSendKafkaRequest");
+VELMAR_TEXT(getAccountAuthPermRequest, "getAccountAuthPermRequest");
+VELMAR_TEXT(getAnnualReportRequest, "getAnnualReportRequest");
+VELMAR_TEXT(getSysConfigRequest, "getSysConfigRequest");
+VELMAR_TEXT(getSysMenuRequest, "getSysMenuRequest");
+VELMAR_TEXT(getSysTradeDateByInitDateRequest, "getSysTradeDateByInitDateRequest");
+VELMAR_TEXT(getSysTradeDateByScopeRequest, "getSysTradeDateByScopeRequest");
+VELMAR_TEXT(getSysUserTradingPermRequest, "getSysUserTradingPermRequest");
+VELMAR_TEXT(queryBusiMessagesRequest, "queryBusiMessagesRequest");
+VELMAR_TEXT(queryHistoryAppraisementRequest, "queryHistoryAppraisementRequest");
+VELMAR_TEXT(queryHistoryAssetDeliveryRequest, "queryHistoryAssetDeliveryRequest");
+VELMAR_TEXT(queryHistoryExchangeOrderRequest, "queryHistoryExchangeOrderRequest");
+VELMAR_TEXT(queryHistoryExecutionRequest, "queryHistoryExecutionRequest");
+VELMAR_TEXT(queryHistoryMarginFundRequest, "queryHistoryMarginFundRequest");
+VELMAR_TEXT(queryHistoryNormalFundRequest, "queryHistoryNormalFundRequest");
+VELMAR_TEXT(queryHistoryProfitRequest, "queryHistoryProfitRequest");
+VELMAR_TEXT(queryProductDataVersionRequest, "queryProductDataVersionRequest");
+VELMAR_TEXT(queryProductRiskInfoRequest, "queryProductRiskInfoRequest");
+VELMAR_TEXT(queryTodayNormalFundRequest, "queryTodayNormalFundRequest");
+VELMAR_TEXT(salesTradeRealGatherHistoryRequest, "salesTradeRealGatherHistoryRequest");
 
 }  // namespace Velmar_MsgType

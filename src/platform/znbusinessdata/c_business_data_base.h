@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QList>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -63,6 +64,15 @@ public:
     QString getClientOrderID();
     /// The server-aligned clock.
     QDateTime getCurrentBusinessDateTime() const;
+    /// How far that clock is ahead of the machine's, in milliseconds.
+    qint64 getCurrentBusinessDateTimeDiff() const;
+
+    /// The errors met while reading the static database since the last call: how often each text
+    /// came up. Rows that cannot be used are counted by kind and section, not by row.
+    QMap<QString, int> GetStaticInfoDbErrorInfo();
+    /// The records that were loaded from the local static database and can be used: the
+    /// configuration, and the reference rows that were read so far. 0 without such a database.
+    int GetLoadLocalStaticDbRecordCount() const;
     /// The account ids at the upper levels of the tree, each once, in the server's order.
     QStringList GetInvestorAccountList() const;
     QStringList GetProductAccountList() const;

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QString>
 #include <QVariant>
+#include <QVariantList>
 #include <QVariantMap>
 
 #include "platform_export.h"
@@ -34,6 +35,6 @@ public:
     const QVariant GetPackedMsg(bool compressed);
 
 private:
-    QList<QVariantMap> m_rows;
+    QVariantList m_rows;  // of records, and of rows that are being written
     int m_current = 0;
 };

@@ -52,7 +52,8 @@ public:
     /// The same; `wait` adds that many milliseconds to the time-out and is always passed as 0.
     int sendRequest_Sync_Block(CMessageCommon* msg, QVariant& response, unsigned long wait);
     /// Sends and returns; takes the message's ownership. The answer reaches ProcResponseMsg, if one
-    /// comes. Returns 0 when the message was sent, 2 when it could not be.
+    /// comes, however late. Returns 0 when the message was sent, 2 when it could not be, or while
+    /// tens of thousands of such requests have no answer.
     int sendRequest_Async(CMessageCommon* msg);
 
     /// Sets the standing time-out of requests in seconds, 10 at first. A number below 1 is refused

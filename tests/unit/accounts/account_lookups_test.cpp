@@ -51,6 +51,31 @@ class AccountLookupsTest : public QObject {
     Q_OBJECT
 
 private slots:
+    void accountsOfType_keepsOrderAndRepetitions() {
+        AccountState state;
+        {
+            const auto tables = state.m_accountLock.write();
+            const QMap<QString, QString> types{{"C1", FundAccountType::Cash},
+                                               {"C2", FundAccountType::Cash},
+                                               {"M1", FundAccountType::Credit},
+                                               {"none", QString()}};
+            for (auto type = types.cbegin(); type != types.cend(); ++type) {
+                tagUserAccountInfo record;
+                record.tradingAccount = type.key();
+                record.fundAccountType = type.value();
+                tables->m_accountInfoMap.insert(type.key(), record);
+            }
+        }
+        // The tables are not loaded yet, and the question does not wait for that.
+        const LookupsOver lookups(state);
+        const QStringList given{"C2", "M1", "unknown", "", "none", "C1", "C2"};
+        QCOMPARE(lookups.accountsOfType(given, FundAccountType::Cash),
+                 (QStringList{"C2", "C1", "C2"}));
+        QCOMPARE(lookups.accountsOfType(given, FundAccountType::Credit), QStringList{"M1"});
+        QCOMPARE(lookups.accountsOfType({}, FundAccountType::Cash), QStringList());
+        QCOMPARE(lookups.accountsOfType({"unknown", ""}, FundAccountType::Cash), QStringList());
+    }
+
     void record_unknownAccount_isDefault() {
         AccountState state;
         fill(state, {{"A"}});

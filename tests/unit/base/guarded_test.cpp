@@ -1,4 +1,5 @@
 #include <QtTest>
+#include <algorithm>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -50,6 +51,7 @@ static_assert(
 
 constexpr const char* kWrongOrder = "--wrong-order";
 constexpr const char* kUseAfterUnlock = "--use-after-unlock";
+constexpr const char* kLockAtExit = "--lock-at-exit";
 
 void takeInTheWrongOrder() {
     Guarded<Tables> outer("m_outer", LockRank::Account);
@@ -64,6 +66,29 @@ void useAfterUnlock() {
     tables.unlock();
     tables->left = 1;
 }
+
+/// Takes a lock when the process exits, after the main thread's own variables were destroyed. What
+/// it allocates in between would get the memory of a record of held locks that was freed.
+class LocksAtExit {
+public:
+    LocksAtExit() { const auto tables = m_guard.write(); }
+    ~LocksAtExit() {
+        std::vector<std::vector<char>> blocks;
+        for (int size = 8; size <= 1024; size += 8) {
+            blocks.emplace_back(size, 'a');
+        }
+        { const auto tables = m_guard.write(); }
+        for (const std::vector<char>& block : blocks) {
+            if (std::count(block.cbegin(), block.cend(), 'a') != qint64(block.size())) {
+                qFatal("a lock at exit wrote to memory of others");
+            }
+        }
+    }
+    Q_DISABLE_COPY(LocksAtExit)
+
+private:
+    Guarded<Tables> m_guard{"guard", LockRank::Account};
+};
 
 }  // namespace
 
@@ -136,6 +161,11 @@ private slots:
                  qPrintable(child.output));
     }
 
+    void write_byAStaticObjectsDestructor_leavesOtherMemoryAlone() {
+        const ChildResult child = runChild(QCoreApplication::applicationFilePath(), {kLockAtExit});
+        QVERIFY2(child.succeeded(), qPrintable(child.output));
+    }
+
     void unlock_twice_releasesOnce() {
         MutexGuard guard("guard", LockRank::Account);
         auto first = guard.lock();
@@ -189,6 +219,10 @@ int main(int argc, char** argv) {
     }
     if (argc == 2 && QByteArray(argv[1]) == kUseAfterUnlock) {
         useAfterUnlock();
+        return 0;
+    }
+    if (argc == 2 && QByteArray(argv[1]) == kLockAtExit) {
+        static const LocksAtExit locks;
         return 0;
     }
     const QCoreApplication app(argc, argv);

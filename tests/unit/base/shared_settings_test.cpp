@@ -3,10 +3,12 @@
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QThread>
 #include <QtTest>
 
 #include "child_process.h"
 #include "log_capture.h"
+#include "run_on_thread.h"
 
 namespace {
 
@@ -66,6 +68,124 @@ private slots:
         QCOMPARE(settings.lockedValue("T1").toString(), QString("one"));
         settings.lockedSetValue("T3", "three");
         QCOMPARE(log.texts(QtWarningMsg).filter(kNotWritten).size(), 2);
+    }
+
+    void clear_groupsAndKeys_emptiesTheFileAtOnce() {
+        const QTemporaryDir dir;
+        SharedSettings settings(dir.filePath("a.cfg"), nullptr);
+        settings.lockedSetValues({{"T1", "one"}, {"group/T2", "two"}});
+        const LogCapture log;
+        settings.lockedClear();
+        QVERIFY(settings.lockedAll().isEmpty());
+        QVERIFY(!contentOf(settings.file()).contains("one"));
+        QVERIFY(!contentOf(settings.file()).contains("two"));
+        QVERIFY(!log.contains(kNotWritten));
+        settings.lockedSetValue("T3", "three");
+        QCOMPARE(settings.lockedAll(), (QVariantMap{{"T3", "three"}}));
+    }
+
+    void clear_keyOfAnotherProcess_isRemovedToo() {
+        const QTemporaryDir dir;
+        SharedSettings settings(dir.filePath("a.cfg"), nullptr);
+        settings.lockedSetValue("T1", "one");
+        QFile file(settings.file());
+        QVERIFY(file.open(QFile::Append));
+        QVERIFY(file.write("\n[group]\nT2=two\n") > 0);
+        file.close();
+        settings.lockedClear();
+        QVERIFY(!contentOf(settings.file()).contains("two"));
+    }
+
+    void clear_fileThatCannotBeWritten_isLoggedAndHoldsForTheProcess() {
+        const QTemporaryDir dir;
+        const QString name = dir.filePath("a.cfg");
+        QVERIFY(QDir().mkdir(name));
+        SharedSettings settings(name, nullptr);
+        settings.lockedSetValue("T1", "one");
+        const LogCapture log;
+        settings.lockedClear();
+        QCOMPARE(log.texts(QtWarningMsg).filter(kNotWritten).size(), 1);
+        QVERIFY(settings.lockedAll().isEmpty());
+    }
+
+    void write_warnOnce_isLoggedAgainOnlyAfterASuccess() {
+        const QTemporaryDir dir;
+        const QString name = dir.filePath("a.cfg");
+        QVERIFY(QDir().mkdir(name));
+        SharedSettings settings(name, nullptr, SharedSettings::WhenNotWritten::WarnOnce);
+        const LogCapture log;
+        const auto warnings = [&log] { return log.texts(QtWarningMsg).filter(kNotWritten).size(); };
+        settings.lockedSetValue("T1", "one");
+        settings.lockedSetValue("T2", "two");
+        QCOMPARE(warnings(), 1);
+        QCOMPARE(settings.lockedValue("T2").toString(), QString("two"));
+        QVERIFY(QDir().rmdir(name));
+        settings.lockedSetValue("T3", "three");
+        QCOMPARE(warnings(), 1);
+        QVERIFY(QFile::remove(name));
+        QVERIFY(QDir().mkdir(name));
+        settings.lockedSetValue("T4", "four");
+        settings.lockedSetValue("T5", "five");
+        QCOMPARE(warnings(), 2);
+    }
+
+    void owner_onThisThread_isTheParentAtOnce() {
+        const QTemporaryDir dir;
+        QObject owner;
+        new SharedSettings(dir.filePath("a.cfg"), &owner);
+        QCOMPARE(owner.children().size(), 1);
+    }
+
+    void owner_onARunningThread_becomesTheParentThere() {
+        const QTemporaryDir dir;
+        QThread thread;
+        thread.start();
+        auto* const owner = new QObject;
+        owner->moveToThread(&thread);
+        auto* const settings = new SharedSettings(dir.filePath("a.cfg"), owner);
+        settings->lockedSetValue("T1", "one");
+        bool isChildThere = false;
+        runOnThreadAndWait(owner, [owner, &thread, &isChildThere] {
+            const QObject* const child = owner->children().value(0);
+            isChildThere = child && child->parent() == owner && child->thread() == &thread;
+        });
+        QVERIFY(isChildThere);
+        owner->deleteLater();  // with its children, at the end of the thread
+        thread.quit();
+        QVERIFY(thread.wait());
+    }
+
+    void owner_onAThreadThatIsNotStarted_isTheParentAtOnce() {
+        const QTemporaryDir dir;
+        QThread thread;
+        QObject owner;
+        owner.moveToThread(&thread);
+        new SharedSettings(dir.filePath("a.cfg"), &owner);
+        QCOMPARE(owner.children().size(), 1);
+        QCOMPARE(owner.children().first()->thread(), &thread);
+    }
+
+    void all_isEveryKeyWithItsGroup() {
+        const QTemporaryDir dir;
+        SharedSettings settings(dir.filePath("a.cfg"), nullptr);
+        settings.lockedSetValues({{"T1", "one"}, {"组/键", "二"}});
+        const SharedSettings again(settings.file(), nullptr);
+        QCOMPARE(again.lockedAll(), (QVariantMap{{"T1", "one"}, {"组/键", "二"}}));
+        QVERIFY(again.lockedIsReadable());
+    }
+
+    void readable_isFalseForADamagedFileOrAFolder() {
+        const QTemporaryDir dir;
+        QVERIFY(SharedSettings(dir.filePath("missing.cfg"), nullptr).lockedIsReadable());
+        QFile file(dir.filePath("a.cfg"));
+        QVERIFY(file.open(QFile::WriteOnly));
+        file.write("T1=one\n[open\nT2=two\n");
+        file.close();
+        const SharedSettings damaged(file.fileName(), nullptr);
+        QVERIFY(!damaged.lockedIsReadable());
+        QCOMPARE(damaged.lockedValue("T1").toString(), QString("one"));
+        QVERIFY(QDir().mkdir(dir.filePath("b.cfg")));
+        QVERIFY(!SharedSettings(dir.filePath("b.cfg"), nullptr).lockedIsReadable());
     }
 
     void write_onceTheFileCanBeWrittenAgain_writesTheRestAndLogsNothing() {

@@ -44,6 +44,7 @@ private slots:
     void concurrent_answersReversed_eachGetsItsOwnAnswer();
     void async_answers_haveTheirIdsAndBodies();
     void async_refusal_arrivesToo();
+    void heartBeat_underEitherEnvelope_isAnsweredWithItsOwnTypeAndId();
     void stop_duringRequests_allComeBackAndANewLinkServes();
 
 private:
@@ -248,6 +249,29 @@ void LinkConformanceTest::async_refusal_arrivesToo() {
     QCOMPARE(call.clientMsgId, QString("refused"));
     QVERIFY(!ConformanceWorld::isSuccess(call.body));
     QVERIFY(!textOf(call.body).isEmpty());
+}
+
+void LinkConformanceTest::heartBeat_underEitherEnvelope_isAnsweredWithItsOwnTypeAndId() {
+    const QStringList envelopes{Velmar_MsgType::BusiHeartBeatRequest, "325005"};
+    for (const QString& envelope : envelopes) {
+        CMessageCommon* const message = m_world->message(
+            Velmar_MsgType::BusiHeartBeatRequest,
+            {{System::clientMsgID, "beat of " + envelope}, {System::NetElapse, 12}});
+        message->SetType(envelope);
+        QCOMPARE(m_world->presenter->sendRequest_Async(message), 0);
+    }
+    QVERIFY(m_world->presenter->log->waitForCount(envelopes.size()));
+    QSet<QString> ids;
+    for (const ProbeLog::Call& call : m_world->presenter->log->calls()) {
+        QCOMPARE(call.kind, ProbeLog::Kind::Response);
+        QCOMPARE(call.type.toString(), Velmar_MsgType::BusiHeartBeatResponse);
+        QVERIFY(ConformanceWorld::isSuccess(call.body));
+        const QVariantMap header = headerOf(call.body);
+        QCOMPARE(header.value(System::msgType).toString(), Velmar_MsgType::BusiHeartBeatResponse);
+        QCOMPARE(header.value(System::clientMsgID).toString(), call.clientMsgId);
+        ids.insert(call.clientMsgId);
+    }
+    QCOMPARE(ids, (QSet<QString>{"beat of " + envelopes.at(0), "beat of " + envelopes.at(1)}));
 }
 
 void LinkConformanceTest::stop_duringRequests_allComeBackAndANewLinkServes() {

@@ -19,6 +19,8 @@ int eventOf(const QString& gate) {
     return 0;
 }
 
+const QString kTopic = Velmar_MsgType::MessageCenterPushMsg;
+
 }  // namespace
 
 class LinkGatesConformanceTest : public QObject {
@@ -35,8 +37,33 @@ private slots:
     void state_ofOneGate_isReportedAloneAndInOrder();
     void tradeGate_lost_failsRequestsUnderWayAndTheNextOnesServe();
     void otherGate_lost_leavesRequestsAlone();
+    void gateOfASubscription_lost_needsANewSubscription();
+    void otherGate_lost_leavesSubscriptionsAlone();
 
 private:
+    /// Pushes a number under the topic that the presenter gets.
+    void push(int number) { m_world->server->push(kTopic, packRows({{"number", number}}, {})); }
+    /// The numbers that arrived.
+    QList<int> pushes() const {
+        QList<int> numbers;
+        for (const ProbeLog::Call& call : m_world->presenter->log->calls()) {
+            if (call.kind == ProbeLog::Kind::Push) {
+                numbers.append(headerOf(call.body).value("number").toInt());
+            }
+        }
+        return numbers;
+    }
+    /// Subscribes, takes a gate down and up again, and waits until that is reported.
+    void subscribeAndLose(const QString& gate) {
+        m_world->presenter->Sub(m_world->presenter->pluginPid(), kTopic, 1);
+        QVERIFY(m_world->subscribe(kTopic));
+        const int before = callCount();
+        const QVariantList states{NET_STATE::NOCONNECT, NET_STATE::CONNECTED};
+        for (const QVariant& state : states) {
+            m_world->server->setGate(gate, state.toString());
+        }
+        QVERIFY(waitFor([&] { return statesOf(gate, before) == states; }));
+    }
     /// The reported states of the gate since the link started, or since the given call.
     QVariantList statesOf(const QString& gate, int from = 0) const {
         QVariantList states;
@@ -157,6 +184,22 @@ void LinkGatesConformanceTest::otherGate_lost_leavesRequestsAlone() {
     QVERIFY(isUnderWay && areReported);
     QCOMPARE(result.load(), kAnswer);
     QVERIFY(ConformanceWorld::isSuccess(response));
+}
+
+void LinkGatesConformanceTest::gateOfASubscription_lost_needsANewSubscription() {
+    subscribeAndLose(NetGateType::TradeGate);
+    push(1);
+    QVERIFY(m_world->subscribe(kTopic));
+    // Pushes keep their order, so the first one would have come before the second.
+    push(2);
+    QVERIFY(waitFor([this] { return !pushes().isEmpty(); }));
+    QCOMPARE(pushes(), QList<int>{2});
+}
+
+void LinkGatesConformanceTest::otherGate_lost_leavesSubscriptionsAlone() {
+    subscribeAndLose(NetGateType::InfoGate);
+    push(1);
+    QVERIFY(waitFor([this] { return pushes() == QList<int>{1}; }));
 }
 
 QTEST_GUILESS_MAIN(LinkGatesConformanceTest)

@@ -40,6 +40,11 @@ private slots:
     void accounts_joined_areAllInTheAnswer();
     void badPage_isRefused_data();
     void badPage_isRefused();
+    void history_pages_arePartsOfTheWholeList();
+    void history_unknownAccount_isEmpty();
+    void funds_eachRequestedAccount_hasARowWithItsStatus();
+    void funds_withoutAccounts_areRefused();
+    void calendar_range_hasItsTradeDaysInOrder();
     void profiles_written_areAnsweredRowByRow();
     void profiles_fuzzyKey_givesAllThatBeginWithItSorted();
     void profiles_written_surviveANewLink();
@@ -169,6 +174,84 @@ void LinkListsConformanceTest::badPage_isRefused() {
     QVERIFY(!ConformanceWorld::isSuccess(answer));
     QVERIFY(!textOf(answer).isEmpty());
     QVERIFY(rowsOf(answer).isEmpty());
+}
+
+void LinkListsConformanceTest::history_pages_arePartsOfTheWholeList() {
+    const QString type = Velmar_MsgType::queryHistoryExecutionRequest;
+    const QVariantMap request = with(kLogin, UserAccount::tradingAccount, "T000001");
+    const QList<QVariantMap> all = VelmarUtils::QueryDatasFromServerByPage(
+        m_world->presenter, type, request, m_error, 1000, 1, 0, 0);
+    QCOMPARE(m_error, QString());
+    QVERIFY(all.size() > 100);
+    for (const int page : {3, 1}) {
+        QVariant answer;
+        QCOMPARE(
+            m_world->send(type, with(with(request, System::pageNo, page), System::pageSize, 40),
+                          &answer),
+            kAnswer);
+        QCOMPARE(rowsOf(answer), all.mid((page - 1) * 40, 40));
+        QCOMPARE(headerOf(answer).value(System::totalSize).toInt(), all.size());
+        QCOMPARE(headerOf(answer).value(System::pageNo).toInt(), page);
+    }
+    QCOMPARE(VelmarUtils::QueryDatasFromServerByPos(m_world->presenter, type, request, m_error, 70,
+                                                    "", 0),
+             all);
+}
+
+void LinkListsConformanceTest::history_unknownAccount_isEmpty() {
+    const QVariantMap request = with(kLogin, UserAccount::tradingAccount, "nobody");
+    QVariant answer;
+    QCOMPARE(m_world->send(Velmar_MsgType::queryHistoryExecutionRequest,
+                           with(with(request, System::pageNo, 1), System::pageSize, 40), &answer),
+             kAnswer);
+    QVERIFY(ConformanceWorld::isSuccess(answer));
+    QVERIFY(rowsOf(answer).isEmpty());
+    QCOMPARE(headerOf(answer).value(System::totalSize).toInt(), 0);
+}
+
+void LinkListsConformanceTest::funds_eachRequestedAccount_hasARowWithItsStatus() {
+    QVariant answer;
+    QCOMPARE(m_world->send(Velmar_MsgType::queryTodayNormalFundRequest,
+                           with(kLogin, System::queryDate, "20250303"), &answer,
+                           {{{UserAccount::tradingAccount, "nobody"}},
+                            {{UserAccount::tradingAccount, "T000001"}}}),
+             kAnswer);
+    QVERIFY(ConformanceWorld::isSuccess(answer));
+    const QList<QVariantMap> rows = rowsOf(answer);
+    QCOMPARE(rows.size(), 2);
+    QCOMPARE(rows.at(0).value(UserAccount::tradingAccount).toString(), QString("nobody"));
+    QVERIFY(rows.at(0).value(System::requestExeStatus).toString() != RequestExeStatus::success);
+    QVERIFY(!rows.at(0).value(System::textDescription).toString().isEmpty());
+    QCOMPARE(rows.at(1).value(UserAccount::tradingAccount).toString(), QString("T000001"));
+    QCOMPARE(rows.at(1).value(System::requestExeStatus).toString(), RequestExeStatus::success);
+}
+
+void LinkListsConformanceTest::funds_withoutAccounts_areRefused() {
+    QVariant answer;
+    QCOMPARE(m_world->send(Velmar_MsgType::queryTodayNormalFundRequest,
+                           with(kLogin, System::queryDate, "20250303"), &answer),
+             kAnswer);
+    QVERIFY(!ConformanceWorld::isSuccess(answer));
+    QVERIFY(!textOf(answer).isEmpty());
+}
+
+void LinkListsConformanceTest::calendar_range_hasItsTradeDaysInOrder() {
+    const auto daysOf = [this](const QString& first, const QString& last) {
+        QVariant answer;
+        m_world->send(Velmar_MsgType::getSysTradeDateByScopeRequest,
+                      {{SysTradeDate::TradeDayType, 1},
+                       {SysTradeDate::InitStartDate, first},
+                       {SysTradeDate::InitEndDate, last}},
+                      &answer);
+        QStringList days{ConformanceWorld::isSuccess(answer) ? "success" : textOf(answer)};
+        for (const QVariantMap& row : rowsOf(answer)) {
+            days.append(row.value(SysTradeDate::TradeDate).toString());
+        }
+        return days;
+    };
+    QCOMPARE(daysOf("20250605", "20250610"),
+             QStringList({"success", "20250605", "20250606", "20250609", "20250610"}));
+    QCOMPARE(daysOf("20250610", "20250605"), QStringList("success"));
 }
 
 void LinkListsConformanceTest::profiles_written_areAnsweredRowByRow() {

@@ -24,12 +24,16 @@ public:
         auto link = std::make_shared<ScriptedLink>();
         link->on(HostMsgType::securityAccounts, &ScriptedServer::securityAccounts);
         link->on(kTradedDays, &ScriptedServer::tradedDays);
+        link->on(Velmar_MsgType::queryHistoryExecutionRequest, &ScriptedServer::deals);
+        link->on(Velmar_MsgType::queryTodayNormalFundRequest, &ScriptedServer::funds);
+        link->on(Velmar_MsgType::getSysTradeDateByScopeRequest, &ScriptedServer::tradeDays);
         link->on(Quindar_MsgType::subscribeTopicRequest,
                  [this](const QVariant& body) { return subscribe(body); });
         link->on(Quindar_MsgType::getUserProfileDataRequest,
                  [this](const QVariant& body) { return readProfile(body); });
         link->on(Velmar_MsgType::alterAllUserProfileDataAndSendKafkaRequest,
                  [this](const QVariant& body) { return writeProfile(body); });
+        link->on(Velmar_MsgType::BusiHeartBeatRequest, &ScriptedServer::heartBeat);
         for (const GateEvent& event : gateEvents()) {
             link->gateState(event.gate, NET_STATE::CONNECTED);
         }
@@ -48,15 +52,23 @@ public:
 
     void setGate(const QString& gate, const QString& netState) override {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        // Subscriptions come through the trade gate here.
+        if (gate == NetGateType::TradeGate && netState != NET_STATE::CONNECTED) {
+            m_topics.clear();
+        }
         m_link->gateState(gate, netState);
     }
 
 private:
+    inline static const QString kDealAccount = QStringLiteral("T000001");
     static constexpr int kRows = 230;
     static constexpr int kTradingAccounts = 4;
     static constexpr int kDaysOfEach = 40;
     static constexpr int kMaxPageSize = 5000;
 
+    static QVariant heartBeat(const QVariant& body) {
+        return makeAnswer(body, {}, {{System::msgType, Velmar_MsgType::BusiHeartBeatResponse}});
+    }
     static bool knows(const QVariant& user) {
         return user == SampleLogin::user || user == SampleLogin::secondUser;
     }
@@ -85,6 +97,48 @@ private:
             }
         }
         return list(body, rows);
+    }
+
+    static QVariant deals(const QVariant& body) {
+        QMap<int, QVariantMap> rows;
+        if (accountsOf(headerOf(body)).contains(kDealAccount)) {
+            for (int row = 1; row <= kRows; ++row) {
+                rows.insert(row, {{UserAccount::tradingAccount, kDealAccount},
+                                  {UserAccount::tradeDate, QStringLiteral("20250303")},
+                                  {Security::execID, QString::number(row)}});
+            }
+        }
+        return list(body, rows);
+    }
+
+    static QVariant funds(const QVariant& body) {
+        QList<QVariantMap> rows;
+        for (const QVariantMap& asked : rowsOf(body)) {
+            const QString account = asked.value(UserAccount::tradingAccount).toString();
+            const bool isKnown = account == kDealAccount;
+            rows.append({{UserAccount::tradingAccount, account},
+                         {System::requestExeStatus,
+                          isKnown ? RequestExeStatus::success : QStringLiteral("1")},
+                         {System::textDescription,
+                          isKnown ? QString() : QStringLiteral("no such account")}});
+        }
+        return rows.isEmpty() ? makeRefusal(body, QStringLiteral("no accounts"))
+                              : makeAnswer(body, rows);
+    }
+
+    static QVariant tradeDays(const QVariant& body) {
+        const QVariantMap request = headerOf(body);
+        const auto day = [&request](const QString& field) {
+            return QDate::fromString(request.value(field).toString(), QStringLiteral("yyyyMMdd"));
+        };
+        const QDate last = day(SysTradeDate::InitEndDate);
+        QList<QVariantMap> rows;
+        for (QDate date = day(SysTradeDate::InitStartDate); date <= last; date = date.addDays(1)) {
+            if (date.dayOfWeek() < Qt::Saturday) {
+                rows.append({{SysTradeDate::TradeDate, date.toString(QStringLiteral("yyyyMMdd"))}});
+            }
+        }
+        return makeAnswer(body, rows);
     }
 
     /// A day of a request as a number, from any of its forms; `standard` when it is missing, 0 when

@@ -16,8 +16,9 @@ inline const QString kTradedDays = QStringLiteral("suite.tradedDays");
 
 /// A server with a link, as the suite needs it. It knows the logins of SampleLogin and
 /// answers HostMsgType::securityAccounts (with at least 200 rows for the first login), kTradedDays
-/// (with at least 100 rows of three accounts for it), subscriptions, and the reading and writing of
-/// profiles; any other type is refused by name. Its four gates are connected when a link starts.
+/// (with at least 100 rows of three accounts for it), subscriptions, heartbeats, and the reading
+/// and writing of profiles; any other type is refused by name. Its four gates are connected when a
+/// link starts.
 class ServerUnderTest {
 public:
     virtual ~ServerUnderTest() = default;

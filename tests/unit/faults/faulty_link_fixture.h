@@ -33,6 +33,10 @@ inline Fault faultOf(const char* line) {
 class Reports : public GatewayLinkListener {
 public:
     void onAnswer(quint64 id, const QString& msgType, const QVariant& body) override {
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_answerTypes.append(msgType);
+        }
         add(QStringLiteral("answer"), id, body);
         QCOMPARE(msgType.isEmpty(), false);
     }
@@ -50,6 +54,11 @@ public:
     QStringList lines() const {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return m_lines;
+    }
+    /// The types of the answers, in order.
+    QStringList answerTypes() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_answerTypes;
     }
     QVariant body(int at) const {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -74,6 +83,7 @@ private:
 
     mutable std::mutex m_mutex;  // guards what follows
     QStringList m_lines;
+    QStringList m_answerTypes;
     QVariantList m_bodies;
     std::vector<std::thread::id> m_threads;
 };

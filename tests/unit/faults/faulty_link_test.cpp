@@ -7,6 +7,7 @@
 #include "faulty_link_fixture.h"
 #include "host_msg_type.h"
 #include "vocabulary/net_state.h"
+#include "vocabulary/velmar_msg_type.h"
 
 class FaultyLinkTest : public QObject {
     Q_OBJECT
@@ -22,6 +23,7 @@ private slots:
     void eachKind_hasItsOutcome_data();
     void eachKind_hasItsOutcome();
     void refusal_carriesTextAndClientMsgId();
+    void heartBeat_withAFault_isAnsweredWithItsOwnType();
     void truncated_headerStatesMoreRowsThanTheBodyHas();
     void silentTimeOut_reportsNothing();
     void reorder_reversesAndGivesUpWaiting();
@@ -179,6 +181,28 @@ void FaultyLinkTest::refusal_carriesTextAndClientMsgId() {
     QCOMPARE(header.value("58").toString(), QStringLiteral("没有权限"));
     QCOMPARE(header.value(System::clientMsgID).toString(), QStringLiteral("c9"));
     QCOMPARE(header.value(System::requestExeStatus).toString(), QStringLiteral("1"));
+}
+
+void FaultyLinkTest::heartBeat_withAFault_isAnsweredWithItsOwnType() {
+    Fixture fixture({"* 1-2 refusal", "* 3-4 garbage", "* 5-6 truncate"});
+    const QString& type = Velmar_MsgType::BusiHeartBeatRequest;
+    fixture.script->on(type, ScriptedReply::rows({{{"n", 1}}}));
+    constexpr int kBeats = 8;  // the last two have no fault
+    for (int i = 0; i < kBeats; ++i) {
+        GatewayRequest beat = requestOf(static_cast<quint64>(i + 1), type);
+        beat.msgType = i % 2 == 0 ? type : QStringLiteral("325005");
+        QVERIFY(fixture.link->send(beat));
+        QVERIFY(fixture.reports.waitForLines(i + 1));
+    }
+    const QStringList types = fixture.reports.answerTypes();
+    QCOMPARE(types.size(), kBeats);
+    QCOMPARE(types.count(Velmar_MsgType::BusiHeartBeatResponse), kBeats);
+    for (int i = 0; i < 2; ++i) {
+        const QVariantMap header = headerOf(fixture.reports.body(i));
+        QCOMPARE(header.value(System::msgType).toString(), Velmar_MsgType::BusiHeartBeatResponse);
+        QCOMPARE(header.value(System::clientMsgID).toString(), QStringLiteral("c%1").arg(i + 1));
+        QCOMPARE(header.value(System::requestExeStatus).toString(), QStringLiteral("1"));
+    }
 }
 
 void FaultyLinkTest::truncated_headerStatesMoreRowsThanTheBodyHas() {

@@ -164,6 +164,7 @@ private slots:
     void send_oneAnswerHeldUp_othersGoOn();
     void send_beforeStartOrAfterStop_isRefused();
     void send_fromInsideAnAnswer_isServed();
+    void subscription_queuedWhileItsGateIsLost_isRefused();
     void stop_requestsWaiting_failAndNothingFollows();
     void stop_closesTheThreadsConnections();
     void push_reachesSubscribedLinkOnly_inOrder();
@@ -309,6 +310,35 @@ void EmbeddedLinkTest::send_fromInsideAnAnswer_isServed() {
     QVERIFY(link.start(&listener, &error));
     QVERIFY(link.send(treeRequest(1)));
     QVERIFY(listener.waitForOutcomes(10));
+    link.stop();
+}
+
+void EmbeddedLinkTest::subscription_queuedWhileItsGateIsLost_isRefused() {
+    const QString topic = Velmar_MsgType::ClientPatchInfoPush;
+    RecordingListener listener;
+    EmbeddedLink link(m_engine);
+    QString error;
+    QVERIFY(link.start(&listener, &error));
+    listener.hold();
+    // A failing check must not leave the link's threads inside the listener.
+    const auto letGo = qScopeGuard([&listener] { listener.release(); });
+    QVERIFY(link.send(treeRequest(1)));
+    QVERIFY(link.send(treeRequest(2)));
+    QVERIFY(listener.waitForHeld(2));
+    // Both threads are delivering answers, so the subscription waits.
+    QVERIFY(link.send(subscribeRequest(3, topic)));
+    link.loseGate(NetGateType::TradeGate);
+    QVERIFY(link.send(subscribeRequest(4, Velmar_MsgType::MessageCenterPushMsg)));
+    listener.release();
+    QVERIFY(listener.waitForOutcomes(4));
+    const auto outcomes = listener.outcomes();
+    const auto statusOf = [&outcomes](quint64 id) {
+        return headerOf(outcomes.find(id)->second.body).value(System::requestExeStatus).toString();
+    };
+    QVERIFY(statusOf(3) != RequestExeStatus::success);
+    QCOMPARE(m_engine->push(topic, packRows({}, {})), 0);
+    // One that came after the loss stands.
+    QCOMPARE(statusOf(4), RequestExeStatus::success);
     link.stop();
 }
 

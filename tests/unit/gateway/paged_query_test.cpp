@@ -5,6 +5,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "message_centre.h"
 #include "vocabulary/fields.h"
 
 namespace {
@@ -86,8 +87,9 @@ private slots:
 
 private:
     HandlerAnswer ask(const QVariantMap& header, const QList<QVariantMap>& rows = {}) {
-        const ServerCall call{{},       QStringLiteral("deals"), header,  rows,
-                              *m_store, m_subscriptions,         *m_state};
+        MessageCentre messages(*m_store, *m_state);
+        const ServerCall call{{},       QStringLiteral("deals"), header,   rows,
+                              *m_store, m_subscriptions,         *m_state, messages};
         return answerPaged(call, m_source);
     }
     static QList<int> idsOf(const HandlerAnswer& answer) {
@@ -212,6 +214,8 @@ void PagedQueryTest::filters_give_whatFulfilsThemAll_data() {
     QTest::newRow("empty fields put no condition")
         << QVariantMap{{account, ""}, {System::startDate, ""}, {System::endDate, 20260101}}
         << range(1, 10);
+    QTest::newRow("separators alone put no condition")
+        << QVariantMap{{account, ",,"}, {System::endDate, 20260101}} << range(1, 10);
     QTest::newRow("from a day on")
         << QVariantMap{{System::startDate, "2026-01-10"}} << range(91, 95);
     QTest::newRow("between days") << QVariantMap{{System::startDate, 20260103},

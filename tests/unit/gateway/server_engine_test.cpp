@@ -70,7 +70,9 @@ private slots:
     void subscribe_withoutUser_isThatOfTheSessionsLogin();
     void push_namedUser_reachesOnlyHisSessions();
     void push_closedSession_reachesNobody();
+    void loseGate_bothGatesSubscribed_reachesThroughTheOther();
     void push_deadTarget_reachesNobody();
+    void totalSize_beyond32Bits_isAnswered();
 
 private:
     QVariantMap ask(const QString& msgType, QVariantMap fields) {
@@ -426,6 +428,31 @@ void ServerEngineTest::push_deadTarget_reachesNobody() {
     ask(Quindar_MsgType::subscribeTopicRequest, subscription(topic));
     m_target.reset();
     QCOMPARE(m_engine->push(topic, packRows({}, {})), 0);
+}
+
+void ServerEngineTest::loseGate_bothGatesSubscribed_reachesThroughTheOther() {
+    const QString topic = Velmar_MsgType::ClientPatchInfoPush;
+    for (const QString& envelope : {kSharedEnvelope, Quindar_MsgType::subscribeTopicRequest}) {
+        m_engine->handle(m_session, envelope, packRows(subscription(topic), {}));
+    }
+    QCOMPARE(m_engine->push(topic, packRows({}, {})), 1);
+    QCOMPARE(m_target->pushes.size(), 1);
+    m_engine->loseGate(m_session, NetGateType::MarketTcpGate);
+    m_engine->loseGate(m_session, NetGateType::InfoGate);
+    QCOMPARE(m_engine->push(topic, packRows({}, {})), 1);
+    m_engine->loseGate(m_session, NetGateType::TradeGate);
+    QCOMPARE(m_engine->push(topic, packRows({}, {})), 0);
+    m_engine->loseGate({}, NetGateType::TradeGate);  // no such session
+}
+
+void ServerEngineTest::totalSize_beyond32Bits_isAnswered() {
+    constexpr qint64 total = Q_INT64_C(5000000000);
+    m_engine->addHandler("rows", [](const ServerCall&) {
+        HandlerAnswer answer;
+        answer.totalSize = total;
+        return answer;
+    });
+    QCOMPARE(ask("rows", {}).value(System::totalSize).toLongLong(), total);
 }
 
 QTEST_GUILESS_MAIN(ServerEngineTest)

@@ -32,6 +32,8 @@ private slots:
     void records_prefix_isTakenLiterally();
     void records_anyPrefix_areThoseThatBeginWithIt_data();
     void records_anyPrefix_areThoseThatBeginWithIt();
+    void between_keys_givesThePartOfTheListWithoutItsEnds();
+    void removeBetween_keys_removesThoseOfTheTableOnly();
     void remove_record_isGone_missingOrNamelessOneIsNoError();
     void open_again_keepsWhatWasWritten();
     void open_inMemory_eachHasItsOwn();
@@ -103,6 +105,43 @@ void ServerStateTest::records_areSortedByKeyAndOfTheirTableOnly() {
     }
     QCOMPARE(keys, (QStringList{"B", "a", "b", "c"}));
     QVERIFY(state->records(QStringLiteral("none")).isEmpty());
+}
+
+void ServerStateTest::between_keys_givesThePartOfTheListWithoutItsEnds() {
+    const auto state = ServerState::inMemory();
+    QString error;
+    for (const QString& key : QStringList{"a/1", "a/2", "a/3", "a/4", "a0", "b/1"}) {
+        QVERIFY(state->write("t", key, {{"key", key}}, &error));
+    }
+    const auto keys = [&](const QString& after, const QString& before, int limit, qint64 offset) {
+        QList<QPair<QString, QVariantMap>> found;
+        QStringList list;
+        if (state->between("t", after, before, limit, offset, &found)) {
+            for (const auto& one : qAsConst(found)) {
+                list.append(one.second.value("key").toString());
+            }
+        }
+        return list;
+    };
+    QCOMPARE(keys("a/1", "a0", -1, 0), (QStringList{"a/2", "a/3", "a/4"}));
+    QCOMPARE(keys("a/", "a0", 2, 1), (QStringList{"a/2", "a/3"}));
+    QCOMPARE(keys("a/4", "a0", -1, 0), QStringList());
+    QCOMPARE(state->countBetween("t", "a/", "a0"), 4);
+    QCOMPARE(state->countBetween("other", "a/", "a0"), 0);
+}
+
+void ServerStateTest::removeBetween_keys_removesThoseOfTheTableOnly() {
+    const auto state = ServerState::inMemory();
+    QString error;
+    for (const QString& table : QStringList{"t", "u"}) {
+        for (const QString& key : QStringList{"a/1", "a/2", "a/3"}) {
+            QVERIFY(state->write(table, key, {{"x", 1}}, &error));
+        }
+    }
+    QVERIFY(state->removeBetween("t", "a/", "a/3", &error));
+    QCOMPARE(state->records("t").size(), 1);
+    QVERIFY(state->record("t", "a/3").has_value());
+    QCOMPARE(state->records("u").size(), 3);
 }
 
 void ServerStateTest::records_prefix_isTakenLiterally() {

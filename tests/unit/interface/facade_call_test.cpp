@@ -183,6 +183,33 @@ private slots:
                  (QJsonObject{{"a", 1}, {"day", "20260105"}}));
     }
 
+    void call_dateOfEitherForm_isReadAndShownAlike_data() {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("with dashes") << "2026-01-05";
+        QTest::newRow("digits alone") << "20260105";
+    }
+    void call_dateOfEitherForm_isReadAndShownAlike() {
+        QFETCH(QString, text);
+        const QJsonObject answer = call("changesMap", {"{}", text});
+        QCOMPARE(answer.value("arguments").toArray().at(1), QJsonValue("2026-01-05"));
+        QCOMPARE(answer.value("out").toArray().at(0).toObject().value("value").toObject(),
+                 (QJsonObject{{"day", "20260105"}}));
+    }
+
+    void date_otherText_isNoDate_data() {
+        QTest::addColumn<QString>("text");
+        for (const char* text :
+             {"", "2026", "2026-02-30", "20261301", "2026-01-05T10:00:00", "260105", "x"}) {
+            QTest::newRow(text) << text;
+        }
+    }
+    void date_otherText_isNoDate() {
+        QFETCH(QString, text);
+        QDate date(2020, 2, 29);
+        QVERIFY(!FacadeValue<QDate>::fromJson(text, &date));
+        QCOMPARE(date, QDate(2020, 2, 29));
+    }
+
     void call_pointerParameter_comesBack() {
         QCOMPARE(call("fillsNumber", {}).value("out").toArray().at(0).toObject().value("value"),
                  QJsonValue(7));
@@ -229,8 +256,10 @@ private slots:
             << "isRecord" << QStringList{"{}", R"({"a":"b"})"}
             << "argument 2, counts: '{\"a\":\"b\"}' is not a JSON object, each entry a whole";
         QTest::newRow("not a date")
-            << "changesMap" << QStringList{"{}", "20260105"}
-            << "argument 2, day: '20260105' is not a date such as 2026-01-31";
+            << "changesMap" << QStringList{"{}", "2026-1-5"}
+            << "argument 2, day: '2026-1-5' is not a date such as 2026-01-31 or 20260131";
+        QTest::newRow("no such date") << "changesMap" << QStringList{"{}", "20260230"}
+                                      << "argument 2, day: '20260230' is not a date such as";
         QTest::newRow("not a value of the enumeration")
             << "takesValue" << QStringList{"up"}
             << "argument 1, type: 'up' is not a value of CustomOddLotType (0 Keep, 1 Down";

@@ -22,8 +22,6 @@ private slots:
     void calendar_halfDays_areThoseOfHongKong();
     void calendar_outsideItsYears_isClosed();
     void store_holdsTheCalendar();
-    void store_menus_haveReadablePositions();
-    void store_messages_areOfTheDictionary();
     void dictionary_fitsTogether();
 
 private:
@@ -176,66 +174,6 @@ void MarketCalendarTest::store_holdsTheCalendar() {
             expected);
     }
     QCOMPARE(number(m_market.store(), "SELECT SUM(half_day) FROM trade_calendar"), 6 + 4 + 4);
-}
-
-void MarketCalendarTest::store_menus_haveReadablePositions() {
-    QStringList ids;
-    int lists = 0;
-    m_market.store().select(
-        QStringLiteral("SELECT menu_id, menu_caption, menu_position FROM menu ORDER BY seq"), {},
-        [&](const QSqlQuery& query) {
-            ids.append(query.value(0).toString());
-            const auto document = QJsonDocument::fromJson(query.value(2).toByteArray());
-            QVERIFY(!document.isNull() && !query.value(1).toString().isEmpty());
-            lists += document.isArray() ? 1 : 0;
-            if (document.isObject() && !document.object().isEmpty()) {
-                QCOMPARE(document.object().value(PluginPropety::MENUID).toString(), ids.last());
-                QVERIFY(document.object().contains(PluginPropety::PLUGIN_ID));
-            }
-        });
-    QVERIFY(ids.size() > 15 && lists > 0);
-    const QString ofUser = QStringLiteral("SELECT COUNT(*) FROM user_menu WHERE user_id = '%1'");
-    QCOMPARE(number(m_market.store(), ofUser.arg(SampleLogin::user)), ids.size());
-    const int second = number(m_market.store(), ofUser.arg(SampleLogin::secondUser));
-    QVERIFY(second > 0 && second < ids.size());
-    // A message type opens existing menus.
-    for (const QString& menus :
-         column(m_market.staticDatabase(),
-                "SELECT value FROM static_cfg WHERE section = 'BusiMsgMenuRela'")) {
-        for (const QString& menu : menus.split('|')) {
-            QVERIFY2(ids.contains(menu), qPrintable(menu));
-        }
-    }
-}
-
-void MarketCalendarTest::store_messages_areOfTheDictionary() {
-    const QStringList subTypes = keys(QStringLiteral("BusiMsgSubType"));
-    const QStringList levels = keys(QStringLiteral("BusiMsgLevel"));
-    int messages = 0;
-    QString before;
-    m_market.store().select(
-        "SELECT position, msg_level, msg_type, msg_sub_type, trading_account, text_description,"
-        " create_time FROM busi_message WHERE user_id = ? ORDER BY position",
-        {SampleLogin::user}, [&](const QSqlQuery& query) {
-            ++messages;
-            QVERIFY(levels.contains(query.value(1).toString()));
-            QVERIFY(subTypes.contains(query.value(3).toString()));
-            QVERIFY(query.value(3).toString().startsWith(query.value(2).toString()));
-            QVERIFY(!query.value(5).toString().contains('%'));
-            QCOMPARE(query.value(0).toString().size(), 12);
-            const QString time = QDateTime::fromMSecsSinceEpoch(query.value(6).toLongLong())
-                                     .toUTC()
-                                     .toString(Qt::ISODate);
-            QVERIFY2(before <= time, qPrintable(time));
-            before = time;
-        });
-    QCOMPARE(messages, 300);
-    QVERIFY(before.startsWith("2025-12-31"));
-    QCOMPARE(number(m_market.store(),
-                    "SELECT COUNT(*) FROM busi_message m WHERE trading_account <> '' AND NOT"
-                    " EXISTS(SELECT * FROM account_authority a WHERE a.user_id = m.user_id AND"
-                    " a.trading_account = m.trading_account)"),
-             0);
 }
 
 void MarketCalendarTest::dictionary_fitsTogether() {

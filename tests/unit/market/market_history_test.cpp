@@ -19,7 +19,11 @@ private slots:
 
     void rows_ofTheFirstAccount_areAsManyAsRequested();
     void rows_ofOthers_areSome();
+    void rows_ofTwoAccounts_differ();
+    void rows_ofCreditAccounts_haveTheirOwnSides();
     void days_countTheRowsOfBothTables();
+    void days_countTheRowsOfEachKind_data();
+    void days_countTheRowsOfEachKind();
     void days_areTradeDaysOfOneYear();
     void orders_quantitiesFitTheirState();
     void deals_addUpToTheirOrders();
@@ -55,7 +59,30 @@ void MarketHistoryTest::rows_ofOthers_areSome() {
         column(m_market.store(),
                "SELECT COUNT(*) FROM history_order WHERE trading_account <> 'T000001' AND"
                " entrust_type <> 'F' GROUP BY trading_account");
-    QCOMPARE(counts, QStringList(QVector<QString>(9, QStringLiteral("240")).toList()));
+    QCOMPARE(counts, QStringList(QVector<QString>(14, QStringLiteral("240")).toList()));
+}
+
+void MarketHistoryTest::rows_ofTwoAccounts_differ() {
+    const QStringList orders = column(
+        m_market.store(),
+        "SELECT GROUP_CONCAT(security_id || side || order_qty) FROM (SELECT * FROM history_order"
+        " WHERE entrust_type <> 'F' ORDER BY trading_account, order_id) GROUP BY trading_account");
+    QCOMPARE(orders.size(), 15);
+    QCOMPARE(QSet<QString>(orders.begin(), orders.end()).size(), orders.size());
+}
+
+void MarketHistoryTest::rows_ofCreditAccounts_haveTheirOwnSides() {
+    const QString sides = QStringLiteral(
+        "SELECT DISTINCT o.side FROM history_order o JOIN trading_account USING(trading_account)"
+        " WHERE fund_account_type = '%1' ORDER BY o.side");
+    QCOMPARE(column(m_market.store(), sides.arg(FundAccountType::Cash)),
+             SideUnion::normalSideList.mid(0, 2));
+    QCOMPARE(column(m_market.store(), sides.arg(FundAccountType::Credit)),
+             SideUnion::marginOrderSideList.mid(0, 4));
+    QCOMPARE(count("SELECT COUNT(DISTINCT trading_account) FROM history_day JOIN trading_account"
+                   " USING(trading_account) WHERE fund_account_type = '" +
+                   FundAccountType::Credit + "'"),
+             5);
 }
 
 void MarketHistoryTest::days_countTheRowsOfBothTables() {
@@ -68,6 +95,33 @@ void MarketHistoryTest::days_countTheRowsOfBothTables() {
              count("SELECT COUNT(*) FROM history_order"));
     QCOMPARE(count("SELECT SUM(deals) FROM history_day"),
              count("SELECT COUNT(*) FROM history_deal"));
+}
+
+void MarketHistoryTest::days_countTheRowsOfEachKind_data() {
+    QTest::addColumn<QString>("counted");
+    QTest::addColumn<QString>("rows");
+    QTest::newRow("requests to cancel")
+        << "cancel_requests"
+        << "COUNT(*) FROM history_order r WHERE r.entrust_type = 'F'";
+    QTest::newRow("reports of the exchange")
+        << "cancel_reports"
+        << "COUNT(*) FROM history_deal r WHERE r.exchange_exec_type = '4'";
+    QTest::newRow("cancels within the counter")
+        << "inner_cancels"
+        << "COUNT(*) FROM history_deal r WHERE r.exchange_exec_type = 'I'";
+    QTest::newRow("securities with deals")
+        << "deal_groups"
+        << "COUNT(DISTINCT security_exchange || security_id || side) FROM history_deal r WHERE"
+           " r.exchange_exec_type = '0'";
+}
+
+void MarketHistoryTest::days_countTheRowsOfEachKind() {
+    QFETCH(QString, counted);
+    QFETCH(QString, rows);
+    QCOMPARE(count("SELECT COUNT(*) FROM history_day d WHERE d." + counted + " <> (SELECT " + rows +
+                   " AND r.trading_account = d.trading_account AND r.trade_date = d.trade_date)"),
+             0);
+    QVERIFY(count("SELECT SUM(" + counted + ") FROM history_day") > 0);
 }
 
 void MarketHistoryTest::days_areTradeDaysOfOneYear() {
@@ -112,17 +166,21 @@ void MarketHistoryTest::deals_addUpToTheirOrders() {
         "SELECT COUNT(*) FROM history_order o WHERE entrust_type <> 'F' AND %1 <>"
         " (SELECT COALESCE(SUM(last_qty), 0) FROM history_deal d WHERE d.trading_account ="
         " o.trading_account AND d.trade_date = o.trade_date AND d.order_id = o.order_id AND"
-        " exchange_exec_type %2 '4')");
-    QCOMPARE(count(sums.arg("cum_qty", "<>")), 0);
-    QCOMPARE(count(sums.arg("cancelled_qty", "=")), 0);
+        " exchange_exec_type %2 ('4', 'I'))");
+    QCOMPARE(count(sums.arg("cum_qty", "NOT IN")), 0);
+    QCOMPARE(count(sums.arg("cancelled_qty", "IN")), 0);
     QCOMPARE(count("SELECT COUNT(*) FROM history_deal WHERE last_qty <= 0"), 0);
     QCOMPARE(count("SELECT COUNT(*) FROM history_deal d JOIN history_order o USING("
-                   "trading_account, trade_date, order_id) WHERE d.exchange_exec_type <> '4' AND"
+                   "trading_account, trade_date, order_id) WHERE d.exchange_exec_type = '0' AND"
                    " (d.last_px <> o.avg_px OR ABS(d.last_amount - d.last_qty * d.last_px) > 0.01"
                    " OR d.side <> o.side OR d.security_id <> o.security_id)"),
              0);
-    QVERIFY(count("SELECT COUNT(*) FROM history_deal WHERE exchange_exec_type = '" +
-                  EntrustType::cancelOrder + "'") > 0);
+    // Of forty orders, eight end with a cancel: six at the exchange, two within the counter.
+    const QString cancels = QStringLiteral(
+        "SELECT COUNT(*) FROM history_deal WHERE trading_account = 'T000001' AND"
+        " exchange_exec_type = '%1'");
+    QCOMPARE(count(cancels.arg(EntrustType::cancelOrder)), 60);
+    QCOMPARE(count(cancels.arg(ExchangeExeType::innerCancel)), 20);
     QCOMPARE(count("SELECT COUNT(*) FROM history_deal WHERE exchange_exec_stat <> '" +
                    ExchangeExeStat::filled + "'"),
              0);

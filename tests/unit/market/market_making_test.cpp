@@ -296,7 +296,7 @@ void MarketMakingTest::making_standardSize_hasItsCountsAndOpensAtOnce() {
                     "SELECT COUNT(*) FROM history_order WHERE trading_account ="
                     " 'T000001'"),
              120000);
-    QCOMPARE(number(*store, "SELECT COUNT(DISTINCT trading_account) FROM history_day"), 10);
+    QCOMPARE(number(*store, "SELECT COUNT(DISTINCT trading_account) FROM history_day"), 15);
 }
 
 QTEST_GUILESS_MAIN(MarketMakingTest)

@@ -212,7 +212,7 @@ void MarketProvidingTest::interruptWhileWaiting_endsItSoonWithItsText() {
     watch.waits = [&since](const QString&) { since.start(); };
     watch.interrupted = [&since] { return since.isValid(); };
     QCOMPARE(provide(false, watch), MarketProvided::Failed);
-    QVERIFY(since.elapsed() < 1000);
+    QVERIFY(since.elapsed() < 10000);
     QVERIFY2(m_error.startsWith("interrupted") && m_error.contains(other.pid()),
              qPrintable(m_error));
 }

@@ -1,199 +1,13 @@
 #include "dealer.h"
 
 #include <QtTest>
-#include <memory>
+#include <algorithm>
+#include <cmath>
 
-#include "fake_clock.h"
-#include "fake_desk.h"
+#include "dealer_fixture.h"
 #include "log_capture.h"
-#include "quantity_sections.h"
-#include "static_db_builder.h"
-#include "temp_home.h"
-#include "vocabulary/fields.h"
-#include "vocabulary/values.h"
-#include "wait_for.h"
-
-using namespace std::chrono_literals;
-using std::chrono::nanoseconds;
 
 namespace {
-
-const QDateTime kMorning(QDate(2026, 1, 5), QTime(10, 0));
-
-/// What orders on a security must keep to, written down apart from the database.
-struct Rules {
-    const char* symbol;
-    const char* id;
-    QString exchange;
-    QString type;
-    QString subType;
-    double close;
-    double tick;
-    double upper;
-    double lower;
-    qint64 step;
-    qint64 least;
-    qint64 most;
-    double unit;
-    double rate;
-    bool nextDay;
-    QVariantMap more;
-};
-
-const QVector<Rules>& market() {
-    using namespace MdcSecurityType;
-    static const QString etf = MdcSubSecurityType::TradingopenindexfundETF;
-    static const QString convertible = MdcSubSecurityType::Convertiblebond;
-    static const QString science = MdcSubSecurityType::ScienTechInnovateBoard;
-    static const QVariantMap lotOfOne{{Security::LotSize, 1}};
-    static const auto contract = [](double multiplier) {
-        return QVariantMap{{Security::LotSize, 1}, {Security::contractMultiplier, multiplier}};
-    };
-    static const QVector<Rules> all{
-        {"600000.SH",
-         "600000",
-         Exchange::sh,
-         StockType,
-         "02001",
-         10,
-         0.01,
-         11,
-         9,
-         100,
-         100,
-         1000000,
-         1,
-         1,
-         true,
-         {}},
-        {"1.SZ",
-         "1",
-         Exchange::sz,
-         StockType,
-         "02001",
-         2.51,
-         0.01,
-         2.52,
-         2.5,
-         100,
-         100,
-         1000000,
-         1,
-         1,
-         true,
-         {}},
-        {"688001.SH",
-         "688001",
-         Exchange::sh,
-         StockType,
-         science,
-         88.88,
-         0.01,
-         106.66,
-         71.1,
-         1,
-         200,
-         100000,
-         1,
-         1,
-         true,
-         {}},
-        {"113001.SH",
-         "113001",
-         Exchange::sh,
-         BondType,
-         convertible,
-         120.5,
-         0.001,
-         144.6,
-         96.4,
-         10,
-         10,
-         1000000,
-         1,
-         1,
-         false,
-         {}},
-        {"10001.SH",
-         "10001",
-         Exchange::sh,
-         BondType,
-         "03100",
-         100.123,
-         0.001,
-         0,
-         0,
-         1000,
-         1000,
-         100000000,
-         1,
-         1,
-         false,
-         {}},
-        {"510010.SH",
-         "510010",
-         Exchange::sh,
-         FundType,
-         etf,
-         1.234,
-         0.001,
-         1.357,
-         1.111,
-         100,
-         100,
-         1000000,
-         1,
-         1,
-         true,
-         {}},
-        {"2001.HK",
-         "2001",
-         Exchange::hhk,
-         StockType,
-         "02400",
-         9.99,
-         0.01,
-         0,
-         0,
-         500,
-         500,
-         1500000,
-         1,
-         (0.8964 + 0.9518) / 2,
-         false,
-         {{Security::LotSize, 500}}},
-        {"IF2601.CFE", "IF2601", Exchange::cffex, FuturesType, "05200", 4000, 0.2, 4400, 3600, 1, 1,
-         20, 300, 1, false, contract(300)},
-        {"90001.SH", "90001", Exchange::sh, OptionType, "06100", 0.1234, 0.0001, 0, 0, 1, 1, 50,
-         10000, 1, false, contract(10000)},
-        {"AU01.SGE", "AU01", Exchange::sge, SpotType, "09100", 800, 0.01, 1040, 560, 1, 1, 10000,
-         10, 1, false, lotOfOne},
-    };
-    return all;
-}
-
-const Rules* rulesOf(const QString& symbol) {
-    for (const Rules& one : market()) {
-        if (symbol == QLatin1String(one.symbol)) {
-            return &one;
-        }
-    }
-    return nullptr;
-}
-
-QVariantMap recordOf(const Rules& one) {
-    QVariantMap record = one.more;
-    record.insert(Security::symbol, QLatin1String(one.symbol));
-    record.insert(Security::securityID, QLatin1String(one.id));
-    record.insert(UserAccount::securityExchange, one.exchange);
-    record.insert(MDCFieldDefine::mdcSecurityType, one.type);
-    record.insert(MDCFieldDefine::mdcSubSecurityType, one.subType);
-    record.insert("PreClosePx", one.close);
-    record.insert("PriceTick", one.tick);
-    record.insert("MaxPx", one.upper);
-    record.insert("MinPx", one.lower);
-    return record;
-}
 
 bool isMultiple(double value, double of) {
     const double times = value / of;
@@ -206,12 +20,11 @@ bool isSellSide(const QString& side) {
 
 }  // namespace
 
-class DealerTest : public QObject {
+class DealerTest : public QObject, private DealerWorld {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
+    void init() { restartClock(); }
 
     void day_ofEveryKindOfAccount_breaksNoRuleOfTheDesk();
     void day_hasEveryOutcome();
@@ -227,114 +40,7 @@ private slots:
     void commission_data();
     void commission();
     void severalDeals_payTheCommissionOfTheirSum();
-    void refusedRecords_areLoggedOnce_andTheOrderIsGivenUp();
-    void cashThatIsGone_cancelsTheRest();
-    void withoutAccounts_nothingIsDealt_andLoggedOnce();
-    void withoutSecurities_nothingIsDealt_andLoggedOnce();
-    void withoutDatabase_nothingIsDealt_andLoggedOnce();
-    void withoutCashAndHoldings_nothingIsDealt_andLoggedOnce();
-    void accountsThatComeLater_areDealt();
-    void catchUp_makesTheRate_data();
-    void catchUp_makesTheRate();
-    void catchUp_afterAStall_skipsWhatIsOlderThanASecond();
-    void catchUp_withNothingToDeal_waitsASecond();
-    void nextDue_isWhenTheNextDealComes();
-    void started_dealsOnItsThread_untilStopped();
-    void busyDealer_thatIsToEnd_makesNoFurtherDeal();
-    void dealerThatIsToEnd_readsTheSecuritiesLater();
-    void started_refusesSteps();
-    void started_withoutARate_ends();
-
-private:
-    Dealer::Options options(quint32 seed = 7) const {
-        Dealer::Options given;
-        given.seed = seed;
-        given.staticDatabaseFile = m_database;
-        given.clock = m_clock->function();
-        return given;
-    }
-    std::shared_ptr<FakeDesk> desk() const {
-        auto made = std::make_shared<FakeDesk>();
-        for (const Rules& one : market()) {
-            made->setFigures(QLatin1String(one.symbol), {one.unit, one.rate, one.nextDay});
-        }
-        return made;
-    }
-    /// One account of each kind.
-    std::shared_ptr<FakeDesk> fullDesk() const {
-        auto made = desk();
-        const QStringList shares{Exchange::sh, Exchange::sz, Exchange::hhk};
-        made->addAccount("T1", FundAccountType::Cash, shares, 2000000);
-        made->addAccount("T2", FundAccountType::Credit, shares, 300000);
-        made->addAccount("T3", FundAccountType::Future, {Exchange::cffex}, 9000000);
-        made->addAccount("T4", FundAccountType::Option, {Exchange::sh}, 100000);
-        made->addAccount("T5", FundAccountType::Metal, {Exchange::sge}, 500000);
-        made->addHolding("T1", "600000.SH", Exchange::sh, 12345);
-        made->addHolding("T1", "688001.SH", Exchange::sh, 1500);
-        made->addHolding("T1", "2001.HK", Exchange::hhk, 5200);
-        made->addHolding("T2", "113001.SH", Exchange::sh, 505);
-        made->addHolding("T2", "204001.SH", Exchange::sh, 1000);
-        made->addHolding("T3", "IF2601.CFE", Exchange::cffex, 3);
-        made->addHolding("T5", "AU01.SGE", Exchange::sge, 90);
-        return made;
-    }
-
-    TempHome m_home;
-    QString m_database;
-    std::unique_ptr<FakeClock> m_clock;
 };
-
-void DealerTest::initTestCase() {
-    m_database = m_home.filePath("static.db");
-    StaticDbBuilder builder;
-    for (const Rules& one : market()) {
-        builder.reference("security", QLatin1String(one.symbol), recordOf(one));
-    }
-    builder.reference("gold", "AU01.SGE", {{GoldTrade::TradeUnitQty, 10}});
-    // What must not be dealt.
-    Rules repo = market().at(3);
-    repo.symbol = "204001.SH";
-    repo.id = "204001";
-    repo.subType = "03310";
-    builder.reference("security", "204001.SH", recordOf(repo));
-    Rules gone = market().first();
-    gone.symbol = "600050.SH";
-    gone.more = QVariantMap{{System::deleteFlag, true}};
-    builder.reference("security", "600050.SH", recordOf(gone));
-    Rules unpriced = market().first();
-    unpriced.symbol = "600051.SH";
-    unpriced.close = 0;
-    builder.reference("security", "600051.SH", recordOf(unpriced));
-    builder.referenceText("security", "600052.SH", "not a record");
-    builder
-        .section(QuantitySection::step, {{"*", "100"},
-                                         {"02200", "1"},
-                                         {"03200", "10"},
-                                         {"3", "1000"},
-                                         {"6", "1"},
-                                         {"5", "1"},
-                                         {"9", "1"}})
-        .section(QuantitySection::min, {{"*", "100"},
-                                        {"02200", "200"},
-                                        {"03200", "10"},
-                                        {"3", "1000"},
-                                        {"6", "1"},
-                                        {"5", "1"},
-                                        {"9", "1"}})
-        .section(QuantitySection::max, {{"*", "1000000"},
-                                        {"02200", "100000"},
-                                        {"02200_orderType:1", "50000"},
-                                        {"3", "100000000"},
-                                        {"03200", "1000000"},
-                                        {"05200", "20"},
-                                        {"6", "50"},
-                                        {"9", "10000"}})
-        .write(m_database);
-}
-
-void DealerTest::init() {
-    m_clock = std::make_unique<FakeClock>(kMorning);
-}
 
 void DealerTest::day_ofEveryKindOfAccount_breaksNoRuleOfTheDesk() {
     for (quint32 seed = 1; seed <= 20; ++seed) {
@@ -377,7 +83,7 @@ void DealerTest::orders_keepToTicksLimitsAndLots() {
     const auto log = books->log();
     for (const QVariantMap& record : log) {
         const QString symbol = record.value(Security::symbol).toString();
-        const Rules* const rules = rulesOf(symbol);
+        const DealerRules* const rules = rulesOf(symbol);
         QVERIFY2(rules, qPrintable(symbol));
         const bool isOrder = record.contains(Security::orderStatus);
         if (!isOrder && record.value(Security::lastQty).toLongLong() == 0) {
@@ -398,7 +104,7 @@ void DealerTest::orders_keepToTicksLimitsAndLots() {
             dealt.insert(symbol);
         }
     }
-    QCOMPARE(dealt.size(), market().size());
+    QCOMPARE(dealt.size(), dealerMarket().size());
     QCOMPARE(books->violations(), QStringList());
 }
 
@@ -421,7 +127,7 @@ void DealerTest::accounts_dealOnlyWhatTheirKindAndSecurityAccountsAllow() {
     for (const QVariantMap& record : log) {
         const QString account = record.value(UserAccount::tradingAccount).toString();
         const QString exchange = record.value(UserAccount::securityExchange).toString();
-        const Rules* const rules = rulesOf(record.value(Security::symbol).toString());
+        const DealerRules* const rules = rulesOf(record.value(Security::symbol).toString());
         QVERIFY(types.value(account).contains(rules->type));
         QCOMPARE(exchange, rules->exchange);
         QCOMPARE(record.value(Security::securityID).toString(), QString(rules->id));
@@ -464,7 +170,7 @@ void DealerTest::oddLot_isSoldAtOnceOnly() {
             }
             // Nothing of Hong Kong: less than a lot is not sold there.
             QVERIFY2(left.contains(symbol), qPrintable(symbol));
-            const Rules* const rules = rulesOf(symbol);
+            const DealerRules* const rules = rulesOf(symbol);
             const bool isRound = quantity >= rules->least && quantity % rules->step == 0;
             QVERIFY2(isRound || quantity == left.value(symbol),
                      qPrintable(QStringLiteral("%1 %2").arg(symbol).arg(quantity)));
@@ -618,7 +324,7 @@ void DealerTest::severalDeals_payTheCommissionOfTheirSum() {
     for (const QVariantMap& record : log) {
         if (record.contains(Margin::executionCommission)) {
             Sum& sum = sums[record.value(Security::orderID).toString()];
-            const Rules* const rules = rulesOf(record.value(Security::symbol).toString());
+            const DealerRules* const rules = rulesOf(record.value(Security::symbol).toString());
             const double amount = record.value(Security::lastAmount).toDouble();
             sum.deals += amount > 0 ? 1 : 0;
             sum.amount += amount;
@@ -636,257 +342,6 @@ void DealerTest::severalDeals_payTheCommissionOfTheirSum() {
         QVERIFY(std::abs(sum.commission - expected) < 0.0101);
     }
     QVERIFY(severalDeals > 20);
-}
-
-void DealerTest::refusedRecords_areLoggedOnce_andTheOrderIsGivenUp() {
-    const auto books = fullDesk();
-    books->refuseDeals("not today");
-    const LogCapture log;
-    Dealer dealer(books, options());
-    QCOMPARE(dealer.step(3), 0);
-    QCOMPARE(log.count(QtWarningMsg, "the dealer's record was refused: not today"), 1);
-    books->refuseDeals(QString());
-    QCOMPARE(dealer.step(50), 50);
-    // Orders that were given up are not filled later, and the others are in order.
-    const auto orders = books->orders();
-    for (const FakeDesk::Order& one : orders) {
-        QVERIFY(one.dealt == one.last.value(Security::cumQty).toLongLong());
-    }
-    QCOMPARE(books->violations(), QStringList());
-}
-
-void DealerTest::cashThatIsGone_cancelsTheRest() {
-    const auto books = desk();
-    books->addAccount("T1", FundAccountType::Cash, {Exchange::sz}, 1000000);
-    Dealer dealer(books, options());
-    QCOMPARE(dealer.step(20), 20);
-    // Somebody else has spent it.
-    books->setCash("T1", 0);
-    QCOMPARE(dealer.step(20), 0);
-    QCOMPARE(books->deals(), 20);
-    QCOMPARE(books->violations(), QStringList());
-    const auto orders = books->orders();
-    OrderStatusTable states;
-    QString error;
-    QVERIFY(states.load(&error));
-    for (const FakeDesk::Order& one : orders) {
-        QVERIFY(states.isTerminal(one.statuses.last()));
-    }
-}
-
-void DealerTest::withoutAccounts_nothingIsDealt_andLoggedOnce() {
-    const LogCapture log;
-    Dealer dealer(desk(), options());
-    QCOMPARE(dealer.step(5), 0);
-    QVERIFY(!dealer.stepOnce());
-    QCOMPARE(log.count(QtWarningMsg, "no deals: there is no account on which the login may trade"),
-             1);
-}
-
-void DealerTest::withoutSecurities_nothingIsDealt_andLoggedOnce() {
-    Dealer::Options given = options();
-    given.staticDatabaseFile = m_home.filePath("empty.db");
-    StaticDbBuilder().write(given.staticDatabaseFile);
-    const LogCapture log;
-    const auto books = fullDesk();
-    Dealer dealer(books, given);
-    QVERIFY(!dealer.stepOnce());
-    QVERIFY(!dealer.stepOnce());
-    QCOMPARE(log.count(QtWarningMsg, "no deals: the static database has no security to deal"), 1);
-    QVERIFY(books->log().isEmpty());
-}
-
-void DealerTest::withoutDatabase_nothingIsDealt_andLoggedOnce() {
-    Dealer::Options given = options();
-    given.staticDatabaseFile = m_home.filePath("missing.db");
-    const LogCapture log;
-    const auto books = fullDesk();
-    Dealer dealer(books, given);
-    QVERIFY(!dealer.stepOnce());
-    QVERIFY(!dealer.stepOnce());
-    int lines = 0;
-    for (const QString& text : log.texts(QtWarningMsg)) {
-        lines += text.startsWith("no deals: ") && text.contains("missing.db") ? 1 : 0;
-    }
-    QCOMPARE(lines, 1);
-    QVERIFY(books->log().isEmpty());
-}
-
-void DealerTest::withoutCashAndHoldings_nothingIsDealt_andLoggedOnce() {
-    const QVector<double> poor{0, 4.99, -1e9, qQNaN(), qInf()};
-    for (const double cash : poor) {
-        const auto books = desk();
-        books->addAccount("T1", FundAccountType::Cash, {Exchange::sh}, cash);
-        books->addAccount("T2", FundAccountType::Cash, {}, 1e9);
-        books->addAccount("T3", "no such kind", {Exchange::sh}, 1e9);
-        const LogCapture log;
-        Dealer dealer(books, options());
-        QVERIFY(!dealer.stepOnce());
-        QVERIFY(!dealer.stepOnce());
-        QCOMPARE(log.count(QtWarningMsg,
-                           "no deals: no account has the cash or the holdings that "
-                           "an order needs"),
-                 1);
-        QVERIFY(books->log().isEmpty());
-    }
-}
-
-void DealerTest::accountsThatComeLater_areDealt() {
-    const auto books = desk();
-    Dealer dealer(books, options());
-    QVERIFY(!dealer.stepOnce());
-    books->addAccount("T1", FundAccountType::Cash, {Exchange::sh}, 1e7);
-    QCOMPARE(dealer.step(5), 5);
-    // The authority ends, and the dealing with it.
-    books->clearAccounts();
-    const int before = books->log().size();
-    QVERIFY(!dealer.stepOnce());
-    QCOMPARE(books->log().size(), before);
-}
-
-void DealerTest::catchUp_makesTheRate_data() {
-    QTest::addColumn<double>("rate");
-    QTest::addColumn<int>("callsPerSecond");
-    QTest::newRow("10 a second, seen often") << 10.0 << 50;
-    QTest::newRow("7 a second, seen rarely") << 7.0 << 2;
-    QTest::newRow("one in four seconds") << 0.25 << 10;
-    QTest::newRow("500 a second") << 500.0 << 33;
-}
-
-void DealerTest::catchUp_makesTheRate() {
-    QFETCH(double, rate);
-    QFETCH(int, callsPerSecond);
-    const auto books = fullDesk();
-    Dealer::Options given = options();
-    given.dealsPerSecond = rate;
-    Dealer dealer(books, given);
-    int made = 0;
-    constexpr int kSeconds = 8;
-    for (int i = 1; i <= kSeconds * callsPerSecond; ++i) {
-        made += dealer.catchUp(nanoseconds(qint64(1e9) * i / callsPerSecond));
-    }
-    QCOMPARE(made, static_cast<int>(rate * kSeconds));
-    QCOMPARE(books->deals(), made);
-}
-
-void DealerTest::catchUp_afterAStall_skipsWhatIsOlderThanASecond() {
-    const auto books = fullDesk();
-    Dealer::Options given = options();
-    given.dealsPerSecond = 10;
-    Dealer dealer(books, given);
-    QCOMPARE(dealer.catchUp(1s), 10);
-    QCOMPARE(dealer.catchUp(3600s), 10);
-    QCOMPARE(dealer.catchUp(3601s), 10);
-}
-
-void DealerTest::catchUp_withNothingToDeal_waitsASecond() {
-    const auto books = desk();
-    Dealer::Options given = options();
-    given.dealsPerSecond = 100;
-    Dealer dealer(books, given);
-    QCOMPARE(dealer.catchUp(5s), 0);
-    QCOMPARE(*dealer.nextDue(), nanoseconds(6s));
-    books->addAccount("T1", FundAccountType::Cash, {Exchange::sh}, 1e7);
-    QCOMPARE(dealer.catchUp(5900ms), 0);
-    QCOMPARE(dealer.catchUp(6s), 1);
-    // What could not be dealt is not made up for.
-    QCOMPARE(dealer.catchUp(6500ms), 50);
-}
-
-void DealerTest::nextDue_isWhenTheNextDealComes() {
-    Dealer::Options given = options();
-    given.dealsPerSecond = 4;
-    Dealer dealer(fullDesk(), given);
-    QCOMPARE(dealer.catchUp(0s), 0);
-    QCOMPARE(*dealer.nextDue(), nanoseconds(250ms));
-    QCOMPARE(dealer.catchUp(600ms), 2);
-    QCOMPARE(*dealer.nextDue(), nanoseconds(750ms));
-    for (const double none : {0.0, -1.0, qQNaN(), qInf()}) {
-        given.dealsPerSecond = none;
-        Dealer idle(fullDesk(), given);
-        QCOMPARE(idle.catchUp(10s), 0);
-        QVERIFY(!idle.nextDue());
-    }
-}
-
-void DealerTest::started_dealsOnItsThread_untilStopped() {
-    const auto books = fullDesk();
-    Dealer::Options given = options();
-    given.dealsPerSecond = 500;
-    Dealer dealer(books, given);
-    const LogCapture log;
-    dealer.start();
-    dealer.start();
-    QVERIFY(dealer.running());
-    QVERIFY(waitFor([&books] { return books->deals() >= 20; }));
-    dealer.stop();
-    QVERIFY(!dealer.running());
-    const auto after = books->log();
-    QVERIFY(dealer.stepOnce());
-    QVERIFY(books->log().size() > after.size());
-    QCOMPARE(books->violations(), QStringList());
-    QCOMPARE(log.count(QtInfoMsg, "dealing started: 500 deals per second, seed 7"), 1);
-    dealer.start();
-    // The destructor stops it.
-}
-
-void DealerTest::busyDealer_thatIsToEnd_makesNoFurtherDeal() {
-    struct EndingDesk : FakeDesk {
-        bool putDeal(const QVariantMap& deal, QString* error) override {
-            const bool taken = FakeDesk::putDeal(deal, error);
-            if (deals() == 5 && dealer) {
-                dealer->endSoon();
-            }
-            return taken;
-        }
-        Dealer* dealer = nullptr;
-    };
-    const auto books = std::make_shared<EndingDesk>();
-    books->addAccount("T1", FundAccountType::Cash, {Exchange::sh}, 1e7);
-    Dealer::Options given = options();
-    given.dealsPerSecond = Dealer::kMostDealsPerSecond;
-    Dealer dealer(books, given);
-    books->dealer = &dealer;
-    QCOMPARE(dealer.catchUp(1s), 5);
-    QCOMPARE(dealer.catchUp(9s), 0);
-    QVERIFY(!dealer.stepOnce());
-    QCOMPARE(books->deals(), 5);
-    books->dealer = nullptr;
-    dealer.stop();
-    QVERIFY(dealer.stepOnce());
-}
-
-void DealerTest::dealerThatIsToEnd_readsTheSecuritiesLater() {
-    const auto books = fullDesk();
-    Dealer dealer(books, options());
-    dealer.endSoon();
-    const LogCapture log;
-    QVERIFY(!dealer.stepOnce());
-    QVERIFY(!log.contains(QtWarningMsg, "no deals"));
-    dealer.stop();
-    QVERIFY(dealer.stepOnce());
-}
-
-void DealerTest::started_refusesSteps() {
-    Dealer::Options given = options();
-    given.dealsPerSecond = 0.001;
-    const auto books = fullDesk();
-    Dealer dealer(books, given);
-    dealer.start();
-    QVERIFY(!dealer.stepOnce());
-    QCOMPARE(dealer.step(5), 0);
-    dealer.stop();
-    QVERIFY(books->log().isEmpty());
-}
-
-void DealerTest::started_withoutARate_ends() {
-    Dealer::Options given = options();
-    given.dealsPerSecond = 0;
-    const auto books = fullDesk();
-    Dealer dealer(books, given);
-    dealer.start();
-    dealer.stop();
-    QCOMPARE(books->deals(), 0);
 }
 
 QTEST_GUILESS_MAIN(DealerTest)

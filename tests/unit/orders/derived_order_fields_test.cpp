@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "order_fixture.h"
+#include "order_record.h"
 #include "vocabulary/quindar_values.h"
 #include "vocabulary/velmar_values.h"
 
@@ -152,8 +153,8 @@ private slots:
     }
     void minQty_quantityMissingOrNotFinite_isEmpty() {
         QFETCH(QVariant, quantity);
-        const auto derived =
-            derivedOrderFields(orderOf(kLimit, PriceType::limitPriceAllDealOrCancel, quantity));
+        const QVariantMap order = orderOf(kLimit, PriceType::limitPriceAllDealOrCancel, quantity);
+        const auto derived = derivedOrderFields(OrderRecord(order));
         QVERIFY(derived);
         QCOMPARE(derived->minQty, QString());
         QCOMPARE(derived->timeInForce, QString("3"));

@@ -3,6 +3,7 @@
 
 #include "client_world.h"
 #include "log_capture.h"
+#include "responsible_presenter.h"
 #include "run_on_thread.h"
 #include "velmar_business_data_manager_presenter_class.h"
 #include "velmarutils/velmar_utils.h"
@@ -14,6 +15,7 @@
 #include "vocabulary/velmar_msg_type.h"
 #include "wait_for.h"
 #include "zn_business_data_manager.h"
+#include "zncore/zn_core.h"
 #include "znmsg/c_pack_message_common.h"
 
 Q_DECLARE_METATYPE(ZnPresenterClass*)
@@ -85,6 +87,7 @@ private slots:
         m_world = std::make_unique<ClientWorld>();
         m_world->login();
         m_presenter = new Presenter("Test.Presenter", nullptr);
+        ResponsiblePresenter::add(m_presenter);
         m_counts = std::make_unique<SignalCounts>(m_presenter);
     }
     void cleanup() {
@@ -227,9 +230,9 @@ private slots:
     void gate_connected_startsAFreshHeartBeatRecord() {
         send(0x10006, NET_STATE::CONNECTTING);
         send(0x10012, NET_STATE::CONNECTED);  // has no heartbeat
-        QVERIFY(m_presenter->heartBeatInfo().isEmpty());
+        QVERIFY(m_presenter->heartBeats().heartBeatInfo().isEmpty());
         send(0x10006, NET_STATE::CONNECTED);
-        const QMap<QString, NetDelayStat> records = m_presenter->heartBeatInfo();
+        const QMap<QString, NetDelayStat> records = m_presenter->heartBeats().heartBeatInfo();
         QCOMPARE(records.keys(), QStringList{NetGateType::TradeGate});
         const NetDelayStat record = records.first();
         QCOMPARE(record.count, 0);
@@ -265,7 +268,7 @@ private slots:
             steps.append(QStringLiteral("%1, subscriptions %2, heart-beat records %3")
                              .arg(step)
                              .arg(m_world->link().requestCount("325005"))
-                             .arg(m_presenter->heartBeatInfo().size()));
+                             .arg(m_presenter->heartBeats().heartBeatInfo().size()));
         };
         QObject context;
         connect(
@@ -288,42 +291,41 @@ private slots:
     void timer_ofAPerformanceType_uploadsThatType() {
         auto* const presenter = new TimedPresenter;
         presenter->initPresenter();
-        const LogCapture log;
-        runOnThreadAndWait(presenter, [presenter] {
-            const int memory = presenter->startPerformTimer("memory", 3600);
-            const int disk = presenter->startPerformTimer("disk", 3600);
-            presenter->fire(disk);
-            presenter->fire(memory);
-            presenter->fire(memory + disk + 1);  // no timer of a type
+        const auto isOnBoard = [](const QString& key) {
+            return !ZnCore::instance()->getCommonInfo(key).isNull();
+        };
+        QList<bool> sampled;  // of the disk and the processors, after each timer
+        runOnThreadAndWait(presenter, [&] {
+            constexpr int kHour = 3600000;
+            const int cpu = presenter->startPerformTimer(ClientPerformType::CpuUsage, kHour);
+            const int disk = presenter->startPerformTimer(ClientPerformType::DiskUsage, kHour);
+            for (const int timer : {cpu + disk, disk, cpu}) {  // the first is no timer of a type
+                presenter->fire(timer);
+                sampled.append(isOnBoard(ClientPerformItem::LogFileCount));
+                sampled.append(isOnBoard(ClientPerformItem::PositionCount));
+            }
         });
-        QStringList uploads;
-        for (const QString& text : log.texts(QtDebugMsg).filter("slotUploadClientPerformance")) {
-            uploads.append(text.section('(', 1).section(')', 0, 0));
-        }
-        QCOMPARE(uploads, (QStringList{"disk", "memory"}));
+        QCOMPARE(sampled, (QList<bool>{false, false, true, false, true, true}));
         presenter->deleteLater();
     }
 
-    void push_patchInfo_needsItsSubTypeAndAReadableRecord_data() {
+    void push_patchInfo_thatCannotBeRead_isLogged_data() {
         QTest::addColumn<QString>("subType");
         QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("taken");
         QTest::addColumn<int>("refused");
-        QTest::newRow("patch") << SubscribeTopicSubType::clientPatchInfo << R"({"id":1})" << 1 << 0;
+        QTest::newRow("patch") << SubscribeTopicSubType::clientPatchInfo << R"({"id":1})" << 0;
         QTest::newRow("another sub-type") << "other"
-                                          << R"({"id":1})" << 0 << 0;
-        QTest::newRow("bad text") << SubscribeTopicSubType::clientPatchInfo << "{" << 0 << 1;
+                                          << "{" << 0;
+        QTest::newRow("bad text") << SubscribeTopicSubType::clientPatchInfo << "{" << 1;
     }
-    void push_patchInfo_needsItsSubTypeAndAReadableRecord() {
+    void push_patchInfo_thatCannotBeRead_isLogged() {
         QFETCH(QString, subType);
         QFETCH(QString, text);
-        QFETCH(int, taken);
         QFETCH(int, refused);
         LogCapture log;
         m_presenter->ProcSubMsg(
             {}, Velmar_MsgType::ClientPatchInfoPush,
             packRows({{System::SubMsgType, subType}, {System::textDescription, text}}, {}));
-        QCOMPARE(log.texts(QtDebugMsg).filter("takeClientPatchInfo").size(), taken);
         QCOMPARE(log.texts(QtDebugMsg).filter("not understood").size(), refused);
         QVERIFY(log.texts(QtWarningMsg).isEmpty());
     }
@@ -334,7 +336,6 @@ private slots:
         m_presenter->ProcSubMsg({}, Velmar_MsgType::ClientPatchInfoPush, QVariant("garbage"));
         m_presenter->ProcResponseMsg({}, {}, "nothing", QVariant("garbage"));
         QCOMPARE(m_counts->took(), Counts{});
-        QVERIFY(!log.contains("takeClientPatchInfo"));
         QVERIFY(!log.contains("was refused"));
     }
 

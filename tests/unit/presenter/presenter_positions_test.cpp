@@ -59,7 +59,7 @@ struct Plugin {
         neighbour->setPositions({position(10)});
         world.login();
     }
-    /// Starts the plug-in and waits for the end of its start-up.
+    /// Starts the plug-in and waits until its start-up has read the positions.
     bool start() {
         object.initialize();
         return world.link().waitForRequestCount("325005", 1);
@@ -211,7 +211,7 @@ private slots:
         Presenter* const first = s_presenter;
         VelmarBusinessDataManager second;
         second.initialize();
-        QVERIFY(plugin.world.link().waitForRequestCount("325005", 2));
+        runOnThreadAndWait(second.presenter(), [] {});  // its start-up has ended
         QVERIFY(first != s_presenter);
         std::atomic<int> delivered{0};
         for (Presenter* const presenter : {first, s_presenter.load()}) {

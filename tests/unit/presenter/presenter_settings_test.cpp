@@ -1,6 +1,9 @@
+#include <QLoggingCategory>
 #include <QtTest>
 
 #include "client_world.h"
+#include "log_capture.h"
+#include "log_hook.h"
 #include "shared_settings.h"
 #include "velmar_business_data_manager_presenter_class.h"
 #include "velmarutils/velmar_utils.h"
@@ -62,7 +65,7 @@ private slots:
         const ClientWorld world;
         ZnCore::instance()->saveSetting(SystemSetting::SysMultiTimeOutCount, 2);
         const OwnedPresenter presenter = makePresenter();
-        const QMap<QString, VelmarStatisticAssist>& stats = presenter->netElapseStat();
+        const QMap<QString, VelmarStatisticAssist> stats = presenter->netDelays().netElapseStat();
         QStringList gates{NetGateType::TradeGate, NetGateType::InfoGate,
                           NetGateType::MarketTcpGate};
         gates.sort();
@@ -86,7 +89,8 @@ private slots:
         const ClientWorld world;
         ZnCore::instance()->saveSetting(SystemSetting::SysMultiTimeOutCount, 1000000000);
         const OwnedPresenter presenter = makePresenter();
-        VelmarStatisticAssist stat = presenter->netElapseStat().value(NetGateType::TradeGate);
+        VelmarStatisticAssist stat =
+            presenter->netDelays().netElapseStat().value(NetGateType::TradeGate);
         stat.AppendData(1);
         stat.AppendData(3);
         bool valid = true;
@@ -94,12 +98,32 @@ private slots:
         QVERIFY(!valid);
     }
 
-    void busiMsgMenuMap_relations_areSplitAndEmptyOnesLeftOut() {
+    void netElapseStat_settingChangedBeforeItsEventIsSubscribed_isTaken() {
+        const ClientWorld world;
+        const auto save = [](int minutes) {
+            ZnCore::instance()->saveSetting(SystemSetting::SysMultiTimeOutCount, minutes);
+        };
+        save(5);
+        QLoggingCategory::setFilterRules("velmar.platform.traffic.debug=true");
+        const LogCapture log;
+        const LogHook change("subscribes to event 0x1000A", [&save] { save(1); });
+        const OwnedPresenter presenter = makePresenter();
+        VelmarStatisticAssist stat =
+            presenter->netDelays().netElapseStat().value(NetGateType::TradeGate);
+        bool valid = false;
+        for (int beat = 1; beat <= 4; ++beat) {
+            stat.AppendData(1);
+            stat.GetAvgData(&valid);
+            QCOMPARE(valid, beat == 4);
+        }
+        QLoggingCategory::setFilterRules({});
+    }
+
+    void busiMsgMenuMap_relations_areSplitWithoutEmptyParts() {
         const ClientWorld world({}, StaticDbBuilder().section(
                                         DictionaryKey::BusiMsgMenuRela,
                                         {{"1", "M1|M2||M3"}, {"2", "M4"}, {"3", ""}, {"4", "|"}}));
-        const QMap<QString, QStringList> expected{
-            {"1", {"M1", "M2", "", "M3"}}, {"2", {"M4"}}, {"4", {"", ""}}};
+        const QMap<QString, QStringList> expected{{"1", {"M1", "M2", "M3"}}, {"2", {"M4"}}};
         QCOMPARE(makePresenter()->busiMsgMenuMap(), expected);
     }
 };

@@ -50,6 +50,7 @@ const QByteArray kWhole =
     "ready\n"
     "clock advance 1500\n"
     "push topic user=demo01 {\"a\": 1} {\"b\": [1, 2]}\n"
+    "message {\"c\": \"d\"} user=demo02 within=0 error*=e\n"
     "tick 600000 {\"last\": 1.5} source=feed\n"
     "gate InfoGate down\n"
     "deal {\"a\": 1}\n"
@@ -57,6 +58,9 @@ const QByteArray kWhole =
     "position {}\n"
     "book T1 => cash=5 within=9\n"
     "call Get true \"a=b\" [1] => [\"x\"] result.0*=x within=20\n"
+    "messages check within=8\n"
+    "messages check repair => server=2\n"
+    "patch {\"e\": \"f\"} within=6 error=g\n"
     "expect idle\n"
     "restart\n"
     "start fails error*=\"not loaded\"\n";
@@ -74,10 +78,11 @@ void ScenarioParserTest::everyDirective_isRead() {
     QCOMPARE(scenario.market.historyOrders, kScenarioHistoryOrders);
     QCOMPARE(scenario.sections.size(), 2);
     const auto steps = scenario.sections.first().steps;
-    const QVector<Kind> kinds{Kind::Setting,  Kind::Fault, Kind::ClearFaults,  Kind::ClockSet,
-                              Kind::Begin,    Kind::Ready, Kind::ClockAdvance, Kind::Push,
-                              Kind::Tick,     Kind::Gate,  Kind::Deal,         Kind::Order,
-                              Kind::Position, Kind::Book,  Kind::Call,         Kind::ExpectIdle};
+    const QVector<Kind> kinds{
+        Kind::Setting, Kind::Fault,        Kind::ClearFaults,    Kind::ClockSet, Kind::Begin,
+        Kind::Ready,   Kind::ClockAdvance, Kind::Push,           Kind::Message,  Kind::Tick,
+        Kind::Gate,    Kind::Deal,         Kind::Order,          Kind::Position, Kind::Book,
+        Kind::Call,    Kind::Messages,     Kind::MessagesRepair, Kind::Patch,    Kind::ExpectIdle};
     QCOMPARE(steps.size(), kinds.size());
     for (int i = 0; i < kinds.size(); ++i) {
         QVERIFY2(steps.at(i).kind == kinds.at(i), qPrintable(steps.at(i).text));
@@ -92,21 +97,31 @@ void ScenarioParserTest::everyDirective_isRead() {
     QCOMPARE(steps.at(6).ms, 1500);
     QCOMPARE(steps.at(7).name, QStringLiteral("topic"));
     QCOMPARE(steps.at(7).rows, (QList<QVariantMap>{{{"a", 1.0}}, {{"b", QVariantList{1.0, 2.0}}}}));
-    QCOMPARE(steps.at(8).value, QStringLiteral("feed"));
-    QCOMPARE(steps.at(9).value, QStringLiteral("NOCONNECT"));
-    QCOMPARE(steps.at(10).rows, (QList<QVariantMap>{{{"a", 1.0}}}));
-    QVERIFY(steps.at(10).checks.isEmpty());
-    QCOMPARE(steps.at(11).checks.first().path, QStringLiteral("error"));
-    QVERIFY(steps.at(11).checks.first().op == ScenarioCheck::Op::Matches);
-    QCOMPARE(steps.at(12).rows, QList<QVariantMap>{{}});
-    QCOMPARE(steps.at(13).name, QStringLiteral("T1"));
-    QCOMPARE(steps.at(13).checks.first().text, QStringLiteral("cash=5"));
-    QCOMPARE(steps.at(13).limitMs, 9);
-    QCOMPARE(steps.at(14).values, (QStringList{"true", "a=b", "[1]"}));
-    QCOMPARE(steps.at(14).checks.size(), 2);
-    QCOMPARE(steps.at(14).checks.at(0).value, QStringLiteral("[[\"x\"]]"));
-    QVERIFY(steps.at(14).checks.at(1).op == ScenarioCheck::Op::Contains);
-    QCOMPARE(steps.at(14).limitMs, 20);
+    QCOMPARE(steps.at(8).rows, (QList<QVariantMap>{{{"c", "d"}}}));
+    QCOMPARE(steps.at(8).user, QStringLiteral("demo02"));
+    QCOMPARE(steps.at(8).limitMs, 0);
+    QVERIFY(steps.at(8).checks.first().op == ScenarioCheck::Op::Contains);
+    QCOMPARE(steps.at(9).value, QStringLiteral("feed"));
+    QCOMPARE(steps.at(10).value, QStringLiteral("NOCONNECT"));
+    QCOMPARE(steps.at(11).rows, (QList<QVariantMap>{{{"a", 1.0}}}));
+    QVERIFY(steps.at(11).checks.isEmpty());
+    QCOMPARE(steps.at(12).checks.first().path, QStringLiteral("error"));
+    QVERIFY(steps.at(12).checks.first().op == ScenarioCheck::Op::Matches);
+    QCOMPARE(steps.at(13).rows, QList<QVariantMap>{{}});
+    QCOMPARE(steps.at(14).name, QStringLiteral("T1"));
+    QCOMPARE(steps.at(14).checks.first().text, QStringLiteral("cash=5"));
+    QCOMPARE(steps.at(14).limitMs, 9);
+    QCOMPARE(steps.at(15).values, (QStringList{"true", "a=b", "[1]"}));
+    QCOMPARE(steps.at(15).checks.size(), 2);
+    QCOMPARE(steps.at(15).checks.at(0).value, QStringLiteral("[[\"x\"]]"));
+    QVERIFY(steps.at(15).checks.at(1).op == ScenarioCheck::Op::Contains);
+    QCOMPARE(steps.at(15).limitMs, 20);
+    QCOMPARE(steps.at(16).limitMs, 8);
+    QCOMPARE(steps.at(16).checks.first().text, QStringLiteral("agrees=true"));
+    QCOMPARE(steps.at(17).checks.first().text, QStringLiteral("server=2"));
+    QCOMPARE(steps.at(18).rows, (QList<QVariantMap>{{{"e", "f"}}}));
+    QCOMPARE(steps.at(18).limitMs, 6);
+    QCOMPARE(steps.at(18).checks.first().path, QStringLiteral("error"));
     QVERIFY(scenario.sections.at(1).steps.first().kind == Kind::StartFails);
 }
 
@@ -195,9 +210,22 @@ void ScenarioParserTest::wrongText_isReportedWithItsPlace_data() {
     row("start\npush topic {\"a\":1", "2:12", "not closed");
     row("start\ntick 600000", "2:12", "fields");
     row("start\ndeal", "2:5", "the record of the deal is missing");
+    row("start\nmessage", "2:8", "the record of the message is missing");
+    row("start\nmessage {} within=-1", "2:19", "from 0 to");
+    row("start\ndeal {} user=a", "2:9", "nothing more");
+    row("start\npatch", "2:6", "the record of the patch is missing");
+    row("start\npatch {} user=a", "2:10", "nothing more");
+    row("start\npatch {} within=-1", "2:17", "from 0 to");
+    row("patch {}", "1:1", "no client is running");
+    row("message {}", "1:1", "no client is running");
     row("start\nbook T1", "2:8", "'=>'");
     row("start\nbook T1 cash=1", "2:9", "'=>' is expected");
     row("start\nbook => cash=1", "2:9", "'=>'");
+    row("start\nmessages", "2:9", "check is missing");
+    row("start\nmessages list", "2:10", "messages takes check");
+    row("start\nmessages check all", "2:16", "nothing more");
+    row("start\nmessages check =>", "2:18", "'=>'");
+    row("messages check", "1:1", "no client is running");
     row("start\norder 5", "2:7", "JSON object");
     row("start\nposition {} count=1", "2:13", "nothing more");
     row("position {}", "1:1", "no client is running");

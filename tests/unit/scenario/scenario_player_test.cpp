@@ -44,6 +44,21 @@ public:
         m_tape->add(RecordKind::Push, topic, jsonOfBody(body));
         return 1;
     }
+    bool putMessage(const QString& user, const QVariantMap& message, QString* error) override {
+        *error = QStringLiteral("no such user");
+        const QString text = message.value(QStringLiteral("text")).toString();
+        return did(QStringLiteral("message '%1' for '%2'").arg(text, user)) &&
+               user != QLatin1String("nobody");
+    }
+    bool hasMessageSubscriber(const QString& user) const override {
+        return user != QLatin1String("away") && ++m_subscriberLooks > pushesToNobody;
+    }
+    bool putPatch(const QVariantMap& patch, QString* error) override {
+        *error = QStringLiteral("no such patch");
+        const QString id = patch.value(QStringLiteral("id")).toString();
+        return did(QStringLiteral("patch '%1'").arg(id)) && id != QLatin1String("bad");
+    }
+    bool hasPatchSubscriber() const override { return ++m_subscriberLooks > pushesToNobody; }
     void tick(const QString& symbol, const QVariantMap& fields, const QString& source) override {
         did(QStringLiteral("tick %1 %2 %3").arg(symbol).arg(fields.size()).arg(source));
     }
@@ -68,6 +83,17 @@ public:
         *answer = {{QStringLiteral("cash"), ++m_reads}};
         return did(QStringLiteral("book ") + account) && error->isEmpty();
     }
+    bool checkMessages(QJsonObject* answer, QString* error) override {
+        error->clear();
+        ++m_looks;
+        *answer = {{QStringLiteral("agrees"), m_looks >= looksUntilAgreed},
+                   {QStringLiteral("server"), m_looks}};
+        return did(QStringLiteral("messages check"));
+    }
+    bool repairMessages(QString* error) override {
+        error->clear();
+        return did(QStringLiteral("messages repair"));
+    }
     bool call(const QString& function, const QStringList& arguments, QJsonObject* answer,
               QString*) override {
         *answer = {{QStringLiteral("result"), ++m_calls}};
@@ -86,6 +112,7 @@ public:
 
     QStringList done;
     int pushesToNobody = 0;
+    int looksUntilAgreed = 3;
 
 private:
     bool put(const QString& what, const QVariantMap& record, QString* error) {
@@ -101,7 +128,9 @@ private:
     FaultPlan m_plan;
     int m_calls = 0;
     int m_reads = 0;
+    int m_looks = 0;
     int m_pushes = 0;
+    mutable int m_subscriberLooks = 0;
 };
 
 QString client() {
@@ -120,8 +149,13 @@ private slots:
     void expectations_lookAtTheTape();
     void bookRecords_arePutAndMayHaveToBeRefused();
     void book_isReadUntilItsChecksHold();
+    void messages_areComparedUntilTheyAgree();
     void call_isRepeatedUntilItsChecksHold();
     void push_waitsForASubscriberUpToItsLimit();
+    void message_waitsForASubscriberUnlessTheUserMayBeAway();
+    void message_refused_failsUnlessThatIsExpected();
+    void patch_waitsForASubscriberUnlessItNeedsNone();
+    void patch_refused_failsUnlessThatIsExpected();
     void check_seesPartsOfAValue_data();
     void check_seesPartsOfAValue();
     void failedStep_endsTheClientWithItsLine_data();
@@ -233,6 +267,19 @@ void ScenarioPlayerTest::bookRecords_arePutAndMayHaveToBeRefused() {
     QVERIFY2(report.contains("the record was accepted"), qPrintable(report));
 }
 
+void ScenarioPlayerTest::messages_areComparedUntilTheyAgree() {
+    QString report;
+    QVERIFY2(play("start\nmessages check within=5\n", &report), qPrintable(report));
+    QCOMPARE(m_done.mid(2), (QStringList{"messages check", "messages check", "messages check"}));
+    QVERIFY(!play("start\nmessages check within=1\n", &report));
+    QVERIFY2(report.contains("came: agrees is false"), qPrintable(report));
+    QVERIFY2(play("start\nmessages check within=2 => server=2 agrees=false\n", &report),
+             qPrintable(report));
+    QVERIFY2(play("start\nmessages check repair within=5\n", &report), qPrintable(report));
+    QCOMPARE(m_done.mid(2).first(), QString("messages repair"));
+    QCOMPARE(m_done.count("messages repair"), 1);
+}
+
 void ScenarioPlayerTest::book_isReadUntilItsChecksHold() {
     m_tape.reset();
     QString report;
@@ -259,6 +306,49 @@ void ScenarioPlayerTest::push_waitsForASubscriberUpToItsLimit() {
     QCOMPARE(m_done.filter("push t").size(), 1);
     QVERIFY(!play("start\npush t {} within=3\n", &report, 4));
     QVERIFY2(report.contains("nobody subscribed to it within 3 ms"), qPrintable(report));
+}
+
+void ScenarioPlayerTest::message_waitsForASubscriberUnlessTheUserMayBeAway() {
+    QString report;
+    QVERIFY2(play("start\nmessage {\"text\":\"a\"} within=3\n", &report, 3), qPrintable(report));
+    QCOMPARE(m_done.last(), QString("message 'a' for ''"));
+    QVERIFY(!play("start\nmessage {\"text\":\"a\"} within=3\n", &report, 4));
+    QVERIFY2(report.contains("nobody subscribed to the messages within 3 ms"), qPrintable(report));
+    QVERIFY(m_done.filter("message").isEmpty());
+    QVERIFY(!play("start\nmessage {} user=away within=3\n", &report));
+    QVERIFY2(play("start\nmessage {} user=away within=0\n", &report), qPrintable(report));
+    QCOMPARE(m_done.last(), QString("message '' for 'away'"));
+}
+
+void ScenarioPlayerTest::message_refused_failsUnlessThatIsExpected() {
+    QString report;
+    QVERIFY(!play("start\nmessage {} user=nobody\n", &report));
+    QVERIFY2(report.contains("came: no such user"), qPrintable(report));
+    QVERIFY2(play("start\nmessage {} user=nobody error*=such\n", &report), qPrintable(report));
+    QVERIFY(!play("start\nmessage {} user=nobody error=other\n", &report));
+    QVERIFY2(report.contains("error is no such user"), qPrintable(report));
+    QVERIFY(!play("start\nmessage {} error*=such\n", &report));
+    QVERIFY2(report.contains("the record was accepted"), qPrintable(report));
+}
+
+void ScenarioPlayerTest::patch_waitsForASubscriberUnlessItNeedsNone() {
+    QString report;
+    QVERIFY2(play("start\npatch {\"id\":\"P1\"} within=3\n", &report, 3), qPrintable(report));
+    QCOMPARE(m_done.last(), QString("patch 'P1'"));
+    QVERIFY(!play("start\npatch {\"id\":\"P1\"} within=3\n", &report, 4));
+    QVERIFY2(report.contains("nobody subscribed to patches within 3 ms"), qPrintable(report));
+    QVERIFY(m_done.filter("patch").isEmpty());
+    QVERIFY2(play("start\npatch {} within=0\n", &report, 4), qPrintable(report));
+    QCOMPARE(m_done.last(), QString("patch ''"));
+}
+
+void ScenarioPlayerTest::patch_refused_failsUnlessThatIsExpected() {
+    QString report;
+    QVERIFY(!play("start\npatch {\"id\":\"bad\"}\n", &report));
+    QVERIFY2(report.contains("came: no such patch"), qPrintable(report));
+    QVERIFY2(play("start\npatch {\"id\":\"bad\"} error*=such\n", &report), qPrintable(report));
+    QVERIFY(!play("start\npatch {} error*=such\n", &report));
+    QVERIFY2(report.contains("the record was accepted"), qPrintable(report));
 }
 
 void ScenarioPlayerTest::check_seesPartsOfAValue_data() {

@@ -5,8 +5,7 @@
 #include "client_stage.h"
 #include "commonquotahandler/common_quota_handler.h"
 #include "process_per_case.h"
-#include "small_market.h"
-#include "test_paths.h"
+#include "small_client.h"
 #include "znbusinessdata/c_business_data_base.h"
 
 namespace {
@@ -36,11 +35,8 @@ private slots:
 
 private:
     static Client::Options optionsOf(const QTemporaryDir& home) {
-        Client::Options options;
-        options.homeDir = home.path();
-        options.pluginsDir = QStringLiteral(VELMAR_BINARY_DIR "/plugins");
-        options.user = SampleLogin::user;
-        options.market = smallMarket();
+        Client::Options options = smallClient(home);
+        options.ticksPerSecond = 1;
         return options;
     }
 };

@@ -1,10 +1,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include "client.h"
 #include "local_platform.h"
 #include "log_capture.h"
-#include "small_market.h"
+#include "small_client.h"
 #include "test_paths.h"
 #include "zncore/zn_core.h"
 
@@ -14,14 +13,9 @@ class ClientStopTest : public QObject {
 private slots:
     void stop_pluginWaitsForAccountsThatNeverLoad_returnsAndKeepsItsSettings() {
         const QTemporaryDir home;
-        Client::Options options;
-        options.homeDir = home.path();
-        options.pluginsDir = QStringLiteral(VELMAR_BINARY_DIR "/plugins");
+        Client::Options options = smallClient(home);
         options.pluginFiles =
             QStringList(QStringLiteral(VELMAR_BINARY_DIR "/plugins/fixtures/libWaitingPlugin.so"));
-        options.user = SampleLogin::user;
-        options.market = smallMarket();
-        options.ticksPerSecond = 0;
         Fault refusal;
         refusal.msgType = "120006";
         refusal.kind = FaultKind::Refusal;

@@ -35,6 +35,7 @@ private slots:
     void deals_takeARateAndASeed();
     void deals_standStillByDefault();
     void scenario_isACommandOfItsOwn();
+    void crash_isACommandOfItsOwn();
     void staying_lastWordCounts();
     void helpAndVersion_goBeforeCommands();
 };
@@ -216,6 +217,14 @@ void ShellOptionsTest::wrongLine_isRefusedWithAText_data() {
     QTest::newRow("two texts") << words("symbols find a b") << QStringLiteral("find TEXT");
     QTest::newRow("other symbols") << words("symbols all") << QStringLiteral("find TEXT");
     QTest::newRow("doctor of one") << words("doctor x") << QStringLiteral("no arguments");
+    QTest::newRow("crash kind") << words("--crash quietly")
+                                << QStringLiteral("segv, abort, stack-overflow");
+    QTest::newRow("crash of a command")
+        << words("--crash segv doctor") << QStringLiteral("--crash cannot");
+    QTest::newRow("crash behind a command")
+        << words("accounts list --crash segv") << QStringLiteral("--crash cannot");
+    QTest::newRow("crash of a scenario")
+        << words("--scenario a.scn --crash segv") << QStringLiteral("--crash");
     QTest::newRow("early alone") << words("--early") << QStringLiteral("option of call");
     QTest::newRow("raw elsewhere") << words("functions --raw") << QStringLiteral("option of call");
     QTest::newRow("type of a fault")
@@ -377,6 +386,20 @@ void ShellOptionsTest::scenario_isACommandOfItsOwn() {
     QCOMPARE(options.scenarioFile, QStringLiteral("a.scn"));
     QCOMPARE(options.homeDir, QStringLiteral("/h"));
     QCOMPARE(options.section, 0);
+}
+
+void ShellOptionsTest::crash_isACommandOfItsOwn() {
+    for (const char* kind : {"segv", "abort", "stack-overflow"}) {
+        ShellOptions options;
+        QString error;
+        QVERIFY2(parseShellOptions({"--home", "/a", "--crash", kind}, &options, &error),
+                 qPrintable(error));
+        QCOMPARE(options.command, ShellOptions::Command::Crash);
+        QCOMPARE(options.crashKind, QString(kind));
+        QVERIFY(options.crashStep.isEmpty());
+        QVERIFY(parseShellOptions({"--crash", kind, "--crash-step", "a.dmp"}, &options, &error));
+        QCOMPARE(options.crashStep, QString("a.dmp"));
+    }
 }
 
 void ShellOptionsTest::staying_lastWordCounts() {

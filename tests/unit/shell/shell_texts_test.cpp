@@ -17,6 +17,7 @@ private slots:
     void statusText_wideTerminal_containsEverything();
     void statusText_gateDown_isNamed();
     void statusText_anyWidth_neverLonger();
+    void statusText_measuredDelays_areItsLastPart();
     void progressText_half_fillsHalfTheBar();
     void progressText_anyWidth_neverLonger();
     void load_fileThatIsNoLibrary_isNamed();
@@ -95,6 +96,16 @@ void ShellTextsTest::statusText_anyWidth_neverLonger() {
         QVERIFY(text.size() <= columns);
         QCOMPARE(text.isEmpty(), columns == 0);
     }
+}
+
+void ShellTextsTest::statusText_measuredDelays_areItsLastPart() {
+    constexpr int kWide = 200;
+    ClientStatus status = someStatus();
+    const QString without = statusText(status, kWide);
+    QVERIFY(!without.contains(" ms"));
+    status.delaysMs = {{QStringLiteral("InfoGate"), 8}, {QStringLiteral("TradeGate"), 12}};
+    QCOMPARE(statusText(status, kWide), without + " | InfoGate 8 ms, TradeGate 12 ms");
+    QCOMPARE(statusText(status, without.size() + 5), without);
 }
 
 void ShellTextsTest::progressText_half_fillsHalfTheBar() {

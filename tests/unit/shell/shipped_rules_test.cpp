@@ -2,10 +2,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include "client.h"
 #include "log_capture.h"
-#include "small_market.h"
-#include "test_paths.h"
+#include "small_client.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/tick_fields.h"
 #include "vocabulary/values.h"
@@ -15,7 +13,7 @@ namespace {
 // The quantity step of a security that has a lot of its own.
 constexpr int kOwnLot = -1;
 constexpr int kHongKongLots = 3000;
-constexpr int kCageWaitMs = 30000;
+constexpr int kStartUpWaitMs = 30000;
 
 QString jsonOf(const QVariantMap& record) {
     return QString::fromUtf8(QJsonDocument::fromVariant(record).toJson(QJsonDocument::Compact));
@@ -31,17 +29,12 @@ class ShippedRulesTest : public QObject {
 
 private slots:
     void initTestCase() {
-        Client::Options options;
-        options.homeDir = m_home.path();
-        options.pluginsDir = QStringLiteral(VELMAR_BINARY_DIR "/plugins");
-        options.user = SampleLogin::user;
-        options.market = smallMarket();
-        options.ticksPerSecond = 0;
         m_log = std::make_unique<LogCapture>();
-        m_client = std::make_unique<Client>(options, Client::Listener());
+        m_client = std::make_unique<Client>(smallClient(m_home), Client::Listener());
         QString error;
         QVERIFY2(m_client->start(&error), qPrintable(error));
-        QVERIFY(m_client->awaitCage(kCageWaitMs));
+        // The start-up loads the cage, then the new issues, then the messages.
+        QVERIFY(m_client->awaitMessages(kStartUpWaitMs));
     }
     void cleanupTestCase() {
         m_client.reset();

@@ -103,6 +103,85 @@ private slots:
         QVERIFY(waiver.ignoreRiskSymbols().isEmpty());
     }
 
+    void add_symbols_joinsThemToTheSetAndTheFile() {
+        const ClientWorld world;
+        writeFile({{"IgnoreDate", "20260310"}, {"symbol", "600002.SH"}});
+        QObject owner;
+        const StandingClock clock;
+        RiskNoticeWaiver waiver(clock);
+        waiver.open(&owner);
+        waiver.load();
+        waiver.addSymbols({"600003.SH", "600001.SH", "600002.SH"});
+        QCOMPARE(waiver.ignoreRiskSymbols().size(), 3);
+        const SharedSettings after(settingsFile(), nullptr);
+        QCOMPARE(after.lockedValue("symbol").toString(), QString("600001.SH|600002.SH|600003.SH"));
+        QCOMPARE(after.lockedValue("IgnoreDate").toString(), QString("20260310"));
+    }
+
+    void symbolsOn_eachDay_keepsOrEmptiesTheSet_data() {
+        QTest::addColumn<QDate>("day");
+        QTest::addColumn<QString>("date");
+        QTest::addColumn<QString>("symbol");
+        QTest::newRow("same") << QDate(2026, 3, 10) << "20260310"
+                              << "600001.SH";
+        QTest::newRow("earlier") << QDate(2026, 3, 9) << "20260310"
+                                 << "600001.SH";
+        QTest::newRow("next") << QDate(2026, 3, 11) << "20260311"
+                              << "";
+        QTest::newRow("next year") << QDate(2027, 1, 1) << "20270101"
+                                   << "";
+    }
+    void symbolsOn_eachDay_keepsOrEmptiesTheSet() {
+        QFETCH(QDate, day);
+        QFETCH(QString, date);
+        QFETCH(QString, symbol);
+        const ClientWorld world;
+        writeFile({{"IgnoreDate", "20260310"}, {"symbol", "600001.SH"}});
+        QObject owner;
+        const StandingClock clock;
+        RiskNoticeWaiver waiver(clock);
+        waiver.open(&owner);
+        waiver.load();
+        const QSet<QString> expected = symbol.isEmpty() ? QSet<QString>() : QSet<QString>{symbol};
+        QCOMPARE(waiver.symbolsOn(day), expected);
+        QCOMPARE(waiver.ignoreRiskSymbols(), expected);
+        const SharedSettings after(settingsFile(), nullptr);
+        QCOMPARE(after.lockedValue("IgnoreDate").toString(), date);
+        QCOMPARE(after.lockedValue("symbol").toString(), symbol);
+    }
+
+    void symbolsOn_fileOfALaterDay_holdsOnTheDayOfTheLoadOnly_data() {
+        QTest::addColumn<QString>("date");
+        QTest::newRow("tomorrow") << "20260311";
+        QTest::newRow("far ahead") << "20991231";
+    }
+    void symbolsOn_fileOfALaterDay_holdsOnTheDayOfTheLoadOnly() {
+        QFETCH(QString, date);
+        const ClientWorld world;
+        writeFile({{"IgnoreDate", date}, {"symbol", "600001.SH"}});
+        QObject owner;
+        const StandingClock clock;
+        RiskNoticeWaiver waiver(clock);
+        waiver.open(&owner);
+        waiver.load();
+        QCOMPARE(waiver.symbolsOn(QDate(2026, 3, 10)), QSet<QString>{"600001.SH"});
+        QVERIFY(waiver.symbolsOn(QDate(2026, 3, 11)).isEmpty());
+        const SharedSettings after(settingsFile(), nullptr);
+        QCOMPARE(after.lockedValue("IgnoreDate").toString(), QString("20260311"));
+        QCOMPARE(after.lockedValue("symbol").toString(), QString());
+    }
+
+    void symbolsOn_noCallBeforeMidnight_beginsTheDayAllTheSame() {
+        const ClientWorld world;
+        writeFile({{"IgnoreDate", "20991231"}, {"symbol", "600001.SH"}});
+        QObject owner;
+        const StandingClock clock;
+        RiskNoticeWaiver waiver(clock);
+        waiver.open(&owner);
+        waiver.load();
+        QVERIFY(waiver.symbolsOn(QDate(2026, 3, 11)).isEmpty());
+    }
+
     void load_beforeOpen_isLoggedAndChangesNothing() {
         const ClientWorld world;
         const StandingClock clock;

@@ -1,10 +1,13 @@
 #include "tick_delivery.h"
 
 #include <atomic>
+#include <chrono>
 
+#include "body_size.h"
 #include "commonquotahandler/common_quota_handler.h"
 #include "data_log.h"
 #include "data_stores.h"
+#include "message_totals.h"
 #include "thread_hand_over.h"
 #include "tick_board.h"
 
@@ -12,6 +15,12 @@ namespace {
 
 /// A blocked main thread must not fill the memory with outdated ticks.
 constexpr int kMaxUndelivered = 10000;
+
+using Clock = std::chrono::steady_clock;
+
+qint64 msSince(Clock::time_point time) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - time).count();
+}
 
 std::atomic<int> g_undelivered{0};
 std::atomic<bool> g_overflowLogged{false};
@@ -43,8 +52,10 @@ void TickDelivery::publish(const QString& symbol, const QVariantMap& tick, const
         return;
     }
     CommonQuotaHandler* handler = &CommonQuotaHandler::instance();
-    runOnThreadOf(handler, [handler, symbol, tick, source]() {
+    const Clock::time_point published = Clock::now();
+    runOnThreadOf(handler, [handler, symbol, tick, source, published]() {
         endDelivery();
+        MessageTotals::instance().countTick(bodySize(tick, kStandingBodyLimit), msSince(published));
         emit handler->sigTickDataUpdate(symbol, tick, source);
     });
 }

@@ -13,7 +13,8 @@ void VelmarStatisticAssist::AppendData(double value) {
 
 double VelmarStatisticAssist::GetAvgData(bool* valid) const {
     if (valid) {
-        *valid = m_data.size() >= m_validMinCount;
+        // A run that holds nothing has no average.
+        *valid = !m_data.isEmpty() && m_data.size() >= m_validMinCount;
     }
     // Summed again each time, since a running sum accumulates rounding errors.
     return m_data.isEmpty() ? 0.0

@@ -1,11 +1,17 @@
 #include <QHash>
+#include <utility>
 
 #include "data_log.h"
+#include "event_bus.h"
+#include "host_source.h"
 #include "never_destroyed.h"
 #include "velmarutils/velmar_utils.h"
+#include "vocabulary/fields.h"
 #include "vocabulary/names.h"
+#include "vocabulary/own_keys.h"
 #include "vocabulary/velmar_event_msg_id.h"
 #include "znevent/c_event_message_common.h"
+#include "znmsg/c_pack_message_common.h"
 #include "znwidget/zn_presenter_class.h"
 
 namespace {
@@ -27,6 +33,7 @@ QHash<QString, int> numberedEvents() {
         &EventMsgName::RealizedProfitUpdateEvent,
         &EventMsgName::SECURITY_ACCOUNT_SETTING_CHANGED,
         &EventMsgName::Velmar_Fundaccount_Inited,
+        &OwnKeys::historyQueryProgress,
     };
     QHash<QString, int> ids;
     int next = VelmarEventMsgID::TORVI_BASE_TYPE;
@@ -63,4 +70,33 @@ int VelmarUtils::SendEventMsg(ZnPresenterClass* p, int eventId, const QVariant& 
 
 int VelmarUtils::SendEventMsg(ZnPresenterClass* p, const QString& eventName, const QVariant& body) {
     return SendEventMsg(p, GetTorviEventMsgIdByStr(eventName), body);
+}
+
+void VelmarUtils::PutBusiMsg(ZnPresenterClass* p, const QString& level, const QString& text,
+                             const QString& type, const QString& subType, const QString& itemName,
+                             const QString& itemValue, const QString& tradingAccount) {
+    const std::pair<const QString&, const QString&> fields[] = {
+        {System::BusiMsgLevel, level},
+        {System::textDescription, text},
+        {System::BusiMsgType, type},
+        {System::BusiMsgSubType, subType},
+        {System::itemName, itemName},
+        {System::itemValue, itemValue},
+        {UserAccount::tradingAccount, tradingAccount},
+    };
+    CPackMessageCommon packer;
+    for (const auto& [key, value] : fields) {
+        // A reader takes a key that is present for a statement: a trading account that is empty
+        // would be one that the user does not have.
+        if (!value.isEmpty()) {
+            packer.AddVaule(key, value);
+        }
+    }
+    const QVariant body = packer.GetPackedMsg(false);
+    if (p) {
+        SendEventMsg(p, EventMsgName::BUSI_MSG_ADD, body);
+    } else {
+        EventBus::instance().publish(kHostSourceId,
+                                     GetTorviEventMsgIdByStr(EventMsgName::BUSI_MSG_ADD), body);
+    }
 }

@@ -44,6 +44,18 @@ QDateTime CBusinessDataBase::getCurrentBusinessDateTime() const {
     return DataStores::businessData().now();
 }
 
+qint64 CBusinessDataBase::getCurrentBusinessDateTimeDiff() const {
+    return QDateTime::currentDateTime().msecsTo(getCurrentBusinessDateTime());
+}
+
+QMap<QString, int> CBusinessDataBase::GetStaticInfoDbErrorInfo() {
+    return DataStores::staticDatabase().takeErrors();
+}
+
+int CBusinessDataBase::GetLoadLocalStaticDbRecordCount() const {
+    return DataStores::staticDatabase().recordCount();
+}
+
 QVariantMap CBusinessDataBase::GetLoginAccountDetail() {
     return DataStores::businessData().loginRecord();
 }

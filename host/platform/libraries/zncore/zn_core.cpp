@@ -3,10 +3,13 @@
 #include "application_object.h"
 #include "data_log.h"
 #include "data_stores.h"
+#include "message_totals.h"
 #include "never_destroyed.h"
 #include "reference_table.h"
 #include "request_broker.h"
+#include "suspend_watch.h"
 #include "vocabulary/fields.h"
+#include "vocabulary/values.h"
 
 namespace {
 
@@ -37,8 +40,13 @@ void ZnCore::setCommonInfo(QString key, QVariant value) {
 }
 
 QVariant ZnCore::getCommonInfo(QString key) const {
+    if (key == ClientErrorType::ComputerResume || key == ClientErrorType::ComputerSuspend) {
+        SuspendWatch::instance().check();
+    }
     QVariant value;
-    DataStores::board().get(key, value);
+    if (!DataStores::board().get(key, value)) {
+        value = MessageTotals::instance().value(key);
+    }
     return value;
 }
 
@@ -55,6 +63,14 @@ QVariant ZnCore::settings(const QString& key, const QString& group, const QStrin
 void ZnCore::saveSetting(const QString& key, const QVariant& value, const QString& group,
                          const QString& file, QSettings::Scope scope) {
     DataStores::settings().setValue(fullKey(key, group, file, scope), value);
+}
+
+QString ZnCore::getCurrentSkinId() const {
+    return settings(QStringLiteral("skin")).toString();
+}
+
+QString ZnCore::getCurrentConnectIP() const {
+    return RequestBroker::instance().linkAddress();
 }
 
 bool ZnCore::isClosing() const {

@@ -1,25 +1,54 @@
 #include "znmsg/c_pack_message_common.h"
 
+#include <utility>
+
+#include "flat_row.h"
 #include "vocabulary/fields.h"
 #include "znbusinessdata/c_business_data_base.h"
+
+namespace {
+
+/// A row to which fields can be added; one that was taken over as a record is converted.
+FlatRow& writableRow(QVariant& row) {
+    if (row.userType() != flatRowType()) {
+        row = QVariant::fromValue(FlatRow(row.toMap()));
+    }
+    return flatRowIn(row);
+}
+
+bool isEmpty(const QVariant& row) {
+    return row.userType() == flatRowType() ? flatRowIn(row).size() == 0 : row.toMap().isEmpty();
+}
+
+QVariant fieldOf(const QVariant& row, const QString& key) {
+    if (row.userType() != flatRowType()) {
+        return row.toMap().value(key);
+    }
+    const QVariant* const found = flatRowIn(row).find(key);
+    return found ? *found : QVariant();
+}
+
+}  // namespace
 
 CPackMessageCommon::CPackMessageCommon() : m_rows{QVariantMap()} {}
 
 CPackMessageCommon::~CPackMessageCommon() = default;
 
 int CPackMessageCommon::AddVaule(QString key, QVariant value) {
-    m_rows[m_current].insert(key, value);
+    writableRow(m_rows[m_current]).set(std::move(key), std::move(value));
     return 0;
 }
 
 int CPackMessageCommon::AddRowVaule(const QVariantMap& row) {
-    QVariantMap& current = m_rows[m_current];
-    if (current.isEmpty()) {
+    QVariant& current = m_rows[m_current];
+    // A record that nothing is added to stays as it is, shared with the caller's.
+    if (isEmpty(current)) {
         current = row;
         return 0;
     }
+    FlatRow& fields = writableRow(current);
     for (auto it = row.cbegin(); it != row.cend(); ++it) {
-        current.insert(it.key(), it.value());
+        fields.set(it.key(), it.value());
     }
     return 0;
 }
@@ -43,29 +72,21 @@ int CPackMessageCommon::GetRowCount() const {
 }
 
 QVariant CPackMessageCommon::GetValue(QString key) {
-    const auto found = m_rows.at(m_current).constFind(key);
-    if (found != m_rows.at(m_current).cend()) {
-        return found.value();
+    QVariant found = fieldOf(m_rows.at(m_current), key);
+    if (found.isValid() || key != System::clientMsgID) {
+        return found;
     }
-    if (key != System::clientMsgID) {
-        return {};
+    FlatRow& header = writableRow(m_rows.first());
+    if (!header.find(key)) {
+        header.set(key, CBusinessDataBase::GetInstance()->getClientOrderID());
     }
-    QVariantMap& header = m_rows.first();
-    if (!header.contains(key)) {
-        header.insert(key, CBusinessDataBase::GetInstance()->getClientOrderID());
-    }
-    return header.value(key);
+    return *header.find(key);
 }
 
 void CPackMessageCommon::delValue(const QString& key) {
-    m_rows[m_current].remove(key);
+    writableRow(m_rows[m_current]).remove(key);
 }
 
 const QVariant CPackMessageCommon::GetPackedMsg(bool) {
-    QVariantList packed;
-    packed.reserve(m_rows.size());
-    for (const QVariantMap& row : qAsConst(m_rows)) {
-        packed.append(row);
-    }
-    return packed;
+    return m_rows;
 }

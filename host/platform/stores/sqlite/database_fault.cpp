@@ -64,7 +64,8 @@ DatabaseFault DatabaseFault::of(const QSqlError& error, const QString& file) {
     const QString detail = detailOf(error);
     switch (kind) {
         case Kind::Busy:
-            return {kind, QStringLiteral("is in use by another process (%1)").arg(detail)};
+            return {kind,
+                    QStringLiteral("is in use by another process or thread (%1)").arg(detail)};
         case Kind::DiskFull:
             return {kind, QStringLiteral("cannot be written: the disk is full (%1)").arg(detail)};
         case Kind::Damaged:
@@ -83,7 +84,7 @@ DatabaseFault DatabaseFault::damaged(const QString& what) {
 QString DatabaseFault::sentence(const QString& file, const QString& repair) const {
     QString advice = repair;
     if (kind == Kind::Busy) {
-        advice = QStringLiteral("wait for the other process or end it, then try again");
+        advice = QStringLiteral("wait until it is free or end the other process, then try again");
     } else if (kind == Kind::DiskFull) {
         advice = QStringLiteral("free some space there, then try again");
     } else if (kind == Kind::Unreadable) {

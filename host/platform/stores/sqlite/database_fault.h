@@ -13,7 +13,7 @@ struct PLATFORM_API DatabaseFault {
         None,
         Missing,
         Unreadable,  ///< the system lets nobody open, read or write it
-        Busy,        ///< another process holds it
+        Busy,        ///< another process or thread holds it
         DiskFull,
         Damaged,
         OtherFormat,  ///< sound, and written by another version of this program

@@ -27,15 +27,6 @@ DatabaseFault accessFault(const QString& file) {
                                QStringLiteral("cannot be opened (%1)").arg(content.errorString())};
 }
 
-/// What SQLite finds wrong with any page.
-DatabaseFault pageFault(const SqliteConnection& connection) {
-    QString verdict;
-    DatabaseFault fault =
-        connection.run(QStringLiteral("PRAGMA quick_check(1)"), {},
-                       [&verdict](const QSqlQuery& row) { verdict = row.value(0).toString(); });
-    return fault || verdict == QLatin1String("ok") ? fault : DatabaseFault::damaged(verdict);
-}
-
 DatabaseFault metaFault(const SqliteConnection& connection, QMap<QString, QString>* meta) {
     DatabaseFault fault = connection.run(
         QStringLiteral("SELECT key, value FROM meta"), {}, [meta](const QSqlQuery& row) {
@@ -60,7 +51,7 @@ DatabaseFault metaFault(const SqliteConnection& connection, QMap<QString, QStrin
 DatabaseFault sealFault(const QString& file, const SqliteConnection& connection,
                         const QMap<QString, QString>& meta) {
     if (!DatabaseSeal::covers(file, meta)) {
-        return pageFault(connection);
+        return connection.checkPages();
     }
     const QString fault = DatabaseSeal::fault(file, meta);
     return fault.isEmpty() ? DatabaseFault() : DatabaseFault::damaged(fault);
@@ -79,7 +70,7 @@ DatabaseFault SealedDatabase::check(const QString& file, QMap<QString, QString>*
     }
     const SqliteConnection connection(file, SqliteConnection::readOnly());
     const bool isSmall = DatabaseSeal::isSmall(file);
-    fault = isSmall ? pageFault(connection) : DatabaseFault();
+    fault = isSmall ? connection.checkPages() : DatabaseFault();
     if (!fault) {
         fault = metaFault(connection, meta);
     }

@@ -49,3 +49,18 @@ DatabaseFault SqliteConnection::run(const QString& sql, const QVariantList& valu
     return done && !query.lastError().isValid() ? DatabaseFault()
                                                 : DatabaseFault::of(query.lastError(), m_database);
 }
+
+DatabaseFault SqliteConnection::checkPages() const {
+    return checkBy(QStringLiteral("PRAGMA quick_check(1)"));
+}
+
+DatabaseFault SqliteConnection::checkPagesAndIndexes() const {
+    return checkBy(QStringLiteral("PRAGMA integrity_check(1)"));
+}
+
+DatabaseFault SqliteConnection::checkBy(const QString& sql) const {
+    QString verdict;
+    DatabaseFault fault =
+        run(sql, {}, [&verdict](const QSqlQuery& row) { verdict = row.value(0).toString(); });
+    return fault || verdict == QLatin1String("ok") ? fault : DatabaseFault::damaged(verdict);
+}

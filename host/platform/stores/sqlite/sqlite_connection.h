@@ -31,7 +31,15 @@ public:
     DatabaseFault run(const QString& sql, const QVariantList& values,
                       const std::function<void(const QSqlQuery&)>& onRow) const;
 
+    /// What SQLite finds wrong with any page. Reads the whole file.
+    DatabaseFault checkPages() const;
+    /// The same, and whether each index has the rows of its table: with a wrong one SQLite would
+    /// write a row with the same key twice. Takes longer.
+    DatabaseFault checkPagesAndIndexes() const;
+
 private:
+    DatabaseFault checkBy(const QString& sql) const;
+
     const QString m_database;
     const QString m_name;
     DatabaseFault m_openFault;

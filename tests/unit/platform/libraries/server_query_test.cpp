@@ -269,6 +269,28 @@ private slots:
         QCOMPARE(events.at(1).body, QVariant(5));
     }
 
+    void businessMessage_isOneRowOnTheHeader_withoutEmptyFields() {
+        const QString pid = m_presenter->pluginPid();
+        m_presenter->SubEvent(pid, VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::BUSI_MSG_ADD),
+                              1);
+        VelmarUtils::PutBusiMsg(m_presenter, "2", "委托已撤", "100", "101", "name", "value", "T1");
+        VelmarUtils::PutBusiMsg(nullptr, "1", "网络延迟", "200", "", "", QString(), "");
+        QVERIFY(waitFor([this]() { return m_presenter->events().size() == 2; }));
+        const QList<Listener::Event> events = m_presenter->events();
+        const QVariantMap all{
+            {System::BusiMsgLevel, "2"},        {System::textDescription, "委托已撤"},
+            {System::BusiMsgType, "100"},       {System::BusiMsgSubType, "101"},
+            {System::itemName, "name"},         {System::itemValue, "value"},
+            {UserAccount::tradingAccount, "T1"}};
+        QCOMPARE(headerOf(events.at(0).body), all);
+        QCOMPARE(events.at(0).source, pid);
+        const QVariantMap filled{{System::BusiMsgLevel, "1"},
+                                 {System::textDescription, "网络延迟"},
+                                 {System::BusiMsgType, "200"}};
+        QCOMPARE(headerOf(events.at(1).body), filled);
+        QCOMPARE(events.at(1).source, QString("ZNApp.Host"));
+    }
+
     void eventWithoutId_isRefusedAndLogged() {
         const LogCapture log;
         QCOMPARE(VelmarUtils::SendEventMsg(m_presenter, 0, QVariant()), -1);

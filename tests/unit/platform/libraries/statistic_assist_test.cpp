@@ -13,7 +13,8 @@ private slots:
         QTest::addColumn<double>("average");
         QTest::addColumn<bool>("valid");
         const QVector<double> none;
-        QTest::newRow("empty, minimum of 0") << 3 << 0 << none << 0.0 << true;
+        QTest::newRow("empty, minimum of 0") << 3 << 0 << none << 0.0 << false;
+        QTest::newRow("maximum and minimum of 0") << 0 << 0 << QVector<double>{5} << 0.0 << false;
         QTest::newRow("nothing held, one needed") << 3 << 1 << none << 0.0 << false;
         QTest::newRow("fewer than needed") << 3 << 3 << QVector<double>{1, 2} << 1.5 << false;
         QTest::newRow("as many as needed") << 3 << 3 << QVector<double>{1, 2, 6} << 3.0 << true;
@@ -21,7 +22,8 @@ private slots:
         QTest::newRow("one kept") << 1 << 1 << QVector<double>{5, 7} << 7.0 << true;
         QTest::newRow("maximum of 0") << 0 << 1 << QVector<double>{5} << 0.0 << false;
         QTest::newRow("negative maximum") << -1 << 1 << QVector<double>{5} << 0.0 << false;
-        QTest::newRow("negative minimum") << 3 << -5 << none << 0.0 << true;
+        QTest::newRow("negative minimum") << 3 << -5 << QVector<double>{5} << 5.0 << true;
+        QTest::newRow("empty, negative minimum") << 3 << -5 << none << 0.0 << false;
         QTest::newRow("more needed than kept")
             << 2 << 3 << QVector<double>{1, 2, 3} << 2.5 << false;
         QTest::newRow("negative numbers") << 2 << 1 << QVector<double>{-4, 2} << -1.0 << true;

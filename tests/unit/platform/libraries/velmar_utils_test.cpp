@@ -14,6 +14,7 @@
 #include "test_paths.h"
 #include "velmarutils/velmar_utils.h"
 #include "vocabulary/names.h"
+#include "vocabulary/own_keys.h"
 #include "vocabulary/velmar_event_msg_id.h"
 
 namespace {
@@ -32,7 +33,7 @@ QStringList declaredEventNames() {
     if (!file.open(QIODevice::ReadOnly)) {
         return {};
     }
-    const QRegularExpression declaration(QStringLiteral("QStringLiteral\\(\"([^\"]+)\"\\)"));
+    const QRegularExpression declaration(QStringLiteral("VELMAR_TEXT\\(\\w+,\\s+\"([^\"]+)\"\\)"));
     QStringList names;
     auto matches = declaration.globalMatch(QString::fromUtf8(file.readAll()));
     while (matches.hasNext()) {
@@ -248,6 +249,7 @@ private slots:
                  0x20001);
         QCOMPARE(VelmarUtils::GetTorviEventMsgIdByStr(EventMsgName::Velmar_Fundaccount_Inited),
                  0x2000D);
+        QCOMPARE(VelmarUtils::GetTorviEventMsgIdByStr(OwnKeys::historyQueryProgress), 0x2000E);
     }
 
     void unknownEvent_hasNoIdAndIsLogged_data() {

@@ -1,9 +1,7 @@
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-
 #include "log_capture.h"
 #include "platform_fixture.h"
+#include "vocabulary/net_state.h"
+#include "vocabulary/values.h"
 
 namespace {
 
@@ -11,16 +9,8 @@ inline const QString kType = QStringLiteral("type.1");
 inline const QString kOtherType = QStringLiteral("type.2");
 constexpr int kFailure = 2;
 
-/// The number of this process's threads that give requests up.
-int deadlineThreads() {
-    int count = 0;
-    const QDir tasks(QStringLiteral("/proc/self/task"));
-    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile name(tasks.filePath(task + QStringLiteral("/comm")));
-        count += name.open(QIODevice::ReadOnly) && name.readAll() == "deadlines\n" ? 1 : 0;
-    }
-    return count;
-}
+inline const QString kSharedEnvelope = QStringLiteral("325005");
+constexpr int kTimeOut = 1;
 
 }  // namespace
 
@@ -38,9 +28,14 @@ private slots:
     void async_answered_reachesProcResponseMsgWithTheRequestsId();
     void async_twoRequests_areDistinguishedByTheirIds();
     void async_noOutcome_returnsWithoutWaiting();
-    void async_noOutcome_isGivenUpAtTheStandingTimeOut();
-    void async_answeredInTime_isNotGivenUp();
-    void async_noOutcomeAtClose_leavesNoThread();
+    void async_answeredAfterTheStandingTimeOut_isDelivered();
+    void async_noOutcomeAtClose_endsWithOneLine();
+    void async_noOutcomeAtItsPresentersEnd_endsAlone();
+    void async_manyWithoutAnswer_areLoggedTogether();
+    void async_gateDisconnected_endsThoseOfTheGate_data();
+    void async_gateDisconnected_endsThoseOfTheGate();
+    void async_aboveTheBound_isRefusedWithOneLine();
+    void async_boundReached_leavesSynchronousRequestsAlone();
     void async_withoutAnswer_deliversNothingAndLogsOneLine_data();
     void async_withoutAnswer_deliversNothingAndLogsOneLine();
     void async_cannotBeHandedOver_returnsTwo();
@@ -92,58 +87,125 @@ void PresenterAsyncTest::async_noOutcome_returnsWithoutWaiting() {
     QCOMPARE(m_presenter->log->count(), 0);
 }
 
-void PresenterAsyncTest::async_noOutcome_isGivenUpAtTheStandingTimeOut() {
+void PresenterAsyncTest::async_answeredAfterTheStandingTimeOut_isDelivered() {
     link().on(kType, ScriptedReply::rows({}).held());
-    link().on(kOtherType, ScriptedReply::rows({}));
-    auto* const patient = new ProbePresenter;
-    QCOMPARE(patient->sendRequest_Async(makeMessage(patient, kType)), 0);
-    // The thread already waits for the later deadline when the earlier one is added.
-    QVERIFY(waitFor([] { return deadlineThreads() == 1; }));
-    m_presenter->setRequestTimeOut(1);
-    const LogCapture log;
-    QElapsedTimer timer;
-    timer.start();
-    QCOMPARE(sendAsync(kType, "lost"), 0);
-    QVERIFY(log.waitFor("without an answer"));
-    QVERIFY(timer.elapsed() >= 1000);
-    QCOMPARE(log.texts(QtWarningMsg).size(), 1);
-    QVERIFY2(log.texts(QtWarningMsg).first().contains("timed out"),
-             qPrintable(log.texts(QtWarningMsg).first()));
-    // The other presenter's time-out is ten seconds.
-    QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
-    // The answer is too late now; the next request must not get it.
-    QCOMPARE(link().release(), 2);
-    sendAsync(kOtherType, "next");
-    QVERIFY(m_presenter->log->waitForCount(1));
-    QCOMPARE(m_presenter->log->calls().front().clientMsgId, QString("next"));
-    QVERIFY(waitFor([] { return LocalPlatform::instance().pendingRequestCount() == 0; }));
-}
-
-void PresenterAsyncTest::async_answeredInTime_isNotGivenUp() {
-    link().on(kType, ScriptedReply::rows({}));
     link().on(kOtherType, ScriptedReply::never());
     m_presenter->setRequestTimeOut(1);
-    const LogCapture log;
-    sendAsync(kType, "answered");
-    sendAsync(kOtherType, "lost");
+    QCOMPARE(sendAsync(kType, "slow"), 0);
+    // A synchronous request with the same time-out, sent later, is over.
+    QVariant response;
+    QCOMPARE(m_presenter->sendRequest_Sync(makeMessage(m_presenter, kOtherType), response),
+             kTimeOut);
+    QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
+    QCOMPARE(link().release(kType), 1);
     QVERIFY(m_presenter->log->waitForCount(1));
-    // The second request is given up after the deadline of the first has passed.
-    QVERIFY(log.waitFor(kOtherType));
-    QCOMPARE(log.texts(QtWarningMsg).size(), 1);
-    QVERIFY(!log.contains(kType));
-    QVERIFY(!log.contains("late or duplicate"));
+    QCOMPARE(m_presenter->log->calls().front().clientMsgId, QString("slow"));
+    QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 0);
 }
 
-void PresenterAsyncTest::async_noOutcomeAtClose_leavesNoThread() {
+void PresenterAsyncTest::async_noOutcomeAtClose_endsWithOneLine() {
     link().on(kType, ScriptedReply::never());
     QCOMPARE(sendAsync(kType, "lost"), 0);
-    QVERIFY(waitFor([] { return deadlineThreads() == 1; }));
     const LogCapture log;
-    m_platform.reset();
+    LocalPlatform::instance().close();
     QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 0);
     QCOMPARE(log.texts(QtWarningMsg).size(), 1);
-    // A thread that was joined may be listed for a moment longer.
-    QVERIFY(waitFor([] { return deadlineThreads() == 0; }));
+    QVERIFY2(log.texts(QtWarningMsg).first().contains("closing"),
+             qPrintable(log.texts(QtWarningMsg).first()));
+}
+
+void PresenterAsyncTest::async_noOutcomeAtItsPresentersEnd_endsAlone() {
+    link().on(kType, ScriptedReply::never());
+    auto* const other = new ProbePresenter;
+    QCOMPARE(other->sendRequest_Async(makeMessage(other, kType)), 0);
+    QCOMPARE(sendAsync(kType, "kept"), 0);
+    other->deleteLater();
+    QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 1);
+}
+
+void PresenterAsyncTest::async_manyWithoutAnswer_areLoggedTogether() {
+    constexpr int kRequests = 250;
+    constexpr int kLines = 101;  // a hundred of their own and one for the rest
+    link().on(kType, ScriptedReply::never());
+    for (int i = 0; i < kRequests; ++i) {
+        QCOMPARE(sendAsync(kType, QString::number(i)), 0);
+    }
+    const LogCapture log;
+    link().gateState(NetGateType::TradeGate, NET_STATE::NOCONNECT);
+    QVERIFY(log.waitFor("150 more asynchronous requests without an answer"));
+    QCOMPARE(log.texts(QtWarningMsg).size(), kLines);
+    QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 0);
+}
+
+void PresenterAsyncTest::async_gateDisconnected_endsThoseOfTheGate_data() {
+    QTest::addColumn<QString>("gate");
+    QTest::addColumn<int>("left");
+    QTest::newRow("trade") << NetGateType::TradeGate << 0;
+    QTest::newRow("info") << NetGateType::InfoGate << 1;
+    QTest::newRow("market") << NetGateType::MarketTcpGate << 2;
+}
+
+void PresenterAsyncTest::async_gateDisconnected_endsThoseOfTheGate() {
+    QFETCH(QString, gate);
+    QFETCH(int, left);
+    link().on(kType, ScriptedReply::rows({}).held());
+    QCOMPARE(sendAsync(kType, "trade"), 0);
+    CMessageCommon* const shared = makeMessage(m_presenter, kType, {{System::clientMsgID, "info"}});
+    shared->SetType(kSharedEnvelope);
+    QCOMPARE(m_presenter->sendRequest_Async(shared), 0);
+    link().gateState(gate, NET_STATE::NOCONNECT);
+    QVERIFY(link().waitUntilIdle());
+    QCOMPARE(LocalPlatform::instance().pendingRequestCount(), left);
+    // Too late for those that have ended.
+    QCOMPARE(link().release(), 2);
+    QVERIFY(m_presenter->log->waitForCount(left));
+    QVERIFY(link().waitUntilIdle());
+    QCOMPARE(m_presenter->log->count(), left);
+    QCOMPARE(LocalPlatform::instance().pendingRequestCount(), 0);
+}
+
+void PresenterAsyncTest::async_aboveTheBound_isRefusedWithOneLine() {
+    constexpr int kMost = 4;
+    m_platform.reset();
+    m_platform = std::make_unique<PlatformFixture>(
+        [](LocalPlatform::Options& options) { options.mostAsyncRequests = kMost; });
+    m_presenter = new ProbePresenter;
+    m_presenter->initPresenter();
+    link().on(kType, ScriptedReply::rows({}).held());
+    const LogCapture log;
+    for (int i = 0; i < kMost; ++i) {
+        QCOMPARE(sendAsync(kType, QString::number(i)), 0);
+    }
+    QVERIFY(log.texts(QtWarningMsg).isEmpty());
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(sendAsync(kType, "refused"), kFailure);
+    }
+    QCOMPARE(log.texts(QtWarningMsg).size(), 1);
+    QVERIFY2(log.texts(QtWarningMsg).first().contains("asynchronous requests are refused"),
+             qPrintable(log.texts(QtWarningMsg).first()));
+    QCOMPARE(link().requestCount(kType), kMost);
+    QCOMPARE(LocalPlatform::instance().pendingRequestCount(), kMost);
+    // The first ones end, and others may follow; the next refusal is logged anew.
+    QCOMPARE(link().release(), kMost);
+    QVERIFY(m_presenter->log->waitForCount(kMost));
+    for (int i = 0; i < kMost; ++i) {
+        QCOMPARE(sendAsync(kType, QString::number(i)), 0);
+    }
+    QCOMPARE(sendAsync(kType, "refused"), kFailure);
+    QCOMPARE(log.texts(QtWarningMsg).size(), 2);
+}
+
+void PresenterAsyncTest::async_boundReached_leavesSynchronousRequestsAlone() {
+    m_platform.reset();
+    m_platform = std::make_unique<PlatformFixture>(
+        [](LocalPlatform::Options& options) { options.mostAsyncRequests = 1; });
+    m_presenter = new ProbePresenter;
+    link().on(kType, ScriptedReply::never());
+    link().on(kOtherType, ScriptedReply::rows({}));
+    QCOMPARE(sendAsync(kType, "first"), 0);
+    QCOMPARE(sendAsync(kType, "second"), kFailure);
+    QVariant response;
+    QCOMPARE(m_presenter->sendRequest_Sync(makeMessage(m_presenter, kOtherType), response), 0);
 }
 
 void PresenterAsyncTest::async_withoutAnswer_deliversNothingAndLogsOneLine_data() {

@@ -62,10 +62,8 @@ struct HeaderConstant {
 inline QList<HeaderConstant> constantsOf(const QStringList& headers) {
     static const QRegularExpression part(
         QStringLiteral("^namespace (\\w+) \\{|^\\}|"
-                       "inline const QString (\\w+) =\\s+QStringLiteral\\(\"([^\"]*)\"\\);"),
+                       "VELMAR_TEXT\\((\\w+),\\s+\"([^\"]*)\"\\);"),
         QRegularExpression::MultilineOption);
-    static const QRegularExpression secondName(
-        QStringLiteral("inline const QString \\w+ =\\s+[\\w:]+;"));
     QList<HeaderConstant> constants;
     for (const QString& header : headers) {
         QFile file(QStringLiteral(VELMAR_SOURCE_DIR "/src/platform/vocabulary/") + header);
@@ -84,9 +82,8 @@ inline QList<HeaderConstant> constantsOf(const QStringList& headers) {
                 groups.removeLast();
             }
         }
-        // An alias of a constant has no text of its own.
-        const int declared =
-            text.count(QStringLiteral("inline const QString ")) - text.count(secondName);
+        const int declared = text.count(QStringLiteral("VELMAR_TEXT(")) +
+                             text.count(QStringLiteral("inline const QString "));
         if (declared == 0 || declared != constants.size() - before || !groups.isEmpty()) {
             constants.append({header, header, QStringLiteral("not understood: ") + header});
         }

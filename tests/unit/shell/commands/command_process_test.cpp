@@ -1,32 +1,17 @@
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QtTest>
 
-#include "sample_market.h"
-#include "test_paths.h"
+#include "client_run.h"
 
 namespace {
 
-constexpr int kLimitMs = 100000;
-const QString kClient = QStringLiteral(VELMAR_BINARY_DIR "/bin/velmar-client");
-
-struct Ended {
-    int code = -1;
-    QString out;
-    QString err;
-
-    QByteArray text() const {
-        return QStringLiteral("exit %1\n%2\n%3").arg(code).arg(err, out).toUtf8();
-    }
-    QJsonValue result() const {
-        return QJsonDocument::fromJson(out.toUtf8()).object().value("result");
-    }
-};
+QJsonValue resultOf(const Ended& ended) {
+    return ended.json().object().value("result");
+}
 
 void change(const QString& file, const QString& statement) {
     {
@@ -67,14 +52,14 @@ private slots:
         const Ended ended =
             run({"--fault", "getSysConfigRequest 1 delay ms=1500", "call", "GetAllCageMap"});
         QVERIFY2(ended.code == 0 && ended.err.isEmpty(), ended.text());
-        QVERIFY2(!ended.result().toObject().isEmpty(), ended.text());
+        QVERIFY2(!resultOf(ended).toObject().isEmpty(), ended.text());
     }
 
     void call_early_doesNotWaitForThePriceCage() {
         const Ended ended = run({"--fault", "getSysConfigRequest 1 delay ms=60000", "call",
                                  "--early", "GetAllCageMap"});
         QVERIFY2(ended.code == 0, ended.text());
-        QVERIFY2(ended.result().isObject() && ended.result().toObject().isEmpty(), ended.text());
+        QVERIFY2(resultOf(ended).isObject() && resultOf(ended).toObject().isEmpty(), ended.text());
     }
 
     void call_startUpBeyondTheLimit_namesTheStep() {
@@ -95,7 +80,7 @@ private slots:
         QVERIFY2(refused.err.contains("--raw passes it"), refused.text());
         const Ended passed = run(QStringList{"call", "--raw"} + call);
         QVERIFY2(passed.code == 0, passed.text());
-        QCOMPARE(passed.result().toString(), QString("9007199254740993"));
+        QCOMPARE(resultOf(passed).toString(), QString("9007199254740993"));
     }
 
     void call_optionBehindTheFunction_isNamed() {
@@ -272,23 +257,7 @@ private:
     QString home() const { return m_dir.filePath(QStringLiteral("home")); }
 
     Ended run(const QStringList& arguments, const QString& outFile = {}) const {
-        QProcess process;
-        process.setProcessEnvironment(m_environment);
-        if (!outFile.isEmpty()) {
-            process.setStandardOutputFile(outFile);
-        }
-        process.start(kClient, arguments);
-        Ended ended;
-        if (!process.waitForFinished(kLimitMs)) {
-            process.kill();
-            process.waitForFinished();
-            ended.err = QStringLiteral("did not end in time\n");
-        } else if (process.exitStatus() == QProcess::NormalExit) {
-            ended.code = process.exitCode();
-        }
-        ended.out += QString::fromUtf8(process.readAllStandardOutput());
-        ended.err += QString::fromUtf8(process.readAllStandardError());
-        return ended;
+        return runClient(arguments, outFile, m_environment);
     }
 
     QTemporaryDir m_dir;

@@ -6,13 +6,11 @@
 #include <QtTest>
 #include <random>
 
-#include "client.h"
 #include "exact_json.h"
 #include "log_capture.h"
 #include "orders_check.h"
 #include "orders_replay.h"
-#include "small_market.h"
-#include "test_paths.h"
+#include "small_client.h"
 #include "trade_fields.h"
 #include "vocabulary/constants.h"
 #include "vocabulary/fields.h"
@@ -65,13 +63,7 @@ class OrderCrossCheckTest : public QObject {
 private slots:
     void initTestCase() {
         QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
-        Client::Options options;
-        options.homeDir = m_home.path();
-        options.pluginsDir = QStringLiteral(VELMAR_BINARY_DIR "/plugins");
-        options.user = SampleLogin::user;
-        options.market = smallMarket();
-        options.ticksPerSecond = 0;
-        m_client = std::make_unique<Client>(options, Client::Listener());
+        m_client = std::make_unique<Client>(smallClient(m_home), Client::Listener());
         QString error;
         QVERIFY2(m_client->start(&error), qPrintable(error));
     }

@@ -5,11 +5,10 @@
 #include <QtTest>
 #include <limits>
 
-#include "client.h"
 #include "market_store.h"
 #include "rules_command.h"
+#include "small_client.h"
 #include "small_market.h"
-#include "test_paths.h"
 
 namespace {
 
@@ -24,16 +23,11 @@ class RulesCrossCheckTest : public QObject {
 
 private slots:
     void initTestCase() {
-        Client::Options options;
-        options.homeDir = m_home.path();
-        options.pluginsDir = QStringLiteral(VELMAR_BINARY_DIR "/plugins");
-        options.user = SampleLogin::user;
-        options.market = smallMarket();
-        options.ticksPerSecond = 0;
-        m_client = std::make_unique<Client>(options, Client::Listener());
+        m_client = std::make_unique<Client>(smallClient(m_home), Client::Listener());
         QString error;
         QVERIFY2(m_client->start(&error), qPrintable(error));
-        QVERIFY(m_client->awaitCage(kLimitMs));
+        // The start-up loads the cage, then the new issues, then the messages.
+        QVERIFY(m_client->awaitMessages(kLimitMs));
     }
     void cleanupTestCase() { m_client->stop(); }
 

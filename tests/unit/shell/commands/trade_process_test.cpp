@@ -1,32 +1,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <csignal>
 
-#include "home_mark.h"
-#include "sample_market.h"
-#include "test_paths.h"
-
-namespace {
-
-constexpr int kLimitMs = 100000;
-const QString kClient = QStringLiteral(VELMAR_BINARY_DIR "/bin/velmar-client");
-
-struct Ended {
-    int code = -1;
-    QString out;
-    QString err;
-
-    QByteArray text() const {
-        return QStringLiteral("exit %1\n%2\n%3").arg(code).arg(err, out.left(4000)).toUtf8();
-    }
-    QJsonDocument json() const { return QJsonDocument::fromJson(out.toUtf8()); }
-};
-
-}  // namespace
+#include "client_run.h"
 
 /// orders, profit and value of the real program, each in a process of its own, over one home.
 class TradeProcessTest : public QObject {
@@ -35,10 +13,7 @@ class TradeProcessTest : public QObject {
 private slots:
     void initTestCase() {
         QVERIFY(m_dir.isValid());
-        QString error;
-        QCOMPARE(HomeMark::take(home(), HomeMark::Owner::Client, &error), HomeMark::Outcome::Taken);
-        QVERIFY2(makeSampleMarket(home() + "/market", MarketOptions(), {}, &error),
-                 qPrintable(error));
+        QCOMPARE(makeSampleHome(home()), QString());
     }
 
     void ordersCheck_csv_showsDerivedFieldsAndRules() {
@@ -183,7 +158,8 @@ private slots:
                 QVERIFY(!item.toObject().value("deals").toArray().isEmpty());
             }
         }
-        const Ended check = runWhileDealing({"profit", "check"});
+        // Enough deals for the comparison to mean something, on a busy machine, too.
+        const Ended check = run({"--deals", "5000", "--tick-rate", "5", "profit", "check"});
         QVERIFY2(check.code == 0, check.text());
         QVERIFY2(check.out.contains("figures compared, 0 differ"), check.text());
         QVERIFY2(check.out.section(' ', 0, 0).toInt() > 50, check.text());
@@ -231,22 +207,14 @@ private slots:
     void follow_changes_arePrintedUntilTheInterrupt() {
         QFETCH(QStringList, question);
         QFETCH(QByteArray, part);
-        QProcess process;
-        process.start(kClient, QStringList{"--home", home()} + question);
-        QByteArray out;
-        while (out.count(part) < 3) {
-            QVERIFY2(process.waitForReadyRead(kLimitMs), out + process.readAllStandardError());
-            out += process.readAllStandardOutput();
-        }
+        RunningClient client(QStringList{"--home", home()} + question);
+        QVERIFY2(client.readUntil(part, 3), client.text());
         if (question.contains("--json")) {
-            QVERIFY(QJsonDocument::fromJson(out.left(out.indexOf('\n'))).isObject());
+            const QByteArray line = client.out().left(client.out().indexOf('\n'));
+            QVERIFY(QJsonDocument::fromJson(line).isObject());
         }
-        QVERIFY(process.processId() > 0);
-        ::kill(static_cast<pid_t>(process.processId()), SIGINT);
-        QVERIFY(process.waitForFinished(kLimitMs));
-        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(process.exitCode(), 0);
-        QCOMPARE(process.readAllStandardError(), QByteArray());
+        const Ended ended = client.interrupt();
+        QVERIFY2(ended.code == 0 && ended.err.isEmpty(), ended.text());
     }
 
     void output_thatCannotBeWritten_isAFailure_data() {
@@ -281,21 +249,7 @@ private:
     }
 
     Ended run(const QStringList& arguments, const QString& outputFile = QString()) const {
-        Ended ended;
-        QProcess process;
-        if (!outputFile.isEmpty()) {
-            process.setStandardOutputFile(outputFile);
-        }
-        process.start(kClient, QStringList{"--home", home()} + arguments);
-        if (!process.waitForFinished(kLimitMs)) {
-            process.kill();
-            process.waitForFinished();
-            return ended;
-        }
-        ended.code = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        ended.out = QString::fromUtf8(process.readAllStandardOutput());
-        ended.err = QString::fromUtf8(process.readAllStandardError());
-        return ended;
+        return runClient(QStringList{"--home", home()} + arguments, outputFile);
     }
     Ended runWhileDealing(const QStringList& arguments) const {
         return run(QStringList{"--deals", "500", "--tick-rate", "5"} + arguments);

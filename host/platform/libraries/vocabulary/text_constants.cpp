@@ -1,0 +1,18 @@
+// The objects of the vocabulary, which its headers declare everywhere else.
+#define VELMAR_DEFINE_CONSTANTS
+#include "vocabulary/algo_fields.h"
+#include "vocabulary/constants.h"
+#include "vocabulary/net_state.h"
+#include "vocabulary/own_keys.h"
+#include "vocabulary/plugin_id.h"
+#include "vocabulary/plugin_propety.h"
+#include "vocabulary/quindar_fields.h"
+#include "vocabulary/quindar_msg_type.h"
+#include "vocabulary/quindar_values.h"
+#include "vocabulary/tick_fields.h"
+#include "vocabulary/torvi_keys.h"
+#include "vocabulary/torvi_values.h"
+#include "vocabulary/velmar_constants.h"
+#include "vocabulary/velmar_fields.h"
+#include "vocabulary/velmar_msg_type.h"
+#include "vocabulary/velmar_values.h"
