@@ -116,6 +116,10 @@ QString timeText(const QDateTime& time) {
     return time.toLocalTime().toString(kTimeFormat);
 }
 
+QString dayText(const QDate& date) {
+    return date.toString(QStringLiteral("yyyyMMdd")) + QStringLiteral("000000");
+}
+
 bool isStorable(const QDateTime& time) {
     constexpr int kLastYear = 9999;
     const int year = time.toLocalTime().date().year();

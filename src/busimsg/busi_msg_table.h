@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDate>
 #include <QDateTime>
 #include <QString>
 #include <QStringList>
@@ -31,6 +32,9 @@ const std::array<Column, 13>& columns();
 QString createStatement();
 /// The time as the table contains it, "yyyyMMddhhmmss" in local time. Empty for an invalid time.
 QString timeText(const QDateTime& time);
+/// The beginning of the day as the table contains it, also of a day without a midnight: some time
+/// zones put their clocks forward then.
+QString dayText(const QDate& date);
 /// Whether the time has the 14 digits by which rows of earlier days are found.
 bool isStorable(const QDateTime& time);
 /// Deletes the rows that are older than this time.

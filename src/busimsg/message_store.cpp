@@ -90,8 +90,7 @@ void MessageStore::initBusiMsgCenterData() {
     qCDebug(lcBusiMsg).noquote() << kLoadTag << create;
     executeUpdate(create);
 
-    const QDate date = m_clock.now().toLocalTime().date();
-    const QString today = BusiMsgTable::timeText(QDateTime(date, QTime(0, 0, 0, 0)));
+    const QString today = BusiMsgTable::dayText(m_clock.now().toLocalTime().date());
     executeUpdate(BusiMsgTable::deleteStatement(today));
     const QList<QVariant> rows = executeQuery(BusiMsgTable::selectStatement(today));
 

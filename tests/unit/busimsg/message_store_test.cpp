@@ -1,6 +1,8 @@
 #include "message_store.h"
 
+#include <QScopeGuard>
 #include <QtTest>
+#include <ctime>
 
 #include "busi_msg_table.h"
 #include "log_capture.h"
@@ -70,6 +72,26 @@ private slots:
         MessageStore store(clock);
         store.initBusiMsgCenterData();
         QVERIFY(database().queries.constFirst().endsWith("time>=20260310000000"));
+    }
+
+    void load_dayWithoutAMidnight_selectsItsMessages() {
+        const QByteArray zone = qgetenv("TZ");
+        const auto restore = qScopeGuard([&zone] {
+            qputenv("TZ", zone);
+            ::tzset();
+        });
+        qputenv("TZ", "America/Havana");
+        ::tzset();
+        const QDate day(2026, 3, 8);
+        QVERIFY(!QDateTime(day, QTime(0, 0)).isValid());
+        MovedClock clock;
+        clock.set(QDateTime(day, QTime(9, 30)));
+        MessageStore store(clock);
+        store.initBusiMsgCenterData();
+        QCOMPARE(database().single.constLast(),
+                 QString("DELETE FROM BUSI_MSG_CENTER WHERE time < 20260308000000"));
+        QCOMPARE(database().queries,
+                 QStringList("SELECT * FROM BUSI_MSG_CENTER WHERE time>=20260308000000"));
     }
 
     void load_rows_becomeRecords() {

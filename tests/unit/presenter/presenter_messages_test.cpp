@@ -1,7 +1,11 @@
 #include <QDate>
 #include <QDateTime>
+#include <QTimer>
 #include <QtTest>
+#include <atomic>
 
+#include "fake_clock.h"
+#include "local_platform.h"
 #include "log_capture.h"
 #include "message_client.h"
 #include "message_store.h"
@@ -69,11 +73,11 @@ private slots:
         QFETCH(QVariant, given);
         MessageClient client;
         QVERIFY(client.start());
-        const QDateTime before = QDateTime::currentDateTime();
+        const FakeClock clock(QDateTime::currentDateTime().addSecs(-3600));
+        LocalPlatform::instance().setClock(clock.function());
         client.push(notice("文", {{System::createTime, given}}));
         QVERIFY(client.waitForUpdates(1));
-        const QDateTime time = client.updates().first().value(System::createTime).toDateTime();
-        QVERIFY(before <= time && time <= QDateTime::currentDateTime());
+        QCOMPARE(client.updates().first().value(System::createTime).toDateTime(), clock.now());
     }
 
     void push_controlFieldsOnly_isDroppedWithALogLine() {
@@ -189,6 +193,19 @@ private slots:
         };
         setReady(false);
         runOnThreadAndWait(client.presenter(), [&client] { client.presenter()->queryBusiMsg(); });
+        // A try that fails, of the timer itself, is followed by another.
+        std::atomic<int> tries{0};
+        std::atomic<int> timers{0};
+        runOnThreadAndWait(client.presenter(), [&] {
+            for (const QTimer* timer : client.presenter()->findChildren<QTimer*>()) {
+                if (timer->isActive() && timer->isSingleShot() && timer->interval() == 1000) {
+                    ++timers;
+                    connect(timer, &QTimer::timeout, timer, [&tries] { ++tries; });
+                }
+            }
+        });
+        QCOMPARE(timers.load(), 1);
+        QVERIFY(waitFor([&tries] { return tries >= 2; }));
         QCOMPARE(client.world.link().requestCount(kQuery), 1);
         setReady(true);
         QVERIFY(client.world.link().waitForRequestCount(kQuery, 2));

@@ -5,11 +5,13 @@
 #include <QSqlQuery>
 #include <QtTest>
 
+#include "fake_clock.h"
 #include "held_close.h"
 #include "local_platform.h"
 #include "log_capture.h"
 #include "message_client.h"
 #include "process_per_case.h"
+#include "run_on_thread.h"
 #include "scripted_link.h"
 #include "static_db_builder.h"
 #include "velmar_business_data_manager_presenter_class.h"
@@ -34,6 +36,25 @@ ScriptedReply menus(const QStringList& menuIds) {
     return ScriptedReply::rows(rows);
 }
 
+/// A column of the messages in the work database of a home, whose client is closed.
+QStringList storedColumn(const QString& home, const QString& column) {
+    QDirIterator files(home, {"user_*.sqlite"}, QDir::Files, QDirIterator::Subdirectories);
+    QStringList texts;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "reader");
+        database.setDatabaseName(files.hasNext() ? files.next() : QString());
+        if (!database.open()) {
+            return {"no database"};
+        }
+        QSqlQuery query("SELECT * FROM BUSI_MSG_CENTER", database);
+        while (query.next()) {
+            texts.append(query.value(column).toString());
+        }
+    }
+    QSqlDatabase::removeDatabase("reader");
+    return texts;
+}
+
 StaticDbBuilder menuRelation(const QString& menuIds) {
     return StaticDbBuilder().section(DictionaryKey::BusiMsgMenuRela, {{"7", menuIds}});
 }
@@ -48,14 +69,15 @@ private slots:
     void notice_ofAnotherPlugin_getsIdTimeAndReadState() {
         MessageClient client;
         QVERIFY(client.start());
-        const QDateTime before = QDateTime::currentDateTime();
+        const FakeClock clock(QDateTime::currentDateTime().addSecs(-3600));
+        LocalPlatform::instance().setClock(clock.function());
         client.notify(notice("文", {{System::clientMsgID, ""},
                                     {System::createTime, ""},
                                     {BusiMsgCenter::ReadStatus, true}}));
         QVERIFY(client.waitForUpdates(1));
         const QVariantMap record = client.updates().first();
         QVERIFY(!record.value(System::clientMsgID).toString().isEmpty());
-        QVERIFY(record.value(System::createTime).toDateTime() >= before);
+        QCOMPARE(record.value(System::createTime).toDateTime(), clock.now());
         QCOMPARE(record.value(BusiMsgCenter::ReadStatus), QVariant(false));
         QCOMPARE(client.messages().GetAllBusiMsgList(), client.updates());
     }
@@ -63,15 +85,16 @@ private slots:
     void notice_withIdAndTime_keepsThem() {
         MessageClient client;
         QVERIFY(client.start());
-        const QDateTime time(QDate::currentDate(), QTime(0, 0, 1));
+        const FakeClock clock(QDateTime::currentDateTime().addSecs(-3600));
+        LocalPlatform::instance().setClock(clock.function());
+        const QDateTime time(clock.now().date(), QTime(0, 0, 1));
         client.notify(notice("文", {{System::clientMsgID, "own"}, {System::createTime, time}}));
         client.notify(notice(
             "二", {{System::clientMsgID, "own2"}, {System::createTime, time.addYears(7000)}}));
         QVERIFY(client.waitForUpdates(2));
         QCOMPARE(client.updates().at(0).value(System::clientMsgID).toString(), QString("own"));
         QCOMPARE(client.updates().at(0).value(System::createTime).toDateTime(), time);
-        QVERIFY(client.updates().at(1).value(System::createTime).toDateTime() <=
-                QDateTime::currentDateTime());
+        QCOMPARE(client.updates().at(1).value(System::createTime).toDateTime(), clock.now());
     }
 
     void notice_emptyText_isDroppedWithALogLine() {
@@ -136,21 +159,18 @@ private slots:
         client.messages().AddBusiMsg("2", "文本", "7", "", "", "", false, "");
         QVERIFY(client.waitForUpdates(1));
         LocalPlatform::instance().close();
-        QDirIterator files(client.world.homeDir(), {"user_*.sqlite"}, QDir::Files,
-                           QDirIterator::Subdirectories);
-        QVERIFY(files.hasNext());
-        QStringList texts;
-        {
-            QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "reader");
-            database.setDatabaseName(files.next());
-            QVERIFY(database.open());
-            QSqlQuery query("SELECT * FROM BUSI_MSG_CENTER", database);
-            while (query.next()) {
-                texts.append(query.value("content").toString());
-            }
-        }
-        QSqlDatabase::removeDatabase("reader");
-        QCOMPARE(texts, QStringList{"文本"});
+        QCOMPARE(storedColumn(client.world.homeDir(), "content"), QStringList{"文本"});
+    }
+
+    void message_markedReadJustBeforeTheClose_isReadInTheTable() {
+        MessageClient client;
+        QVERIFY(client.start());
+        client.push(serverRow("S1", "1"));
+        QVERIFY(client.waitForUpdates(1));
+        const QString clientId = client.updates().first().value(System::clientMsgID).toString();
+        runOnThreadAndWait(client.presenter(), [&] { client.messages().SetBusiMsgRead(clientId); });
+        LocalPlatform::instance().close();
+        QCOMPARE(storedColumn(client.world.homeDir(), "readStatus"), QStringList{"1"});
     }
 
     void notice_typeOutsideTheMenus_passesOnceThenIsBlocked() {

@@ -19,13 +19,14 @@ using Kind = DatabaseFault::Kind;
 constexpr int kLongestName = 160;
 constexpr int kCutName = 96;
 
-/// A name for a damaged file that no other file has.
+/// A name for a damaged file that neither a file nor a journal has.
 QString asideName(const QString& file) {
     const QString name =
         QStringLiteral("%1.damaged-%2")
             .arg(file, QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss")));
     QString free = name;
-    for (int number = 2; QFileInfo::exists(free); ++number) {
+    for (int number = 2;
+         QFileInfo::exists(free) || QFileInfo::exists(free + QStringLiteral("-wal")); ++number) {
         free = QStringLiteral("%1-%2").arg(name, QString::number(number));
     }
     return free;
@@ -33,17 +34,14 @@ QString asideName(const QString& file) {
 
 DatabaseFault moveAside(const QString& file, const DatabaseFault& damage) {
     const QString aside = asideName(file);
-    if (!QFile::rename(file, aside)) {
-        return {Kind::Damaged,
-                QStringLiteral("%1 and cannot be moved to %2").arg(damage.text, aside)};
-    }
-    for (const QString& suffix : {QStringLiteral("-wal"), QStringLiteral("-shm")}) {
-        // SQLite would apply what is left there to the new file.
-        const QString journal = file + suffix;
-        if (QFileInfo::exists(journal) && !QFile::rename(journal, aside + suffix)) {
-            return {Kind::Unreadable,
-                    QStringLiteral("%1; it was moved to %2, but its journal %3 cannot be moved")
-                        .arg(damage.text, aside, journal)};
+    // SQLite would apply a journal that is left there to the new file. The file itself goes last:
+    // after a kill in between it is still there, and the next start moves it; a journal alone would
+    // keep every later start from making a new file.
+    for (const QString& suffix : {QStringLiteral("-wal"), QStringLiteral("-shm"), QString()}) {
+        const QString part = file + suffix;
+        if (QFileInfo::exists(part) && !QFile::rename(part, aside + suffix)) {
+            return {Kind::Damaged, QStringLiteral("%1 and %2 cannot be moved to %3")
+                                       .arg(damage.text, part, aside + suffix)};
         }
     }
     qCCritical(lcPlatformData).noquote()

@@ -1,12 +1,14 @@
 #include "work_database.h"
 
 #include <signal.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <QDir>
 #include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
 #include <thread>
@@ -347,6 +349,44 @@ private slots:
             QCOMPARE(read(aside + "-wal"), QByteArray("journal"));
             QCOMPARE(read(aside + "-shm"), QByteArray("index"));
         }
+    }
+
+    void damagedFile_isMovedAfterItsJournal_soThatAKillLeavesIt() {
+        const QString file = m_dir->path() + "/user_u1.sqlite";
+        for (const char* suffix : {"", "-wal", "-shm"}) {
+            write(file + suffix, "not a database");
+        }
+        const int events = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+        const auto close = qScopeGuard([events] { ::close(events); });
+        QVERIFY(::inotify_add_watch(events, QFile::encodeName(m_dir->path()).constData(),
+                                    IN_MOVED_FROM) >= 0);
+        QCOMPARE(m_database->update(kTable), 0);
+        alignas(inotify_event) char buffer[4096];
+        const ssize_t size = ::read(events, buffer, sizeof buffer);
+        QVERIFY(size > 0);
+        QStringList moved;
+        for (const char* at = buffer; at < buffer + size;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(at);
+            moved.append(QFile::decodeName(event->name));
+            at += sizeof(inotify_event) + event->len;
+        }
+        const QString name = "user_u1.sqlite";
+        QCOMPARE(moved, QStringList({name + "-wal", name + "-shm", name}));
+    }
+
+    void damagedFile_thatCannotBeMoved_staysWithItsJournal() {
+        const QString file = m_dir->path() + "/user_u1.sqlite";
+        write(file, "not a database");
+        write(file + "-wal", "journal");
+        {
+            const ReadOnlyFolder folder(m_dir->path());
+            const LogCapture log;
+            QCOMPARE(m_database->update(kTable), -1);
+            QVERIFY2(log.contains(QtWarningMsg, "cannot be moved to"),
+                     qPrintable(log.texts().join('\n')));
+        }
+        QCOMPARE(read(file), QByteArray("not a database"));
+        QCOMPARE(read(file + "-wal"), QByteArray("journal"));
     }
 
     void indexThatDiffersFromItsTable_isDamage() {
