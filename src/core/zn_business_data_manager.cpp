@@ -253,7 +253,10 @@ void ZnBusinessDataManager::QueryAssetDileveryResponse(QString msgType, QVariant
 }
 
 void ZnBusinessDataManager::slotNetReconnect(QString netType, ZnPresenterClass* prtClass) {
-    m_pushSubscriptions->subscribeAgain(prtClass, netType);
+    // Each presenter reports the reconnect to the one core.
+    if (ResponsiblePresenter::is(prtClass)) {
+        m_pushSubscriptions->subscribeAgain(prtClass, netType);
+    }
     reportNetStatus(netType, 0);
 }
 

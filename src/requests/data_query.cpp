@@ -1,5 +1,8 @@
 #include "data_query.h"
 
+#include <optional>
+
+#include "presenter_time_out.h"
 #include "request_failure_log.h"
 #include "vocabulary/values.h"
 
@@ -53,6 +56,12 @@ ServerReply queryRows(ZnPresenterClass* presenter, const QString& msgType,
 
 ServerReply queryPages(ZnPresenterClass* presenter, const QString& msgType,
                        const QVariantMap& fields, int timeOutMs) {
+    // The helper sets the time-out itself. Counted here as well, so that a request of another
+    // thread does not save it as the standing one.
+    std::optional<PresenterTimeOut> timeOut;
+    if (presenter) {
+        timeOut.emplace(*presenter, int((qint64(timeOutMs) + 999) / 1000));
+    }
     ServerReply reply;
     reply.rows = VelmarUtils::QueryDatasFromServerByPage(
         presenter, msgType, fields, reply.text, kPageSize, kFirstPage, kNoPageLimit, timeOutMs);

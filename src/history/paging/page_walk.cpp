@@ -103,9 +103,9 @@ struct PageWalk::Seen {
     QString tooLong(const PageWalk& walk, const ServerReply& answer) {
         ++pageCount;
         rowCount += answer.rows.size();
-        const bool isBounded = walk.m_rule.end == ListEnd::AfterLastPage ||
-                               walk.m_rule.end == ListEnd::AtTotal ||
-                               listTotalOf(answer.header).rowsOr(0) >= rowCount;
+        const bool isBounded =
+            walk.m_rule.end == ListEnd::AfterLastPage || walk.m_rule.end == ListEnd::AtTotal ||
+            (walk.m_rule.end != ListEnd::Never && listTotalOf(answer.header).rowsOr(0) >= rowCount);
         if (!isBounded && (pageCount >= walk.mostPages || rowCount >= walk.mostRows)) {
             return QStringLiteral("%1 pages with %2 rows have no end").arg(pageCount).arg(rowCount);
         }

@@ -87,6 +87,33 @@ private slots:
         QCOMPARE(walkWith(1000, 45), QString("5 pages with 50 rows have no end"));
     }
 
+    void listWithoutAnEnd_isStuckAtTheBound_whateverItsTotal_data() {
+        QTest::addColumn<QVariant>("total");
+        QTest::newRow("none") << QVariant();
+        QTest::newRow("0") << QVariant(0);
+        QTest::newRow("large") << QVariant(1000000);
+    }
+    void listWithoutAnEnd_isStuckAtTheBound_whateverItsTotal() {
+        QFETCH(QVariant, total);
+        ReportWorld world;
+        world.link().on(kType, [total](const QVariant& body) {
+            QVariantMap header;
+            if (total.isValid()) {
+                header.insert(System::totalSize, total);
+            }
+            return makeAnswer(body, {}, header);
+        });
+        PageWalk walk(ruleOf(PageField::None, ListEnd::Never), {kType, {}}, kPageSize);
+        walk.mostPages = 7;
+        StuckLog log;
+        const End reached = walk.run(world.presenter(), log, [](qint64 page, const ServerReply&) {
+            return page < 1000;  // the test itself must end
+        });
+        QVERIFY(reached == End::Stuck);
+        QCOMPARE(world.link().requestCount(), 7);
+        QCOMPARE(log.reason, QString("7 pages with 0 rows have no end"));
+    }
+
     void listWithATotal_isNotBounded() {
         ReportWorld world;
         world.link().on(kType, fullPages(500));

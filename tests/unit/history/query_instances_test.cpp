@@ -307,6 +307,23 @@ private:
              "本次查询获取到1条记录"});
     }
 
+    /// Of two pages; what the first one brought must not stay when the second one fails.
+    static void statisticPagesRows() {
+        Function function = statistics();
+        function.rows.clear();
+        for (int i = 0; i < 1001; ++i) {
+            function.rows.append({{UserAccount::tradeDate, "20260105"}});
+        }
+        const QString bad = "向柜台同步查询历史成交统计失败，失败原因：down";
+        const QStringList firstPage{bad, bad, "本次查询获取到1000条记录"};
+        row("statistics, the count goes over the call", function, {{failure(), {1, 2, 4, 5, 6}}}, 6,
+            "-1|0 elements",
+            firstPage + times(3, bad) +
+                QStringList{"向柜台同步查询历史成交统计失败超过5次，不再查询"});
+        row("statistics, 4 failures on both pages", function, {{failure(), {1, 2, 4, 5}}}, 6,
+            "0|1001 elements", firstPage + times(2, bad) + QStringList{"本次查询获取到1条记录"});
+    }
+
     static void oneEntrustRows() {
         const Function function = oneEntrust();
         const QString head = "ZnBusinessDataManager::queryHistoryEntrustByTradeDateAndOrderID";
@@ -386,6 +403,7 @@ private slots:
         filterRows("GetHistoryDealRecordList", dealFilter());
         filterRows("GetHistoryEntrustRecordList", entrustFilter());
         statisticRows();
+        statisticPagesRows();
         oneEntrustRows();
     }
     void query_faults_requestsLinesAndResult() {

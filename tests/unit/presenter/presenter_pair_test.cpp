@@ -1,13 +1,19 @@
 #include <QtTest>
 
+#include "event_ids.h"
 #include "held_close.h"
+#include "local_platform.h"
 #include "message_client.h"
 #include "process_per_case.h"
+#include "push_subscriptions.h"
 #include "scripted_link.h"
 #include "velmar_business_data_manager.h"
 #include "velmar_business_data_manager_presenter_class.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/names.h"
+#include "vocabulary/net_state.h"
+#include "vocabulary/quindar_msg_type.h"
+#include "vocabulary/values.h"
 #include "vocabulary/velmar_msg_type.h"
 #include "wait_for.h"
 #include "zn_business_data_manager.h"
@@ -17,6 +23,7 @@ namespace {
 using Presenter = VelmarBusinessDataManagerPresenterClass;
 
 const QString kQuery = Velmar_MsgType::queryBusiMessagesRequest;
+const QString kSubscribe = Quindar_MsgType::subscribeTopicRequest;
 
 }  // namespace
 
@@ -56,6 +63,28 @@ private slots:
         QCOMPARE(reads, 1);
         QCOMPARE(client.updates().size(), 4);
         QCOMPARE(client.messages().GetUnreadBusiMsgList().size(), 2);
+    }
+
+    void twoPresenters_gateReconnects_subscriptionsAreMadeAgainOnce() {
+        MessageClient client;
+        QVERIFY(client.start());
+        VelmarBusinessDataManager second;
+        second.initialize();
+        ScriptedLink& link = client.world.link();
+        QVERIFY(link.waitForRequestCount(kQuery, 2));
+        QVERIFY(client.settle({second.presenter()}));
+        link.on(kSubscribe, ScriptedReply::rows({}));
+        QVERIFY(ZnBusinessDataManager::instance()->pushSubscriptions().SubscribePushMsgFromServer(
+            client.presenter(), "own", {{"userID", "tester"}}, NetGateType::TradeGate));
+        for (const QString& state : {NET_STATE::CONNECTTING, NET_STATE::CONNECTED}) {
+            LocalPlatform::instance().publishEvent(EventIds::tradeGateState, state);
+        }
+        QVERIFY(client.settle({second.presenter()}));
+        int count = 0;
+        for (const ScriptedLink::Request& request : link.requests(kSubscribe)) {
+            count += request.header.value(System::subscriptionTopic) == "own" ? 1 : 0;
+        }
+        QCOMPARE(count, 2);  // the first time, and after the reconnect
     }
 
     void twoPresenters_secondCatchUp_addsNoMessage() {

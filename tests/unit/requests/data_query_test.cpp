@@ -3,10 +3,12 @@
 #include <QPointer>
 #include <QtTest>
 #include <memory>
+#include <thread>
 
 #include "client_world.h"
 #include "log_capture.h"
 #include "process_per_case.h"
+#include "server_request.h"
 #include "vocabulary/fields.h"
 #include "vocabulary/values.h"
 
@@ -140,6 +142,20 @@ private slots:
         QCOMPARE(reply.outcome, Outcome::Failed);
         QVERIFY(reply.rows.isEmpty());
         QCOMPARE(log.texts(QtWarningMsg), QStringList{"request someQuery failed: " + reply.text});
+    }
+
+    void pages_withATimeOut_isNotTheStandingOneOfAnotherRequest() {
+        m_presenter->setRequestTimeOut(7);
+        m_world->link().on(kType, ScriptedReply::rows({}).held());
+        std::thread pages([this] { queryPages(m_presenter, kType, kFields, 30000); });
+        const bool isSent = m_world->link().waitForRequestCount(kType, 1);
+        ServerRequest request{"anotherRequest", kFields};
+        request.timeOutSeconds = 20;
+        sendToServer(m_presenter, request);
+        m_world->link().release(kType);
+        pages.join();
+        QVERIFY(isSent);
+        QCOMPARE(m_presenter->getRequestTimeOut(), 7);
     }
 
     void positions_moreThanOne_areFollowedFromTheStart() {
