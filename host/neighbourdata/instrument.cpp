@@ -1,6 +1,7 @@
 #include "instrument.h"
 
 #include <QVariantMap>
+#include <cmath>
 
 #include "price_samples.h"
 #include "velmarutils/velmar_busi_utils.h"
@@ -32,7 +33,7 @@ QString symbolOf(const QString& securityID, const QString& exchange) {
 
 double contractMultiplier(const QVariantMap& details) {
     const double multiplier = details.value(Security::contractMultiplier).toDouble();
-    return multiplier > 0 ? multiplier : 1;
+    return std::isfinite(multiplier) && multiplier > 0 ? multiplier : 1;
 }
 
 double unitOf(const QString& type, const QString& symbol, const QVariantMap& details) {

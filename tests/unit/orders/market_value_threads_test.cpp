@@ -71,6 +71,36 @@ private slots:
         for (int symbol = 0; symbol < kSymbols; ++symbol) {
             pushed.setPrice(symbol, prices.at(symbol));
         }
+        expectTheTotalsOfARebuild(f, pushed);
+    }
+
+    void ticksAndPushes_ofOnePosition_countEachChangeOnce() {
+        MarketValueFixture f;
+        constexpr int kRounds = 20000;
+        SmallBook pushed({"A1"}, f.symbols, 1);
+        double price = 0;
+        std::thread ticks([&] {
+            for (int i = 0; i < kRounds; ++i) {
+                price = 1 + i * 7919 % 1000 / 10.0;
+                f.tick(pushed.symbol(0), price);
+            }
+        });
+        std::thread pushes([&] {
+            for (int i = 0; i < kRounds; ++i) {
+                f.values.slotPositionUpdated(
+                    pushed.setPosition(0, 0, i * 104729 % 500, i % 90 / 10.0));
+            }
+        });
+        ticks.join();
+        pushes.join();
+        f.neighbour->setPositions(pushed.rows());
+        pushed.setPrice(0, price);
+        expectTheTotalsOfARebuild(f, pushed);
+    }
+
+private:
+    /// The totals that changed step by step, beside those reckoned anew.
+    static void expectTheTotalsOfARebuild(MarketValueFixture& f, const SmallBook& pushed) {
         for (const QString& account : pushed.accounts()) {
             const VelmarMarketValueInfo before = f.of(account);
             f.values.initPosData();
