@@ -83,8 +83,10 @@ void SharedSettings::writeOut(const QStringList& keys) {
     }
 }
 
-QVariantMap SharedSettings::lockedAll() const {
+QVariantMap SharedSettings::lockedAll() {
     const std::lock_guard<std::mutex> guard(m_lock);
+    // A QSettings does not look at its file again by itself.
+    sync();
     QVariantMap all;
     const QStringList keys = allKeys();
     for (const QString& key : keys) {

@@ -29,8 +29,8 @@ public:
     void lockedSetValues(const QVariantMap& values);
     /// Removes every key, those included that another process has written; a failure as above.
     void lockedClear();
-    /// Every key with its value.
-    QVariantMap lockedAll() const;
+    /// Every key with its value, those included that another process has written.
+    QVariantMap lockedAll();
     /// Whether all of the file could be read so far; a file that does not exist is read whole.
     bool lockedIsReadable() const;
     QString file() const;

@@ -111,6 +111,9 @@ DumpScan scanDumps(const QSet<QString>& known, const QDate& today,
             continue;  // new, too, at the next start: it gets no line and is not removed
         }
         const QFileInfo info(dump.path);
+        if (!info.isFile()) {
+            continue;  // another client of this home has removed it since
+        }
         const DumpFile file = DumpFile::of(info);
         if (isNew) {
             scan.newDumps.insert(file.name, file.report());

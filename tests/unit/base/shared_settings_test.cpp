@@ -96,6 +96,17 @@ private slots:
         QVERIFY(!contentOf(settings.file()).contains("two"));
     }
 
+    void all_keyOfAnotherProcess_isThere() {
+        const QTemporaryDir dir;
+        SharedSettings settings(dir.filePath("a.cfg"), nullptr);
+        settings.lockedSetValue("T1", "one");
+        QFile file(settings.file());
+        QVERIFY(file.open(QFile::Append));
+        QVERIFY(file.write("\n[group]\nT2=two\n") > 0);
+        file.close();
+        QCOMPARE(settings.lockedAll(), (QVariantMap{{"T1", "one"}, {"group/T2", "two"}}));
+    }
+
     void clear_fileThatCannotBeWritten_isLoggedAndHoldsForTheProcess() {
         const QTemporaryDir dir;
         const QString name = dir.filePath("a.cfg");
@@ -169,7 +180,7 @@ private slots:
         const QTemporaryDir dir;
         SharedSettings settings(dir.filePath("a.cfg"), nullptr);
         settings.lockedSetValues({{"T1", "one"}, {"组/键", "二"}});
-        const SharedSettings again(settings.file(), nullptr);
+        SharedSettings again(settings.file(), nullptr);
         QCOMPARE(again.lockedAll(), (QVariantMap{{"T1", "one"}, {"组/键", "二"}}));
         QVERIFY(again.lockedIsReadable());
     }

@@ -189,7 +189,7 @@ void FaultyLinkTest::heartBeat_withAFault_isAnsweredWithItsOwnType() {
     fixture.script->on(type, ScriptedReply::rows({{{"n", 1}}}));
     constexpr int kBeats = 8;  // the last two have no fault
     for (int i = 0; i < kBeats; ++i) {
-        GatewayRequest beat = requestOf(static_cast<quint64>(i + 1), type);
+        GatewayRequest beat = requestOf(static_cast<quint64>(i) + 1, type);
         beat.msgType = i % 2 == 0 ? type : QStringLiteral("325005");
         QVERIFY(fixture.link->send(beat));
         QVERIFY(fixture.reports.waitForLines(i + 1));

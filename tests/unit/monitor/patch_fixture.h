@@ -85,7 +85,7 @@ struct PatchFixture {
         settings.lockedSetValues({{id + "/Remark", "R" + id}, {id + "/PatchStatus", status}});
     }
     /// The ids in the settings.
-    QStringList ids() const {
+    QStringList ids() {
         QStringList found;
         const QVariantMap all = settings.lockedAll();
         for (auto one = all.cbegin(); one != all.cend(); ++one) {
